@@ -1,0 +1,47 @@
+# SPDX-License-Identifier: Apache-2.0
+# Copyright 2026 The MlagOstra authors
+
+# How everything of this project is compiled and where it lands.
+
+if( NOT CMAKE_BUILD_TYPE )
+   set( CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Kind of build" FORCE )
+endif()
+find_program( CCACHE ccache )
+if( CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER )
+   set( CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE} )
+endif()
+
+set( CMAKE_CXX_STANDARD 20 )
+set( CMAKE_CXX_STANDARD_REQUIRED ON )
+set( CMAKE_CXX_EXTENSIONS OFF )
+set( CMAKE_POSITION_INDEPENDENT_CODE ON )
+set( CMAKE_EXPORT_COMPILE_COMMANDS ON )
+
+# One layout for the build tree and for an installed one: programs find their libraries, and
+# the host its plug-in, in ../lib.
+set( CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin )
+set( CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib )
+set( CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib )
+set( CMAKE_INSTALL_RPATH "\$ORIGIN/../lib" )
+set( CMAKE_BUILD_WITH_INSTALL_RPATH ON )
+
+add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
+if( MLAGOSTRA_WERROR )
+   add_compile_options( -Werror )
+endif()
+# Part of the language since C++14, which clang leaves off by default up to version 18.
+add_compile_options( $<$<CXX_COMPILER_ID:Clang>:-fsized-deallocation> )
+# A library that needs what it does not link is caught here. The sanitizers' runtime is in
+# the executable alone, so their libraries cannot be complete.
+if( NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize" )
+   add_link_options( $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:-z,defs> )
+endif()
+
+# Sets <out> to the sources that match the patterns, relative to the calling directory.
+# Globbing is deliberate: a source beside its header is part of its library by standing
+# there, and CONFIGURE_DEPENDS looks again at every build, so nothing is listed twice.
+function( mlagostra_sources out )
+   list( TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/ )
+   file( GLOB sources CONFIGURE_DEPENDS ${ARGN} )
+   set( ${out} ${sources} PARENT_SCOPE )
+endfunction()

@@ -1,0 +1,105 @@
+# SPDX-License-Identifier: Apache-2.0
+# Copyright 2026 The MlagOstra authors
+
+# What `run`, `test` and `.ci/run` have in common: the packages, the configuration, the
+# build. Sourced by them with `root` set to the project's directory; says what it does on
+# standard error, and nothing when there is nothing to do.
+
+base_packages="g++ cmake ninja-build libcli11-dev libyaml-cpp-dev nlohmann-json3-dev
+   libfmt-dev libgtest-dev libgmock-dev pkg-config"
+
+say() {
+   printf '%s: %s\n' "${0##*/}" "$*" >&2
+}
+
+die() {
+   say "$@"
+   exit 1
+}
+
+# Prints those of the packages that are not installed.
+missing_packages() {
+   local package
+   for package; do
+      [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+         printf '%s ' "$package"
+   done
+}
+
+as_root() {
+   if [ "$(id -u)" = 0 ]; then
+      "$@"
+   else
+      sudo "$@"
+   fi
+}
+
+# Installs what is missing of the packages; touches neither apt nor the network when
+# nothing is.
+install_packages() {
+   command -v dpkg-query >/dev/null ||
+      die "only Debian's packages are known here; install the like of:" $base_packages
+   local missing
+   missing=$(missing_packages "$@")
+   [ -n "$missing" ] || return 0
+   [ "$(id -u)" = 0 ] || command -v sudo >/dev/null ||
+      die "these packages are missing and only root or sudo can install them: $missing"
+   say "installing $missing"
+   quietly as_root apt-get update
+   quietly as_root env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -y --no-install-recommends $missing
+}
+
+# Runs a command and shows what it printed only if it fails, which ends the script.
+quietly() {
+   local log status=0
+   log=$(mktemp)
+   "$@" >"$log" 2>&1 </dev/null || status=$?
+   [ "$status" = 0 ] || cat "$log" >&2
+   rm -f "$log"
+   [ "$status" = 0 ] || die "failed: $*"
+}
+
+# Configures unless it has been done for this very place.
+configure() {
+   local preset=$1 directory=$2
+   if [ -f "$directory/build.ninja" ] &&
+      grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$directory/CMakeCache.txt"; then
+      return 0
+   fi
+   say "configuring ${directory##*/}"
+   quietly env -C "$root" cmake --fresh --preset "$preset"
+}
+
+# Counts the steps that the build prints: one line that says so, if there is any step,
+# and the count in place on a terminal. Looking for new files is not a step.
+show_progress() {
+   local step what started=
+   while read -r step what; do
+      [[ $step == \[*/*\] && $what != Re-checking* ]] || continue
+      [ -n "$started" ] || say "building"
+      started=yes
+      [ ! -t 2 ] || printf '\r%s ' "$step" >&2
+   done
+   [ -z "$started" ] || [ ! -t 2 ] || printf '\r\033[K' >&2
+}
+
+compile() {
+   local directory=$1 target=$2 log=$1/build.log
+   cmake --build "$directory" --target "$target" --parallel "$(nproc)" 2>&1 </dev/null |
+      tee "$log" | show_progress
+   [ "${PIPESTATUS[0]}" = 0 ] && return 0
+   cat "$log" >&2
+   die "the build failed"
+}
+
+# build PRESET DIRECTORY TARGET: configures if need be and brings the target up to date.
+build() {
+   local directory=$root/$2
+   mkdir -p "$directory"
+   (
+      flock 9
+      configure "$1" "$directory"
+      compile "$directory" "$3"
+   ) 9>"$directory/.lock" || exit 1
+}

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Copyright 2026 The MlagOstra authors
+
+# Which layer includes which: layers.sh ROOT. The compiler cannot tell, since the
+# repository's root is an include root of all of them. The host in particular reaches the
+# plug-in by loading it and by name, and knows none of its headers.
+
+set -euo pipefail
+shopt -s extglob
+cd "$1"
+status=0
+
+# The directory that the header stands in; nothing for one that is not of this project.
+layer_of() {
+   case $1 in
+   @(Ryx|OstraMlag|host|support)/*) printf '%s' "${1%%/*}" ;;
+   *)
+      [ ! -e "types/$1" ] || printf types
+      [ ! -e "src-includes/$1" ] || printf src-includes
+      ;;
+   esac
+}
+
+# check LAYER ALLOWED...: the layer includes headers of these and of nothing else of ours.
+check() {
+   local directory=$1 header
+   while read -r header; do
+      [[ " $* " == *" $(layer_of "$header") "* ]] || [ -z "$(layer_of "$header")" ] || {
+         printf '%s must not include <%s>\n' "$directory" "$header" >&2
+         status=1
+      }
+   done < <(grep -rhE '^ *# *include' "$directory" | sed 's/^[^<"]*[<"]\([^>"]*\).*/\1/' |
+      sort -u)
+}
+
+check Ryx
+check types Ryx
+check src-includes Ryx types OstraMlag
+check OstraMlag Ryx types src-includes
+check host Ryx types
+exit "$status"
