@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The framework's own value types.
+
+#include <Ryx/Registration>
+
+namespace Ryx {
+
+namespace {
+
+UnitRegistration< bool, double, unsigned char, unsigned int, int, String8, Name > const
+   unit( "Ryx" );
+
+} // namespace
+
+Ptr< GenericIf >
+wrapObject( Ptr< PtrInterface const > const& object, bool asConst ) {
+   RyxType const* const type = object->fwkType();
+   if ( type && type->code().wrap ) {
+      return type->code().wrap( object, asConst );
+   }
+   return make< GenericIfPtrInterface >( object, asConst );
+}
+
+} // namespace Ryx

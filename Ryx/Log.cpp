@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Ryx/Log>
+
+#include <chrono>
+#include <ctime>
+#include <iostream>
+
+namespace Ryx {
+
+namespace {
+
+LogSink* logSink = nullptr;
+
+// The format with its places filled.
+String8
+filled( String8 const& format, String8 const* args, unsigned count ) {
+   String8 text;
+   for ( std::size_t i = 0; i < format.size(); ++i ) {
+      std::string_view const two = std::string_view( format ).substr( i, 2 );
+      if ( two == "%%" ) {
+         text += '%';
+         ++i;
+      } else if ( two == "%s" && count > 0 ) {
+         text += *args++;
+         --count;
+         ++i;
+      } else {
+         text += format[ i ];
+      }
+   }
+   return text;
+}
+
+String8
+timestamp() {
+   using namespace std::chrono;
+   auto const time = floor< milliseconds >( system_clock::now() );
+   std::time_t const second = system_clock::to_time_t( floor< seconds >( time ) );
+   auto const milli = ( time - floor< seconds >( time ) ).count();
+   char buffer[ 32 ];
+   std::size_t const size =
+      std::strftime( buffer, sizeof buffer, "%FT%T.", std::gmtime( &second ) );
+   return String8( buffer, size ) + std::to_string( 1000 + milli ).substr( 1 ) + "Z";
+}
+
+// A MSGID has no blanks, and 1 to 32 characters.
+String8
+messageId( String8 identifier ) {
+   identifier.resize( std::min< std::size_t >( identifier.size(), 32 ) );
+   std::ranges::replace_if(
+      identifier, []( char c ) { return c <= ' ' || c > '~'; }, '_' );
+   return identifier.empty() ? "-" : identifier;
+}
+
+// A message is one line, whatever is in its arguments.
+String8
+oneLine( String8 text ) {
+   std::ranges::replace_if(
+      text, []( unsigned char c ) { return c < ' ' || c == 0x7f; }, ' ' );
+   return text;
+}
+
+void
+logToStandardError( LogRecord const& record ) {
+   constexpr unsigned local0 = 16;
+   unsigned const priority = local0 * 8 + static_cast< unsigned >( record.severity );
+   // The host's name, the program's and the process's number are not ours to find out.
+   std::cerr << "<" + std::to_string( priority ) + ">1 " + timestamp() + " - - - " +
+         messageId( record.identifier ) + " - " + oneLine( record.text ) + "\n";
+}
+
+} // namespace
+
+LogSink::~LogSink() = default;
+
+void
+logSinkIs( LogSink* sink ) noexcept {
+   logSink = sink;
+}
+
+LogHandle::LogHandle(
+   String8 identifier,
+   LogSeverity severity,
+   String8 format,
+   String8 explanation,
+   String8 action,
+   Seconds interval,
+   double burst,
+   unsigned char rateLimitArgs )
+      : identifier_( std::move( identifier ) ),
+        severity_( severity ),
+        format_( std::move( format ) ),
+        explanation_( std::move( explanation ) ),
+        action_( std::move( action ) ),
+        rateLimitArgs_( rateLimitArgs ),
+        idHash_( hash( identifier_ ) ),
+        limiter_( interval, burst ) {}
+
+LogHandle::~LogHandle() = default;
+
+bool
+LogHandle::okToLog( unsigned key ) const {
+   return limiter_.take( key );
+}
+
+void
+LogHandle::log( unsigned, String8* args, unsigned count ) const {
+   LogRecord const record{
+      identifier_, severity_, filled( format_, args, count ), explanation_, action_
+   };
+   if ( logSink ) {
+      logSink->log( record );
+   } else {
+      logToStandardError( record );
+   }
+}
+
+} // namespace Ryx

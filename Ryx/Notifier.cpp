@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Ryx/Notifiee>
+
+namespace Ryx {
+
+namespace {
+
+// Weak notifiees that have a notifier but are not registered with it, chained through
+// their list link: the only ones that a notifier going away could not find in its list.
+PtrInterface::NotifieeConst* parked = nullptr;
+
+} // namespace
+
+Notifier::~Notifier() {
+   while ( NotifieeConst* notifiee = head_ ) {
+      head_ = notifiee->next_;
+      notifiee->next_ = nullptr;
+      notifiee->notifier_ = nullptr;
+   }
+   if ( hasParked_ ) {
+      abandonParked();
+   }
+}
+
+void
+Notifier::zeroReferencesIs( bool ) {
+   deliver(
+      zeroReferencesAttributeId,
+      notifieeLevel,
+      []( NotifieeConst& notifiee ) { notifiee.onZeroReferences(); },
+      [] { return String8(); } );
+}
+
+void
+Notifier::link( NotifieeConst* notifiee ) const noexcept {
+   ( tail_ ? tail_->next_ : head_ ) = notifiee;
+   tail_ = notifiee;
+   ++count_;
+   ++modifications_;
+}
+
+void
+Notifier::unlink( NotifieeConst* notifiee ) const noexcept {
+   NotifieeConst* before = nullptr;
+   NotifieeConst** link = &head_;
+   while ( *link != notifiee ) {
+      before = *link;
+      link = &before->next_;
+   }
+   *link = notifiee->next_;
+   notifiee->next_ = nullptr;
+   if ( tail_ == notifiee ) {
+      tail_ = before;
+   }
+   --count_;
+   ++modifications_;
+}
+
+void
+Notifier::park( NotifieeConst* notifiee ) const noexcept {
+   notifiee->next_ = parked;
+   parked = notifiee;
+   hasParked_ = 1;
+}
+
+void
+Notifier::unpark( NotifieeConst* notifiee ) noexcept {
+   NotifieeConst** link = &parked;
+   while ( *link != notifiee ) {
+      link = &( *link )->next_;
+   }
+   *link = notifiee->next_;
+   notifiee->next_ = nullptr;
+}
+
+void
+Notifier::abandonParked() const noexcept {
+   NotifieeConst** link = &parked;
+   while ( NotifieeConst* notifiee = *link ) {
+      if ( notifiee->notifier_ == this ) {
+         *link = notifiee->next_;
+         notifiee->next_ = nullptr;
+         notifiee->notifier_ = nullptr;
+      } else {
+         link = &notifiee->next_;
+      }
+   }
+}
+
+Delivery::Delivery( Notifier const& notifier )
+      : notifier_( &notifier ), snapshot_( inline_ ), size_( notifier.notifieeCount() ) {
+   if ( size_ > inlineSize ) {
+      snapshot_ = new PtrInterface::NotifieeConst*[ size_ ];
+   }
+   std::uint32_t i = 0;
+   for ( auto* notifiee = notifier.head_; notifiee; notifiee = notifiee->next_ ) {
+      notifiee->newReference();
+      snapshot_[ i++ ] = notifiee;
+   }
+}
+
+Delivery::~Delivery() {
+   if ( snapshot_ != inline_ ) {
+      delete[] snapshot_;
+   }
+}
+
+PtrInterface::NotifieeConst*
+Delivery::next() noexcept {
+   if ( current_ ) {
+      current_->deleteReference();
+   }
+   while ( position_ < size_ ) {
+      current_ = snapshot_[ position_++ ];
+      if ( stillDue( *current_ ) ) {
+         return current_;
+      }
+      current_->deleteReference();
+   }
+   return current_ = nullptr;
+}
+
+bool
+Delivery::wantsMember() const {
+   return !current_->deferred_ && current_->isStreamAdapter();
+}
+
+void
+Delivery::notifyOtherwise( AttributeId id, String8 const& member ) {
+   if ( current_->deferred_ ) {
+      current_->defer( id );
+   } else if ( !current_->isStreamAdapter() ) {
+      return;
+   } else if ( member.empty() ) {
+      current_->onAttribute( id );
+   } else {
+      current_->onCollectionNotification( member );
+   }
+}
+
+void
+Delivery::handleException( AttributeId id ) noexcept {
+   try {
+      current_->onNotificationException( id );
+   } catch ( ... ) {
+      // The notifiee had its say about its own exception; the setter must not see either.
+      return;
+   }
+}
+
+} // namespace Ryx
