@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Bridging/IgmpSnooping/Config>
+
+#include <Ryx/Registration>
+
+namespace Bridging::IgmpSnooping {
+
+Config::~Config() = default;
+
+Config::NotifieeConst::~NotifieeConst() = default;
+
+namespace {
+
+Ryx::UnitRegistration< Config > const unit( "Bridging::IgmpSnooping" );
+
+} // namespace
+
+} // namespace Bridging::IgmpSnooping

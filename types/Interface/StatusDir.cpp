@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Interface/AllEthPhyIntfStatusDir>
+#include <Interface/AllIntfStatusDir>
+#include <Interface/EthIntfStatusDir>
+#include <Interface/EthLagIntfStatusDir>
+#include <Interface/PeerIntfStatusDir>
+
+#include <Ryx/Registration>
+
+namespace Interface {
+
+IntfStatusDirBase::~IntfStatusDirBase() = default;
+
+IntfStatusDirBase::NotifieeConst::~NotifieeConst() = default;
+
+AllEthPhyIntfStatusDir::~AllEthPhyIntfStatusDir() = default;
+
+AllEthPhyIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
+
+EthLagIntfStatusDir::~EthLagIntfStatusDir() = default;
+
+EthLagIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
+
+PeerIntfStatusDir::~PeerIntfStatusDir() = default;
+
+PeerIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
+
+EthIntfStatusDir::~EthIntfStatusDir() = default;
+
+EthIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
+
+AllIntfStatusDir::~AllIntfStatusDir() = default;
+
+AllIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
+
+namespace {
+
+Ryx::UnitRegistration<
+   IntfStatusDirBase,
+   AllEthPhyIntfStatusDir,
+   EthLagIntfStatusDir,
+   PeerIntfStatusDir,
+   EthIntfStatusDir,
+   AllIntfStatusDir > const unit( "Interface" );
+
+} // namespace
+
+} // namespace Interface

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Lacp/Config>
+
+#include <Ryx/Registration>
+
+namespace Lacp {
+
+LacpPCConfig::~LacpPCConfig() = default;
+
+LacpPCConfig::NotifieeConst::~NotifieeConst() = default;
+
+Config::~Config() = default;
+
+Config::NotifieeConst::~NotifieeConst() = default;
+
+namespace {
+
+Ryx::UnitRegistration< LacpPCConfig, Config > const unit( "Lacp" );
+
+} // namespace
+
+} // namespace Lacp

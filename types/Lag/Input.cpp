@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Lag/Input/Config>
+#include <Lag/Input/LacpOverrideDir>
+
+#include <Ryx/Registration>
+
+namespace Lag::Input {
+
+Config::~Config() = default;
+
+Config::NotifieeConst::~NotifieeConst() = default;
+
+LacpOverrideDir::~LacpOverrideDir() = default;
+
+LacpOverrideDir::NotifieeConst::~NotifieeConst() = default;
+
+namespace {
+
+Ryx::UnitRegistration< Config, LacpOverrideDir > const unit( "Lag::Input" );
+
+} // namespace
+
+} // namespace Lag::Input

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <Mlag/Config>
+#include <Mlag/ProtoStatus>
+#include <Mlag/Status>
+
+#include <Ryx/Registration>
+
+namespace Mlag {
+
+Config::~Config() = default;
+
+Config::NotifieeConst::~NotifieeConst() = default;
+
+Status::~Status() = default;
+
+Status::NotifieeConst::~NotifieeConst() = default;
+
+ProtoStatus::~ProtoStatus() = default;
+
+ProtoStatus::NotifieeConst::~NotifieeConst() = default;
+
+std::ostream&
+operator<<( std::ostream& out, MlagState value ) {
+   return out << Ryx::valueToStrep( value );
+}
+
+namespace {
+
+Ryx::UnitRegistration< MlagState, IntfConfig, Config, Status, ProtoStatus > const
+   unit( "Mlag" );
+
+} // namespace
+
+} // namespace Mlag
