@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <OstraMlag/OstraMlag>
+
+#include <OstraMlag/Trace>
+#include <Ryx/Registration>
+
+namespace OstraMlag {
+
+Agent::NotifieeConst::~NotifieeConst() = default;
+
+Ryx::Ptr< Agent >
+agentFactory( Ryx::Name name ) {
+   return Agent::AgentIs( std::move( name ) );
+}
+
+Ryx::Ptr< Agent >
+Agent::AgentIs( Ryx::Name name ) {
+   return Ryx::validPtr( Ryx::make< Agent >( std::move( name ) ) );
+}
+
+Ryx::Ptr< Agent >
+Agent::create( Ryx::Name const& name ) {
+   return agentFactory( name );
+}
+
+Agent::~Agent() {
+   ethPeerIntfStatusReactorDel();
+   mlagErrdisableSmDel();
+}
+
+void
+Agent::isNondestructingIs( bool nondestructing ) {
+   Entity::isNondestructingIs( nondestructing );
+}
+
+Ryx::Ptr< EthPeerIntfStatusReactor >
+Agent::ethPeerIntfStatusReactorIs(
+   Ryx::Ptr< Interface::PeerIntfStatusDir const > const& notifier,
+   Ryx::Ptr< Interface::EthIntfStatusDir > const& ethIntfStatusDir,
+   Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
+   if ( auto const present = ethPeerIntfStatusReactor_ ) {
+      present->notifierIs( notifier );
+      if (
+         present->allIntfStatusDir() == allIntfStatusDir &&
+         present->ethIntfStatusDir() == ethIntfStatusDir ) {
+         return present;
+      }
+   }
+   auto const created = Ryx::validPtr(
+      newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+   ethPeerIntfStatusReactor_ = created;
+   created->hasNotificationActiveIs( true );
+   return created;
+}
+
+Ryx::Ptr< EthPeerIntfStatusReactor >
+Agent::newEthPeerIntfStatusReactor(
+   Ryx::Ptr< Interface::PeerIntfStatusDir const > const& notifier,
+   Ryx::Ptr< Interface::EthIntfStatusDir > const& ethIntfStatusDir,
+   Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
+   auto created =
+      Ryx::make< EthPeerIntfStatusReactor >( notifier, ethIntfStatusDir, allIntfStatusDir );
+   created->hasNotificationActiveIs( true );
+   return created;
+}
+
+Ryx::Ptr< EthPeerIntfStatusReactor >
+Agent::ethPeerIntfStatusReactorDel() {
+   auto const removed = std::exchange( ethPeerIntfStatusReactor_, nullptr );
+   if ( removed ) {
+      removed->hasNotificationActiveIs( false );
+   }
+   return removed;
+}
+
+Ryx::Ptr< Agent::ErrdisableSm >
+Agent::mlagErrdisableSmIs(
+   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
+   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
+   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
+   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
+   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
+   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
+   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
+   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
+   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
+   auto const present = mlagErrdisableSm_;
+   if (
+      present && present->mlagConfig() == mlagConfig &&
+      present->mlagStatus() == mlagStatus &&
+      present->ethPhyIntfStatus() == ethPhyIntfStatus &&
+      present->ethPhyIntfConfig() == ethPhyIntfConfig &&
+      present->lagInputIntfStatus() == lagInputIntfStatus &&
+      present->lacpOverride() == lacpOverride &&
+      present->mlagissuCause() == mlagissuCause &&
+      present->igmpsnoopingConfig() == igmpsnoopingConfig &&
+      present->mlagProtoStatus() == mlagProtoStatus &&
+      present->lagInputConfig() == lagInputConfig && present->lacpConfig() == lacpConfig ) {
+      return present;
+   }
+   auto const created = Ryx::validPtr( newMlagErrdisableSm(
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig ) );
+   mlagErrdisableSm_ = created;
+   created->hasNotificationActiveIs( true );
+   return created;
+}
+
+Ryx::Ptr< Agent::ErrdisableSm >
+Agent::newMlagErrdisableSm(
+   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
+   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
+   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
+   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
+   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
+   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
+   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
+   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
+   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
+   auto created = Mlag::Ostra::mlagErrdisableSmFactory(
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig );
+   created->hasNotificationActiveIs( true );
+   return created;
+}
+
+Ryx::Ptr< Agent::ErrdisableSm >
+Agent::mlagErrdisableSmDel() {
+   auto const removed = std::exchange( mlagErrdisableSm_, nullptr );
+   if ( removed ) {
+      removed->hasNotificationActiveIs( false );
+   }
+   return removed;
+}
+
+Ryx::TraceHandle&
+traceHandle() {
+   static Ryx::TraceHandle handle( "OstraMlag", false );
+   return handle;
+}
+
+namespace {
+
+Ryx::UnitRegistration< EthPeerIntfStatusReactor, Agent > const unit( "OstraMlag" );
+
+} // namespace
+
+} // namespace OstraMlag

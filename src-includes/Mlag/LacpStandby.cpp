@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// LACP standby: an MLAG port-channel whose LACP override carries the MLAG system id is held
+// in standby instead of having its members errdisabled.
+
+#include <Mlag/MlagErrdisableSm>
+#include <Mlag/SmTrace>
+
+namespace Mlag::Ostra {
+
+bool
+MlagErrdisableSm::isLacpStandby( Kovel::IntfId intfId ) const {
+   trace( 8, __PRETTY_FUNCTION__, " ", intfId );
+   if (
+      !mlagConfig()->lacpStandby() || inPeerLink( intfId ) ||
+      mlagStatus()->mlagState() != MlagState::mlagSecondary ||
+      !mlagProtoStatus_->holdInSecondary() || !mlagPortChannelByMember( intfId ) ) {
+      return false;
+   }
+   auto const member = lagInputConfig()->phyIntf( intfId );
+   return member && member->mode() == Lag::LacpMode::lacpActive;
+}
+
+bool
+MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
+   if ( !portChannel ) {
+      return false;
+   }
+   Kovel::EthAddr const override_ = lacpOverride()->lagIdConfig( portChannel );
+   Kovel::EthAddr const mlagSystemId = mlagStatus()->systemId();
+   trace(
+      8,
+      __PRETTY_FUNCTION__,
+      " for ",
+      portChannel,
+      " ",
+      override_,
+      " mlag sysId ",
+      mlagSystemId );
+   return override_ == mlagSystemId && mlagSystemId != Kovel::EthAddr();
+}
+
+void
+MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
+   trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
+   igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+   if ( lagsInStandby( portChannel ) ) {
+      return;
+   }
+   if ( auto const lacp = lacpConfig()->portChannel( portChannel ) ) {
+      lacp->stayInStandbyIs( true );
+   }
+   lagsInStandbyIs( portChannel, true );
+}
+
+void
+MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
+   trace( 8, __PRETTY_FUNCTION__, " ", intfId );
+   if (
+      isManagementOrInternalInterface( intfId ) ||
+      !ethPhyIntfStatus()->intfStatus( intfId ) || !isLacpStandby( intfId ) ) {
+      return;
+   }
+   if ( periodOver( true ) ) {
+      trace( 8, "Mlag timer expired" );
+      return;
+   }
+   Kovel::IntfId const portChannel = mlagPortChannelByMember( intfId );
+   if ( !isLacpOverride( portChannel ) ) {
+      return;
+   }
+   mlagissuCause()->intfStatusDel( intfId );
+   maybeTrackIntfStatus( intfId );
+   setLacpStandby( portChannel );
+}
+
+void
+MlagErrdisableSm::handleLagIdConfig( Kovel::IntfId portChannel ) {
+   trace( 8, __PRETTY_FUNCTION__, " for ", portChannel );
+   if ( !isLacpOverride( portChannel ) ) {
+      return;
+   }
+   auto const lag = portChannelToMember( portChannel );
+   if ( !lag ) {
+      trace( 8, __PRETTY_FUNCTION__, portChannel, " lag doesn't exist" );
+      return;
+   }
+   for ( auto it = lag->memberIteratorConst(); it; ++it ) {
+      handleLacpStandby( it.key() );
+   }
+}
+
+} // namespace Mlag::Ostra

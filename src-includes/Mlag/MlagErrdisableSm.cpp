@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Construction, start-up and destruction of the errdisable state machine.
+
+#include <Mlag/MlagErrdisableSm>
+#include <Mlag/ReloadPeriod>
+#include <Mlag/SmTrace>
+#include <Ryx/Activity>
+
+namespace Mlag::Ostra {
+
+MlagErrdisableSm::MlagErrdisableSm(
+   In< Mlag::Config > const& mlagConfig,
+   In< Mlag::Status > const& mlagStatus,
+   In< Interface::AllEthPhyIntfStatusDir > const& ethPhyIntfStatus,
+   In< Interface::AllEthPhyIntfConfigDir > const& ethPhyIntfConfig,
+   In< Interface::EthLagIntfStatusDir > const& lagInputIntfStatus,
+   In< Lag::Input::LacpOverrideDir > const& lacpOverride,
+   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
+   Ryx::Ptr< IgmpSnoopingConfig > const& igmpsnoopingConfig,
+   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
+   In< Lag::Input::Config > const& lagInputConfig,
+   Ryx::Ptr< Lacp::Config > const& lacpConfig )
+      : mlagissuCause_( mlagissuCause ),
+        igmpsnoopingConfig_( igmpsnoopingConfig ),
+        mlagProtoStatus_( mlagProtoStatus ),
+        lagInputConfig_( lagInputConfig ),
+        lacpConfig_( lacpConfig ) {
+   // The inputs that are required for life, before anything is written.
+   Ryx::forcePointerAccess( mlagConfig.ptr() );
+   Ryx::forcePointerAccess( mlagStatus.ptr() );
+   Ryx::forcePointerAccess( mlagProtoStatus.ptr() );
+   try {
+      mlagConfigIs( mlagConfig );
+      mlagStatusIs( mlagStatus );
+      if ( ethPhyIntfStatus ) {
+         ethPhyIntfStatusIs( ethPhyIntfStatus );
+      }
+      if ( ethPhyIntfConfig ) {
+         ethPhyIntfConfigIs( ethPhyIntfConfig );
+      }
+      if ( lagInputIntfStatus ) {
+         lagInputIntfStatusIs( lagInputIntfStatus );
+      }
+      if ( lacpOverride ) {
+         lacpOverrideIs( lacpOverride );
+      }
+      if ( ethPhyIntfConfig_ ) {
+         ethPhyIntfConfig_->handleNotifier();
+      }
+      handleInitialized();
+   } catch ( ... ) {
+      orphanReactors();
+      releaseState();
+      throw;
+   }
+}
+
+MlagErrdisableSm::~MlagErrdisableSm() {
+   orphanReactors();
+   releaseState();
+}
+
+Ryx::Ptr< MlagErrdisableSm >
+mlagErrdisableSmFactory(
+   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
+   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
+   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
+   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
+   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
+   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
+   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
+   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
+   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
+   return Ryx::validPtr( Ryx::make< MlagErrdisableSm >(
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig ) );
+}
+
+void
+MlagErrdisableSm::handleInitialized() {
+   if ( initialized_ ) {
+      return;
+   }
+   trace( 8, __PRETTY_FUNCTION__ );
+   auto const clock = Ryx::activityManager()->clock();
+   clockMlagIs( clock );
+   clockNonMlagIs( clock );
+   mlagProtoStatus_->portsErrdisabledIs( true );
+   mlagPortsErrdisabledIs( true );
+   nonMlagPortsErrdisabledIs( true );
+   Ryx::Seconds const start = mlagProtoStatus_->portsErrdisabledWhen();
+   if ( Ryx::isInfinite( start ) ) {
+      startPeriod();
+   } else {
+      resumePeriod( start );
+   }
+   handleMlagConfig();
+   handleMlagState();
+   handleReloadDelayMlag();
+   handleReloadDelayNonMlag();
+   if ( mlagProtoStatus_->portsErrdisabled() ) {
+      handleIntfStatus();
+      recordMembers();
+   }
+   initializedIs( true );
+}
+
+void
+MlagErrdisableSm::startPeriod() {
+   mlagProtoStatus_->portsErrdisabledWhenIs( Ryx::now() );
+   timerCountIs( 0 );
+   timerCountNonMlagIs( 0 );
+}
+
+void
+MlagErrdisableSm::resumePeriod( Ryx::Seconds start ) {
+   Ryx::Seconds const now = Ryx::now();
+   // A start that lies more than a whole period ahead is not believed.
+   if ( start > now + mlagConfig()->reloadDelay() || start > now + reloadDelayNonMlag() ) {
+      start = now;
+   }
+   mlagProtoStatus_->portsErrdisabledWhenIs( start );
+   Ryx::Seconds const elapsed = now - start;
+   timerCountIs( firstPointAfter( elapsed, mlagConfig()->reloadDelay() ) );
+   timerCountNonMlagIs( firstPointAfter( elapsed, reloadDelayNonMlag() ) );
+}
+
+void
+MlagErrdisableSm::recordMembers() {
+   auto const config = Ryx::validPtr( lagInputConfig_ );
+   for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
+      if ( auto const lag = it->value()->lag() ) {
+         portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
+      }
+   }
+}
+
+} // namespace Mlag::Ostra

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The reload-delay timers: arming, intermediate wake-ups and messages.
+
+#include <Mlag/MlagErrdisableSm>
+#include <Mlag/ReloadPeriod>
+#include <Mlag/SmTrace>
+#include <Ryx/Log>
+
+#include <cmath>
+
+namespace Mlag::Ostra {
+
+namespace {
+
+Ryx::LogHandle reloadDelayEnding(
+   "MLAG_RELOAD_DELAY_ENDING",
+   Ryx::LogSeverity::info,
+   "Mlag reload-delay period%swill end in %s seconds",
+   "Non peer-link interfaces will be enabled once reload-delay period is over",
+   Ryx::NoActionRequired,
+   0.0,
+   1.0,
+   0 );
+
+} // namespace
+
+Ryx::Seconds
+MlagErrdisableSm::reloadDelayNonMlag() const {
+   trace( 8, __PRETTY_FUNCTION__ );
+   auto const config = mlagConfig();
+   return config->reloadDelayNonMlagConfigured() ? config->reloadDelayNonMlag()
+                                                 : config->reloadDelay();
+}
+
+Ryx::Seconds
+MlagErrdisableSm::delayOf( bool mlag ) const {
+   return mlag ? mlagConfig()->reloadDelay() : reloadDelayNonMlag();
+}
+
+Ryx::Seconds
+MlagErrdisableSm::wakeTime( bool mlag ) const {
+   return mlag ? Ryx::forcePointerAccess( clockMlag_.ptr() )->timeMin()
+               : Ryx::forcePointerAccess( clockNonMlag_.ptr() )->timeMin();
+}
+
+void
+MlagErrdisableSm::wakeTimeIs( bool mlag, Ryx::Seconds wake ) {
+   if ( mlag ) {
+      clockMlag_->timeMinIs( wake );
+   } else {
+      clockNonMlag_->timeMinIs( wake );
+   }
+}
+
+void
+MlagErrdisableSm::releaseClass( bool mlag ) {
+   if ( mlag ) {
+      doClearErrdisableMlagIntfStatus();
+   } else {
+      doClearErrdisableNonMlagIntfStatus();
+   }
+}
+
+void
+MlagErrdisableSm::handleReloadDelay() {
+   trace( 8, __PRETTY_FUNCTION__ );
+   handleReloadDelayMlag();
+   if ( !mlagConfig()->reloadDelayNonMlagConfigured() ) {
+      handleReloadDelayNonMlag();
+   }
+}
+
+void
+MlagErrdisableSm::handleReloadDelayMlag() {
+   trace( 8, __PRETTY_FUNCTION__ );
+   handleReloadDelay_( true );
+}
+
+void
+MlagErrdisableSm::handleReloadDelayNonMlag() {
+   trace( 8, __PRETTY_FUNCTION__ );
+   handleReloadDelay_( false );
+}
+
+void
+MlagErrdisableSm::handleReloadDelay_( bool mlag ) {
+   if ( !( mlag ? mlagPortsErrdisabled_ : nonMlagPortsErrdisabled_ ) ) {
+      return;
+   }
+   unsigned char& count = mlag ? timerCount_ : timerCountNonMlag_;
+   Ryx::Seconds const delay = delayOf( mlag );
+   Ryx::Seconds const start = mlagProtoStatus_->portsErrdisabledWhen();
+   if ( initialized_ ) {
+      count = 0;
+   }
+   Ryx::Seconds wake = Ryx::never;
+   if ( Ryx::isInfinite( delay ) ) {
+      // Held without a timer.
+   } else if ( delay > logMinTime_ && count < periodPointCount ) {
+      wake = delay * static_cast< double >( periodPoints[ count++ ] ) + start;
+   } else {
+      wake = delay + start;
+   }
+   // An intermediate point that has passed ends the period too: a delay that is changed
+   // late in the new period releases the class at once.
+   if ( Ryx::now() >= wake ) {
+      releaseClass( mlag );
+   } else {
+      wakeTimeIs( mlag, wake );
+   }
+}
+
+void
+MlagErrdisableSm::handleClockMlag() {
+   handleClock_( true );
+}
+
+void
+MlagErrdisableSm::handleClockNonMlag() {
+   handleClock_( false );
+}
+
+void
+MlagErrdisableSm::handleClock_( bool mlag ) {
+   if ( !initialized_ ) {
+      return;
+   }
+   trace( 8, __PRETTY_FUNCTION__ );
+   unsigned char& count = mlag ? timerCount_ : timerCountNonMlag_;
+   Ryx::Seconds const now = Ryx::now();
+   Ryx::Seconds const start = mlagProtoStatus_->portsErrdisabledWhen();
+   Ryx::Seconds const delay = delayOf( mlag );
+   double const fraction =
+      count < periodPointCount ? static_cast< double >( periodPoints[ count++ ] ) : 1.0;
+   Ryx::Seconds const next = fraction * delay + start;
+   Ryx::Seconds const end = delay + start;
+   if ( !( next > now ) && end <= now ) {
+      releaseClass( mlag );
+      return;
+   }
+   announceEnd( mlag, std::ceil( end - Ryx::now() ) );
+   wakeTimeIs( mlag, next > now ? next : end );
+}
+
+void
+MlagErrdisableSm::announceEnd( bool mlag, Ryx::Seconds left ) {
+   auto const config = mlagConfig();
+   if ( mlag ) {
+      Ryx::log( reloadDelayEnding, " ", left );
+   } else if (
+      config->reloadDelayNonMlagConfigured() &&
+      config->reloadDelayNonMlag() != config->reloadDelay() ) {
+      Ryx::log( reloadDelayEnding, " for non MLAG interfaces ", left );
+   }
+}
+
+} // namespace Mlag::Ostra
