@@ -7,7 +7,7 @@
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
 #include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
 

@@ -5,7 +5,7 @@
 // in standby instead of having its members errdisabled.
 
 #include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
 

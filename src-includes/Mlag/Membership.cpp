@@ -3,7 +3,7 @@
 
 #include <Mlag/LagMember>
 #include <Mlag/PortChannelTracker>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
 

@@ -5,7 +5,7 @@
 
 #include <Mlag/MlagErrdisableSm>
 #include <Mlag/ReloadPeriod>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 #include <Ryx/Activity>
 
 namespace Mlag::Ostra {
@@ -46,8 +46,8 @@ MlagErrdisableSm::MlagErrdisableSm(
       if ( lacpOverride ) {
          lacpOverrideIs( lacpOverride );
       }
-      if ( ethPhyIntfConfig_ ) {
-         ethPhyIntfConfig_->handleNotifier();
+      if ( auto const reactor = ethPhyIntfConfig_.reactor ) {
+         reactor->handleNotifier();
       }
       handleInitialized();
    } catch ( ... ) {

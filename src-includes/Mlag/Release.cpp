@@ -5,7 +5,7 @@
 // the delay pointless.
 
 #include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
 

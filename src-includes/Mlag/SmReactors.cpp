@@ -4,11 +4,23 @@
 // What each reactor of the state machine makes of what it hears.
 
 #include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
 
 using Sm = MlagErrdisableSm;
+
+void
+Sm::intfConfigNotify( Kovel::IntfId, Ryx::Ptr< RyxIntfConfig > const& removed ) {
+   removed->ryxDoZombieReactors( true );
+   removed->mlagErrdisableSmIs( nullptr );
+}
+
+void
+Sm::lagIntfStatusNotify( Kovel::IntfId, Ryx::Ptr< RyxLagIntfStatus > const& removed ) {
+   removed->ryxDoZombieReactors( true );
+   removed->mlagErrdisableSmIs( nullptr );
+}
 
 void
 Sm::RyxClockMlag::onTime() {

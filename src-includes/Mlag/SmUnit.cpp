@@ -4,7 +4,7 @@
 // What the state machine's unit does when the library is loaded.
 
 #include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmTrace>
+#include <Mlag/SmDiagnostics>
 #include <Ryx/Registration>
 
 namespace Mlag::Ostra {
@@ -20,6 +20,21 @@ namespace {
 Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm > const
    unit( "Mlag::Ostra" );
 
+Ryx::LogHandle endingHandle(
+   "MLAG_RELOAD_DELAY_ENDING",
+   Ryx::LogSeverity::info,
+   "Mlag reload-delay period%swill end in %s seconds",
+   "Non peer-link interfaces will be enabled once reload-delay period is over",
+   Ryx::NoActionRequired,
+   0.0,
+   1.0,
+   0 );
+
 } // namespace
+
+Ryx::LogHandle&
+reloadDelayEnding() {
+   return endingHandle;
+}
 
 } // namespace Mlag::Ostra

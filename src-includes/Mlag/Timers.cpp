@@ -5,26 +5,11 @@
 
 #include <Mlag/MlagErrdisableSm>
 #include <Mlag/ReloadPeriod>
-#include <Mlag/SmTrace>
-#include <Ryx/Log>
+#include <Mlag/SmDiagnostics>
 
 #include <cmath>
 
 namespace Mlag::Ostra {
-
-namespace {
-
-Ryx::LogHandle reloadDelayEnding(
-   "MLAG_RELOAD_DELAY_ENDING",
-   Ryx::LogSeverity::info,
-   "Mlag reload-delay period%swill end in %s seconds",
-   "Non peer-link interfaces will be enabled once reload-delay period is over",
-   Ryx::NoActionRequired,
-   0.0,
-   1.0,
-   0 );
-
-} // namespace
 
 Ryx::Seconds
 MlagErrdisableSm::reloadDelayNonMlag() const {
@@ -41,16 +26,16 @@ MlagErrdisableSm::delayOf( bool mlag ) const {
 
 Ryx::Seconds
 MlagErrdisableSm::wakeTime( bool mlag ) const {
-   return mlag ? Ryx::forcePointerAccess( clockMlag_.ptr() )->timeMin()
-               : Ryx::forcePointerAccess( clockNonMlag_.ptr() )->timeMin();
+   return mlag ? Ryx::forcePointerAccess( clockMlag_.reactor.ptr() )->timeMin()
+               : Ryx::forcePointerAccess( clockNonMlag_.reactor.ptr() )->timeMin();
 }
 
 void
 MlagErrdisableSm::wakeTimeIs( bool mlag, Ryx::Seconds wake ) {
    if ( mlag ) {
-      clockMlag_->timeMinIs( wake );
+      clockMlag_.reactor->timeMinIs( wake );
    } else {
-      clockNonMlag_->timeMinIs( wake );
+      clockNonMlag_.reactor->timeMinIs( wake );
    }
 }
 
@@ -148,11 +133,11 @@ void
 MlagErrdisableSm::announceEnd( bool mlag, Ryx::Seconds left ) {
    auto const config = mlagConfig();
    if ( mlag ) {
-      Ryx::log( reloadDelayEnding, " ", left );
+      Ryx::log( reloadDelayEnding(), " ", left );
    } else if (
       config->reloadDelayNonMlagConfigured() &&
       config->reloadDelayNonMlag() != config->reloadDelay() ) {
-      Ryx::log( reloadDelayEnding, " for non MLAG interfaces ", left );
+      Ryx::log( reloadDelayEnding(), " for non MLAG interfaces ", left );
    }
 }
 
