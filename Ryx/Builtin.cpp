@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// The framework's own value types.
+// The framework's own types: the values, and what its services show of themselves.
 
+#include <Ryx/Clock>
 #include <Ryx/Registration>
 
 namespace Ryx {
 
 namespace {
 
-UnitRegistration< bool, double, unsigned char, unsigned int, int, String8, Name > const
-   unit( "Ryx" );
+UnitRegistration<
+   bool,
+   double,
+   unsigned char,
+   unsigned int,
+   int,
+   String8,
+   Name,
+   Clock > const unit( "Ryx" );
 
 } // namespace
 

@@ -9,17 +9,12 @@
 
 namespace Ryx {
 
-Clock::Clock( Name name ) : Entity( std::move( name ) ) {}
+Clock::Clock( Name name ) : EntityOf( std::move( name ) ) {}
 
 Clock::~Clock() {
    for ( NotifieeConst* notifiee : armed_ ) {
       notifiee->place_ = NotifieeConst::nowhere;
    }
-}
-
-String8
-Clock::attributeString( AttributeId id ) const {
-   return id == timeAttributeId ? "time" : Entity::attributeString( id );
 }
 
 void

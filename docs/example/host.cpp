@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The smallest host: loads the plug-in, mounts the state of a switch with two ports, plays
+// a reload delay of 20 seconds and prints what the plug-in does. docs/host.md walks through
+// it. Usage: example-host PLUGIN
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+#include <Ryx/GenericIf>
+#include <Ryx/Log>
+
+#include <Interface/AllEthPhyIntfStatusDir>
+#include <Interface/EthLagIntfConfig>
+#include <Mlag/Config>
+#include <Mlag/ProtoStatus>
+#include <Mlag/Status>
+
+#include <cstdio>
+#include <dlfcn.h>
+
+namespace {
+
+using Object = Ryx::Ptr< Ryx::GenericIf >;
+
+// Time and messages are the host's.
+class Time : public Ryx::TimeSource {
+ public:
+   Ryx::Seconds now() const override { return seconds; }
+   Ryx::Seconds seconds = 0;
+};
+
+class Messages : public Ryx::LogSink {
+   void log( Ryx::LogRecord const& record ) override {
+      std::printf( "%6g  %s\n", Ryx::now(), record.text.c_str() );
+   }
+};
+
+// Hears of every change of one object, whatever its type.
+class Watch : public Ryx::Entity::NotifieeConst {
+ public:
+   explicit Watch( Ryx::Ptr< Ryx::Entity const > const& entity ) {
+      notifierIs( entity );
+      isRegisteredNotifieeIs( true );
+   }
+   bool isStreamAdapter() const override { return true; }
+   void onAttribute( Ryx::AttributeId id ) override {
+      print( notifier()->attributeString( id ) );
+   }
+   void onCollectionNotification( Ryx::String8 member ) override { print( member ); }
+
+ private:
+   void print( Ryx::String8 const& what ) const {
+      std::printf( "%6g  %s changes\n", Ryx::now(), what.c_str() );
+   }
+};
+
+// An object of a registered type.
+Object
+make( Ryx::RyxType const* type, Ryx::String8 const& name ) {
+   Ryx::GenericIfList arguments;
+   for ( auto const& argument : type->constructorArguments() ) {
+      arguments.argumentIs( argument.name.string(), argument.type->code().parse( name ) );
+   }
+   return type->code().construct( arguments );
+}
+
+void
+configure( Mlag::Config& config ) {
+   config.enabledIs( true );
+   config.domainIdIs( "pod1" );
+   config.localInterfaceIs(
+      Ryx::make< Interface::VlanIntfConfig >( Kovel::IntfId( "Vlan4094" ) ) );
+   config.peerAddressIs( Kovel::IpAddr( "10.255.255.2" ) );
+   config.peerLinkIntfIs(
+      Ryx::make< Interface::EthLagIntfConfig >( Kovel::IntfId( "Port-Channel1000" ) ) );
+   config.reloadDelayIs( 20 );
+}
+
+// A typed host that knows the types may reach into an adapted object.
+template< class T >
+T&
+as( Object const& object ) {
+   return const_cast< T& >( dynamic_cast< T const& >( *object->object() ) );
+}
+
+void
+run( Time& time ) {
+   Ryx::RyxType const* const agentType = Ryx::RyxType::type( "OstraMlag::Agent" );
+   Object const agent = make( agentType, "example" );
+
+   // One object for every argument that the state machine asks for.
+   Ryx::RyxAttr const* const machine = agentType->attr( Ryx::Name( "mlagErrdisableSm" ) );
+   auto const mounts = Ryx::make< Ryx::GenericIfList >();
+   for ( auto const& argument : machine->arguments() ) {
+      mounts->argumentIs(
+         argument.name.string(), make( argument.type, argument.name.string() ) );
+   }
+   configure( as< Mlag::Config >( mounts->argument( "mlagConfig" ) ) );
+   as< Mlag::Status >( mounts->argument( "mlagStatus" ) )
+      .mlagStateIs( Mlag::MlagState::mlagSecondary );
+   auto& proto = as< Mlag::ProtoStatus >( mounts->argument( "mlagProtoStatus" ) );
+   proto.holdInSecondaryIs( true );
+   auto& ports =
+      as< Interface::AllEthPhyIntfStatusDir >( mounts->argument( "ethPhyIntfStatus" ) );
+   for ( char const* port : { "Ethernet1", "Ethernet2" } ) {
+      ports.intfStatusIs(
+         Ryx::make< Interface::EthPhyIntfStatus >( Kovel::IntfId( port ) ) );
+   }
+
+   auto const cause = Ryx::make< Watch >( Ryx::Ptr< Ryx::Entity const >(
+      &as< Ryx::Entity >( mounts->argument( "mlagissuCause" ) ) ) );
+   agent->attributeOp( { machine->id(), Ryx::GenericIf::set }, nullptr, mounts );
+
+   // The event loop: sleep until the next wake-up, deliver what is due.
+   auto const clock = Ryx::activityManager()->clock();
+   while ( !Ryx::isInfinite( clock->nextTimeMin() ) ) {
+      time.seconds = clock->nextTimeMin();
+      clock->handleTime();
+   }
+   std::printf(
+      "%6g  ports held: %s\n", Ryx::now(), proto.portsErrdisabled() ? "yes" : "no" );
+   agent->attributeOp( { machine->id(), Ryx::GenericIf::del }, nullptr, nullptr );
+}
+
+} // namespace
+
+int
+main( int argc, char** argv ) {
+   void* const plugin = dlopen( argc > 1 ? argv[ 1 ] : "libMlagOstra.so", RTLD_NOW );
+   if ( !plugin ) {
+      std::fprintf( stderr, "%s\n", dlerror() );
+      return 3;
+   }
+   Time time;
+   Messages messages;
+   Ryx::timeSourceIs( &time );
+   Ryx::logSinkIs( &messages );
+   run( time );
+   Ryx::logSinkIs( nullptr );
+   Ryx::timeSourceIs( nullptr );
+   // Nothing of the plug-in may be left when it goes.
+   return dlclose( plugin );
+}
