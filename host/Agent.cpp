@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/Agent>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace ostra {
+
+namespace {
+
+std::string
+childNames( std::vector< RyxAttr const* > const& children ) {
+   std::string names;
+   for ( RyxAttr const* child : children ) {
+      names += ( names.empty() ? "" : ", " ) + child->name().string();
+   }
+   return names;
+}
+
+bool
+isEmptyMap( DocumentNode const& node ) {
+   return node.kind == DocumentNode::Kind::map && node.entries.empty();
+}
+
+} // namespace
+
+std::vector< RyxAttr const* >
+agentChildren( RyxType const& agentType ) {
+   std::vector< RyxAttr const* > children;
+   for ( auto const& attribute : agentType.attributeQ() ) {
+      if ( attribute->has( Flags::isInstantiating ) && !isCollection( *attribute ) ) {
+         children.push_back( attribute.ptr() );
+      }
+   }
+   return children;
+}
+
+AgentPatch
+readAgentPatch( Item const& item, RyxType const& agentType ) {
+   AgentPatch patch;
+   if ( item.isNull() ) {
+      patch.removesAgent = true;
+      return patch;
+   }
+   auto const known = agentChildren( agentType );
+   item.forEachEntry(
+      "null, {} or a map of " + childNames( known ), [ & ]( Item const& entry ) {
+         auto const child =
+            std::find_if( known.begin(), known.end(), [ & ]( RyxAttr const* attribute ) {
+               return attribute->name().string() == entry.key();
+            } );
+         if ( child == known.end() ) {
+            entry.refuseKey( "unknown key: expected " + childNames( known ) );
+         }
+         if ( !entry.isNull() && !isEmptyMap( entry.node() ) ) {
+            entry.refuse( "{} to set it or null to delete it" );
+         }
+         patch.children.push_back( { *child, !entry.isNull() } );
+      } );
+   if ( patch.children.empty() ) {
+      for ( RyxAttr const* child : known ) {
+         patch.children.push_back( { child, true } );
+      }
+   }
+   return patch;
+}
+
+Agent::Agent( RyxType const& type, Mounts const& mounts )
+      : type_( type ), mounts_( mounts ) {
+   for ( RyxAttr const* child : agentChildren( type_ ) ) {
+      arguments( *child );
+   }
+}
+
+GenericPtr
+Agent::arguments( RyxAttr const& child ) const {
+   auto list = Ryx::make< Ryx::GenericIfList >();
+   for ( auto const& argument : child.arguments() ) {
+      GenericPtr const mount = mounts_.objectOf( *argument.type );
+      if ( !mount ) {
+         throw Failure(
+            ExitStatus::badPlugin,
+            fmt::format(
+               "the plug-in's {} needs a {}, which no mount is",
+               child.name().string(),
+               argument.type->name().string() ) );
+      }
+      list->argumentIs( argument.name.string(), mount );
+   }
+   return list;
+}
+
+void
+Agent::setAll() {
+   for ( RyxAttr const* child : agentChildren( type_ ) ) {
+      set( *child );
+   }
+}
+
+void
+Agent::apply( AgentPatch const& patch ) {
+   if ( patch.removesAgent ) {
+      agent_ = nullptr;
+   }
+   for ( auto const& [ attribute, isSet ] : patch.children ) {
+      if ( isSet ) {
+         set( *attribute );
+      } else {
+         remove( *attribute );
+      }
+   }
+}
+
+void
+Agent::set( RyxAttr const& child ) {
+   if ( !agent_ ) {
+      agent_ = construct( type_, "ostra" );
+   }
+   agent_->attributeOp( { child.id(), GenericIf::set }, nullptr, arguments( child ) );
+}
+
+void
+Agent::remove( RyxAttr const& child ) {
+   if ( agent_ ) {
+      agent_->attributeOp( { child.id(), GenericIf::del }, nullptr, nullptr );
+   }
+}
+
+} // namespace ostra

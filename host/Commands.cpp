@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/Commands>
+
+#include <host/Diagnostics>
+#include <host/Input>
+#include <host/NdjsonSink>
+#include <host/Run>
+#include <host/TextReport>
+#include <host/TypeList>
+#include <host/Words>
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include <unistd.h>
+
+namespace ostra {
+
+namespace {
+
+bool
+hasColour( Colour colour ) {
+   switch ( colour ) {
+   case Colour::always:
+      return true;
+   case Colour::never:
+      return false;
+   case Colour::automatic:
+      break;
+   }
+   char const* const refused = std::getenv( "NO_COLOR" );
+   return isatty( STDOUT_FILENO ) == 1 && ( !refused || !*refused );
+}
+
+// The records' way out, and what it takes to show them before the run waits.
+struct Output {
+   std::unique_ptr< RecordSink > sink;
+   std::function< void() > settle;
+};
+
+Output
+makeOutput( RunOptions const& options, std::ostream& out ) {
+   if ( options.format == RunFormat::ndjson ) {
+      return { std::make_unique< NdjsonSink >( out ), [] {} };
+   }
+   TextOptions const text{ .colour = hasColour( options.colour ),
+                           .trace = options.trace.has_value() };
+   auto report = std::make_unique< TextReport >( out, text );
+   TextReport* const borrowed = report.get();
+   return { std::move( report ), [ borrowed ] { borrowed->settle(); } };
+}
+
+std::string
+describe( Scenario const& scenario, Mounts const& mounts ) {
+   std::string text = fmt::format(
+      "{}, {}",
+      counted( scenario.events.size(), "event" ),
+      counted( mounts.keys( { "ethPhyIntfStatus", "intfStatus" } ).size(), "port" ) );
+   if ( scenario.until ) {
+      text += fmt::format( ", until {} s", toJson( secondsOf( *scenario.until ) ).dump() );
+   }
+   return text;
+}
+
+std::vector< RyxType* >
+namedTypes( std::string const& name ) {
+   if ( name.empty() ) {
+      return RyxType::types();
+   }
+   RyxType* const type = RyxType::type( Ryx::Name( name ) );
+   if ( !type ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra: {}: expected the name of a type, which "
+            "`ostra types` lists",
+            inQuotes( name ) ) );
+   }
+   return { type };
+}
+
+// A plug-in that nobody named may be missing: the state types can be told without it.
+std::optional< Plugin >
+pluginForTypes( std::optional< std::string > const& path ) {
+   try {
+      return std::optional< Plugin >( std::in_place, path );
+   } catch ( Failure const& ) {
+      if ( path ) {
+         throw;
+      }
+      return std::nullopt;
+   }
+}
+
+} // namespace
+
+void
+runScenario( RunOptions const& options, std::ostream& out ) {
+   std::optional< Milliseconds > until;
+   if ( options.until ) {
+      until = scenarioMomentOf( "ostra: --until", *options.until );
+   }
+   Input input( options.input );
+   if ( until ) {
+      input.scenario().until = until;
+   }
+   ScenarioTime time( input.scenario().startTime );
+   Output const output = makeOutput( options, out );
+   Agent agent( input.agentType(), input.mounts() );
+   // Gone before the agent: what its end traces comes after the end of the records.
+   Diagnostics const diagnostics( *output.sink, time, options.trace );
+   std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
+   if ( options.realTime ) {
+      pacer = std::make_unique< RealPacer >();
+   }
+   auto const settle = [ & ] {
+      if ( options.realTime ) {
+         output.settle();
+         out.flush();
+      }
+      return out.good();
+   };
+   Run( { input.scenario(), input.mounts(), agent, time, *output.sink, *pacer, settle } )
+      .play();
+}
+
+void
+checkScenario( InputOptions const& options, std::ostream& out ) {
+   Input input( options );
+   out << fmt::format(
+      "{}: ok, {}\n", input.scenarioName(), describe( input.scenario(), input.mounts() ) );
+}
+
+void
+listTypes( TypesOptions const& options, std::ostream& out ) {
+   auto const plugin = pluginForTypes( options.plugin );
+   auto const types = namedTypes( options.name );
+   if ( options.format == TypesFormat::json ) {
+      Json json = Json::array();
+      for ( RyxType const* type : types ) {
+         json.push_back( typeJson( *type ) );
+      }
+      out << json.dump( 2 ) << '\n';
+      return;
+   }
+   for ( RyxType const* type : types ) {
+      out << ( type == types.front() ? "" : "\n" ) << typeText( *type );
+   }
+}
+
+} // namespace ostra

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/TextHeading>
+
+#include <host/Words>
+
+#include <fmt/format.h>
+
+namespace ostra {
+
+namespace {
+
+std::string
+mlagText( SwitchFacts const& facts ) {
+   auto const missing = facts.missingConfig();
+   if ( !missing.empty() ) {
+      return fmt::format( "not configured, missing {}", fmt::join( missing, ", " ) );
+   }
+   return fmt::format(
+      "domain {}, local interface {}, peer {}",
+      flowText( facts.at( { "mlagConfig", "domainId" } ) ),
+      flowText( facts.at( { "mlagConfig", "localInterface" } ) ),
+      flowText( facts.at( { "mlagConfig", "peerAddress" } ) ) );
+}
+
+std::string
+stateText( SwitchFacts const& facts ) {
+   std::string name = mlagStateName( facts.mlagState() );
+   if ( facts.isPrimary() ) {
+      return name + ", holds no ports";
+   }
+   if ( facts.isSecondary() ) {
+      return name + ( facts.holdsInSecondary() ? ", holds its ports" : ", holds no ports" );
+   }
+   return name;
+}
+
+std::string
+standbyText( SwitchFacts const& facts ) {
+   if ( facts.at( { "mlagConfig", "lacpStandby" } ) != Json( true ) ) {
+      return "off";
+   }
+   return fmt::format(
+      "on, for port-channels whose LACP override is {}",
+      flowText( facts.at( { "mlagStatus", "systemId" } ) ) );
+}
+
+std::string
+delaysText( SwitchFacts const& facts ) {
+   std::string const mlag = delayText( facts.delay( PortClass::mlag ) );
+   if ( !facts.hasOwnNonMlagDelay() ) {
+      return mlag + " for all ports";
+   }
+   return fmt::format(
+      "{} for MLAG ports, {} for non-MLAG ports",
+      mlag,
+      delayText( facts.delay( PortClass::nonMlag ) ) );
+}
+
+} // namespace
+
+void
+printHeading( TextLines& lines, std::string const& name, SwitchFacts const& facts ) {
+   lines.title( name.empty() ? "A switch reload" : name );
+   lines.line( "" );
+   lines.field( "MLAG", mlagText( facts ) );
+   lines.field( "MLAG state", stateText( facts ) );
+   auto const peerLink = facts.peerLink();
+   lines.field( "peer link", peerLink ? peerLink.string() : "none" );
+   lines.field( "reload delay", delaysText( facts ) );
+   lines.field( "LACP standby", standbyText( facts ) );
+   lines.line( "" );
+}
+
+} // namespace ostra
