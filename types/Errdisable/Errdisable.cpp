@@ -5,6 +5,8 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Errdisable::CauseIntfStatus >;
+
 namespace Errdisable {
 
 CauseStatus::~CauseStatus() = default;

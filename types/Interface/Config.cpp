@@ -7,6 +7,8 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::IntfConfig > >;
+
 namespace Interface {
 
 IntfConfig::~IntfConfig() = default;

@@ -9,6 +9,12 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::IntfStatus > >;
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::PeerIntfStatus > >;
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::EthPhyIntfStatus > >;
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::EthIntfStatus > >;
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Interface::EthLagIntfStatus > >;
+
 namespace Interface {
 
 IntfStatusDirBase::~IntfStatusDirBase() = default;

@@ -5,6 +5,8 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Lacp::LacpPCConfig > >;
+
 namespace Lacp {
 
 LacpPCConfig::~LacpPCConfig() = default;

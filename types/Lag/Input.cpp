@@ -6,6 +6,9 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Ryx::Ptr< Lag::EthPhyIntfLagConfig > >;
+template class Ryx::ValueRecord< Kovel::IntfId, Kovel::EthAddr >;
+
 namespace Lag::Input {
 
 Config::~Config() = default;

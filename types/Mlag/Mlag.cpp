@@ -7,6 +7,8 @@
 
 #include <Ryx/Registration>
 
+template class Ryx::ValueRecord< Kovel::IntfId, Mlag::IntfConfig >;
+
 namespace Mlag {
 
 Config::~Config() = default;
