@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 // Every form is replaced: a sanitizer brings its own of those that are left out, which are
@@ -13,20 +14,28 @@
 
 namespace {
 
+constexpr std::size_t noAllocation = std::numeric_limits< std::size_t >::max();
+
 std::atomic< std::size_t > totalAllocations = 0;
+std::atomic< std::size_t > firstRefused = noAllocation;
+
+// Counts an allocation and says whether there is memory for it.
+bool
+granted() noexcept {
+   std::size_t const count = totalAllocations.fetch_add( 1, std::memory_order_relaxed ) + 1;
+   return count < firstRefused.load( std::memory_order_relaxed );
+}
 
 void*
 allocated( std::size_t size ) noexcept {
-   totalAllocations.fetch_add( 1, std::memory_order_relaxed );
-   return std::malloc( std::max< std::size_t >( size, 1 ) );
+   return granted() ? std::malloc( std::max< std::size_t >( size, 1 ) ) : nullptr;
 }
 
 void*
 allocated( std::size_t size, std::align_val_t alignment ) noexcept {
-   totalAllocations.fetch_add( 1, std::memory_order_relaxed );
    auto const unit = static_cast< std::size_t >( alignment );
    std::size_t const units = std::max< std::size_t >( ( size + unit - 1 ) / unit, 1 );
-   return std::aligned_alloc( unit, units * unit );
+   return granted() ? std::aligned_alloc( unit, units * unit ) : nullptr;
 }
 
 void*
@@ -42,6 +51,14 @@ orThrow( void* memory ) {
 std::size_t
 support::AllocationCounter::total() noexcept {
    return totalAllocations.load( std::memory_order_relaxed );
+}
+
+support::AllocationFailure::AllocationFailure( std::size_t nth ) noexcept {
+   firstRefused.store( totalAllocations.load( std::memory_order_relaxed ) + nth );
+}
+
+support::AllocationFailure::~AllocationFailure() {
+   firstRefused.store( noAllocation );
 }
 
 void*

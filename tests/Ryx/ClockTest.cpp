@@ -1,0 +1,386 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The numbers are those of the promises before Clock.
+
+#include "SimulatedTime"
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+#include <support/AllocationCounter>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Ryx::Clock;
+using Ryx::Ptr;
+using Calls = std::vector< std::string >;
+
+class Timer final : public Clock::NotifieeConst {
+ public:
+   Timer( std::string name, Calls& calls ) : name_( std::move( name ) ), calls_( calls ) {}
+
+   void onTime() override {
+      calls_.push_back( name_ );
+      expected = Ryx::Expect::innermost() ? Ryx::Expect::innermost()->id() : ~0u;
+      if ( action ) {
+         action();
+      }
+   }
+   void onNotificationException( Ryx::AttributeId id ) override { exceptionOf = id; }
+   Ryx::ActivityConfig* ryxFwkActivity() override { return activity.ptr(); }
+
+   std::function< void() > action;
+   Ptr< Ryx::ActivityConfig > activity;
+   unsigned expected = ~0u;
+   Ryx::AttributeId exceptionOf = 0;
+
+ private:
+   std::string name_;
+   Calls& calls_;
+};
+
+class ClockTest : public testing::Test {
+ protected:
+   // Bound to the clock, registered, and with its first firing behind it.
+   Ptr< Timer > quietTimer( std::string const& name ) {
+      auto timer = newTimer( name );
+      clock->handleTime();
+      calls.clear();
+      return timer;
+   }
+   Ptr< Timer > newTimer( std::string const& name ) {
+      auto timer = unboundTimer( name );
+      timer->notifierIs( clock );
+      return timer;
+   }
+   Ptr< Timer > unboundTimer( std::string const& name ) {
+      auto timer = Ryx::make< Timer >( name, calls );
+      timer->isRegisteredNotifieeIs( true );
+      return timer;
+   }
+   void handleTimeAt( Ryx::Seconds when ) {
+      time.value = when;
+      clock->handleTime();
+   }
+
+   SimulatedTime time{ 100 };
+   Calls calls;
+   Ptr< Clock > clock = Ryx::make< Clock >( "clock" );
+};
+
+// Promise 1.
+TEST_F( ClockTest, ANewNotifieeIsDueAsSoonAsItIsBound ) {
+   auto const timer = newTimer( "a" );
+   EXPECT_EQ( timer->timeMin(), 0.0 );
+   EXPECT_EQ( clock->nextTimeMin(), 0.0 );
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
+}
+
+// Promise 2.
+TEST_F( ClockTest, ANotifieeThatIsNotRegisteredIsNotArmed ) {
+   auto const timer = Ryx::make< Timer >( "a", calls );
+   timer->notifierIs( clock );
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+   timer->isRegisteredNotifieeIs( true );
+   EXPECT_EQ( clock->nextTimeMin(), 0.0 );
+}
+
+// Promise 1.
+TEST_F( ClockTest, FiresOncePerSettingAndKeepsItsTime ) {
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 150 );
+   handleTimeAt( 149.9 );
+   EXPECT_EQ( calls, Calls() );
+   handleTimeAt( 150 );
+   handleTimeAt( 151 );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_EQ( timer->timeMin(), 150 );
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+   timer->timeMinIs( 150 );
+   handleTimeAt( 152 );
+   EXPECT_EQ( calls, ( Calls{ "a", "a" } ) );
+}
+
+// Promise 1.
+TEST_F( ClockTest, ALaterSettingReplacesTheEarlierOne ) {
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   timer->timeMinIs( 120 );
+   handleTimeAt( 119 );
+   EXPECT_EQ( calls, Calls() );
+   timer->timeMinIs( 119 );
+   handleTimeAt( 119 );
+   EXPECT_EQ( calls, Calls{ "a" } );
+}
+
+// Promise 2.
+TEST_F( ClockTest, PositiveInfinityNeverFires ) {
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   timer->timeMinIs( Ryx::never );
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+   handleTimeAt( 1e300 );
+   handleTimeAt( Ryx::never );
+   EXPECT_EQ( calls, Calls() );
+   timer->timeMinIs( 110 );
+   handleTimeAt( 110 );
+   EXPECT_EQ( calls, Calls{ "a" } );
+}
+
+TEST_F( ClockTest, RefusesAWakeUpTimeThatIsNoNumber ) {
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   EXPECT_THROW( timer->timeMinIs( std::nan( "" ) ), Ryx::RangeException );
+   EXPECT_EQ( timer->timeMin(), 110 );
+   EXPECT_EQ( clock->nextTimeMin(), 110 );
+}
+
+TEST_F( ClockTest, TwoNotifieesFireIndependentlyAtTheirOwnTimes ) {
+   auto const a = quietTimer( "a" );
+   auto const b = quietTimer( "b" );
+   a->timeMinIs( 120 );
+   b->timeMinIs( 110 );
+   EXPECT_EQ( clock->nextTimeMin(), 110 );
+   handleTimeAt( 110 );
+   EXPECT_EQ( calls, Calls{ "b" } );
+   EXPECT_EQ( clock->nextTimeMin(), 120 );
+   handleTimeAt( 120 );
+   EXPECT_EQ( calls, ( Calls{ "b", "a" } ) );
+}
+
+// Promise 3.
+TEST_F( ClockTest, CallsTheEarliestFirstThenInOrderOfRegistration ) {
+   auto const a = quietTimer( "a" );
+   auto const b = quietTimer( "b" );
+   auto const c = quietTimer( "c" );
+   c->timeMinIs( 110 );
+   b->timeMinIs( 110 );
+   a->timeMinIs( 111 );
+   handleTimeAt( 120 );
+   EXPECT_EQ( calls, ( Calls{ "b", "c", "a" } ) );
+}
+
+// Promise 3.
+TEST_F( ClockTest, RegisteringAgainGoesToTheEndOfEqualTimes ) {
+   auto const a = newTimer( "a" );
+   auto const b = newTimer( "b" );
+   a->isRegisteredNotifieeIs( false );
+   a->isRegisteredNotifieeIs( true );
+   clock->handleTime();
+   EXPECT_EQ( calls, ( Calls{ "b", "a" } ) );
+}
+
+// Promise 2.
+TEST_F( ClockTest, ASettingWaitsThroughDeregistration ) {
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   timer->hasNotificationActiveIs( false );
+   handleTimeAt( 120 );
+   EXPECT_EQ( calls, Calls() );
+   timer->hasNotificationActiveIs( true );
+   clock->handleTime();
+   EXPECT_EQ( calls, Calls{ "a" } );
+   timer->isRegisteredNotifieeIs( false );
+   timer->isRegisteredNotifieeIs( true );
+   clock->handleTime();
+   EXPECT_EQ( calls, Calls{ "a" } );
+}
+
+// Promise 2.
+TEST_F( ClockTest, ARepointedNotifieeIsWokenByItsNewClock ) {
+   auto const other = Ryx::make< Clock >( "other" );
+   auto const timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   timer->notifierIs( other );
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+   EXPECT_EQ( other->nextTimeMin(), 110 );
+   timer->notifierIs( nullptr );
+   EXPECT_EQ( other->nextTimeMin(), Ryx::never );
+}
+
+TEST_F( ClockTest, AnObjectThatIsNoClockCountsAsNone ) {
+   auto const timer = newTimer( "a" );
+   timer->notifierIs( Ryx::make< Ryx::ActivityConfig >() );
+   EXPECT_FALSE( timer->notifier() );
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+}
+
+// Promise 4.
+TEST_F( ClockTest, ANotifieeMayArmItselfAgainWhenItFires ) {
+   auto const timer = quietTimer( "a" );
+   timer->action = [ & ] { timer->timeMinIs( timer->timeMin() + 10 ); };
+   timer->timeMinIs( 110 );
+   handleTimeAt( 110 );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_EQ( clock->nextTimeMin(), 120 );
+}
+
+// Promise 4.
+TEST_F( ClockTest, ArmingInThePastIsDueAtOnce ) {
+   auto const timer = quietTimer( "a" );
+   timer->action = [ & ] { timer->timeMinIs( timer->timeMin() + 10 ); };
+   timer->timeMinIs( 110 );
+   time.value = 135;
+   EXPECT_EQ( clock->handleTime(), 3u );
+   EXPECT_EQ( clock->nextTimeMin(), 140 );
+}
+
+// Promise 4.
+TEST_F( ClockTest, ANotifieeThatAnEarlierCallbackTookAwayIsNotCalled ) {
+   auto const other = Ryx::make< Clock >( "other" );
+   auto const first = newTimer( "first" );
+   auto const deregistered = newTimer( "deregistered" );
+   auto const repointed = newTimer( "repointed" );
+   auto const disarmed = newTimer( "disarmed" );
+   auto destroyed = newTimer( "destroyed" );
+   auto const last = newTimer( "last" );
+   first->action = [ & ] {
+      deregistered->isRegisteredNotifieeIs( false );
+      repointed->notifierIs( other );
+      disarmed->timeMinIs( Ryx::never );
+      destroyed = nullptr;
+   };
+   EXPECT_EQ( clock->handleTime(), 2u );
+   EXPECT_EQ( calls, ( Calls{ "first", "last" } ) );
+}
+
+// Promise 4.
+TEST_F( ClockTest, ANotifieeMayDestroyItselfAndTheClock ) {
+   auto timer = newTimer( "a" );
+   timer->action = [ & ] {
+      clock = nullptr;
+      timer = nullptr;
+   };
+   clock->handleTime();
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_FALSE( timer );
+}
+
+// Promise 4.
+TEST_F( ClockTest, ANotifieeIsHeldWhileItIsCalled ) {
+   auto timer = newTimer( "a" );
+   Timer* const borrowed = timer.ptr();
+   timer->action = [ & ] {
+      timer = nullptr;
+      EXPECT_EQ( borrowed->references(), 1u );
+   };
+   clock->handleTime();
+   EXPECT_EQ( calls, Calls{ "a" } );
+}
+
+// Promise 5.
+TEST_F( ClockTest, AnExceptionGoesToItsNotifieeAndTheOthersAreCalled ) {
+   auto const a = newTimer( "a" );
+   auto const b = newTimer( "b" );
+   a->action = [] { throw std::runtime_error( "a" ); };
+   clock->handleTime();
+   EXPECT_EQ( calls, ( Calls{ "a", "b" } ) );
+   EXPECT_EQ( a->exceptionOf, Clock::timeAttributeId );
+   EXPECT_EQ( b->exceptionOf, 0u );
+}
+
+TEST_F( ClockTest, CallsUnderAnExpectScope ) {
+   auto const timer = newTimer( "a" );
+   clock->handleTime();
+   EXPECT_EQ( timer->expected, 0u );
+   EXPECT_EQ( Ryx::Expect::innermost(), nullptr );
+}
+
+TEST_F( ClockTest, ANotifieeThatIsDestroyedWhileArmedIsForgotten ) {
+   auto timer = quietTimer( "a" );
+   timer->timeMinIs( 110 );
+   timer = nullptr;
+   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+   EXPECT_EQ( clock->references(), 1u );
+}
+
+TEST_F( ClockTest, AWeakNotifieeIsLeftWithoutAClockWhenItDies ) {
+   auto const armed = Ryx::make< Timer >( "armed", calls );
+   auto const parked = Ryx::make< Timer >( "parked", calls );
+   for ( auto const& timer : { armed, parked } ) {
+      timer->isWeakReferenceIs( true );
+      timer->notifierIs( clock );
+   }
+   armed->isRegisteredNotifieeIs( true );
+   EXPECT_EQ( clock->references(), 1u );
+   clock = nullptr;
+   EXPECT_FALSE( armed->notifier() );
+   EXPECT_FALSE( parked->notifier() );
+   armed->timeMinIs( 110 );
+   parked->isRegisteredNotifieeIs( true );
+   clock = Ryx::make< Clock >( "new" );
+   armed->notifierIs( clock );
+   EXPECT_EQ( clock->nextTimeMin(), 110 );
+}
+
+TEST_F( ClockTest, ArmingAgainAllocatesNothing ) {
+   std::vector< Ptr< Timer > > timers;
+   for ( int i = 0; i < 20; ++i ) {
+      timers.push_back( quietTimer( "a" ) );
+      timers.back()->timeMinIs( 200 + i );
+   }
+   support::AllocationCounter const counter;
+   for ( int i = 0; i < 20; ++i ) {
+      timers[ static_cast< std::size_t >( i ) ]->timeMinIs( 300 - i );
+   }
+   EXPECT_EQ( counter.allocations(), 0u );
+   EXPECT_EQ( clock->nextTimeMin(), 281 );
+}
+
+TEST_F( ClockTest, TimeIsItsOneAttribute ) {
+   EXPECT_EQ( Clock::timeAttributeId, 258u );
+   EXPECT_EQ( clock->attributeString( 258 ), "time" );
+   EXPECT_EQ( clock->attributeString( 6 ), "isNondestructing" );
+   EXPECT_EQ( clock->attributeString( 259 ), "unknown" );
+   EXPECT_EQ( clock->name(), Ryx::Name( "clock" ) );
+   EXPECT_EQ( clock->time(), 100 );
+}
+
+TEST_F( ClockTest, ADeferringNotifieeIsCalledByItsActivity ) {
+   auto const timer = unboundTimer( "a" );
+   timer->activity = Ryx::make< Ryx::ActivityConfig >();
+   timer->notifierIs( clock );
+   timer->action = [] { throw std::runtime_error( "a" ); };
+   clock->handleTime();
+   EXPECT_EQ( calls, Calls() );
+   EXPECT_EQ( timer->activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_EQ( timer->exceptionOf, Clock::timeAttributeId );
+   EXPECT_EQ( timer->activity->handleActivity(), 0u );
+}
+
+TEST_F( ClockTest, OneOrAllAttributesReachOnTimeByName ) {
+   auto const timer = unboundTimer( "a" );
+   timer->handleDefault( nullptr, 258, false );
+   timer->handleDefault( nullptr, 257, false );
+   timer->handleDefault( nullptr, Ryx::allAttributesId, true );
+   EXPECT_EQ( calls, ( Calls{ "a", "a" } ) );
+}
+
+TEST( Time, InfiniteIsWhatIsGreaterThanTheLargestFiniteNumber ) {
+   EXPECT_TRUE( Ryx::isInfinite( Ryx::never ) );
+   EXPECT_FALSE( Ryx::isInfinite( std::numeric_limits< double >::max() ) );
+   EXPECT_FALSE( Ryx::isInfinite( -Ryx::never ) );
+}
+
+TEST( Time, TheRealClockIsBackWhenNoSourceIsSet ) {
+   Ryx::Seconds const before = Ryx::now();
+   {
+      SimulatedTime const simulated( before + 1e6 );
+      EXPECT_EQ( Ryx::now(), before + 1e6 );
+   }
+   EXPECT_GE( Ryx::now(), before );
+   EXPECT_LT( Ryx::now(), before + 1e6 );
+}
+
+} // namespace

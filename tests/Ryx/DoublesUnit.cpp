@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The registration of the test types that are reached by name.
+
+#include "Board"
+#include "Supervisor"
+
+#include <Ryx/Registration>
+
+namespace doubles {
+
+namespace {
+
+Ryx::UnitRegistration< Mode, Supply, Port, FastPort, Slot, Board, Supervisor > const
+   unit( "Test" );
+
+} // namespace
+
+} // namespace doubles

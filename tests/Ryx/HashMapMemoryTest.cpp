@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// What the map asks of the memory, and what it does when there is none; the numbers are
+// those of the promises before HashMap.
+
+#include "HashMapDoubles"
+
+#include <gtest/gtest.h>
+#include <support/AllocationCounter>
+
+namespace {
+
+using Map = TestMap< std::uint32_t >;
+using Record = TestRecord< std::uint32_t >;
+
+// Calls and says how often memory was asked for meanwhile.
+template< class Call >
+std::size_t
+allocationsIn( Call call ) {
+   support::AllocationCounter const counter;
+   call();
+   return counter.allocations();
+}
+
+template< class Call >
+void
+withoutMemory( Call call ) {
+   support::AllocationFailure const failure;
+   call();
+}
+
+// Promise 3.
+TEST( HashMapMemory, AMapOfAFewMembersAllocatesNothingButThem ) {
+   EXPECT_EQ(
+      allocationsIn( [] {
+         Map map;
+         for ( std::uint32_t i = 0; i < 4; ++i ) {
+            insertNew( map, i );
+         }
+      } ),
+      4u );
+}
+
+// Promise 3.
+TEST( HashMapMemory, LookingUpAndVisitingAllocateNothing ) {
+   Map map;
+   for ( std::uint32_t i = 0; i < 100; ++i ) {
+      insertNew( map, i );
+   }
+   std::uint32_t found = 0;
+   EXPECT_EQ(
+      allocationsIn( [ & ] {
+         for ( std::uint32_t i = 0; i < 200; ++i ) {
+            found += map.contains( i );
+         }
+         for ( Map::Iterator it( map ); it; ++it ) {
+            ++found;
+         }
+      } ),
+      0u );
+   EXPECT_EQ( found, 200u );
+}
+
+// Promise 4.
+TEST( HashMapMemory, InsertsWithoutMemoryForALargerTable ) {
+   Map map;
+   std::vector< Ryx::Ptr< Record > > records;
+   for ( std::uint32_t i = 0; i < 50; ++i ) {
+      records.push_back( Ryx::make< Record >( i ) );
+   }
+   withoutMemory( [ & ] {
+      for ( auto const& record : records ) {
+         map.insert( record );
+      }
+   } );
+   EXPECT_EQ( map.bucketCount(), 1u );
+   EXPECT_EQ( map.size(), 50u );
+   for ( auto const& record : records ) {
+      EXPECT_EQ( map.find( record->fwkKey() ), record.ptr() );
+      EXPECT_EQ( record->references(), 2u );
+   }
+   insertNew( map, 50u );
+   EXPECT_EQ( map.bucketCount(), 8u );
+   EXPECT_EQ( keysOf( map ).size(), 51u );
+}
+
+// Promise 4.
+TEST( HashMapMemory, RemovesWithoutMemoryForASmallerTable ) {
+   Map map;
+   for ( std::uint32_t i = 0; i < 64; ++i ) {
+      insertNew( map, i );
+   }
+   withoutMemory( [ & ] {
+      for ( std::uint32_t i = 0; i < 60; ++i ) {
+         map.remove( i );
+      }
+   } );
+   EXPECT_EQ( map.bucketCount(), 64u );
+   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 60, 62, 61, 63 } ) );
+   map.remove( 60 );
+   EXPECT_EQ( map.bucketCount(), 32u );
+   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 62, 61, 63 } ) );
+}
+
+} // namespace

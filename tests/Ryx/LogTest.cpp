@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include "SimulatedTime"
+
+#include <Ryx/Log>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Texts = std::vector< std::string >;
+
+// An argument that says when it is converted.
+struct Probe {
+   char const* text;
+};
+
+Texts converted;
+
+class RecordingSink final : public Ryx::LogSink {
+ public:
+   RecordingSink() { Ryx::logSinkIs( this ); }
+   ~RecordingSink() override { Ryx::logSinkIs( nullptr ); }
+   RecordingSink( RecordingSink const& ) = delete;
+   RecordingSink& operator=( RecordingSink const& ) = delete;
+
+   void log( Ryx::LogRecord const& record ) override {
+      records.push_back( record );
+      texts.push_back( record.text );
+   }
+
+   std::vector< Ryx::LogRecord > records;
+   Texts texts;
+};
+
+Ryx::LogHandle
+handleOf(
+   Ryx::String8 format,
+   Ryx::Seconds interval = 0,
+   double burst = 1,
+   unsigned char rateLimitArgs = 0 ) {
+   return Ryx::LogHandle(
+      "TEST_MESSAGE",
+      Ryx::LogSeverity::warning,
+      std::move( format ),
+      "why",
+      "what to do",
+      interval,
+      burst,
+      rateLimitArgs );
+}
+
+} // namespace
+
+template<>
+Ryx::String8
+Ryx::valueToString( Probe const& probe ) {
+   converted.push_back( probe.text );
+   return probe.text;
+}
+
+namespace {
+
+TEST( ValueToString, TextComesAsItStands ) {
+   char const* const text = " mlag ";
+   EXPECT_EQ( Ryx::valueToString( text ), " mlag " );
+   EXPECT_EQ( Ryx::valueToString( "literal" ), "literal" );
+   EXPECT_EQ( Ryx::valueToString( Ryx::String8( "string" ) ), "string" );
+   char const* const none = nullptr;
+   EXPECT_EQ( Ryx::valueToString( none ), "(null)" );
+}
+
+TEST( ValueToString, DoublesHaveSixSignificantDigitsInTheShorterForm ) {
+   EXPECT_EQ( Ryx::valueToString( 300.0 ), "300" );
+   EXPECT_EQ( Ryx::valueToString( 0.5 ), "0.5" );
+   EXPECT_EQ( Ryx::valueToString( 284.9999964 ), "285" );
+   EXPECT_EQ( Ryx::valueToString( 1234567.0 ), "1.23457e+06" );
+   EXPECT_EQ( Ryx::valueToString( -0.00001 ), "-1e-05" );
+   EXPECT_EQ( Ryx::valueToString( std::numeric_limits< double >::infinity() ), "inf" );
+}
+
+TEST( ValueToString, IntegersAreDecimal ) {
+   EXPECT_EQ( Ryx::valueToString( -12 ), "-12" );
+   EXPECT_EQ( Ryx::valueToString( 4000000000u ), "4000000000" );
+   EXPECT_EQ( Ryx::valueToString( true ), "true" );
+   EXPECT_EQ( Ryx::valueToString( false ), "false" );
+}
+
+TEST( ValueToString, SetStringConvertsOneArgumentIntoItsSlot ) {
+   converted.clear();
+   Ryx::String8 slots[ 3 ];
+   Ryx::setString( slots, 1, Probe{ "a" }, Probe{ "b" }, Probe{ "c" } );
+   EXPECT_EQ( converted, Texts{ "b" } );
+   EXPECT_EQ( slots[ 0 ], "" );
+   EXPECT_EQ( slots[ 1 ], "b" );
+   EXPECT_EQ( slots[ 2 ], "" );
+}
+
+TEST( Log, FillsTheFormatAndHandsTheWholeMessageOver ) {
+   RecordingSink sink;
+   Ryx::LogHandle handle(
+      "MLAG_RELOAD_DELAY_ENDING",
+      static_cast< Ryx::LogSeverity >( 6 ),
+      "Mlag reload-delay period%swill end in %s seconds",
+      "Non peer-link interfaces will be enabled once reload-delay period is over",
+      Ryx::NoActionRequired,
+      0.0,
+      1.0,
+      0 );
+   char const* const blank = " ";
+   Ryx::log< char const*, double >( handle, blank, 75.0 );
+   ASSERT_EQ( sink.records.size(), 1u );
+   auto const& record = sink.records[ 0 ];
+   EXPECT_EQ( record.identifier, "MLAG_RELOAD_DELAY_ENDING" );
+   EXPECT_EQ( record.severity, Ryx::LogSeverity::info );
+   EXPECT_EQ( record.text, "Mlag reload-delay period will end in 75 seconds" );
+   EXPECT_EQ(
+      record.explanation,
+      "Non peer-link interfaces will be enabled once reload-delay period is over" );
+   EXPECT_EQ( record.action, Ryx::NoActionRequired );
+}
+
+TEST( Log, MissingAndExtraArgumentsAreSafe ) {
+   RecordingSink sink;
+   auto two = handleOf( "%s and %s" );
+   Ryx::log( two );
+   Ryx::log( two, 1 );
+   Ryx::log( two, 1, 2, 3 );
+   auto odd = handleOf( "100%% of %d, %%s, %s%" );
+   Ryx::log( odd, "%s" );
+   auto percent = handleOf( "%" );
+   Ryx::log( percent, 1 );
+   auto empty = handleOf( "" );
+   Ryx::log( empty, 1 );
+   EXPECT_EQ(
+      sink.texts,
+      ( Texts{ "%s and %s", "1 and %s", "1 and 2", "100% of %d, %s, %s%", "%", "" } ) );
+}
+
+TEST( Log, ConvertsTheKeysArgumentsFirstThenTheRest ) {
+   RecordingSink sink;
+   converted.clear();
+   auto handle = handleOf( "%s %s %s", 0, 1, 2 );
+   Ryx::log( handle, Probe{ "a" }, Probe{ "b" }, Probe{ "c" } );
+   EXPECT_EQ( converted, ( Texts{ "a", "b", "c" } ) );
+   EXPECT_EQ( sink.texts, Texts{ "a b c" } );
+}
+
+TEST( Log, ARefusedMessageIsDroppedWithNothingFurtherConverted ) {
+   SimulatedTime time;
+   RecordingSink sink;
+   auto handle = handleOf( "%s %s", 10, 1, 1 );
+   Ryx::log( handle, "key", 1 );
+   converted.clear();
+   Ryx::log( handle, Probe{ "key" }, Probe{ "rest" } );
+   EXPECT_EQ( converted, Texts{ "key" } );
+   EXPECT_EQ( sink.texts, Texts{ "key 1" } );
+}
+
+TEST( Log, WithoutKeyArgumentsARefusalConvertsNothing ) {
+   SimulatedTime time;
+   RecordingSink sink;
+   auto handle = handleOf( "%s", 10 );
+   Ryx::log( handle, 1 );
+   converted.clear();
+   Ryx::log( handle, Probe{ "a" } );
+   EXPECT_EQ( converted, Texts() );
+   EXPECT_EQ( sink.texts, Texts{ "1" } );
+}
+
+TEST( Log, WithoutKeyArgumentsEveryMessageSharesOneKey ) {
+   SimulatedTime time;
+   auto handle = handleOf( "%s", 10 );
+   RecordingSink sink;
+   EXPECT_EQ( handle.idHash(), Ryx::hash( "TEST_MESSAGE" ) );
+   Ryx::log( handle, "a" );
+   EXPECT_FALSE( handle.okToLog( Ryx::hash( "" ) ^ handle.idHash() ) );
+   Ryx::log( handle, "b" );
+   EXPECT_EQ( sink.texts, Texts{ "a" } );
+}
+
+TEST( Log, TheKeyIsTheHashOfTheLeadingArgumentsWithTheIdentifiers ) {
+   SimulatedTime time;
+   auto handle = handleOf( "%s%s%s", 10, 1, 2 );
+   RecordingSink sink;
+   EXPECT_EQ( handle.rateLimitArgs(), 2u );
+   EXPECT_TRUE( handle.okToLog( Ryx::hash( "ab12" ) ^ handle.idHash() ) );
+   Ryx::log( handle, "ab", 12, "refused" );
+   Ryx::log( handle, "ab", 13, " other key" );
+   EXPECT_EQ( sink.texts, Texts{ "ab13 other key" } );
+}
+
+TEST( Log, MoreKeyArgumentsThanArgumentsMeansAllOfThem ) {
+   SimulatedTime time;
+   auto handle = handleOf( "%s", 10, 1, 200 );
+   RecordingSink sink;
+   Ryx::log( handle, 1 );
+   Ryx::log( handle, 1 );
+   Ryx::log( handle, 2 );
+   Ryx::log( handle );
+   EXPECT_EQ( sink.texts, ( Texts{ "1", "2", "%s" } ) );
+}
+
+TEST( Log, GoesToStandardErrorInSyslogFormByDefault ) {
+   auto handle = handleOf( "one%sline" );
+   testing::internal::CaptureStderr();
+   Ryx::log( handle, "\n" );
+   std::string const line = testing::internal::GetCapturedStderr();
+   // local0.warning, version 1, a timestamp in UTC.
+   EXPECT_EQ( line.substr( 0, 7 ), "<132>1 " );
+   EXPECT_EQ( line.find( 'T' ), 17u );
+   EXPECT_EQ( line.substr( 26, 1 ), "." );
+   EXPECT_EQ( line.substr( 30 ), "Z - - - TEST_MESSAGE - one line\n" );
+}
+
+TEST( Log, AnIdentifierThatIsNoMessageIdIsMadeOne ) {
+   auto msgId = []( char const* identifier ) {
+      Ryx::LogHandle handle(
+         identifier, Ryx::LogSeverity::emergency, "x", "", "", 0.0, 1.0, 0 );
+      testing::internal::CaptureStderr();
+      Ryx::log( handle );
+      std::string const line = testing::internal::GetCapturedStderr();
+      return line.substr( line.find( "- - - " ) + 6 );
+   };
+   EXPECT_EQ( msgId( "" ), "- - x\n" );
+   EXPECT_EQ( msgId( "a b\xc3" ), "a_b_ - x\n" );
+   EXPECT_EQ( msgId( std::string( 40, 'A' ).c_str() ), std::string( 32, 'A' ) + " - x\n" );
+}
+
+TEST( Log, SeveritiesHaveTheNumbersOfSyslog ) {
+   EXPECT_EQ( static_cast< int >( Ryx::LogSeverity::emergency ), 0 );
+   EXPECT_EQ( static_cast< int >( Ryx::LogSeverity::error ), 3 );
+   EXPECT_EQ( static_cast< int >( Ryx::LogSeverity::info ), 6 );
+   EXPECT_EQ( static_cast< int >( Ryx::LogSeverity::debug ), 7 );
+}
+
+TEST( RateLimiter, AnIntervalOfZeroRefusesNothingAndRemembersNothing ) {
+   SimulatedTime time;
+   for ( double interval : { 0.0, -1.0, std::numeric_limits< double >::quiet_NaN() } ) {
+      Ryx::RateLimiter limiter( interval, 1 );
+      for ( int i = 0; i < 100; ++i ) {
+         EXPECT_TRUE( limiter.take( 1 ) );
+      }
+      EXPECT_EQ( limiter.keys(), 0u );
+   }
+}
+
+TEST( RateLimiter, TheIntervalHasToPassBetweenTwoMessages ) {
+   SimulatedTime time;
+   Ryx::RateLimiter limiter( 10, 1 );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   for ( double when : { 0.0, 3.0, 6.0, 9.0, 9.9 } ) {
+      time.value = when;
+      EXPECT_FALSE( limiter.take( 1 ) );
+   }
+   time.value = 10;
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_FALSE( limiter.take( 1 ) );
+   time.value = 19.9;
+   EXPECT_FALSE( limiter.take( 1 ) );
+   time.value = 100;
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_FALSE( limiter.take( 1 ) );
+}
+
+TEST( RateLimiter, ABurstPassesAtOnceAndComesBackOneByOne ) {
+   SimulatedTime time;
+   auto passing = []( Ryx::RateLimiter& limiter ) {
+      int count = 0;
+      while ( limiter.take( 1 ) ) {
+         ++count;
+      }
+      return count;
+   };
+   for ( double interval : { 10.0, 0.1, 1.0 / 3 } ) {
+      time.value = 1000.1;
+      Ryx::RateLimiter limiter( interval, 3 );
+      EXPECT_EQ( passing( limiter ), 3 );
+      time.value += interval;
+      EXPECT_EQ( passing( limiter ), 1 );
+      time.value += 2 * interval;
+      EXPECT_EQ( passing( limiter ), 2 );
+      time.value += 100 * interval;
+      EXPECT_EQ( passing( limiter ), 3 );
+   }
+}
+
+TEST( RateLimiter, KeysAreLimitedEachByItself ) {
+   SimulatedTime time;
+   Ryx::RateLimiter limiter( 10, 1 );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_TRUE( limiter.take( 2 ) );
+   EXPECT_FALSE( limiter.take( 1 ) );
+}
+
+TEST( RateLimiter, ABurstBelowOneIsOne ) {
+   SimulatedTime time;
+   Ryx::RateLimiter limiter( 10, 0 );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_FALSE( limiter.take( 1 ) );
+}
+
+TEST( RateLimiter, AnInfiniteIntervalLetsTheBurstPassAndNoMore ) {
+   SimulatedTime time;
+   Ryx::RateLimiter limiter( Ryx::never, 2 );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   time.value = 1e9;
+   EXPECT_FALSE( limiter.take( 1 ) );
+}
+
+TEST( RateLimiter, TimeGoingBackwardsBlocksForAnIntervalAtMost ) {
+   SimulatedTime time( 1e6 );
+   Ryx::RateLimiter limiter( 10, 2 );
+   EXPECT_TRUE( limiter.take( 1 ) );
+   time.value = 0;
+   EXPECT_FALSE( limiter.take( 1 ) );
+   time.value = 9;
+   EXPECT_FALSE( limiter.take( 1 ) );
+   time.value = 10;
+   EXPECT_TRUE( limiter.take( 1 ) );
+   EXPECT_FALSE( limiter.take( 1 ) );
+}
+
+TEST( RateLimiter, ForgetsKeysWhoseBucketIsFullAgain ) {
+   SimulatedTime time;
+   Ryx::RateLimiter limiter( 10, 1 );
+   for ( unsigned key = 0; key < 100000; ++key ) {
+      time.value += 1;
+      EXPECT_TRUE( limiter.take( key ) );
+      ASSERT_LE( limiter.keys(), 64u );
+   }
+}
+
+TEST( RateLimiter, ForgetsKeysFromBeforeTheTimeWasSetBack ) {
+   SimulatedTime time( 1e6 );
+   Ryx::RateLimiter limiter( 10, 1 );
+   for ( unsigned key = 0; key < 1000; ++key ) {
+      limiter.take( key );
+   }
+   EXPECT_EQ( limiter.keys(), 1000u );
+   time.value = 0;
+   for ( unsigned key = 1000; key < 3000; ++key ) {
+      time.value += 1;
+      limiter.take( key );
+   }
+   EXPECT_LE( limiter.keys(), 64u );
+}
+
+} // namespace
