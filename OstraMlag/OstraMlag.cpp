@@ -40,6 +40,8 @@ Agent::ethPeerIntfStatusReactorIs(
    Ryx::Ptr< Interface::PeerIntfStatusDir const > const& notifier,
    Ryx::Ptr< Interface::EthIntfStatusDir > const& ethIntfStatusDir,
    Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
+   // An observer of what the reactor writes may drop the agent.
+   Ryx::Ptr< Agent > const alive( this );
    if ( auto const present = ethPeerIntfStatusReactor_ ) {
       present->notifierIs( notifier );
       if (
@@ -88,7 +90,8 @@ Agent::mlagErrdisableSmIs(
    Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   auto const present = mlagErrdisableSm_;
+   Ryx::Ptr< Agent > const alive( this );
+   ErrdisableSm const* const present = mlagErrdisableSm_.ptr();
    if (
       present && present->mlagConfig() == mlagConfig &&
       present->mlagStatus() == mlagStatus &&
@@ -100,7 +103,7 @@ Agent::mlagErrdisableSmIs(
       present->igmpsnoopingConfig() == igmpsnoopingConfig &&
       present->mlagProtoStatus() == mlagProtoStatus &&
       present->lagInputConfig() == lagInputConfig && present->lacpConfig() == lacpConfig ) {
-      return present;
+      return mlagErrdisableSm_;
    }
    auto const created = Ryx::validPtr( newMlagErrdisableSm(
       mlagConfig,

@@ -20,7 +20,9 @@ unsigned
 ActivityConfig::handleActivity() {
    Ptr< ActivityConfig const > const alive( this );
    unsigned calls = 0;
-   for ( auto& waiting : std::exchange( queue_, {} ) ) {
+   auto waitingNow = std::exchange( queue_, {} );
+   queue_.reserve( waitingNow.size() );
+   for ( auto& waiting : waitingNow ) {
       Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( waiting );
       if ( notifiee->references() == 1 ) {
          continue;
@@ -51,15 +53,6 @@ activityManager() {
    // Never destroyed: what unloads at the end of the process may still ask for it.
    static ActivityManagerConfig* const manager = make< ActivityManagerConfig >().release();
    return Ptr< ActivityManagerConfig >( manager );
-}
-
-void
-handleCallbackException( PtrInterface::NotifieeConst& notifiee, AttributeId id ) noexcept {
-   try {
-      notifiee.onNotificationException( id );
-   } catch ( ... ) {
-      return;
-   }
 }
 
 } // namespace Ryx

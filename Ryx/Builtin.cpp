@@ -3,6 +3,7 @@
 
 // The framework's own types: the values, and what its services show of themselves.
 
+#include <Ryx/Activity>
 #include <Ryx/Clock>
 #include <Ryx/Registration>
 
@@ -16,11 +17,18 @@ UnitRegistration<
    unsigned char,
    unsigned int,
    int,
+   void*,
    String8,
    Name,
+   ActivityConfig,
    Clock > const unit( "Ryx" );
 
 } // namespace
+
+RyxType*
+Name::_fwkType() {
+   return describedType< Name >();
+}
 
 Ptr< GenericIf >
 wrapObject( Ptr< PtrInterface const > const& object, bool asConst ) {

@@ -5,8 +5,6 @@
 
 #include <Ryx/Activity>
 
-#include <cmath>
-
 namespace Ryx {
 
 Clock::Clock( Name name ) : EntityOf( std::move( name ) ) {}
@@ -142,9 +140,6 @@ Clock::NotifieeConst::onTime() {}
 
 void
 Clock::NotifieeConst::timeMinIs( Seconds const& timeMin ) {
-   if ( std::isnan( timeMin ) ) {
-      throwRangeException( "a wake-up time must be a number" );
-   }
    timeMin_ = timeMin;
    unfired_ = true;
    rearm();
@@ -168,8 +163,7 @@ Clock::NotifieeConst::leave() const noexcept {
 // Brings the clock's heap up to date with the notifiee.
 void
 Clock::NotifieeConst::rearm() const {
-   bool const due =
-      unfired_ && !isInfinite( timeMin_ ) && isRegisteredNotifiee() && watched();
+   bool const due = unfired_ && timeMin_ < never && isRegisteredNotifiee() && watched();
    if ( !due ) {
       leave();
    } else if ( place_ == nowhere ) {

@@ -19,6 +19,9 @@ IntrospectionReactor::handleNameSpace( char const* name ) {
 
 void
 IntrospectionReactor::handleScopeExit() {
+   if ( scopes_.empty() ) {
+      assertFailed( "!scopes_.empty()", "Ryx/IntrospectionReactor", __LINE__, __func__ );
+   }
    scopes_.pop_back();
 }
 

@@ -82,11 +82,25 @@ PtrInterface::NotifieeConst::bind( Notifier const* notifier ) const {
 }
 
 void
+PtrInterface::NotifieeConst::isWeakReferenceIs( bool weak ) {
+   if ( notifier_ && weak != weak_ ) {
+      assertFailed( "notifier_ == 0", "Ryx/Notifiee", __LINE__, __func__ );
+   }
+   weak_ = weak;
+}
+
+void
 PtrInterface::NotifieeConst::defer( AttributeId id ) {
-   bool const queued = pending_ != 0;
-   pending_ = !queued || pending_ == id ? id : allAttributesId;
-   if ( !queued ) {
-      ryxFwkActivity()->notifieeIs( Ptr< NotifieeConst >( this ) );
+   if ( pending_ != 0 ) {
+      pending_ = pending_ == id ? id : allAttributesId;
+      return;
+   }
+   if ( ActivityConfig* const activity = ryxFwkActivity() ) {
+      activity->notifieeIs( Ptr< NotifieeConst >( this ) );
+      pending_ = id;
+   } else {
+      // It has lost its activity since it registered.
+      handleDefault( nullptr, id, false );
    }
 }
 

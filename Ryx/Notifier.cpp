@@ -97,6 +97,7 @@ Delivery::Delivery( Notifier const& notifier )
    std::uint32_t i = 0;
    for ( auto* notifiee = notifier.head_; notifiee; notifiee = notifiee->next_ ) {
       notifiee->newReference();
+      ++notifiee->snapshots_;
       snapshot_[ i++ ] = notifiee;
    }
 }
@@ -110,14 +111,14 @@ Delivery::~Delivery() {
 PtrInterface::NotifieeConst*
 Delivery::next() noexcept {
    if ( current_ ) {
-      current_->deleteReference();
+      letGo( current_ );
    }
    while ( position_ < size_ ) {
       current_ = snapshot_[ position_++ ];
       if ( stillDue( *current_ ) ) {
          return current_;
       }
-      current_->deleteReference();
+      letGo( current_ );
    }
    return current_ = nullptr;
 }
@@ -141,11 +142,11 @@ Delivery::notifyOtherwise( AttributeId id, String8 const& member ) {
 }
 
 void
-Delivery::handleException( AttributeId id ) noexcept {
+handleCallbackException( PtrInterface::NotifieeConst& notifiee, AttributeId id ) noexcept {
    try {
-      current_->onNotificationException( id );
+      notifiee.onNotificationException( id );
    } catch ( ... ) {
-      // The notifiee had its say about its own exception; the setter must not see either.
+      // It had its say about its own exception; the setter must not see either.
       return;
    }
 }

@@ -27,9 +27,12 @@ PtrInterface::isNondestructingIs( bool nondestructing ) {
    if ( nondestructing == isNondestructing() ) {
       return;
    }
-   std::uint32_t const count = word() & 0x00ffffff;
-   word_.store(
-      nondestructing ? pinnedByte << 24 | count : count, std::memory_order_relaxed );
+   std::uint32_t before = word();
+   std::uint32_t after = 0;
+   do {
+      std::uint32_t const count = before & 0x00ffffff;
+      after = nondestructing ? pinnedByte << 24 | count : count;
+   } while ( !word_.compare_exchange_weak( before, after, std::memory_order_relaxed ) );
 }
 
 void
@@ -63,15 +66,15 @@ PtrInterface::flagIs( std::uint32_t bit, bool on ) const noexcept {
 void
 PtrInterface::handleZeroRef() const noexcept {
    auto* self = const_cast< PtrInterface* >( this );
-   // Held while the last words are said: references that come and go in them must not
-   // release the object a second time.
-   flagIs( heldBit, true );
+   // Referenced while the last words are said, and held while it is destroyed: references
+   // that come and go meanwhile must not release the object a second time.
+   word_.fetch_add( 1, std::memory_order_relaxed );
    self->zeroReferencesIs( true );
-   if ( references() != 0 || isNondestructing() ) {
-      flagIs( heldBit, false );
-      return;
+   std::uint32_t const before = word_.fetch_sub( 1, std::memory_order_acq_rel );
+   if ( !pinned( before ) && ( before & ( countMask | heldBit ) ) == 1 ) {
+      flagIs( heldBit, true );
+      delete self;
    }
-   delete self;
 }
 
 } // namespace Ryx

@@ -70,6 +70,19 @@ ValueTraits< double >::parse( std::string_view text, std::size_t& column ) {
    return value;
 }
 
+String8
+ValueTraits< void* >::print( void* value ) {
+   char buffer[ 2 + 2 * sizeof value ] = { '0', 'x' };
+   auto const end = std::to_chars(
+      buffer + 2, buffer + sizeof buffer, reinterpret_cast< std::uintptr_t >( value ), 16 );
+   return String8( buffer, end.ptr );
+}
+
+void*
+ValueTraits< void* >::parse( std::string_view text, std::size_t& ) {
+   cannotConvert( text, name, "nothing: an address cannot be read from a text" );
+}
+
 unsigned
 parseEnumerator(
    std::string_view text,

@@ -25,6 +25,8 @@ set( CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib )
 set( CMAKE_INSTALL_RPATH "\$ORIGIN/../lib" )
 set( CMAKE_BUILD_WITH_INSTALL_RPATH ON )
 
+# Wake-up times are compared as doubles: no machine may round them differently.
+add_compile_options( -ffp-contract=off )
 add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
 if( MLAGOSTRA_WERROR )
    add_compile_options( -Werror )

@@ -29,13 +29,25 @@ adminDisabled( Interface::IntfConfig const& config ) {
 
 bool
 MlagErrdisableSm::adminEnabled( Kovel::IntfId intfId ) const {
-   auto const config = ethPhyIntfConfig()->intfConfig( intfId );
+   auto const directory = ethPhyIntfConfig();
+   auto const config = directory ? directory->intfConfig( intfId ) : nullptr;
    return config && !adminDisabled( *config );
+}
+
+bool
+MlagErrdisableSm::isPresent( Kovel::IntfId intfId ) const {
+   auto const directory = ethPhyIntfStatus();
+   return directory && directory->intfStatus( intfId );
+}
+
+Ryx::Ptr< Lag::EthPhyIntfLagConfig const >
+MlagErrdisableSm::memberConfig( Kovel::IntfId intfId ) const {
+   return lagInputConfig_ ? lagInputConfig_->phyIntf( intfId ) : nullptr;
 }
 
 Kovel::IntfId
 MlagErrdisableSm::portChannelOf( Kovel::IntfId intfId ) const {
-   auto const member = lagInputConfig()->phyIntf( intfId );
+   auto const member = memberConfig( intfId );
    auto const lag = member ? member->lag() : nullptr;
    return lag ? lag->intfId() : Kovel::IntfId();
 }
@@ -85,7 +97,10 @@ MlagErrdisableSm::periodOver( bool mlag ) const {
 void
 MlagErrdisableSm::handleIntfStatus() {
    trace( 8, __PRETTY_FUNCTION__ );
-   auto const directory = Ryx::validPtr( ethPhyIntfStatus() );
+   auto const directory = ethPhyIntfStatus();
+   if ( !directory ) {
+      return;
+   }
    for ( auto it = directory->intfStatusIteratorConst(); it; ++it ) {
       handleIntfStatus( it.key() );
    }
@@ -97,7 +112,7 @@ MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
    if ( isManagementOrInternalInterface( intfId ) ) {
       return;
    }
-   if ( !ethPhyIntfStatus()->intfStatus( intfId ) ) {
+   if ( !isPresent( intfId ) ) {
       forgetPort( intfId );
       return;
    }
@@ -166,7 +181,8 @@ MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    if ( !portChannel ) {
       return;
    }
-   if ( auto const status = lagInputIntfStatus()->intfStatus( portChannel ) ) {
+   auto const directory = lagInputIntfStatus();
+   if ( auto const status = directory ? directory->intfStatus( portChannel ) : nullptr ) {
       lagIntfStatusIs( status );
    } else {
       igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );

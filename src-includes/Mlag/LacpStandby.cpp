@@ -18,7 +18,7 @@ MlagErrdisableSm::isLacpStandby( Kovel::IntfId intfId ) const {
       !mlagProtoStatus_->holdInSecondary() || !mlagPortChannelByMember( intfId ) ) {
       return false;
    }
-   auto const member = lagInputConfig()->phyIntf( intfId );
+   auto const member = memberConfig( intfId );
    return member && member->mode() == Lag::LacpMode::lacpActive;
 }
 
@@ -27,7 +27,9 @@ MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
    if ( !portChannel ) {
       return false;
    }
-   Kovel::EthAddr const override_ = lacpOverride()->lagIdConfig( portChannel );
+   auto const directory = lacpOverride();
+   Kovel::EthAddr const override_ =
+      directory ? directory->lagIdConfig( portChannel ) : Kovel::EthAddr();
    Kovel::EthAddr const mlagSystemId = mlagStatus()->systemId();
    trace(
       8,
@@ -42,15 +44,21 @@ MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
 }
 
 void
+MlagErrdisableSm::stayInStandbyIs( Kovel::IntfId portChannel, bool stay ) {
+   if (
+      auto const lacp = lacpConfig_ ? lacpConfig_->portChannel( portChannel ) : nullptr ) {
+      lacp->stayInStandbyIs( stay );
+   }
+}
+
+void
 MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
    trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
    igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
    if ( lagsInStandby( portChannel ) ) {
       return;
    }
-   if ( auto const lacp = lacpConfig()->portChannel( portChannel ) ) {
-      lacp->stayInStandbyIs( true );
-   }
+   stayInStandbyIs( portChannel, true );
    lagsInStandbyIs( portChannel, true );
 }
 
@@ -58,8 +66,8 @@ void
 MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
    trace( 8, __PRETTY_FUNCTION__, " ", intfId );
    if (
-      isManagementOrInternalInterface( intfId ) ||
-      !ethPhyIntfStatus()->intfStatus( intfId ) || !isLacpStandby( intfId ) ) {
+      isManagementOrInternalInterface( intfId ) || !isPresent( intfId ) ||
+      !isLacpStandby( intfId ) ) {
       return;
    }
    if ( periodOver( true ) ) {

@@ -140,8 +140,10 @@ MlagErrdisableSm::resumePeriod( Ryx::Seconds start ) {
 
 void
 MlagErrdisableSm::recordMembers() {
-   auto const config = Ryx::validPtr( lagInputConfig_ );
-   for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
+   if ( !lagInputConfig_ ) {
+      return;
+   }
+   for ( auto it = lagInputConfig_->phyIntfIteratorConst(); it; ++it ) {
       if ( auto const lag = it->value()->lag() ) {
          portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
       }

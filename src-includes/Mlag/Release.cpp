@@ -62,9 +62,7 @@ MlagErrdisableSm::doClearErrdisableMlagIntfStatus_() {
    for ( auto it = lagsInStandbyIterator(); it; ++it ) {
       Kovel::IntfId const portChannel = it.key();
       trace( 8, "releasing stayInStandby for ", portChannel );
-      if ( auto const lacp = lacpConfig()->portChannel( portChannel ) ) {
-         lacp->stayInStandbyIs( false );
-      }
+      stayInStandbyIs( portChannel, false );
       lagsInStandbyDel( portChannel );
    }
    wakeTimeIs( true, Ryx::never );

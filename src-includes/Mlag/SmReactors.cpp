@@ -134,6 +134,9 @@ Sm::RyxEthPhyIntfConfig::onIntfConfigryxImmediate() {
 void
 Sm::RyxEthPhyIntfConfig::handleNotifier() {
    auto const directory = notifier();
+   if ( !directory ) {
+      return;
+   }
    for ( auto it = directory->intfConfigIteratorConst(); it; ++it ) {
       forward( &Sm::intfConfigIs, it->value() );
    }
@@ -168,6 +171,8 @@ Sm::RyxIntfConfig::handleNotifier() {
 
 void
 Sm::RyxIntfConfig::handleAdminEnabledStateLocal() {
+   // Whoever hears of the trace may remove this reactor.
+   Sm& machine = *Ryx::forcePointerAccess( owner() );
    Kovel::IntfId const intfId = watched() ? watched()->intfId() : Kovel::IntfId();
    trace( 8, __PRETTY_FUNCTION__, " for ", intfId );
    if (
@@ -175,8 +180,8 @@ Sm::RyxIntfConfig::handleAdminEnabledStateLocal() {
       !adminDisabled( *watched() ) ) {
       return;
    }
-   if ( Kovel::IntfId const portChannel = owner()->mlagPortChannelByMember( intfId ) ) {
-      owner()->igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+   if ( Kovel::IntfId const portChannel = machine.mlagPortChannelByMember( intfId ) ) {
+      machine.igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
    }
 }
 
@@ -196,7 +201,7 @@ Sm::RyxLagIntfStatus::handleNotifier() {
 void
 Sm::RyxLagIntfStatus::handleLagLinkStatus() {
    // The last step lets go of this reactor.
-   Sm& machine = *owner();
+   Sm& machine = *Ryx::forcePointerAccess( owner() );
    Kovel::IntfId const portChannel = watched() ? watched()->intfId() : Kovel::IntfId();
    auto const link =
       watched() ? watched()->linkStatus() : Interface::LinkStatus::linkUnknown;

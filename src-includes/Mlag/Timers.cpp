@@ -24,18 +24,25 @@ MlagErrdisableSm::delayOf( bool mlag ) const {
    return mlag ? mlagConfig()->reloadDelay() : reloadDelayNonMlag();
 }
 
+// A timer whose clock was taken away is null: it has no wake-up.
+Ryx::Clock::NotifieeConst*
+MlagErrdisableSm::timerOf( bool mlag ) const {
+   if ( mlag ) {
+      return clockMlag_.reactor.ptr();
+   }
+   return clockNonMlag_.reactor.ptr();
+}
+
 Ryx::Seconds
 MlagErrdisableSm::wakeTime( bool mlag ) const {
-   return mlag ? Ryx::forcePointerAccess( clockMlag_.reactor.ptr() )->timeMin()
-               : Ryx::forcePointerAccess( clockNonMlag_.reactor.ptr() )->timeMin();
+   Ryx::Clock::NotifieeConst const* const timer = timerOf( mlag );
+   return timer ? timer->timeMin() : Ryx::never;
 }
 
 void
 MlagErrdisableSm::wakeTimeIs( bool mlag, Ryx::Seconds wake ) {
-   if ( mlag ) {
-      clockMlag_.reactor->timeMinIs( wake );
-   } else {
-      clockNonMlag_.reactor->timeMinIs( wake );
+   if ( Ryx::Clock::NotifieeConst* const timer = timerOf( mlag ) ) {
+      timer->timeMinIs( wake );
    }
 }
 

@@ -9,6 +9,21 @@ template class Ryx::ValueRecord< Kovel::IntfId, bool >;
 
 namespace Kovel {
 
+Ryx::RyxType*
+IntfId::_fwkType() {
+   return Ryx::describedType< IntfId >();
+}
+
+Ryx::RyxType*
+EthAddr::_fwkType() {
+   return Ryx::describedType< EthAddr >();
+}
+
+Ryx::RyxType*
+IpAddr::_fwkType() {
+   return Ryx::describedType< IpAddr >();
+}
+
 namespace {
 
 Ryx::UnitRegistration< IntfId, EthAddr, IpAddr > const unit( "Kovel" );

@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Which held member is recorded under which port-channel, and when a port-channel's tracker
+// comes and goes.
+
+#include "HeldSwitch"
+
+#include <support/ByName>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+using Mlag::Ostra::PortChannelTracker;
+
+class Membership : public HeldSwitch {
+ public:
+   auto tracker( std::string_view portChannel ) const {
+      return sm->portChannelTracker( id( portChannel ) );
+   }
+   // The trackers of others than the caller.
+   std::uint32_t references( std::string_view portChannel ) const {
+      return tracker( portChannel )->references() - 1;
+   }
+   static std::string destroyed( std::string const& portChannel = "Port-Channel10" ) {
+      return "8: void Mlag::Ostra::PortChannelTracker::handleDestroyed() for " +
+         portChannel;
+   }
+   static Log deleted( std::string const& name ) {
+      return { called( "handleIntfStatus(Kovel::IntfId) " + name ),
+               "8: Interface " + name + " deleted",
+               "cause " + name + " -" };
+   }
+};
+
+TEST_F( Membership, MembersOfOnePortChannelShareOneTracker ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   start();
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( sm->memberToPortChannel( id( "Ethernet1" ) ), tracker( "Port-Channel10" ) );
+   EXPECT_EQ( sm->memberToPortChannel( id( "Ethernet2" ) ), tracker( "Port-Channel10" ) );
+   EXPECT_EQ( tracker( "Port-Channel10" )->igmpsnoopingConfig(), igmpsnoopingConfig );
+}
+
+TEST_F( Membership, TrackerIsHeldByItsEntryAndOneForEachMember ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   EXPECT_EQ( references( "Port-Channel10" ), 2u );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   EXPECT_EQ( references( "Port-Channel10" ), 3u );
+   handle( "Ethernet2" );
+   EXPECT_EQ( references( "Port-Channel10" ), 3u );
+   absent( "Ethernet1" );
+   EXPECT_EQ( references( "Port-Channel10" ), 2u );
+}
+
+TEST_F( Membership, RecordingAMemberTwiceLeavesOneEntry ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto const first = tracker( "Port-Channel10" );
+   EXPECT_EQ( writes( [ & ] { handle( "Ethernet1" ); } ), Log() );
+   EXPECT_EQ( recorded(), ( Log{ "Ethernet1 in Port-Channel10" } ) );
+   EXPECT_EQ( tracker( "Port-Channel10" ), first );
+}
+
+TEST_F( Membership, OnlyTheLastMembersDeletionEndsTheTrackerAndTheWatch ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   lagStatus( "Port-Channel10", LinkStatus::linkDown );
+   start();
+   sm->maybeTrackIntfStatus( id( "Ethernet1" ) );
+   ASSERT_TRUE( watched( "Port-Channel10" ) );
+
+   EXPECT_EQ( steps( [ & ] { absent( "Ethernet1" ); } ), deleted( "Ethernet1" ) );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( snooping(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_TRUE( watched( "Port-Channel10" ) );
+
+   bool watchedAtTheEnd = true;
+   onLine = [ & ]( std::string const& line ) {
+      if ( line == "0 snooping Port-Channel10 -" ) {
+         watchedAtTheEnd = watched( "Port-Channel10" );
+      }
+   };
+   Log expected = deleted( "Ethernet2" );
+   expected.push_back( destroyed() );
+   expected.push_back( "snooping Port-Channel10 -" );
+   EXPECT_EQ( steps( [ & ] { absent( "Ethernet2" ); } ), expected );
+   EXPECT_FALSE( watchedAtTheEnd );
+   EXPECT_EQ( tracked(), Log() );
+   EXPECT_EQ( recorded(), Log() );
+   EXPECT_FALSE( watched( "Port-Channel10" ) );
+}
+
+TEST_F( Membership, MembersMayGoInAnyOrder ) {
+   Log names{ "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" };
+   for ( auto const& name : names ) {
+      mlagMember( name, "Port-Channel10" );
+   }
+   start();
+   do {
+      for ( auto const& name : names ) {
+         EXPECT_EQ( snooping(), ( Log{ "Port-Channel10" } ) );
+         absent( name );
+      }
+      EXPECT_EQ( snooping(), Log() );
+      EXPECT_EQ( tracked(), Log() );
+      for ( auto const& name : names ) {
+         present( name );
+      }
+   } while ( std::next_permutation( names.begin(), names.end() ) );
+   EXPECT_EQ( recorded().size(), 4u );
+   EXPECT_EQ( references( "Port-Channel10" ), 5u );
+}
+
+TEST_F( Membership, EntryOutlivesTheReleaseOfItsMember ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   moveTo( 300 );
+   EXPECT_EQ( held(), Log() );
+   EXPECT_EQ( recorded(), ( Log{ "Ethernet1 in Port-Channel10" } ) );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   absent( "Ethernet1" );
+   EXPECT_EQ( tracked(), Log() );
+}
+
+TEST_F( Membership, EntryOutlivesTheMembersPlaceInThePortChannel ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   member( "Ethernet1", "" );
+   handle( "Ethernet1" );
+   EXPECT_EQ( recorded(), ( Log{ "Ethernet1 in Port-Channel10" } ) );
+   absent( "Ethernet1" );
+   EXPECT_EQ( snooping(), Log() );
+}
+
+TEST_F( Membership, MemberThatMovedReplacesItsEntryAndLeavesTheOldTracker ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   mlagMember( "Ethernet1", "Port-Channel20" );
+   EXPECT_EQ( recorded(), ( Log{ "Ethernet1 in Port-Channel20" } ) );
+   EXPECT_EQ( references( "Port-Channel10" ), 1u );
+   EXPECT_EQ( references( "Port-Channel20" ), 2u );
+   EXPECT_EQ( snooping().size(), 2u );
+   // Nothing is recorded under the old one, so no deletion ends it.
+   absent( "Ethernet1" );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( snooping(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( writes( [ & ] { stop(); } ), ( Log{ "snooping Port-Channel10 -" } ) );
+}
+
+TEST_F( Membership, MemberThatNeverForcedIsNotRecorded ) {
+   member( "Ethernet1", "Port-Channel10" );
+   mlagInterface( "Port-Channel10" );
+   admin( "Ethernet1", IntfEnabledState::shutdown );
+   present( "Ethernet1" );
+   start();
+   EXPECT_EQ( recorded(), Log() );
+   EXPECT_EQ( steps( [ & ] { absent( "Ethernet1" ); } ), deleted( "Ethernet1" ) );
+}
+
+TEST_F( Membership, TrackerSurvivesInOtherHandsUntilTheyLetGo ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto kept = tracker( "Port-Channel10" );
+   // Held elsewhere too, it looks like another member's.
+   EXPECT_EQ( writes( [ & ] { absent( "Ethernet1" ); } ), ( Log{ "cause Ethernet1 -" } ) );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( writes( [ & ] { stop(); } ), Log() );
+   EXPECT_EQ( kept->references(), 1u );
+   EXPECT_EQ( writes( [ & ] { kept = nullptr; } ), ( Log{ "snooping Port-Channel10 -" } ) );
+}
+
+TEST_F( Membership, DestructionEndsTheForcingOfAllInTheTrackersOrder ) {
+   for ( int i = 1; i <= 12; ++i ) {
+      mlagMember( "Ethernet" + std::to_string( i ), "Port-Channel" + std::to_string( i ) );
+   }
+   port( "Ethernet50" );
+   start();
+   Log byTracker;
+   for ( auto const& name : tracked() ) {
+      byTracker.push_back( destroyed( name ) );
+      byTracker.push_back( "snooping " + name + " -" );
+   }
+   Log byMember;
+   for ( auto it = sm->memberToPortChannelIteratorConst(); it; ++it ) {
+      byMember.push_back( it->value()->intfId().string() );
+   }
+   ASSERT_NE( byMember, tracked() );
+   EXPECT_EQ( steps( [ & ] { stop(); } ), byTracker );
+   EXPECT_EQ( held().size(), 13u );
+   EXPECT_TRUE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( Membership, TrackersOfAReplacedMachineEndWhatTheNextOneForces ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto old = std::exchange( sm, nullptr );
+   EXPECT_EQ( writes( [ & ] { start(); } ), Log() );
+   EXPECT_NE(
+      old->portChannelTracker( id( "Port-Channel10" ) ), tracker( "Port-Channel10" ) );
+   EXPECT_EQ( writes( [ & ] { old = nullptr; } ), ( Log{ "snooping Port-Channel10 -" } ) );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   EXPECT_EQ( held(), ( Log{ "Ethernet1" } ) );
+}
+
+// The collections' own accessors.
+class MembershipAccessors : public Membership {
+ public:
+   MembershipAccessors() {
+      start();
+      first = make( "Port-Channel10" );
+      second = make( "Port-Channel20" );
+   }
+   Ryx::Ptr< PortChannelTracker > make( std::string_view portChannel ) const {
+      return PortChannelTracker::PortChannelTrackerIs(
+         id( portChannel ), igmpsnoopingConfig );
+   }
+
+   Ryx::Ptr< PortChannelTracker > first;
+   Ryx::Ptr< PortChannelTracker > second;
+   IntfId const member = id( "Ethernet1" );
+};
+
+TEST_F( MembershipAccessors, MemberEntryIsInsertedReplacedAndDeletedByNull ) {
+   EXPECT_FALSE( sm->memberToPortChannel( member ) );
+   sm->memberToPortChannelIs( member, first );
+   EXPECT_EQ( first->references(), 2u );
+   sm->memberToPortChannelIs( member, first );
+   EXPECT_EQ( first->references(), 2u );
+   sm->memberToPortChannelIs( member, second );
+   EXPECT_EQ( sm->memberToPortChannel( member ), second );
+   EXPECT_EQ( first->references(), 1u );
+   sm->memberToPortChannelIs( member, nullptr );
+   EXPECT_FALSE( sm->memberToPortChannel( member ) );
+   EXPECT_EQ( second->references(), 1u );
+   sm->memberToPortChannelIs( member, nullptr );
+   EXPECT_EQ( recorded(), Log() );
+}
+
+TEST_F( MembershipAccessors, MemberEntrysDeletionGivesItBack ) {
+   sm->memberToPortChannelIs( member, first );
+   EXPECT_EQ( sm->memberToPortChannelDel( member ), first );
+   EXPECT_FALSE( sm->memberToPortChannelDel( member ) );
+}
+
+TEST_F( MembershipAccessors, TrackerIsKeyedByItsPortChannel ) {
+   sm->portChannelTrackerIs( first );
+   sm->portChannelTrackerIs( second );
+   EXPECT_EQ( tracker( "Port-Channel10" ), first );
+   EXPECT_EQ( tracker( "Port-Channel20" ), second );
+   auto const replacement = make( "Port-Channel10" );
+   sm->portChannelTrackerIs( replacement );
+   EXPECT_EQ( tracker( "Port-Channel10" ), replacement );
+   EXPECT_EQ( first->references(), 1u );
+   EXPECT_EQ( sm->portChannelTrackerDel( id( "Port-Channel10" ) ), replacement );
+   EXPECT_FALSE( sm->portChannelTrackerDel( id( "Port-Channel10" ) ) );
+   sm->portChannelTrackerDelAll();
+   EXPECT_EQ( tracked(), Log() );
+   EXPECT_EQ( second->references(), 1u );
+}
+
+TEST_F( MembershipAccessors, NullTrackerIsRefused ) {
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->portChannelTrackerIs( nullptr ); } ),
+      "null _portChannelTracker parameter to mutator for "
+      "Mlag::Ostra::MlagErrdisableSm::portChannelTracker not allowed\"" );
+   EXPECT_EQ( tracked(), Log() );
+}
+
+TEST_F( MembershipAccessors, MembersAreDeletedAllAtOnce ) {
+   sm->memberToPortChannelIs( member, first );
+   sm->memberToPortChannelIs( id( "Ethernet2" ), first );
+   sm->memberToPortChannelDelAll();
+   EXPECT_EQ( recorded(), Log() );
+   EXPECT_EQ( first->references(), 1u );
+}
+
+} // namespace

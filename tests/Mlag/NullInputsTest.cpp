@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// A machine that is given null for one of its eleven objects.
+
+#include "SmReach"
+
+#include <Ryx/Activity>
+
+namespace {
+
+class NullInputs : public SwitchFixture {
+ public:
+   NullInputs() {
+      configureMlag();
+      port( "Ethernet1" );
+      member( "Ethernet1", "Port-Channel10" );
+      mlagInterface( "Port-Channel10" );
+   }
+
+   // What the factory throws, "" when it makes a machine.
+   std::string starting() {
+      try {
+         start();
+      } catch ( Ryx::RangeException const& e ) {
+         return std::string( e.what() );
+      }
+      return "";
+   }
+   // The notifiees of all that is left of the machine's surroundings.
+   unsigned notifiees() const {
+      unsigned count = Ryx::activityManager()->clock()->notifieeCount();
+      auto const add = [ & ]( auto const& input ) {
+         count += input ? input->notifieeCount() : 0;
+      };
+      add( mlagConfig );
+      add( mlagStatus );
+      add( ethPhyIntfStatus );
+      add( ethPhyIntfConfig );
+      add( lagInputIntfStatus );
+      add( lacpOverride );
+      if ( ethPhyIntfConfig ) {
+         add( ethPhyIntfConfig->intfConfig( id( "Ethernet1" ) ) );
+      }
+      return count;
+   }
+   void expectRefused() {
+      auto const before = notifiees();
+      take();
+      EXPECT_EQ( starting(), "null ValidPtr" );
+      EXPECT_EQ( sm, nullptr );
+      EXPECT_EQ( take(), Log() );
+      EXPECT_EQ( notifiees(), before );
+   }
+   // Start-up gets as far as to the object that is missing.
+   void expectFailure() {
+      auto const before = notifiees();
+      EXPECT_EQ( starting(), "null ValidPtr" );
+      EXPECT_EQ( sm, nullptr );
+      EXPECT_EQ( notifiees(), before );
+   }
+};
+
+TEST_F( NullInputs, WithoutMlagConfigurationThereIsNoMachineAndNothingIsWritten ) {
+   mlagConfig = nullptr;
+   expectRefused();
+}
+
+TEST_F( NullInputs, WithoutMlagStatusThereIsNoMachineAndNothingIsWritten ) {
+   mlagStatus = nullptr;
+   expectRefused();
+}
+
+TEST_F( NullInputs, WithoutProtoStatusThereIsNoMachineAndNothingIsWritten ) {
+   mlagProtoStatus = nullptr;
+   expectRefused();
+}
+
+TEST_F( NullInputs, WithoutStatusDirectoryNoPortIsThereToBeHeld ) {
+   ethPhyIntfStatus = nullptr;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_TRUE( mlagProtoStatus->portsErrdisabled() );
+   moveTo( 300 );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( NullInputs, WithoutConfigurationDirectoryPortsAreHeldAndNoPortChannelIsForced ) {
+   ethPhyIntfConfig = nullptr;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+   EXPECT_FALSE( igmpsnoopingConfig->forceEnabledPorts( id( "Port-Channel10" ) ) );
+   moveTo( 300 );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+}
+
+TEST_F( NullInputs, WithoutCauseTheFailureComesWithTheFirstPortToHold ) {
+   mlagissuCause = nullptr;
+   expectFailure();
+}
+
+TEST_F( NullInputs, WithoutSnoopingConfigurationTheFailureComesWithAnMlagMember ) {
+   igmpsnoopingConfig = nullptr;
+   expectFailure();
+}
+
+TEST_F( NullInputs, WithoutLagConfigurationEveryPortIsANonMlagOne ) {
+   lagInputConfig = nullptr;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+   EXPECT_FALSE( sm->mlagLink( id( "Ethernet1" ) ) );
+   moveTo( 300 );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+}
+
+TEST_F( NullInputs, WithoutOverridesNoPortGoesIntoStandby ) {
+   lacpOverride = nullptr;
+   mlagConfig->lacpStandbyIs( true );
+   mlagProtoStatus->holdInSecondaryIs( true );
+   state( MlagState::mlagSecondary );
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+}
+
+TEST_F( NullInputs, WithoutOverridesPortsAreHeldAsUsual ) {
+   lacpOverride = nullptr;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( reactorOf< Sm::RyxLacpOverride >( *sm ), nullptr );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+}
+
+TEST_F( NullInputs, WithoutPortChannelStatusesTheReleaseEndsTheForcing ) {
+   lagInputIntfStatus = nullptr;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( reactorOf< Sm::RyxLagInputIntfStatus >( *sm ), nullptr );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+   EXPECT_TRUE( igmpsnoopingConfig->forceEnabledPorts( id( "Port-Channel10" ) ) );
+   moveTo( 300 );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_FALSE( igmpsnoopingConfig->forceEnabledPorts( id( "Port-Channel10" ) ) );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( NullInputs, AClockThatIsTakenAwayKeepsNoPortHeld ) {
+   EXPECT_EQ( starting(), "" );
+   sm->clockMlagDel();
+   sm->clockNonMlagDel();
+   state( MlagState::mlagPrimary );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( NullInputs, WithoutLacpConfigurationPortsAreHeldAndReleased ) {
+   lacpConfig = nullptr;
+   EXPECT_EQ( starting(), "" );
+   moveTo( 300 );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( NullInputs, WithoutMlagConfiguredOnlyTheCauseIsNeeded ) {
+   mlagConfig->enabledIs( false );
+   ethPhyIntfStatus = nullptr;
+   ethPhyIntfConfig = nullptr;
+   lagInputIntfStatus = nullptr;
+   lacpOverride = nullptr;
+   igmpsnoopingConfig = nullptr;
+   lagInputConfig = nullptr;
+   lacpConfig = nullptr;
+   EXPECT_EQ( starting(), "" );
+   ASSERT_TRUE( sm );
+   EXPECT_TRUE( sm->initialized() );
+   EXPECT_FALSE( sm->ethPhyIntfStatus() );
+   EXPECT_FALSE( sm->ethPhyIntfConfig() );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
+TEST_F( NullInputs, AMachineIsMadeOnceTheMissingObjectIsThere ) {
+   auto const config = std::exchange( mlagConfig, nullptr );
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   mlagConfig = config;
+   EXPECT_EQ( starting(), "" );
+   EXPECT_EQ( held(), ( std::vector< std::string >{ "Ethernet1" } ) );
+}
+
+} // namespace
