@@ -42,7 +42,7 @@ Agent::ethPeerIntfStatusReactorIs(
    Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
    // An observer of what the reactor writes may drop the agent.
    Ryx::Ptr< Agent > const alive( this );
-   if ( auto const present = ethPeerIntfStatusReactor_ ) {
+   if ( auto present = ethPeerIntfStatusReactor_ ) {
       present->notifierIs( notifier );
       if (
          present->allIntfStatusDir() == allIntfStatusDir &&
@@ -50,7 +50,7 @@ Agent::ethPeerIntfStatusReactorIs(
          return present;
       }
    }
-   auto const created = Ryx::validPtr(
+   auto created = Ryx::validPtr(
       newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
    ethPeerIntfStatusReactor_ = created;
    created->hasNotificationActiveIs( true );
@@ -70,7 +70,7 @@ Agent::newEthPeerIntfStatusReactor(
 
 Ryx::Ptr< EthPeerIntfStatusReactor >
 Agent::ethPeerIntfStatusReactorDel() {
-   auto const removed = std::exchange( ethPeerIntfStatusReactor_, nullptr );
+   auto removed = std::exchange( ethPeerIntfStatusReactor_, nullptr );
    if ( removed ) {
       removed->hasNotificationActiveIs( false );
    }
@@ -105,7 +105,7 @@ Agent::mlagErrdisableSmIs(
       present->lagInputConfig() == lagInputConfig && present->lacpConfig() == lacpConfig ) {
       return mlagErrdisableSm_;
    }
-   auto const created = Ryx::validPtr( newMlagErrdisableSm(
+   auto created = Ryx::validPtr( newMlagErrdisableSm(
       mlagConfig,
       mlagStatus,
       ethPhyIntfStatus,
@@ -153,7 +153,7 @@ Agent::newMlagErrdisableSm(
 
 Ryx::Ptr< Agent::ErrdisableSm >
 Agent::mlagErrdisableSmDel() {
-   auto const removed = std::exchange( mlagErrdisableSm_, nullptr );
+   auto removed = std::exchange( mlagErrdisableSm_, nullptr );
    if ( removed ) {
       removed->hasNotificationActiveIs( false );
    }

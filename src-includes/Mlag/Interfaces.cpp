@@ -20,7 +20,7 @@ isManagementOrInternalInterface( Kovel::IntfId intfId ) {
 bool
 adminDisabled( Interface::IntfConfig const& config ) {
    auto state = config.adminEnabledStateLocal();
-   auto const fallback = config.defaultConfig();
+   auto const& fallback = config.defaultConfig();
    if ( state == Interface::IntfEnabledState::unknownEnabledState && fallback ) {
       state = fallback->adminEnabledStateLocal();
    }
