@@ -26,21 +26,21 @@ INSTANTIATE_TEST_SUITE_P( Plugin, ObjectConformance, pluginTypes, support::typeN
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST( ValueConformance );
 
 // What has no constructor by name.
-[[maybe_unused]] bool const specimens[]{
-   support::specimenMakerIs(
+[[maybe_unused]] bool const samples[]{
+   support::sampleMakerIs(
       "Ryx::Clock",
       []( std::string const& ) { return support::adapted( Ryx::make< Ryx::Clock >() ); } ),
-   support::specimenMakerIs(
+   support::sampleMakerIs(
       "OstraMlag::EthPeerIntfStatusReactor",
       []( std::string const& ) {
          return support::adapted( Directories().makeReactor() );
       } ),
-   support::specimenMakerIs(
+   support::sampleMakerIs(
       "Mlag::Ostra::MlagErrdisableSm",
       []( std::string const& ) {
          return support::adapted( MachineInputs().makeMachine() );
       } ),
-   support::specimenMakerIs(
+   support::sampleMakerIs(
       "Mlag::Ostra::PortChannelTracker",
       []( std::string const& key ) {
          return support::adapted( PortChannelTracker::PortChannelTrackerIs(

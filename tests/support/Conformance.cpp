@@ -112,7 +112,7 @@ checkAttributeOrder( Ryx::RyxType const& type ) {
 
 void
 checkAttributeNames( Ryx::RyxType const& type ) {
-   Object const object = specimen( type, sampleKey( 0 ) );
+   Object const object = sample( type, sampleKey( 0 ) );
    auto const* const entity = as< Ryx::Entity >( object );
    EXPECT_EQ( entity != nullptr, type.isEntity() );
    for ( auto const& attr : type.allAttributes() ) {

@@ -21,7 +21,7 @@ class Collection {
  public:
    Collection( Ryx::RyxType const& type, Ryx::RyxAttr const& attr )
          : attr_( attr ),
-           object_( specimen( type, sampleKey( 0 ) ) ),
+           object_( sample( type, sampleKey( 0 ) ) ),
            name_( attr.name().string() ),
            watch_( object_ ),
            oneShot_( support::isOneShot( type.name().string() + "::" + name_ ) ) {

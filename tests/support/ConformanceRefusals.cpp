@@ -128,7 +128,7 @@ checkConstructor( Ryx::RyxType const& type ) {
 void
 checkInstantiating( Ryx::RyxType const& type ) {
    forEachAttribute( type, Use::instantiating, [ & ]( Ryx::RyxAttr const& attr ) {
-      Object const object = specimen( type, sampleKey( 0 ) );
+      Object const object = sample( type, sampleKey( 0 ) );
       std::string const name = attr.name().string();
       EXPECT_FALSE( get( object, name ) );
       EXPECT_FALSE( del( object, name ) );
@@ -155,7 +155,7 @@ checkInstantiating( Ryx::RyxType const& type ) {
 void
 checkFunctions( Ryx::RyxType const& type ) {
    forEachAttribute( type, Use::function, [ & ]( Ryx::RyxAttr const& attr ) {
-      Object const object = specimen( type, sampleKey( 0 ) );
+      Object const object = sample( type, sampleKey( 0 ) );
       refuseArguments( object, attr.name().string(), If::get );
       refuseArgumentTypes( object, attr, If::get );
    } );
@@ -163,7 +163,7 @@ checkFunctions( Ryx::RyxType const& type ) {
 
 void
 checkRefusals( Ryx::RyxType const& type ) {
-   Object const object = specimen( type, sampleKey( 0 ) );
+   Object const object = sample( type, sampleKey( 0 ) );
    Object const asConst = constOf( object );
    Object const index = valueOf( "Kovel::IntfId", sampleKey( 0 ) );
    Watch watch( object );

@@ -25,14 +25,14 @@ Object
 strangeObject( Ryx::RyxAttr const& attr ) {
    std::string const name = "Lacp::LacpPCConfig";
    return attr.valueType()->name().string() == name
-      ? specimen( type( "Lacp::Config" ), sampleKey( 0 ) )
-      : specimen( type( name ), sampleKey( 0 ) );
+      ? sample( type( "Lacp::Config" ), sampleKey( 0 ) )
+      : sample( type( name ), sampleKey( 0 ) );
 }
 
 // One attribute of one object, watched.
 struct Subject {
    Subject( Ryx::RyxType const& type, Ryx::RyxAttr const& attr )
-         : object( specimen( type, sampleKey( 0 ) ) ),
+         : object( sample( type, sampleKey( 0 ) ) ),
            attribute( attr.name().string() ),
            watch( object ) {}
 
@@ -101,7 +101,7 @@ checkReferences( Ryx::RyxType const& type ) {
          subject.watch.take();
       }
       for ( unsigned which : { 0u, 1u } ) {
-         Object const target = specimen( *attr.valueType(), sampleKey( which ) );
+         Object const target = sample( *attr.valueType(), sampleKey( which ) );
          subject.expectOneChange( target );
          EXPECT_EQ( behind( subject.get() ), target->object() );
          EXPECT_EQ( subject.get()->isConst(), attr.has( Flags::isConst ) );
@@ -125,7 +125,7 @@ void
 checkInputs( Ryx::RyxType const& type ) {
    forEachAttribute( type, Use::input, [ & ]( Ryx::RyxAttr const& attr ) {
       Subject subject( type, attr );
-      Object const other = specimen( *attr.valueType(), sampleKey( 1 ) );
+      Object const other = sample( *attr.valueType(), sampleKey( 1 ) );
       subject.set( other );
       EXPECT_EQ( behind( subject.get() ), other->object() );
       EXPECT_TRUE( subject.get()->isConst() );
@@ -148,7 +148,7 @@ checkNondestructing( Ryx::RyxType const& type ) {
    if ( !type.isEntity() ) {
       return;
    }
-   Object const object = specimen( type, sampleKey( 0 ) );
+   Object const object = sample( type, sampleKey( 0 ) );
    Watch watch( object );
    for ( char const* value : { "true", "false" } ) {
       Object const wanted = valueOf( "Ryx::Builtin<bool>", value );

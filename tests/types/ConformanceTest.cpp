@@ -33,9 +33,9 @@ INSTANTIATE_TEST_SUITE_P( Type, ObjectConformance, typesThat( isObject ), name )
 template< class T >
 bool
 isMadeByTheTest() {
-   return support::specimenMakerIs(
-      std::string( T::fwkTypeName ),
-      []( std::string const& ) { return support::adapted( Ryx::make< T >() ); } );
+   return support::sampleMakerIs( std::string( T::fwkTypeName ), []( std::string const& ) {
+      return support::adapted( Ryx::make< T >() );
+   } );
 }
 
 [[maybe_unused]] bool const made[]{

@@ -3,7 +3,7 @@
 
 #include <types/TypedObservers>
 
-#include <support/Specimens>
+#include <support/Samples>
 
 #include <Bridging/IgmpSnooping/Config>
 #include <Errdisable/CauseStatus>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <support/Specimens>
+#include <support/Samples>
 
 #include <Ryx/Entity>
 
@@ -31,9 +31,9 @@ Samples const samples{
 };
 
 // Filled while the program is initialised, in no order that could be relied on.
-std::map< std::string, SpecimenMaker >&
-specimenMakers() {
-   static std::map< std::string, SpecimenMaker > makers;
+std::map< std::string, SampleMaker >&
+sampleMakers() {
+   static std::map< std::string, SampleMaker > makers;
    return makers;
 }
 
@@ -93,13 +93,13 @@ sampleKey( unsigned which ) {
 }
 
 Object
-specimen( Ryx::RyxType const& type, std::string const& key ) {
-   auto const maker = specimenMakers().find( type.name().string() );
-   if ( maker != specimenMakers().end() ) {
+sample( Ryx::RyxType const& type, std::string const& key ) {
+   auto const maker = sampleMakers().find( type.name().string() );
+   if ( maker != sampleMakers().end() ) {
       return maker->second( key );
    }
    if ( !type.code().construct ) {
-      throw std::runtime_error( "no specimen of " + type.name().string() );
+      throw std::runtime_error( "no sample of " + type.name().string() );
    }
    Ryx::GenericIfList arguments;
    for ( auto const& argument : type.constructorArguments() ) {
@@ -111,7 +111,7 @@ specimen( Ryx::RyxType const& type, std::string const& key ) {
 Object
 sample( Ryx::RyxType const& type, unsigned which, std::string const& key ) {
    return type.kind() == Ryx::ValueKind::object
-      ? specimen( type, key )
+      ? sample( type, key )
       : type.code().parse( sampleTexts( type )[ which ] );
 }
 
@@ -126,8 +126,8 @@ sampleArguments( std::vector< Ryx::RyxArgument > const& arguments ) {
 }
 
 bool
-specimenMakerIs( std::string const& typeName, SpecimenMaker maker ) {
-   return specimenMakers().emplace( typeName, std::move( maker ) ).second;
+sampleMakerIs( std::string const& typeName, SampleMaker maker ) {
+   return sampleMakers().emplace( typeName, std::move( maker ) ).second;
 }
 
 bool
