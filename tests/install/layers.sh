@@ -36,7 +36,7 @@ check() {
 
 check Ryx
 check types Ryx
-check src-includes Ryx types OstraMlag
+check src-includes Ryx types
 check OstraMlag Ryx types src-includes
 check host Ryx types
 exit "$status"
