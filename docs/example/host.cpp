@@ -84,7 +84,8 @@ as( Object const& object ) {
    return const_cast< T& >( dynamic_cast< T const& >( *object->object() ) );
 }
 
-void
+// Plays the delay; returns whether the ports were released at its end.
+bool
 run( Time& time ) {
    Ryx::RyxType const* const agentType = Ryx::RyxType::type( "OstraMlag::Agent" );
    Object const agent = make( agentType, "example" );
@@ -121,6 +122,7 @@ run( Time& time ) {
    std::printf(
       "%6g  ports held: %s\n", Ryx::now(), proto.portsErrdisabled() ? "yes" : "no" );
    agent->attributeOp( { machine->id(), Ryx::GenericIf::del }, nullptr, nullptr );
+   return Ryx::now() == 20 && !proto.portsErrdisabled();
 }
 
 } // namespace
@@ -136,9 +138,9 @@ main( int argc, char** argv ) {
    Messages messages;
    Ryx::timeSourceIs( &time );
    Ryx::logSinkIs( &messages );
-   run( time );
+   bool const released = run( time );
    Ryx::logSinkIs( nullptr );
    Ryx::timeSourceIs( nullptr );
    // Nothing of the plug-in may be left when it goes.
-   return dlclose( plugin );
+   return dlclose( plugin ) == 0 && released ? 0 : 1;
 }

@@ -46,14 +46,21 @@ done < <("$nm" -D --defined-only "$library")
 # A member that the plug-in inserts into a collection of a state type outlives the plug-in:
 # its code has to be that of the types' library. Only the machine's own members may be here.
 own_members='PortChannelTracker'
+members=0
 while read -r _ _ name; do
+   members=$((members + 1))
    [[ $name =~ $own_members ]] || fail "members of a state type have their code here: $name"
 done < <("$nm" -C --defined-only "$library" | grep 'vtable for Ryx::ValueRecord<Kovel::IntfId')
+[ "$members" != 0 ] || fail "not even the machine's own members are found"
 
 # Nothing but this project and the standard library.
 allowed_needed='^lib(Ryx|RyxTypes|stdc\+\+|m|gcc_s|c)\.so'
+libraries=0
 while read -r needed; do
+   libraries=$((libraries + 1))
    [[ $needed =~ $allowed_needed ]] || fail "needed: $needed"
 done < <("$readelf" -d "$library" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')
+
+[ "$libraries" != 0 ] || fail "no needed library is found"
 
 exit "$status"
