@@ -21,14 +21,15 @@ ActivityConfig::handleActivity() {
    Ptr< ActivityConfig const > const alive( this );
    unsigned calls = 0;
    auto waitingNow = std::exchange( queue_, {} );
-   queue_.reserve( waitingNow.size() );
-   for ( auto& waiting : waitingNow ) {
-      Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( waiting );
+   for ( auto it = waitingNow.begin(); it != waitingNow.end(); ) {
+      auto const waiting = it++;
+      Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( *waiting );
       if ( notifiee->references() == 1 ) {
          continue;
       }
       if ( !notifiee->isRegisteredNotifiee() ) {
-         queue_.push_back( notifiee );
+         *waiting = notifiee;
+         queue_.splice( queue_.end(), waitingNow, waiting );
          continue;
       }
       callExpecting( *notifiee, notifiee->pendingAttributeId(), [ & ] {

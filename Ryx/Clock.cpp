@@ -5,6 +5,8 @@
 
 #include <Ryx/Activity>
 
+#include <algorithm>
+
 namespace Ryx {
 
 Clock::Clock( Name name ) : EntityOf( std::move( name ) ) {}
@@ -36,15 +38,23 @@ Clock::handleTime() {
    unsigned calls = 0;
    while ( !armed_.empty() && armed_.front()->timeMin_ <= now() ) {
       Ptr< NotifieeConst > const due( armed_.front() );
-      disarm( due.ptr() );
       due->wake();
       ++calls;
    }
    return calls;
 }
 
+// Makes room for one more.
 void
-Clock::arm( NotifieeConst* notifiee ) const {
+Clock::watcherIs() const {
+   if ( watchers_ == armed_.capacity() ) {
+      armed_.reserve( std::max< std::size_t >( 4, 2 * watchers_ ) );
+   }
+   ++watchers_;
+}
+
+void
+Clock::arm( NotifieeConst* notifiee ) const noexcept {
    armed_.push_back( notifiee );
    settle( notifiee, armed_.size() - 1 );
 }
@@ -95,7 +105,7 @@ Clock::earlier( std::size_t place, NotifieeConst const* notifiee ) const noexcep
 }
 
 Clock::NotifieeConst::~NotifieeConst() {
-   leave();
+   bind( nullptr );
 }
 
 void
@@ -115,7 +125,13 @@ Clock::NotifieeConst::notifierIs( Ptr< PtrInterface const > const& notifier ) {
 
 void
 Clock::NotifieeConst::bind( Notifier const* notifier ) const {
+   if ( auto const* const clock = static_cast< Clock const* >( notifier ) ) {
+      clock->watcherIs();
+   }
    leave();
+   if ( watched() ) {
+      --watched()->watchers_;
+   }
    Entity::NotifieeConst::bind( notifier );
    arrive();
 }
@@ -139,14 +155,14 @@ void
 Clock::NotifieeConst::onTime() {}
 
 void
-Clock::NotifieeConst::timeMinIs( Seconds const& timeMin ) {
+Clock::NotifieeConst::timeMinIs( Seconds const& timeMin ) noexcept {
    timeMin_ = timeMin;
    unfired_ = true;
    rearm();
 }
 
 void
-Clock::NotifieeConst::arrive() const {
+Clock::NotifieeConst::arrive() const noexcept {
    if ( isRegisteredNotifiee() && watched() ) {
       registration_ = watched()->registrations_++;
       rearm();
@@ -162,7 +178,7 @@ Clock::NotifieeConst::leave() const noexcept {
 
 // Brings the clock's heap up to date with the notifiee.
 void
-Clock::NotifieeConst::rearm() const {
+Clock::NotifieeConst::rearm() const noexcept {
    bool const due = unfired_ && timeMin_ < never && isRegisteredNotifiee() && watched();
    if ( !due ) {
       leave();
@@ -175,10 +191,14 @@ Clock::NotifieeConst::rearm() const {
 
 void
 Clock::NotifieeConst::wake() {
-   unfired_ = false;
-   if ( ActivityConfig* const activity = ryxFwkActivity() ) {
-      timePending_ = true;
+   ActivityConfig* const activity = ryxFwkActivity();
+   if ( activity ) {
       activity->notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
+   }
+   leave();
+   unfired_ = false;
+   if ( activity ) {
+      timePending_ = true;
    } else {
       callExpecting( *this, timeAttributeId, [ this ] { onTime(); } );
    }

@@ -3,6 +3,8 @@
 
 #include <Ryx/Notifiee>
 
+#include <new>
+
 namespace Ryx {
 
 namespace {
@@ -38,7 +40,7 @@ Notifier::link( NotifieeConst* notifiee ) const noexcept {
    ( tail_ ? tail_->next_ : head_ ) = notifiee;
    tail_ = notifiee;
    ++count_;
-   ++modifications_;
+   notifiee->registration_ = ++modifications_;
 }
 
 void
@@ -89,17 +91,19 @@ Notifier::abandonParked() const noexcept {
    }
 }
 
-Delivery::Delivery( Notifier const& notifier )
-      : notifier_( &notifier ), snapshot_( inline_ ), size_( notifier.notifieeCount() ) {
-   if ( size_ > inlineSize ) {
-      snapshot_ = new PtrInterface::NotifieeConst*[ size_ ];
+Delivery::Delivery( Notifier const& notifier ) noexcept
+      : notifier_( &notifier ),
+        snapshot_( inline_ ),
+        taken_( notifier.head_->registration_ - 1 ),
+        last_( notifier.notifieeModifications() ) {
+   std::uint32_t const count = notifier.notifieeCount();
+   if ( count > inlineSize ) {
+      if ( auto** table = new ( std::nothrow ) PtrInterface::NotifieeConst*[ count ] ) {
+         snapshot_ = table;
+         room_ = count;
+      }
    }
-   std::uint32_t i = 0;
-   for ( auto* notifiee = notifier.head_; notifiee; notifiee = notifiee->next_ ) {
-      notifiee->newReference();
-      ++notifiee->snapshots_;
-      snapshot_[ i++ ] = notifiee;
-   }
+   take( notifier.head_ );
 }
 
 Delivery::~Delivery() {
@@ -108,12 +112,38 @@ Delivery::~Delivery() {
    }
 }
 
+void
+Delivery::take( PtrInterface::NotifieeConst* first ) noexcept {
+   auto* notifiee = first;
+   position_ = 0;
+   for ( size_ = 0; isAhead( notifiee ) && size_ < room_; notifiee = notifiee->next_ ) {
+      notifiee->newReference();
+      ++notifiee->snapshots_;
+      snapshot_[ size_++ ] = notifiee;
+      taken_ = notifiee->registration_;
+   }
+   isWhole_ = !isAhead( notifiee );
+}
+
+bool
+Delivery::takeMore() noexcept {
+   if ( isWhole_ ) {
+      return false;
+   }
+   auto* notifiee = notifier_->head_;
+   while ( notifiee && !isAhead( notifiee ) ) {
+      notifiee = notifiee->next_;
+   }
+   take( notifiee );
+   return size_ > 0;
+}
+
 PtrInterface::NotifieeConst*
 Delivery::next() noexcept {
    if ( current_ ) {
       letGo( current_ );
    }
-   while ( position_ < size_ ) {
+   while ( position_ < size_ || takeMore() ) {
       current_ = snapshot_[ position_++ ];
       if ( stillDue( *current_ ) ) {
          return current_;

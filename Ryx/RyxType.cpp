@@ -67,8 +67,8 @@ RyxType::typeIs( Name const& name ) {
       return known;
    }
    auto created = Ptr< RyxType >::adopt( new RyxType( name ) );
-   created->isNondestructingIs( true );
    introspection.handleType( *created );
+   created->isNondestructingIs( true );
    return created.release();
 }
 

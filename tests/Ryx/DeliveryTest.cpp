@@ -8,6 +8,10 @@
 #include <gtest/gtest.h>
 #include <support/AllocationCounter>
 
+#include <array>
+#include <functional>
+#include <vector>
+
 namespace {
 
 using doubles::Calls;
@@ -250,20 +254,100 @@ TEST( DeliveryMemory, MoreNotifieesNeedOneAllocationForAll ) {
    EXPECT_EQ( allocationsOfASet( 100 ), 1u );
 }
 
-TEST( DeliveryMemory, WithoutMemoryForTheSnapshotNoReferenceIsLost ) {
-   auto const port = Ryx::make< Port >( 1u );
-   std::vector< Ptr< CountingWatcher > > all;
-   for ( int i = 0; i < 17; ++i ) {
-      all.push_back( Ryx::make< CountingWatcher >() );
-      all.back()->notifierIs( port );
-      all.back()->isRegisteredNotifieeIs( true );
+// Far more watchers than a snapshot has room for without memory.
+class WithoutMemory : public ::testing::Test {
+ public:
+   // Says in which order it was called, and does as told.
+   class Caller final : public Port::NotifieeConst {
+    public:
+      explicit Caller( WithoutMemory* test ) : test_( test ) {}
+      void onSpeed() override {
+         test_->called[ test_->calls++ ] = this;
+         if ( act ) {
+            act();
+         }
+      }
+      std::function< void() > act;
+
+    private:
+      WithoutMemory* test_;
+   };
+
+   static constexpr std::size_t count = 100;
+
+   WithoutMemory() {
+      for ( auto& caller : callers ) {
+         caller = Ryx::make< Caller >( this );
+         caller->notifierIs( port );
+         caller->isRegisteredNotifieeIs( true );
+      }
    }
-   {
+   void setWithoutMemory( unsigned speed ) {
       support::AllocationFailure const failure;
-      EXPECT_THROW( port->speedIs( 1 ), std::bad_alloc );
+      port->speedIs( speed );
    }
-   EXPECT_EQ( port->references(), 18u );
-   EXPECT_EQ( all.front()->references(), 1u );
+   // Each once, in the order of registration, but for those between `from` and `to`.
+   void expectAllBut( std::size_t from, std::size_t to ) const {
+      std::vector< Caller* > expected;
+      for ( std::size_t i = 0; i < count; ++i ) {
+         if ( i < from || i >= to ) {
+            expected.push_back( callers[ i ].ptr() );
+         }
+      }
+      EXPECT_EQ(
+         std::vector< Caller* >( called.begin(), called.begin() + calls ), expected );
+   }
+
+   Ptr< Port > port = Ryx::make< Port >( 1u );
+   std::array< Ptr< Caller >, count > callers;
+   std::array< Caller*, 2 * count > called{};
+   std::ptrdiff_t calls = 0;
+};
+
+TEST_F( WithoutMemory, EveryNotifieeIsToldInOrder ) {
+   setWithoutMemory( 1 );
+   expectAllBut( 0, 0 );
+   EXPECT_EQ( port->references(), 1 + count );
+   EXPECT_EQ( callers.front()->references(), 1u );
+   EXPECT_EQ( callers.back()->references(), 1u );
+}
+
+TEST_F( WithoutMemory, NotifieesDeregisteredMeanwhileAreNotTold ) {
+   callers[ 2 ]->act = [ this ] {
+      for ( std::size_t i = 10; i < 70; ++i ) {
+         callers[ i ]->isRegisteredNotifieeIs( false );
+      }
+   };
+   setWithoutMemory( 1 );
+   expectAllBut( 10, 70 );
+}
+
+TEST_F( WithoutMemory, ThoseWhoTookTheirTurnMayGo ) {
+   callers[ 15 ]->act = [ this ] {
+      for ( std::size_t i = 0; i < 16; ++i ) {
+         callers[ i ]->isRegisteredNotifieeIs( false );
+      }
+   };
+   setWithoutMemory( 1 );
+   expectAllBut( 0, 0 );
+}
+
+TEST_F( WithoutMemory, NotifieesRegisteredMeanwhileAreNotTold ) {
+   auto const late = Ryx::make< Caller >( this );
+   late->notifierIs( port );
+   callers[ 0 ]->act = [ & ] { late->isRegisteredNotifieeIs( true ); };
+   setWithoutMemory( 1 );
+   expectAllBut( 0, 0 );
+}
+
+TEST_F( WithoutMemory, ANestedSetIsDeliveredWhole ) {
+   // Setting it again to the same ends the nesting.
+   callers[ 20 ]->act = [ this ] { port->speedIs( 2 ); };
+   setWithoutMemory( 1 );
+   EXPECT_EQ( calls, 2 * static_cast< std::ptrdiff_t >( count ) );
+   EXPECT_EQ( called[ 21 ], callers.front().ptr() );
+   EXPECT_EQ( called[ 20 + count ], callers.back().ptr() );
+   EXPECT_EQ( called[ 2 * count - 1 ], callers.back().ptr() );
 }
 
 } // namespace

@@ -17,13 +17,30 @@ namespace {
 constexpr std::size_t noAllocation = std::numeric_limits< std::size_t >::max();
 
 std::atomic< std::size_t > totalAllocations = 0;
+std::atomic< std::size_t > live = 0;
+std::atomic< std::size_t > refusals = 0;
+// The allocations that are refused.
 std::atomic< std::size_t > firstRefused = noAllocation;
+std::atomic< std::size_t > lastRefused = noAllocation;
 
 // Counts an allocation and says whether there is memory for it.
 bool
 granted() noexcept {
    std::size_t const count = totalAllocations.fetch_add( 1, std::memory_order_relaxed ) + 1;
-   return count < firstRefused.load( std::memory_order_relaxed );
+   if (
+      count < firstRefused.load( std::memory_order_relaxed ) ||
+      count > lastRefused.load( std::memory_order_relaxed ) ) {
+      live.fetch_add( 1, std::memory_order_relaxed );
+      return true;
+   }
+   refusals.fetch_add( 1, std::memory_order_relaxed );
+   return false;
+}
+
+void
+release( void* memory ) noexcept {
+   live.fetch_sub( memory ? 1 : 0, std::memory_order_relaxed );
+   std::free( memory );
 }
 
 void*
@@ -53,12 +70,25 @@ support::AllocationCounter::total() noexcept {
    return totalAllocations.load( std::memory_order_relaxed );
 }
 
-support::AllocationFailure::AllocationFailure( std::size_t nth ) noexcept {
-   firstRefused.store( totalAllocations.load( std::memory_order_relaxed ) + nth );
+support::AllocationFailure::AllocationFailure( std::size_t nth, Of of ) noexcept {
+   std::size_t const first = totalAllocations.load( std::memory_order_relaxed ) + nth;
+   refusals.store( 0 );
+   lastRefused.store( of == Of::one ? first : noAllocation );
+   firstRefused.store( first );
 }
 
 support::AllocationFailure::~AllocationFailure() {
    firstRefused.store( noAllocation );
+}
+
+bool
+support::AllocationFailure::refused() const noexcept {
+   return refusals.load( std::memory_order_relaxed ) != 0;
+}
+
+std::size_t
+support::liveAllocations() noexcept {
+   return live.load( std::memory_order_relaxed );
 }
 
 void*
@@ -105,60 +135,60 @@ operator new[](
 
 void
 operator delete( void* memory ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete( void* memory, std::size_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory, std::size_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete( void* memory, std::nothrow_t const& ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory, std::nothrow_t const& ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete( void* memory, std::align_val_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory, std::align_val_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete( void* memory, std::size_t, std::align_val_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory, std::size_t, std::align_val_t ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete( void* memory, std::align_val_t, std::nothrow_t const& ) noexcept {
-   std::free( memory );
+   release( memory );
 }
 
 void
 operator delete[]( void* memory, std::align_val_t, std::nothrow_t const& ) noexcept {
-   std::free( memory );
+   release( memory );
 }
