@@ -10,56 +10,53 @@
 
 namespace Mlag::Ostra {
 
-MlagErrdisableSm::MlagErrdisableSm(
-   In< Mlag::Config > const& mlagConfig,
-   In< Mlag::Status > const& mlagStatus,
-   In< Interface::AllEthPhyIntfStatusDir > const& ethPhyIntfStatus,
-   In< Interface::AllEthPhyIntfConfigDir > const& ethPhyIntfConfig,
-   In< Interface::EthLagIntfStatusDir > const& lagInputIntfStatus,
-   In< Lag::Input::LacpOverrideDir > const& lacpOverride,
-   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
-   Ryx::Ptr< IgmpSnoopingConfig > const& igmpsnoopingConfig,
-   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
-   In< Lag::Input::Config > const& lagInputConfig,
-   Ryx::Ptr< Lacp::Config > const& lacpConfig )
-      : mlagissuCause_( mlagissuCause ),
-        igmpsnoopingConfig_( igmpsnoopingConfig ),
-        mlagProtoStatus_( mlagProtoStatus ),
-        lagInputConfig_( lagInputConfig ),
-        lacpConfig_( lacpConfig ) {
+MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs, NotStarted )
+      : mlagissuCause_( inputs.mlagissuCause ),
+        igmpsnoopingConfig_( inputs.igmpsnoopingConfig ),
+        mlagProtoStatus_( inputs.mlagProtoStatus ),
+        lagInputConfig_( inputs.lagInputConfig ),
+        lacpConfig_( inputs.lacpConfig ) {
    // The inputs that are required for life, before anything is written.
-   Ryx::forcePointerAccess( mlagConfig.ptr() );
-   Ryx::forcePointerAccess( mlagStatus.ptr() );
-   Ryx::forcePointerAccess( mlagProtoStatus.ptr() );
-   try {
-      mlagConfigIs( mlagConfig );
-      mlagStatusIs( mlagStatus );
-      if ( ethPhyIntfStatus ) {
-         ethPhyIntfStatusIs( ethPhyIntfStatus );
-      }
-      if ( ethPhyIntfConfig ) {
-         ethPhyIntfConfigIs( ethPhyIntfConfig );
-      }
-      if ( lagInputIntfStatus ) {
-         lagInputIntfStatusIs( lagInputIntfStatus );
-      }
-      if ( lacpOverride ) {
-         lacpOverrideIs( lacpOverride );
-      }
-      if ( auto const reactor = ethPhyIntfConfig_.reactor ) {
-         reactor->handleNotifier();
-      }
-      handleInitialized();
-   } catch ( ... ) {
-      orphanReactors();
-      releaseState();
-      throw;
+   Ryx::forcePointerAccess( inputs.mlagConfig.ptr() );
+   Ryx::forcePointerAccess( inputs.mlagStatus.ptr() );
+   Ryx::forcePointerAccess( inputs.mlagProtoStatus.ptr() );
+}
+
+// The machine is whole when its reactors are made: a start that fails ends in the
+// destructor.
+MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs )
+      : MlagErrdisableSm( inputs, NotStarted() ) {
+   mlagConfigIs( inputs.mlagConfig );
+   mlagStatusIs( inputs.mlagStatus );
+   if ( inputs.ethPhyIntfStatus ) {
+      ethPhyIntfStatusIs( inputs.ethPhyIntfStatus );
    }
+   if ( inputs.ethPhyIntfConfig ) {
+      ethPhyIntfConfigIs( inputs.ethPhyIntfConfig );
+   }
+   if ( inputs.lagInputIntfStatus ) {
+      lagInputIntfStatusIs( inputs.lagInputIntfStatus );
+   }
+   if ( inputs.lacpOverride ) {
+      lacpOverrideIs( inputs.lacpOverride );
+   }
+   if ( auto const reactor = ethPhyIntfConfig_.reactor ) {
+      reactor->handleNotifier();
+   }
+   handleInitialized();
 }
 
 MlagErrdisableSm::~MlagErrdisableSm() {
    orphanReactors();
    releaseState();
+}
+
+SmInputs
+MlagErrdisableSm::inputs() const {
+   return { mlagConfig(),       mlagStatus(),         ethPhyIntfStatus(),
+            ethPhyIntfConfig(), lagInputIntfStatus(), lacpOverride(),
+            mlagissuCause(),    igmpsnoopingConfig(), mlagProtoStatus(),
+            lagInputConfig(),   lacpConfig() };
 }
 
 Ryx::Ptr< MlagErrdisableSm >
