@@ -53,7 +53,6 @@ Agent::ethPeerIntfStatusReactorIs(
    auto created = Ryx::validPtr(
       newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
    ethPeerIntfStatusReactor_ = created;
-   created->hasNotificationActiveIs( true );
    return created;
 }
 
@@ -91,18 +90,20 @@ Agent::mlagErrdisableSmIs(
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
    Ryx::Ptr< Agent > const alive( this );
-   ErrdisableSm const* const present = mlagErrdisableSm_.ptr();
    if (
-      present && present->mlagConfig() == mlagConfig &&
-      present->mlagStatus() == mlagStatus &&
-      present->ethPhyIntfStatus() == ethPhyIntfStatus &&
-      present->ethPhyIntfConfig() == ethPhyIntfConfig &&
-      present->lagInputIntfStatus() == lagInputIntfStatus &&
-      present->lacpOverride() == lacpOverride &&
-      present->mlagissuCause() == mlagissuCause &&
-      present->igmpsnoopingConfig() == igmpsnoopingConfig &&
-      present->mlagProtoStatus() == mlagProtoStatus &&
-      present->lagInputConfig() == lagInputConfig && present->lacpConfig() == lacpConfig ) {
+      mlagErrdisableSm_ &&
+      mlagErrdisableSm_->inputs() ==
+         Mlag::Ostra::SmInputs{ mlagConfig,
+                                mlagStatus,
+                                ethPhyIntfStatus,
+                                ethPhyIntfConfig,
+                                lagInputIntfStatus,
+                                lacpOverride,
+                                mlagissuCause,
+                                igmpsnoopingConfig,
+                                mlagProtoStatus,
+                                lagInputConfig,
+                                lacpConfig } ) {
       return mlagErrdisableSm_;
    }
    auto created = Ryx::validPtr( newMlagErrdisableSm(
@@ -118,36 +119,6 @@ Agent::mlagErrdisableSmIs(
       lagInputConfig,
       lacpConfig ) );
    mlagErrdisableSm_ = created;
-   created->hasNotificationActiveIs( true );
-   return created;
-}
-
-Ryx::Ptr< Agent::ErrdisableSm >
-Agent::newMlagErrdisableSm(
-   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
-   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
-   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
-   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
-   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
-   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
-   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
-   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
-   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   auto created = Mlag::Ostra::mlagErrdisableSmFactory(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig );
-   created->hasNotificationActiveIs( true );
    return created;
 }
 
