@@ -44,8 +44,10 @@ class NullInputs : public SwitchFixture {
       }
       return count;
    }
+   // Nothing is begun, as the absence of traces shows.
    void expectRefused() {
       auto const before = notifiees();
+      tracingIs( true );
       take();
       EXPECT_EQ( starting(), "null ValidPtr" );
       EXPECT_EQ( sm, nullptr );
@@ -59,6 +61,14 @@ class NullInputs : public SwitchFixture {
       EXPECT_EQ( sm, nullptr );
       EXPECT_EQ( notifiees(), before );
    }
+};
+
+// Tells where it is before its construction begins.
+class StartingMachine final : public Sm {
+ public:
+   template< class First, class... Others >
+   StartingMachine( Sm*& self, First const& first, Others const&... others )
+         : Sm( ( self = this, first ), others... ) {}
 };
 
 TEST_F( NullInputs, WithoutMlagConfigurationThereIsNoMachineAndNothingIsWritten ) {
@@ -97,6 +107,36 @@ TEST_F( NullInputs, WithoutConfigurationDirectoryPortsAreHeldAndNoPortChannelIsF
 TEST_F( NullInputs, WithoutCauseTheFailureComesWithTheFirstPortToHold ) {
    mlagissuCause = nullptr;
    expectFailure();
+}
+
+TEST_F( NullInputs, AReactorThatOutlivesAFailedStartIsAZombieWithoutMachine ) {
+   Sm* machine = nullptr;
+   Ryx::Ptr< Sm::RyxMlagConfig > kept;
+   onLine = [ & ]( std::string const& ) {
+      if ( machine && !kept ) {
+         kept = reactorOf< Sm::RyxMlagConfig >( *machine );
+      }
+   };
+   EXPECT_THROW(
+      Ryx::make< StartingMachine >(
+         machine,
+         mlagConfig,
+         mlagStatus,
+         ethPhyIntfStatus,
+         ethPhyIntfConfig,
+         lagInputIntfStatus,
+         lacpOverride,
+         Ryx::Ptr< Errdisable::CauseStatus >(),
+         igmpsnoopingConfig,
+         mlagProtoStatus,
+         lagInputConfig,
+         lacpConfig ),
+      Ryx::RangeException );
+   onLine = nullptr;
+   ASSERT_TRUE( kept );
+   EXPECT_TRUE( kept->ryxMarkedForDeletion() );
+   EXPECT_EQ( kept->mlagErrdisableSm(), nullptr );
+   mlagConfig->enabledIs( false );
 }
 
 TEST_F( NullInputs, WithoutSnoopingConfigurationTheFailureComesWithAnMlagMember ) {

@@ -256,4 +256,18 @@ TEST_F( Timers, TheClassesAreReleasedInTheOrderOfTheirTimers ) {
              "proto portsErrdisabledWhen inf" } ) );
 }
 
+TEST_F( Timers, ANegativeDelayFromALaterStartWakesOnceMoreAfterItsEnd ) {
+   startWith( 300 );
+   mlagProtoStatus->portsErrdisabledWhenIs( 105 );
+   mlagConfig->reloadDelayIs( -100 );
+   take();
+   EXPECT_EQ( wakeTime( true ), 5 );
+   moveTo( 5 );
+   EXPECT_EQ( take(), Log{ at( 5, ending( 0 ) ) } );
+   EXPECT_EQ( wakeTime( true ), 30 );
+   EXPECT_TRUE( sm->mlagPortsErrdisabled() );
+   moveTo( 30 );
+   EXPECT_EQ( take(), release( 30 ) );
+}
+
 } // namespace

@@ -102,6 +102,16 @@ TEST_F( AgentTest, TheReplacedReactorIsReleasedButNotSwitchedOff ) {
    EXPECT_EQ( oldPeer->notifieeCount(), 0u );
 }
 
+TEST_F( AgentTest, AReactorThatIsTakenAwayWhileTheOldOneGoesStaysOff ) {
+   DestructionLog log(
+      [ & ]( std::string const& ) { agent->ethPeerIntfStatusReactorDel(); } );
+   agent->ethPeerIntfStatusReactorIs(
+      dirs.peer, log.make< Interface::EthIntfStatusDir >( "old" ), dirs.all );
+   auto const reactor = setReactor();
+   EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
+   EXPECT_FALSE( reactor->hasNotificationActive() );
+}
+
 TEST_F( AgentTest, NewReactorsAndMachinesAreActiveAndNotStored ) {
    auto const reactor = agent->newEthPeerIntfStatusReactor( dirs.peer, dirs.eth, dirs.all );
    EXPECT_TRUE( reactor->hasNotificationActive() );
