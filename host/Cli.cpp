@@ -3,30 +3,26 @@
 
 #include <host/Cli>
 
+#include <host/CliParser>
 #include <host/Commands>
 #include <host/Failure>
+#include <host/Milliseconds>
 #include <host/OutputBuffer>
 
 #include <Ryx/Trace>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <iostream>
-#include <utility>
-#include <vector>
 
 #include <unistd.h>
 
 namespace ostra {
 
 namespace {
-
-constexpr char programVersion[] = "ostra " OSTRA_VERSION;
 
 constexpr char description[] =
    "Loads the MLAG reload-delay plug-in and plays a switch reload against it.";
@@ -37,100 +33,112 @@ constexpr char checkDescription[] = "Validates a scenario without running it.";
 constexpr char typesDescription[] =
    "Lists the registered types with attribute ids, names, value types and flags.";
 
-template< class E >
-using Choices = std::vector< std::pair< std::string, E > >;
+constexpr char expectedCommand[] = "a command: run, check or types";
+constexpr char expectedFile[] = "a file, or - for standard input";
 
-// An option that takes one of these words.
-template< class E >
-void
-addChoice(
-   CLI::App& app,
-   std::string const& name,
-   E& value,
-   Choices< E > const& choices,
-   std::string const& text ) {
-   std::string words;
-   for ( auto const& choice : choices ) {
-      words += ( words.empty() ? "" : "|" ) + choice.first;
-   }
-   app.add_option_function< std::string >(
-         name,
-         [ name, &value, choices, words ]( std::string const& word ) {
-            auto const found =
-               std::find_if( choices.begin(), choices.end(), [ & ]( auto const& choice ) {
-                  return choice.first == word;
-               } );
-            if ( found == choices.end() ) {
-               throw CLI::ValidationError(
-                  name, fmt::format( "{}: expected {}", inQuotes( word ), words ) );
-            }
-            value = found->second;
-         },
-         text )
-      ->option_text( words );
-}
+constexpr int highestTraceLevel = int( Ryx::TraceHandle::levels ) - 1;
 
 class CommandLine {
  public:
-   CommandLine() : app_( description, "ostra" ) {
-      app_.set_version_flag( "--version", programVersion );
-      app_.require_subcommand( 0, 1 );
+   CommandLine() : parser_( "ostra", description, expectedCommand ) {
       addRun();
       addCheck();
       addTypes();
    }
 
-   void parse( int argc, char** argv ) { app_.parse( argc, argv ); }
-   // Prints what a help or version option asks for.
+   void parse( int argc, char** argv ) { parser_.parse( argc, argv ); }
    void answer( CLI::ParseError const& question, std::ostream& out ) const {
-      app_.exit( question, out, out );
+      parser_.answer( question, out );
    }
 
    void execute( std::ostream& out ) const {
-      if ( app_.got_subcommand( "run" ) ) {
+      std::string const command = parser_.command();
+      if ( command == "run" ) {
          runScenario( run_, out );
-      } else if ( app_.got_subcommand( "check" ) ) {
+      } else if ( command == "check" ) {
          checkScenario( check_, out );
-      } else if ( app_.got_subcommand( "types" ) ) {
+      } else if ( command == "types" ) {
          listTypes( types_, out );
       } else {
-         throw Failure(
-            ExitStatus::badInput, "ostra: expected a command: run, check or types" );
+         refuse( "ostra", "nothing to do", expectedCommand );
       }
    }
 
  private:
-   CLI::App& addCommand( std::string const& name, std::string const& text ) {
-      CLI::App* const command = app_.add_subcommand( name, text );
-      command->set_version_flag( "--version", programVersion );
-      return *command;
+   CLI::Option& addScenario( CLI::App& command, InputOptions& input ) {
+      return parser_.addText(
+         command,
+         "SCENARIO",
+         " ",
+         "A file, or - for standard input",
+         expectedFile,
+         input.scenario );
    }
 
-   static void addPlugin( CLI::App& command, std::optional< std::string >& plugin ) {
-      command.add_option( "--plugin", plugin, "The plug-in's file" )->type_name( "PATH" );
+   void addPlugin( CLI::App& command, std::optional< std::string >& plugin ) {
+      parser_.addText(
+         command,
+         "--plugin",
+         "PATH",
+         "The plug-in; without it, the one that belongs to this program",
+         "the plug-in's file",
+         plugin );
    }
 
-   static void addMounts( CLI::App& command, InputOptions& input ) {
-      command
-         .add_option(
-            "--mounts",
-            input.mounts,
-            "The state at which an earlier run ended: the line of its end or the "
-            "state in it; the scenario's own mounts are laid over it" )
-         ->type_name( "FILE" );
+   void addMounts( CLI::App& command, InputOptions& input ) {
+      parser_.addText(
+         command,
+         "--mounts",
+         "FILE",
+         "The state at which an earlier run ended, over which the scenario's own mounts "
+         "are laid: that run's ndjson stream, its last line, or the state in that. Times "
+         "in it are absolute: to resume, give the scenario the startTime at which it goes "
+         "on, the earlier one plus the t of the end",
+         expectedFile,
+         input.mounts );
+   }
+
+   void addTrace( CLI::App& command ) {
+      parser_.addValue(
+         command,
+         "--trace",
+         "LEVEL",
+         fmt::format(
+            "Report the plug-in's traces of levels 0 to LEVEL, at most {}. 8 shows every "
+            "handler that runs, 9 beside it every port and port-channel that is added",
+            highestTraceLevel ),
+         fmt::format( "a level from 0 to {}", highestTraceLevel ),
+         [ this ]( std::string const& text ) {
+            int level = -1;
+            bool const isNumber = CLI::detail::lexical_cast( text, level );
+            run_.trace = level;
+            return isNumber && level >= 0 && level <= highestTraceLevel;
+         } );
+   }
+
+   void addUntil( CLI::App& command ) {
+      parser_.addValue(
+         command,
+         "--until",
+         "SECONDS",
+         "Scenario time at which the run ends; overrides the scenario's own",
+         std::string( expectedScenarioMoment ),
+         [ this ]( std::string const& text ) {
+            run_.until = scenarioMoment( text );
+            return run_.until.has_value();
+         } );
    }
 
    void addRun() {
-      CLI::App& command = addCommand( "run", runDescription );
-      command.add_option(
-         "SCENARIO", run_.input.scenario, "A file, or - for standard input" );
-      addChoice< RunFormat >(
+      CLI::App& command = parser_.addCommand( "run", runDescription );
+      addScenario( command, run_.input );
+      parser_.addChoice< RunFormat >(
          command,
          "--format",
          run_.format,
          { { "text", RunFormat::text }, { "ndjson", RunFormat::ndjson } },
-         "For people, or one JSON object a line" );
-      addChoice< Colour >(
+         "For people (which it is without this), or one JSON object a line" );
+      parser_.addChoice< Colour >(
          command,
          "--colour,--color",
          run_.colour,
@@ -138,42 +146,38 @@ class CommandLine {
            { "always", Colour::always },
            { "never", Colour::never } },
          "When the text has colours; auto: on a terminal" );
-      command.add_option( "--trace", run_.trace, "Report trace lines up to that level" )
-         ->check( CLI::Range( 0, int( Ryx::TraceHandle::levels ) - 1 ) )
-         ->type_name( "LEVEL" );
-      command
-         .add_option(
-            "--until",
-            run_.until,
-            "Scenario time at which the run ends, in seconds; overrides the "
-            "scenario's own" )
-         ->type_name( "T" );
-      command.add_flag( "--real-time", run_.realTime, "A second takes a second" );
+      addTrace( command );
+      addUntil( command );
+      parser_.addFlag(
+         command,
+         "--real-time",
+         run_.realTime,
+         "Wait: a second of scenario time takes a second" );
       addMounts( command, run_.input );
       addPlugin( command, run_.input.plugin );
    }
 
    void addCheck() {
-      CLI::App& command = addCommand( "check", checkDescription );
-      command.add_option( "SCENARIO", check_.scenario, "A file, or - for standard input" )
-         ->required();
+      CLI::App& command = parser_.addCommand( "check", checkDescription );
+      addScenario( command, check_ ).required();
       addMounts( command, check_ );
       addPlugin( command, check_.plugin );
    }
 
    void addTypes() {
-      CLI::App& command = addCommand( "types", typesDescription );
-      command.add_option( "NAME", types_.name, "Only this type" );
-      addChoice< TypesFormat >(
+      CLI::App& command = parser_.addCommand( "types", typesDescription );
+      parser_.addText(
+         command, "NAME", " ", "Only this type", "the name of a type", types_.name );
+      parser_.addChoice< TypesFormat >(
          command,
          "--format",
          types_.format,
          { { "text", TypesFormat::text }, { "json", TypesFormat::json } },
-         "For people, or a JSON array" );
+         "For people (which it is without this), or a JSON array" );
       addPlugin( command, types_.plugin );
    }
 
-   CLI::App app_;
+   CliParser parser_;
    RunOptions run_;
    InputOptions check_;
    TypesOptions types_;

@@ -13,9 +13,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace ostra {
@@ -36,6 +38,15 @@ hasColour( Colour colour ) {
    return isatty( STDOUT_FILENO ) == 1 && ( !refused || !*refused );
 }
 
+// That of the terminal, if it is narrower than the text is otherwise.
+std::size_t
+lineWidth() {
+   winsize size{};
+   bool const isKnown = ioctl( STDOUT_FILENO, TIOCGWINSZ, &size ) == 0 && size.ws_col != 0;
+   return isKnown ? std::clamp< std::size_t >( size.ws_col, narrowestLine, widestLine )
+                  : widestLine;
+}
+
 // The records' way out, and what it takes to show them before the run waits.
 struct Output {
    std::unique_ptr< RecordSink > sink;
@@ -48,7 +59,8 @@ makeOutput( RunOptions const& options, std::ostream& out ) {
       return { std::make_unique< NdjsonSink >( out ), [] {} };
    }
    TextOptions const text{ .colour = hasColour( options.colour ),
-                           .trace = options.trace.has_value() };
+                           .trace = options.trace.has_value(),
+                           .width = lineWidth() };
    auto report = std::make_unique< TextReport >( out, text );
    TextReport* const borrowed = report.get();
    return { std::move( report ), [ borrowed ] { borrowed->settle(); } };
@@ -67,18 +79,18 @@ describe( Scenario const& scenario, Mounts const& mounts ) {
 }
 
 std::vector< RyxType* >
-namedTypes( std::string const& name ) {
-   if ( name.empty() ) {
+namedTypes( std::optional< std::string > const& name ) {
+   if ( !name ) {
       return RyxType::types();
    }
-   RyxType* const type = RyxType::type( Ryx::Name( name ) );
+   RyxType* const type = RyxType::type( Ryx::Name( *name ) );
    if ( !type ) {
       throw Failure(
          ExitStatus::badInput,
          fmt::format(
-            "ostra: {}: expected the name of a type, which "
+            "ostra types: NAME: {}: expected the name of a type, which "
             "`ostra types` lists",
-            inQuotes( name ) ) );
+            inQuotes( *name ) ) );
    }
    return { type };
 }
@@ -100,22 +112,19 @@ pluginForTypes( std::optional< std::string > const& path ) {
 
 void
 runScenario( RunOptions const& options, std::ostream& out ) {
-   std::optional< Milliseconds > until;
-   if ( options.until ) {
-      until = scenarioMomentOf( "ostra: --until", *options.until );
-   }
    Input input( options.input );
-   if ( until ) {
-      input.scenario().until = until;
+   if ( options.until ) {
+      input.scenario().until = options.until;
    }
    ScenarioTime time( input.scenario().startTime );
    Output const output = makeOutput( options, out );
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
    Diagnostics const diagnostics( *output.sink, time, options.trace );
+   std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {
-      pacer = std::make_unique< RealPacer >();
+      pacer = std::make_unique< RealPacer >( machineTime.emplace() );
    }
    auto const settle = [ & ] {
       if ( options.realTime ) {

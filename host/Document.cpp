@@ -52,10 +52,10 @@ describe( DocumentNode const& node ) {
 
 } // namespace
 
-Document
-readDocument( std::string const& path ) {
+File
+readFile( std::string const& path ) {
    if ( path == "-" ) {
-      return parseDocument( "<stdin>", readAll( std::cin, "<stdin>" ) );
+      return { "<stdin>", readAll( std::cin, "<stdin>" ) };
    }
    std::ifstream in( path, std::ios::binary );
    if ( !in ) {
@@ -63,7 +63,13 @@ readDocument( std::string const& path ) {
          ExitStatus::badInput,
          fmt::format( "{}: cannot be read: {}", path, std::strerror( errno ) ) );
    }
-   return parseDocument( path, readAll( in, path ) );
+   return { path, readAll( in, path ) };
+}
+
+Document
+readDocument( std::string const& path ) {
+   File file = readFile( path );
+   return parseDocument( std::move( file.name ), file.text );
 }
 
 Json

@@ -10,9 +10,9 @@ namespace ostra {
 namespace {
 
 Document
-scenarioDocument( std::string const& path ) {
-   return path.empty() ? parseDocument( "<built-in>", std::string( builtinScenario() ) )
-                       : readDocument( path );
+scenarioDocument( std::optional< std::string > const& path ) {
+   return path ? readDocument( *path )
+               : parseDocument( "<built-in>", std::string( builtinScenario() ) );
 }
 
 void
@@ -20,7 +20,7 @@ refuseTwoReaders( InputOptions const& options ) {
    if ( options.scenario == "-" && options.mounts == "-" ) {
       throw Failure(
          ExitStatus::badInput,
-         "ostra: --mounts -: expected a file, standard input is the scenario" );
+         "ostra: --mounts: \"-\": expected a file, as standard input is the scenario" );
    }
 }
 
@@ -44,7 +44,7 @@ Input::read( InputOptions const& options ) {
    refuseTwoReaders( options );
    MountsPatch below;
    if ( options.mounts ) {
-      below = readState( readDocument( *options.mounts ), mounts_ );
+      below = readState( readFile( *options.mounts ), mounts_ );
    }
    Scenario scenario = readScenario(
       document_, mounts_, [ this ]() -> RyxType const& { return plugin_.agentType(); } );

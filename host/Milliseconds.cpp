@@ -12,8 +12,6 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view expectedMoment = "a number of seconds, in whole milliseconds";
-constexpr std::string_view expectedScenarioMoment =
-   "a number of seconds from 0, in whole milliseconds";
 
 std::optional< Milliseconds >
 moment( DocumentNode const& node ) {
@@ -76,16 +74,9 @@ scenarioMomentOf( Item const& item ) {
    return *found;
 }
 
-Milliseconds
-scenarioMomentOf( std::string_view option, std::string const& text ) {
-   auto const found = scenarioMoment( scalarNode( text ) );
-   if ( !found ) {
-      throw Failure(
-         ExitStatus::badInput,
-         fmt::format(
-            "{}: {}: expected {}", option, inQuotes( text ), expectedScenarioMoment ) );
-   }
-   return *found;
+std::optional< Milliseconds >
+scenarioMoment( std::string const& text ) {
+   return scenarioMoment( scalarNode( text ) );
 }
 
 } // namespace ostra

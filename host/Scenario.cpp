@@ -108,6 +108,27 @@ class ScenarioReader {
    Scenario scenario_;
 };
 
+// The last line of a stream of records, where it stands; any other text as it is.
+std::string
+withoutEarlierRecords( std::string const& text ) {
+   auto const last = text.find_last_not_of( "\r\n" );
+   auto const before = text.rfind( '\n', last );
+   if ( !text.starts_with( "{\"t\":" ) || before == std::string::npos ) {
+      return text;
+   }
+   auto const begin = text.begin() + static_cast< std::ptrdiff_t >( before ) + 1;
+   auto const lines = std::count( text.begin(), begin, '\n' );
+   return std::string( static_cast< std::size_t >( lines ), '\n' )
+      .append( begin, text.end() );
+}
+
+bool
+isRecord( DocumentNode const& node ) {
+   return std::any_of( node.entries.begin(), node.entries.end(), []( Entry const& entry ) {
+      return entry.key == "type" || entry.key == "state";
+   } );
+}
+
 } // namespace
 
 Json
@@ -123,14 +144,27 @@ readScenario( Document const& document, Mounts& mounts, AgentTypeSource const& a
 }
 
 MountsPatch
-readState( Document const& document, Mounts& mounts ) {
+readState( File const& file, Mounts& mounts ) {
+   Document const document = parseDocument( file.name, withoutEarlierRecords( file.text ) );
    Item const root( document );
-   auto const& entries = document.root->entries;
-   auto const state =
-      std::find_if( entries.begin(), entries.end(), []( Entry const& entry ) {
-         return entry.key == "state";
-      } );
-   return mounts.read( state == entries.end() ? root : Item( root, *state ) );
+   if ( !isRecord( *document.root ) ) {
+      return mounts.read( root );
+   }
+   MountsPatch state;
+   bool isEnd = false;
+   root.forEachEntry( "", [ & ]( Item const& entry ) {
+      if ( entry.key() == "type" && entry.node().text != "end" ) {
+         entry.refuse( "the end of a run, which is the last line of its stream" );
+      }
+      if ( entry.key() == "state" ) {
+         state = mounts.read( entry );
+         isEnd = true;
+      }
+   } );
+   if ( !isEnd ) {
+      root.refuseBecause( "no state: expected the key state, as in the end of a run" );
+   }
+   return state;
 }
 
 } // namespace ostra

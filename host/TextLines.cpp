@@ -14,7 +14,6 @@ namespace ostra {
 
 namespace {
 
-constexpr std::size_t lineWidth = 100;
 constexpr std::size_t fieldColumn = 16;
 constexpr std::size_t labelColumn = 14;
 constexpr std::size_t entryColumn = 26;
@@ -74,7 +73,7 @@ TextLines::line( std::string_view text ) {
 
 void
 TextLines::hanging( std::string_view begin, std::size_t indent, std::string_view text ) {
-   auto const lines = wrapped( oneLine( text ), lineWidth - indent );
+   auto const lines = wrapped( oneLine( text ), width_ - indent );
    line( fmt::format( "{}{}", begin, lines.front() ) );
    for ( std::size_t i = 1; i < lines.size(); ++i ) {
       line( std::string( indent, ' ' ) + lines[ i ] );

@@ -62,7 +62,7 @@ isMachineThereAfter( Json const& event, bool wasThere ) {
 } // namespace
 
 TextReport::TextReport( std::ostream& out, TextOptions options )
-      : lines_( out, Style( options.colour ) ), trace_( options.trace ) {}
+      : lines_( out, Style( options.colour ), options.width ), trace_( options.trace ) {}
 
 TextReport::~TextReport() = default;
 

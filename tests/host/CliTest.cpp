@@ -5,11 +5,15 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 using ostra::jsonLines;
 using ostra::ostraRun;
 using ostra::Outcome;
 using ostra::shell;
+using namespace std::string_literals;
 using testing::AllOf;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -43,24 +47,71 @@ TEST( Cli, HelpAndVersionAreEverywhere ) {
    }
 }
 
-TEST( Cli, WrongCommandLinesAreOneLineAndStatus2 ) {
-   for ( char const* arguments : { "",
-                                   "fly",
-                                   "run --bogus",
-                                   "run a b",
-                                   "run --format xml",
-                                   "run --colour blue",
-                                   "run --trace loud",
-                                   "run --trace 16",
-                                   "run --trace -1",
-                                   "run --until soon",
-                                   "run --until -1",
-                                   "run --until 0.0001",
-                                   "run --plugin",
-                                   "check",
-                                   "types Mlag::Nothing" } ) {
-      expectRefused( ostraRun( arguments ), 2 );
+TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
+   constexpr char moment[] = "expected a number of seconds from 0, in whole milliseconds";
+   constexpr char level[] = "expected a level from 0 to 15";
+   constexpr char file[] = "expected a file, or - for standard input";
+   constexpr char more[] = "expected nothing more, as one name is given already";
+   std::vector< std::pair< std::string, std::string > > const refusals = {
+      { "", "ostra: nothing to do: expected a command: run, check or types" },
+      { "fly", "ostra: \"fly\": expected a command: run, check or types" },
+      { "-x", "ostra: unknown option \"-x\": expected one that `ostra --help` lists" },
+      { "run --bogus 1",
+        "ostra run: unknown option \"--bogus\": expected one that `ostra run --help` "
+        "lists" },
+      { "run a b c", "ostra run: \"b\": "s + more },
+      { "run a.yaml check", "ostra run: \"check\": "s + more },
+      { "run ''", "ostra run: SCENARIO: \"\": "s + file },
+      { "run --format xml", "ostra run: --format: \"xml\": expected text|ndjson" },
+      { "run --format", "ostra run: --format: no value: expected text|ndjson" },
+      { "run --color blue", "ostra run: --colour: \"blue\": expected auto|always|never" },
+      { "run --trace", "ostra run: --trace: no value: "s + level },
+      { "run --trace loud", "ostra run: --trace: \"loud\": "s + level },
+      { "run --trace 16", "ostra run: --trace: \"16\": "s + level },
+      { "run --trace -1", "ostra run: --trace: \"-1\": "s + level },
+      { "run --trace 1.5", "ostra run: --trace: \"1.5\": "s + level },
+      { "run --until soon", "ostra run: --until: \"soon\": "s + moment },
+      { "run --until -1", "ostra run: --until: \"-1\": "s + moment },
+      { "run --until 0.0001", "ostra run: --until: \"0.0001\": "s + moment },
+      { "run --until", "ostra run: --until: no value: "s + moment },
+      { "run --real-time=5", "ostra run: --real-time: a value: expected none" },
+      { "run --mounts ''", "ostra run: --mounts: \"\": "s + file },
+      { "run --plugin", "ostra run: --plugin: no value: expected the plug-in's file" },
+      { "run --plugin ''", "ostra run: --plugin: \"\": expected the plug-in's file" },
+      { "check", "ostra check: no SCENARIO: "s + file },
+      { "check a b", "ostra check: \"b\": "s + more },
+      { "check --trace 8 a",
+        "ostra check: unknown option \"--trace\": expected one that `ostra check --help` "
+        "lists" },
+      { "types Mlag::Nothing",
+        "ostra types: NAME: \"Mlag::Nothing\": expected the name of a type, which `ostra "
+        "types` lists" },
+      { "types a b", "ostra types: \"b\": "s + more },
+   };
+   for ( auto const& [ arguments, line ] : refusals ) {
+      Outcome const outcome = ostraRun( arguments );
+      expectRefused( outcome, 2 );
+      EXPECT_EQ( outcome.err, line + "\n" ) << arguments;
    }
+}
+
+TEST( Cli, OfAnOptionGivenTwiceTheLastOneHolds ) {
+   Outcome const outcome = ostraRun( "run --format text --format ndjson -", "{}" );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT( outcome.out, StartsWith( "{" ) );
+}
+
+TEST( Cli, HelpFitsATerminalOf80Columns ) {
+   for ( std::string const command : { "", "run ", "check ", "types " } ) {
+      EXPECT_THAT(
+         ostraRun( command + "--help" ).out, Not( ContainsRegex( "[^\n]{81}" ) ) );
+   }
+}
+
+TEST( Cli, HelpSaysWhatLevelsAndStatesAre ) {
+   std::string const help = ostraRun( "run --help" ).out;
+   EXPECT_THAT( help, HasSubstr( "levels 0 to LEVEL" ) );
+   EXPECT_THAT( help, HasSubstr( "startTime" ) );
 }
 
 TEST( Cli, WrongFilesAreOneLineAndStatus2 ) {
@@ -135,16 +186,41 @@ TEST( Cli, CheckTellsWhatTheScenarioHas ) {
 }
 
 TEST( Cli, StateCanBeRead ) {
-   Outcome const outcome = shell(
-      "end=$(mktemp)\n"
-      "\"$ostra\" run --until 100 --format ndjson | tail -1 >$end\n"
-      "\"$ostra\" run - --format ndjson --mounts $end\n"
-      "rm $end\n",
-      "{startTime: 100, until: 0}" );
-   EXPECT_EQ( outcome.err, "" );
-   auto const end = jsonLines( outcome.out ).back();
-   EXPECT_EQ( end.at( "state" ).at( "mlagConfig" ).at( "domainId" ), "rack1" );
-   EXPECT_EQ( end.at( "state" ).at( "mlagissuCause" ).at( "intfStatus" ).size(), 54u );
+   Outcome const first = ostraRun( "run --until 100 --format ndjson" );
+   std::string const lastLine = jsonLines( first.out ).back().dump();
+   std::string const state = jsonLines( first.out ).back().at( "state" ).dump( 2 );
+   for ( std::string const& left : { first.out, lastLine, state } ) {
+      Outcome const outcome = ostraRun(
+         "run - --format ndjson --mounts " + ostra::temporaryFile( "left", left ),
+         "{startTime: 100, until: 0}" );
+      EXPECT_EQ( outcome.err, "" );
+      auto const end = jsonLines( outcome.out ).back();
+      EXPECT_EQ( end.at( "state" ).at( "mlagConfig" ).at( "domainId" ), "rack1" );
+      EXPECT_EQ( end.at( "state" ).at( "mlagissuCause" ).at( "intfStatus" ).size(), 54u );
+   }
+}
+
+TEST( Cli, StateThatIsNoneIsRefusedWithItsPlace ) {
+   std::string const file = ostra::temporaryFile( "left", "" );
+   auto const complaint = [ & ]( std::string const& left ) {
+      ostra::temporaryFile( "left", left );
+      Outcome const outcome = ostraRun( "run - --mounts " + file, "{}" );
+      expectRefused( outcome, 2 );
+      return outcome.err.substr( 0, file.size() ) == file
+         ? outcome.err.substr( file.size() )
+         : outcome.err;
+   };
+   EXPECT_EQ(
+      complaint( "{\"t\":0,\"type\":\"end\"}" ),
+      ":1:1: no state: expected the key state, as in the end of a run\n" );
+   std::string const event = "{\"t\":0,\"type\":\"event\",\"index\":0}\n";
+   EXPECT_EQ(
+      complaint( event + event ),
+      ":2:15: type: \"event\": expected the end of a run, which is the last line of its "
+      "stream\n" );
+   EXPECT_THAT(
+      complaint( event + "{\"t\":0,\"type\":\"end\",\"state\":{\"mlagConfig\":[]}}\n" ),
+      StartsWith( ":2:43: state.mlagConfig: a list: expected a map of enabled, " ) );
 }
 
 TEST( Cli, ReaderThatLeavesEarlyEndsItQuietly ) {
@@ -161,10 +237,22 @@ TEST( Cli, OutputThatCannotBeWrittenIsAFailure ) {
    EXPECT_EQ( outcome.err, "ostra: cannot write: No space left on device\n" );
 }
 
+// Of the instant at which it starts: nothing waits.
 TEST( Cli, RealTimeTellsTheSame ) {
-   Outcome const outcome = ostraRun( "run - --real-time --format ndjson", "until: 0.001" );
+   Outcome const outcome = ostraRun( "run --until 0 --real-time --format ndjson" );
    EXPECT_EQ( outcome.status, 0 );
-   EXPECT_EQ( outcome.out, ostraRun( "run - --format ndjson", "until: 0.001" ).out );
+   EXPECT_EQ( outcome.out, ostraRun( "run --until 0 --format ndjson" ).out );
+}
+
+TEST( Cli, TextFitsANarrowTerminal ) {
+   for ( auto const& [ columns, lines ] :
+         { std::pair{ "80", "peer link and its 2 members: Ethernet55/1,56/1,\r\n" },
+           std::pair{ "100", "members: Ethernet55/1,56/1, Port-Channel1000\r\n" },
+           std::pair{ "200", "members: Ethernet55/1,56/1, Port-Channel1000\r\n" } } ) {
+      Outcome const outcome = shell(
+         "export ostra; script -qec 'stty cols "s + columns + "; $ostra run' /dev/null" );
+      EXPECT_THAT( outcome.out, HasSubstr( lines ) ) << columns;
+   }
 }
 
 TEST( Cli, TypesAreListedWithIdsNamesTypesAndFlags ) {

@@ -255,7 +255,7 @@ TEST_F( MountsTest, StateReadAgainIsTheSameState ) {
    for ( std::string const& text :
          { state, R"({"t":5,"type":"end","state":)" + state + "}" } ) {
       ostra::Mounts again;
-      again.apply( readState( ostra::parseDocument( "state", text ), again ) );
+      again.apply( readState( { "state", text }, again ) );
       EXPECT_EQ( again.state().dump(), state );
    }
 }

@@ -140,7 +140,7 @@ TEST( Run, WhatIsDueAtUntilStillHappens ) {
 
 TEST( Run, UntilOfTheCommandLineOverridesTheFiles ) {
    RunOptions options;
-   options.until = "2.5";
+   options.until = 2500;
    EXPECT_EQ( endOf( play( "until: 400", options ) ), 2.5 );
 }
 
