@@ -1,0 +1,97 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+# Copyright 2026 The MlagOstra authors
+
+"""Writes the report of benchmark runs: report.py FILE.json... >report.md
+
+A benchmark's name is TABLE/LIBRARY/N; its median over the repetitions becomes the cell of
+that library's column and N's row, with the ratio to this framework's column.
+"""
+
+import json
+import pathlib
+import sys
+
+OURS = "Ryx"
+TITLES = {
+    "set": ("Delivery", "A value is set that N listeners watch."),
+    "connect": ("Coming and going", "A listener comes and goes beside N others."),
+    "copy": ("Strong pointer", "A copy is made and released, of N objects in turn."),
+}
+
+
+def read_run(path):
+    """The run's context and its medians and spreads by (table, library, n)."""
+    run = json.loads(pathlib.Path(path).read_text())
+    cells = {"median": {}, "cv": {}}
+    for row in run["benchmarks"]:
+        kind = row.get("aggregate_name")
+        if kind in cells:
+            table, library, n = row["run_name"].split("/")
+            cells[kind][table, library, int(n)] = row["cpu_time"]
+    return run["context"], cells["median"], cells["cv"]
+
+
+def ordered(names):
+    """Each once, ours first."""
+    return sorted(set(names), key=lambda name: (name != OURS, name.lower()))
+
+
+def cell(median, ours):
+    if median is None:
+        return ""
+    ratio = f" ({median / ours:.2f} x)" if ours else ""
+    return f"{median:.3g}{ratio}"
+
+
+def table_lines(table, medians, spreads):
+    libraries = ordered(library for t, library, _ in medians if t == table)
+    sizes = sorted({n for t, _, n in medians if t == table})
+    yield f"| N | {' | '.join(libraries)} |"
+    yield "|---:" * (len(libraries) + 1) + "|"
+    for n in sizes:
+        ours = medians.get((table, OURS, n))
+        row = [
+            cell(medians.get((table, library, n)), ours if library != OURS else None)
+            for library in libraries
+        ]
+        yield f"| {n} | {' | '.join(row)} |"
+    spread = max(value for (t, _, _), value in spreads.items() if t == table)
+    yield ""
+    yield f"Largest standard deviation of a cell: {100 * spread:.0f} %."
+
+
+def cpu_model():
+    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
+        if line.startswith("model name"):
+            return line.split(":", 1)[1].strip()
+    return "unknown"
+
+
+def machine_lines(context):
+    caches = ", ".join(
+        f"L{c['level']} {c['type'].lower()} {c['size'] // 1024} KiB" for c in context["caches"]
+    )
+    yield f"- {context['date']}, load {context['load_avg'][0]:.2f}"
+    yield f"- {cpu_model()}, {context['num_cpus']} CPUs; {caches}"
+    yield f"- g++ {context['compiler']}, -O2"
+
+
+def report_lines(paths):
+    yield "# Benchmarks"
+    yield ""
+    yield "CPU time of one operation in nanoseconds, median of the repetitions; in brackets"
+    yield f"how many times {OURS}'s it is. Written by `bench/run`."
+    yield ""
+    runs = [read_run(path) for path in paths]
+    yield from machine_lines(runs[0][0])
+    for context, medians, spreads in runs:
+        for table in dict.fromkeys(table for table, _, _ in medians):
+            title, what = TITLES[table]
+            threads = "" if context["single_threaded"] == "true" else ", after a second thread"
+            yield from ("", f"## {title}{threads}", "", what, "")
+            yield from table_lines(table, medians, spreads)
+
+
+if __name__ == "__main__":
+    print("\n".join(report_lines(sys.argv[1:])))
