@@ -5,7 +5,11 @@
 
 #include "SmReach"
 
+#include <support/Refusal>
+
 #include <Ryx/RyxType>
+
+using support::refusal;
 
 namespace {
 
@@ -17,16 +21,6 @@ class SmModel : public SwitchFixture {
       take();
    }
 };
-
-std::string
-refusal( std::function< void() > const& call ) {
-   try {
-      call();
-   } catch ( Ryx::RangeException const& e ) {
-      return std::string( e.what() );
-   }
-   return "";
-}
 
 std::string
 refused( std::string const& attribute ) {
