@@ -60,15 +60,19 @@ quietly() {
    [ "$status" = 0 ] || die "failed: $*"
 }
 
-# Configures unless it has been done for this very place.
+# Configures unless it has been done for this very place and with these very presets, which
+# CMake reads no more once it has a cache.
 configure() {
-   local preset=$1 directory=$2
+   local preset=$1 directory=$2 presets=$2/presets.json
    if [ -f "$directory/build.ninja" ] &&
+      cmp -s "$root/CMakePresets.json" "$presets" &&
       grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$directory/CMakeCache.txt"; then
       return 0
    fi
    say "configuring ${directory##*/}"
+   rm -f "$presets"
    quietly env -C "$root" cmake --fresh --preset "$preset"
+   cp "$root/CMakePresets.json" "$presets"
 }
 
 # Counts the steps that the build prints: one line that says so, if there is any step,
