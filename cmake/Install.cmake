@@ -7,10 +7,15 @@ include( CMakePackageConfigHelpers )
 
 set( mlagostra_package_dir lib/cmake/MlagOstra )
 
-# Headers have no extension: everything without a dot in its name is one.
+# Headers have no extension: everything without a dot in its name is one. Those named behind
+# the directory are for its sources alone and stay here.
 function( mlagostra_install_headers dir )
+   set( private )
+   foreach( name IN LISTS ARGN )
+      list( APPEND private PATTERN ${name} EXCLUDE )
+   endforeach()
    install( DIRECTORY ${dir} DESTINATION include
-      FILES_MATCHING REGEX "/[^./]+$" )
+      FILES_MATCHING REGEX "/[^./]+$" ${private} )
 endfunction()
 
 # Installs a library with its alias, its place in the CMake package and its pkg-config

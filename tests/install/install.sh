@@ -2,8 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright 2026 The MlagOstra authors
 
-# Installs a build into a temporary prefix and builds and runs a small consumer against
-# what is there, once through the CMake package and once through pkg-config:
+# Installs a build into a temporary prefix, compiles every header that is there on its own,
+# and builds and runs a small consumer, once through the CMake package and once through
+# pkg-config:
 # install.sh BUILD_DIRECTORY CONSUMER_DIRECTORY COMPILER [FLAG...]
 
 set -euo pipefail
@@ -43,6 +44,21 @@ for path in bin/ostra lib/lib{Ryx,RyxTypes,MlagOstra}.so share/mlagostra/example
 done
 # The installed host plays its built-in scenario with the plug-in that was installed with it.
 "$prefix/bin/ostra" run >"$work/run.txt"
+
+# Each header can be included first. The sanitizers have no say in that, and take longer.
+syntax=("$compiler" -std=c++20 $flags -fsyntax-only -O0 -I"$prefix/include")
+(cd "$prefix/include" && find . -type f -printf '%P\n' | sort) >"$work/headers"
+[[ $flags == *-fsanitize* ]] || xargs -a "$work/headers" -P 2 -I{} sh -c \
+   'header=$1; shift; printf "#include <%s>\n" "$header" | "$@" -x c++ - || exit 255' \
+   sh {} "${syntax[@]}"
+
+# Of the plug-in only what a user may include is installed, and what that includes.
+echo '#include <OstraMlag/OstraMlag>' | "${syntax[@]}" -M -x c++ - |
+   tr ' ' '\n' | sed -n "s|^$prefix/include/||p" >"$work/included"
+if grep -E '^(OstraMlag|Mlag)/' "$work/headers" | grep -vxFf "$work/included"; then
+   printf 'installed, though no public header includes it\n' >&2
+   exit 1
+fi
 
 cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null

@@ -22,16 +22,22 @@ layer_of() {
    esac
 }
 
-# check LAYER ALLOWED...: the layer includes headers of these and of nothing else of ours.
+# check LAYER ALLOWED...: the layer includes headers of these and of nothing else of ours,
+# and it does include some: one in which none is found is not where it is looked for.
 check() {
-   local directory=$1 header
+   local directory=$1 header found=
    while read -r header; do
+      found=yes
       [[ " $* " == *" $(layer_of "$header") "* ]] || [ -z "$(layer_of "$header")" ] || {
          printf '%s must not include <%s>\n' "$directory" "$header" >&2
          status=1
       }
    done < <(grep -rhE '^ *# *include' "$directory" | sed 's/^[^<"]*[<"]\([^>"]*\).*/\1/' |
       sort -u)
+   [ -n "$found" ] || {
+      printf 'no include found in %s\n' "$directory" >&2
+      status=1
+   }
 }
 
 check Ryx
