@@ -3,12 +3,13 @@
 
 // The smallest host: loads the plug-in, mounts the state of a switch with two ports, plays
 // a reload delay of 20 seconds and prints what the plug-in does. docs/host.md walks through
-// it. Usage: example-host PLUGIN
+// it. Usage: example-host PLUGIN [trace]
 
 #include <Ryx/Activity>
 #include <Ryx/Clock>
 #include <Ryx/GenericIf>
 #include <Ryx/Log>
+#include <Ryx/Trace>
 
 #include <Interface/AllEthPhyIntfStatusDir>
 #include <Interface/EthLagIntfConfig>
@@ -33,6 +34,12 @@ class Time : public Ryx::TimeSource {
 class Messages : public Ryx::LogSink {
    void log( Ryx::LogRecord const& record ) override {
       std::printf( "%6g  %s\n", Ryx::now(), record.text.c_str() );
+   }
+};
+
+class Traces : public Ryx::TraceSink {
+   void trace( Ryx::TraceRecord const& record ) override {
+      std::printf( "%6g  trace %d %s\n", Ryx::now(), record.level, record.text.c_str() );
    }
 };
 
@@ -65,6 +72,17 @@ make( Ryx::RyxType const* type, Ryx::String8 const& name ) {
    return type->code().construct( arguments );
 }
 
+// One object for every argument that a child of the agent is made from.
+Ryx::Ptr< Ryx::GenericIfList >
+mountsFor( Ryx::RyxAttr const& child ) {
+   auto const mounts = Ryx::make< Ryx::GenericIfList >();
+   for ( auto const& argument : child.arguments() ) {
+      mounts->argumentIs(
+         argument.name.string(), make( argument.type, argument.name.string() ) );
+   }
+   return mounts;
+}
+
 void
 configure( Mlag::Config& config ) {
    config.enabledIs( true );
@@ -90,13 +108,13 @@ run( Time& time ) {
    Ryx::RyxType const* const agentType = Ryx::RyxType::type( "OstraMlag::Agent" );
    Object const agent = make( agentType, "example" );
 
-   // One object for every argument that the state machine asks for.
+   // The peer reactor first. A host whose peer has interfaces puts them into its notifier.
+   Ryx::RyxAttr const* const peer =
+      agentType->attr( Ryx::Name( "ethPeerIntfStatusReactor" ) );
+   agent->attributeOp( { peer->id(), Ryx::GenericIf::set }, nullptr, mountsFor( *peer ) );
+
    Ryx::RyxAttr const* const machine = agentType->attr( Ryx::Name( "mlagErrdisableSm" ) );
-   auto const mounts = Ryx::make< Ryx::GenericIfList >();
-   for ( auto const& argument : machine->arguments() ) {
-      mounts->argumentIs(
-         argument.name.string(), make( argument.type, argument.name.string() ) );
-   }
+   auto const mounts = mountsFor( *machine );
    configure( as< Mlag::Config >( mounts->argument( "mlagConfig" ) ) );
    as< Mlag::Status >( mounts->argument( "mlagStatus" ) )
       .mlagStateIs( Mlag::MlagState::mlagSecondary );
@@ -121,7 +139,9 @@ run( Time& time ) {
    }
    std::printf(
       "%6g  ports held: %s\n", Ryx::now(), proto.portsErrdisabled() ? "yes" : "no" );
-   agent->attributeOp( { machine->id(), Ryx::GenericIf::del }, nullptr, nullptr );
+   for ( auto const* child : { peer, machine } ) {
+      agent->attributeOp( { child->id(), Ryx::GenericIf::del }, nullptr, nullptr );
+   }
    return Ryx::now() == 20 && !proto.portsErrdisabled();
 }
 
@@ -136,9 +156,13 @@ main( int argc, char** argv ) {
    }
    Time time;
    Messages messages;
+   Traces traces;
    Ryx::timeSourceIs( &time );
    Ryx::logSinkIs( &messages );
+   Ryx::traceSinkIs( &traces );
+   Ryx::traceEnabledIs( "*", argc > 2 );
    bool const released = run( time );
+   Ryx::traceSinkIs( nullptr );
    Ryx::logSinkIs( nullptr );
    Ryx::timeSourceIs( nullptr );
    // Nothing of the plug-in may be left when it goes.
