@@ -128,6 +128,8 @@ Clock::NotifieeConst::bind( Notifier const* notifier ) const {
    if ( auto const* const clock = static_cast< Clock const* >( notifier ) ) {
       clock->watcherIs();
    }
+   // Let go last: the old clock's last word may destroy or re-point this notifiee.
+   Ptr< Clock const > const old( isWeakReference() ? nullptr : watched() );
    leave();
    if ( watched() ) {
       --watched()->watchers_;

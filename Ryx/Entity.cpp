@@ -46,6 +46,7 @@ Entity::parentIs( Ptr< Entity > const& parent ) {
    if ( parent_ == parent ) {
       return;
    }
+   Ptr< Entity const > const alive( this );
    parent_ = parent;
    handleParent( parent_ );
    deliver(

@@ -93,6 +93,14 @@ TEST_F( GenericIteratorTest, DeletingAMemberTwiceNotifiesOnce ) {
    EXPECT_EQ( calls.size(), 1u );
 }
 
+TEST_F( GenericIteratorTest, DoesNotDeleteAMemberThatTookThePlaceOfItsOwn ) {
+   auto const it = iterator( byName, "level" );
+   board->levelDel( 2 );
+   board->newLevel( 2, 50 );
+   it->iterDel();
+   EXPECT_EQ( board->level( 2 ), 50u );
+}
+
 TEST_F( GenericIteratorTest, DeletingAnInputRetiresItsReactor ) {
    auto const owner = Ryx::make< Supervisor >( calls );
    owner->portIs( one );
