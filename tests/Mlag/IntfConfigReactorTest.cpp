@@ -186,6 +186,7 @@ TEST_F( IntfConfigReactor, DirectoryReactorWithoutDirectoryOrMachineDoesNothing 
    auto const directory = reactorOf< RyxEthPhyIntfConfig >( *sm );
    directory->notifierIs( nullptr );
    directory->onIntfConfig( id( "Ethernet1" ) );
+   EXPECT_NO_THROW( directory->onIntfConfigryxImmediate() );
    EXPECT_EQ( reactors(), 1u );
 
    sm->ethPhyIntfConfigDel();

@@ -186,6 +186,12 @@ TEST_F( LacpOverride, InfinitePeriodNeverCountsAsOver ) {
    EXPECT_EQ( held(), Log() );
 }
 
+TEST_F( LacpOverride, PortChannelThatNobodyKnowsIsNoError ) {
+   start();
+   lacpOverrideIs( "Port-Channel99", mlagSystemId );
+   EXPECT_NO_THROW( sm->handleLagIdConfig( id( "Port-Channel99" ) ) );
+}
+
 TEST_F( LacpOverride, PortChannelThatIsNewSinceStartUpIsReported ) {
    start();
    mlagMember( "Ethernet2", "Port-Channel20" );

@@ -78,6 +78,16 @@ TEST_F( LagLinkStatus, WatchThatEndedIsAZombieAndLeavesNothingBehind ) {
    EXPECT_EQ( steps( [ & ] { kept->onLinkStatus(); } ), Log() );
 }
 
+TEST_F( LagLinkStatus, WatchThatGoesWithAllOthersIsAZombieWithoutMachine ) {
+   release();
+   auto const removed = watch();
+   sm->lagIntfStatusDelAll();
+   EXPECT_FALSE( watch() );
+   EXPECT_TRUE( removed->ryxMarkedForDeletion() );
+   EXPECT_EQ( removed->mlagErrdisableSm(), nullptr );
+   EXPECT_EQ( status()->notifieeCount(), 0u );
+}
+
 TEST_F( LagLinkStatus, RepointedWatchRunsItsHandlerAndStaysRemoved ) {
    release();
    auto const first = status();

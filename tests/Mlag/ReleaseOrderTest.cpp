@@ -100,6 +100,14 @@ TEST_F( ReleaseOrder, MlagReleaseGoesOnWithTheOtherClassWhoseTimerIsIdle ) {
              "proto portsErrdisabledWhen inf" } ) );
 }
 
+TEST_F( ReleaseOrder, MlagReleaseGoesOnWithTheOtherClassWhoseTimerWasTakenAway ) {
+   startAndForget();
+   sm->clockNonMlagDel();
+   sm->doClearErrdisableMlagIntfStatus();
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_FALSE( sm->nonMlagPortsErrdisabled() );
+}
+
 TEST_F( ReleaseOrder, MlagReleaseLeavesTheOtherClassWhoseTimerIsArmed ) {
    startAndForget();
    sm->doClearErrdisableMlagIntfStatus();
@@ -167,6 +175,30 @@ TEST_F( ReleaseOrder, NonMlagReleaseKeepsMlagPortsAndStandby ) {
    EXPECT_TRUE( sm->mlagPortsErrdisabled() );
    EXPECT_EQ( wakeTime( false ), Ryx::never );
    EXPECT_EQ( wakeTime( true ), 225 );
+}
+
+TEST_F( ReleaseOrder, TheOtherClassesTimerIsArmedUntilItsLastPortIsReleased ) {
+   startAndForget();
+   Ryx::Seconds wake = 0;
+   onLine = [ & ]( std::string const& ) { wake = wakeTime( false ); };
+   sm->doClearErrdisableNonMlagIntfStatus();
+   EXPECT_EQ( wake, 225 );
+   EXPECT_EQ( wakeTime( false ), Ryx::never );
+}
+
+TEST_F( ReleaseOrder, StandbyIsForgottenAfterItsPortChannelHasBeenReleased ) {
+   lacp( "Port-Channel20" );
+   startAndForget();
+   standby( "Port-Channel20" );
+   bool known = false;
+   onLine = [ & ]( std::string const& logged ) {
+      if ( logged == "0 lacp Port-Channel20 false" ) {
+         known = sm->lagsInStandby( id( "Port-Channel20" ) );
+      }
+   };
+   sm->doClearErrdisableMlagIntfStatus_();
+   EXPECT_TRUE( known );
+   EXPECT_FALSE( sm->lagsInStandby( id( "Port-Channel20" ) ) );
 }
 
 TEST_F( ReleaseOrder, StandbyIsReleasedInTheCollectionsOrder ) {

@@ -153,6 +153,59 @@ TEST_F( SmDropped, ByTheEndingMessageNoTimerIsLeft ) {
    EXPECT_TRUE( mlagProtoStatus->portsErrdisabled() );
 }
 
+// Ports in MLAG port-channels of their own, and a machine that goes in the first line
+// with a certain text.
+class SmDroppedByAReactor : public SwitchFixture {
+ public:
+   SmDroppedByAReactor() {
+      configureMlag();
+      for ( std::string const number : { "1", "2", "3" } ) {
+         port( "Ethernet" + number );
+         member( "Ethernet" + number, "Port-Channel" + number );
+         mlagInterface( "Port-Channel" + number );
+         lagStatus( "Port-Channel" + number, LinkStatus::linkDown );
+      }
+      start();
+   }
+   // The number of the port-channel that the machine's own end reaches last.
+   std::string last() const {
+      std::string name;
+      for ( auto it = sm->portChannelTrackerIteratorConst(); it; ++it ) {
+         name = it.key().string();
+      }
+      return name.substr( name.size() - 1 );
+   }
+   void dropIn( std::string const& text ) {
+      take();
+      tracingIs( true );
+      onLine = [ this, text ]( std::string const& logged ) {
+         if ( logged.find( text ) != std::string::npos ) {
+            sm = nullptr;
+         }
+      };
+   }
+   // The first port-channel that was taken out of forceEnabledPorts.
+   std::string first() { return only( take(), "snooping" ).at( 0 ); }
+};
+
+TEST_F( SmDroppedByAReactor, OfAPortTheHandlerIsStillCompletedFirst ) {
+   std::string const number = last();
+   dropIn( "handleAdminEnabledStateLocal" );
+   admin( "Ethernet" + number, IntfEnabledState::shutdown );
+   EXPECT_FALSE( sm );
+   EXPECT_EQ( first(), "0 snooping Port-Channel" + number + " -" );
+}
+
+TEST_F( SmDroppedByAReactor, OfAPortChannelTheHandlerIsStillCompletedFirst ) {
+   std::string const number = last();
+   state( MlagState::mlagPrimary );
+   dropIn( "handleLagLinkStatus" );
+   lagInputIntfStatus->intfStatus( id( "Port-Channel" + number ) )
+      ->linkStatusIs( LinkStatus::linkUp );
+   EXPECT_FALSE( sm );
+   EXPECT_EQ( first(), "0 snooping Port-Channel" + number + " -" );
+}
+
 class SmReactorRemoved : public SwitchFixture {};
 
 TEST_F( SmReactorRemoved, MayBeWhileItTraces ) {

@@ -5,6 +5,8 @@
 
 #include "SmReach"
 
+#include <Ryx/Activity>
+
 namespace {
 
 using StartUp = SwitchFixture;
@@ -190,6 +192,39 @@ TEST_F( StartUp, HandleInitializedMayRunAgainWhileTheMachineIsNotInitialized ) {
    EXPECT_TRUE( sm->initialized() );
    EXPECT_EQ( mlagProtoStatus->portsErrdisabledWhen(), 0 );
    EXPECT_EQ( wakeTime( true ), 225 );
+}
+
+TEST_F( StartUp, TheStepsAreTakenInOneOrderWhenItRunsAgain ) {
+   configureMlag();
+   start();
+   moveTo( 1000 );
+   sm->initializedIs( false );
+   Log steps;
+   onLine = [ & ]( std::string const& logged ) {
+      steps.push_back(
+         logged + ", " + std::to_string( sm->mlagPortsErrdisabled() ) + ", points " +
+         std::to_string( sm->timerCount() ) );
+   };
+   sm->handleInitialized();
+   EXPECT_EQ(
+      steps,
+      ( Log{ "1000 proto portsErrdisabled true, 0, points 2",
+             "1000 proto portsErrdisabledWhen 1000, 1, points 2" } ) );
+   EXPECT_EQ( sm->timerCount(), 1 );
+   EXPECT_EQ( sm->timerCountNonMlag(), 1 );
+   EXPECT_EQ( wakeTime( true ), 1225 );
+   EXPECT_EQ( wakeTime( false ), 1225 );
+}
+
+TEST_F( StartUp, TheTimersAreBoundBeforeAnythingIsWritten ) {
+   configureMlag();
+   std::uint32_t bound = 0;
+   onLine = [ & ]( std::string const& ) {
+      onLine = nullptr;
+      bound = Ryx::activityManager()->clock()->notifieeCount();
+   };
+   start();
+   EXPECT_EQ( bound, 2u );
 }
 
 TEST_F( StartUp, ANewTimersFirstWakeUpComesBeforeInitializationAndIsIgnored ) {

@@ -142,6 +142,28 @@ TEST_F( Timers, ATinyDelayEndsWithTheMillisecondInWhichItIsOver ) {
    EXPECT_EQ( take(), release( 0.001 ) );
 }
 
+TEST_F( Timers, AWakeUpAtTheVeryPointWaitsForTheEnd ) {
+   startWith( 300 );
+   sm->timerCountIs( 0 );
+   timeIs( 225 );
+   sm->handleClockMlag();
+   EXPECT_EQ( wakeTime( true ), 300 );
+   EXPECT_EQ( sm->timerCount(), 1 );
+}
+
+TEST_F( Timers, AnEvaluationIsTracedBeforeTheReleaseThatComesOfIt ) {
+   startWith( 300 );
+   timeIs( 100 );
+   mlagConfig->reloadDelayNonMlagConfiguredIs( true );
+   tracingIs( true );
+   mlagConfig->reloadDelayIs( 100 );
+   Log const log = take();
+   ASSERT_GE( log.size(), 3u );
+   EXPECT_EQ( log[ 0 ], at( 100, tracedCall( "handleReloadDelay()" ) ) );
+   EXPECT_EQ( log[ 1 ], at( 100, tracedCall( "handleReloadDelayMlag()" ) ) );
+   EXPECT_EQ( log[ 2 ], at( 100, tracedCall( "doClearErrdisableMlagIntfStatus()" ) ) );
+}
+
 TEST_F( Timers, ANegativeDelayReleasesBothClassesAtTheStart ) {
    startWith( -5 );
    EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );

@@ -48,6 +48,28 @@ TEST_F( TrackIntfStatus, PortInNoMlagPortChannelHasNothingToTrack ) {
       ( Log{ entry(), "8: Clearing errdisable status for Ethernet2" } ) );
 }
 
+TEST_F( TrackIntfStatus, PortInNoMlagPortChannelDoesNotMeanTheEmptyId ) {
+   port( "Ethernet2" );
+   start();
+   igmpsnoopingConfig->forceEnabledPortsIs( IntfId(), true );
+   sm->maybeTrackIntfStatus( id( "Ethernet2" ) );
+   EXPECT_TRUE( igmpsnoopingConfig->forceEnabledPorts( IntfId() ) );
+}
+
+TEST_F(
+   TrackIntfStatus, PortChannelThatIsNoMlagInterfaceAnyMoreIsNotForcedAndThenNotWatched ) {
+   lagStatus( "Port-Channel10", LinkStatus::linkDown );
+   start();
+   sm->maybeTrackIntfStatus( id( "Ethernet1" ) );
+   bool watchedThen = false;
+   onLine = [ & ]( std::string const& ) { watchedThen = watched( "Port-Channel10" ); };
+   EXPECT_EQ(
+      writes( [ & ] { noMlagInterface( "Port-Channel10" ); } ),
+      ( Log{ "snooping Port-Channel10 -" } ) );
+   EXPECT_TRUE( watchedThen );
+   EXPECT_FALSE( watched( "Port-Channel10" ) );
+}
+
 TEST_F( TrackIntfStatus, PortWithoutAConfigurationIsPassedOver ) {
    lagStatus( "Port-Channel10", LinkStatus::linkDown );
    start();

@@ -23,12 +23,17 @@ class Traces final : private Ryx::TraceSink {
 
    // "handle level file:line function text"
    Calls take() { return std::exchange( lines_, {} ); }
+   // Called with each text, before what it announces.
+   std::function< void( std::string const& text ) > onText;
 
  private:
    void trace( Ryx::TraceRecord const& record ) override {
       lines_.push_back(
          record.handleName + " " + std::to_string( record.level ) + " " + record.file +
          ":" + std::to_string( record.line ) + " " + record.function + " " + record.text );
+      if ( onText ) {
+         onText( record.text );
+      }
    }
 
    Calls lines_;
@@ -69,6 +74,22 @@ TEST( PeerReactorTrace, EachChangeIsTracedAndThenWhatItDeletes ) {
    reactor->ryxDoZombieReactors( true );
    reactor->onIntfStatus( IntfId( "PeerEthernet1" ) );
    EXPECT_EQ( traces.take(), Calls() );
+}
+
+TEST( PeerReactorTrace, ADeletionIsTracedBeforeItIsDone ) {
+   Directories const dirs;
+   dirs.peerIs( "PeerEthernet1" );
+   auto const reactor = dirs.makeReactor();
+   Traces traces;
+   Calls stillThere;
+   traces.onText = [ & ]( std::string const& text ) {
+      if ( text == "Deleting PeerEthernet1" ) {
+         stillThere = dirs.having( "PeerEthernet1" );
+      }
+   };
+   dirs.peer->intfStatusDel( IntfId( "PeerEthernet1" ) );
+   EXPECT_EQ( stillThere, ( Calls{ "eth", "all" } ) );
+   EXPECT_EQ( dirs.having( "PeerEthernet1" ), Calls() );
 }
 
 TEST( PeerReactorTrace, IsOffUnlessHandleAndLevelAreOn ) {
