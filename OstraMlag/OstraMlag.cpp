@@ -42,7 +42,9 @@ Agent::ethPeerIntfStatusReactorIs(
    Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
    // An observer of what the reactor writes may drop the agent.
    Ryx::Ptr< Agent > const alive( this );
-   if ( auto present = ethPeerIntfStatusReactor_ ) {
+   auto const present = ethPeerIntfStatusReactor_;
+   auto const watched = present ? present->notifier() : nullptr;
+   if ( present ) {
       present->notifierIs( notifier );
       if (
          present->allIntfStatusDir() == allIntfStatusDir &&
@@ -50,10 +52,18 @@ Agent::ethPeerIntfStatusReactorIs(
          return present;
       }
    }
-   auto created = Ryx::validPtr(
-      newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
-   ethPeerIntfStatusReactor_ = created;
-   return created;
+   try {
+      auto created = Ryx::validPtr(
+         newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+      ethPeerIntfStatusReactor_ = created;
+      return created;
+   } catch ( ... ) {
+      // Without another one the present one goes on as it was.
+      if ( present ) {
+         present->notifierIs( watched );
+      }
+      throw;
+   }
 }
 
 Ryx::Ptr< EthPeerIntfStatusReactor >
@@ -138,6 +148,8 @@ traceHandle() {
 }
 
 namespace {
+
+[[maybe_unused]] Ryx::TraceHandle const& traceHandleAtLoad = traceHandle();
 
 Ryx::UnitRegistration< EthPeerIntfStatusReactor, Agent > const unit( "OstraMlag" );
 

@@ -9,6 +9,8 @@
 #include <Mlag/MlagErrdisableSm>
 #include <Mlag/SmDiagnostics>
 
+#include <new>
+
 namespace Mlag::Ostra {
 
 bool
@@ -163,11 +165,33 @@ MlagErrdisableSm::settleSnooping( Kovel::IntfId intfId, Kovel::IntfId portChanne
    }
    trace( 9, "Adding ", portChannel, " to igmpsnooping forceEnabledPorts " );
    igmpsnoopingConfig()->forceEnabledPortsIs( portChannel, true );
+   try {
+      recordMember( intfId, portChannel );
+   } catch ( ... ) {
+      forgetUnrecorded( portChannel );
+      throw;
+   }
+}
+
+void
+MlagErrdisableSm::recordMember( Kovel::IntfId intfId, Kovel::IntfId portChannel ) {
    if ( !portChannelTracker( portChannel ) ) {
       portChannelTrackerIs(
          PortChannelTracker::PortChannelTrackerIs( portChannel, igmpsnoopingConfig_ ) );
    }
    memberToPortChannelIs( intfId, portChannelTracker( portChannel ) );
+}
+
+// Without a recorded member nobody would ever take the port-channel out of
+// forceEnabledPorts.
+void
+MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
+   auto const tracker = portChannelTracker( portChannel );
+   if ( !tracker ) {
+      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+   } else if ( tracker->references() == 2 ) {
+      portChannelTrackerDel( portChannel );
+   }
 }
 
 void
@@ -182,10 +206,20 @@ MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
       return;
    }
    auto const directory = lagInputIntfStatus();
-   if ( auto const status = directory ? directory->intfStatus( portChannel ) : nullptr ) {
-      lagIntfStatusIs( status );
-   } else {
+   auto const status = directory ? directory->intfStatus( portChannel ) : nullptr;
+   if ( !status || !trackLink( status ) ) {
       igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+   }
+}
+
+// False when there is no memory for it: a release must go on to the last port.
+bool
+MlagErrdisableSm::trackLink( Ryx::Ptr< Interface::EthLagIntfStatus const > const& status ) {
+   try {
+      lagIntfStatusIs( status );
+      return true;
+   } catch ( std::bad_alloc const& ) {
+      return false;
    }
 }
 

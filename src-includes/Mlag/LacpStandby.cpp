@@ -51,9 +51,19 @@ MlagErrdisableSm::stayInStandbyIs( Kovel::IntfId portChannel, bool stay ) {
    }
 }
 
+// Makes the port-channel's record, so that what follows cannot fail half-way: one in standby
+// that is not recorded would stay there for ever.
+void
+MlagErrdisableSm::prepareStandby( Kovel::IntfId portChannel ) {
+   if ( !lagsInStandby( portChannel ) ) {
+      lagsInStandbyIs( portChannel, false );
+   }
+}
+
 void
 MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
    trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
+   prepareStandby( portChannel );
    igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
    if ( lagsInStandby( portChannel ) ) {
       return;
@@ -78,6 +88,7 @@ MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
    if ( !isLacpOverride( portChannel ) ) {
       return;
    }
+   prepareStandby( portChannel );
    mlagissuCause()->intfStatusDel( intfId );
    maybeTrackIntfStatus( intfId );
    setLacpStandby( portChannel );

@@ -92,6 +92,22 @@ MlagErrdisableSm::handleInitialized() {
       return;
    }
    trace( 8, __PRETTY_FUNCTION__ );
+   Ryx::Seconds const now = Ryx::now();
+   bool const held = mlagProtoStatus_->portsErrdisabled();
+   Ryx::Seconds const since = mlagProtoStatus_->portsErrdisabledWhen();
+   try {
+      start();
+   } catch ( ... ) {
+      takeBackHolds( now );
+      mlagProtoStatus_->portsErrdisabledIs( held );
+      mlagProtoStatus_->portsErrdisabledWhenIs( since );
+      throw;
+   }
+   initializedIs( true );
+}
+
+void
+MlagErrdisableSm::start() {
    auto const clock = Ryx::activityManager()->clock();
    clockMlagIs( clock );
    clockNonMlagIs( clock );
@@ -112,7 +128,24 @@ MlagErrdisableSm::handleInitialized() {
       handleIntfStatus();
       recordMembers();
    }
-   initializedIs( true );
+}
+
+// Of a machine that will not be there to release them.
+void
+MlagErrdisableSm::takeBackHolds( Ryx::Seconds since ) {
+   for ( auto it = lagsInStandbyIterator(); it; ++it ) {
+      if ( it->value() ) {
+         stayInStandbyIs( it.key(), false );
+      }
+   }
+   if ( !mlagissuCause_ ) {
+      return;
+   }
+   for ( auto it = mlagissuCause_->intfStatusIteratorConst(); it; ++it ) {
+      if ( it->value().when >= since ) {
+         mlagissuCause_->intfStatusDel( it.key() );
+      }
+   }
 }
 
 void

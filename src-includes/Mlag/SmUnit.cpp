@@ -17,6 +17,9 @@ smTraceHandle() {
 
 namespace {
 
+// The first to trace finds the channel made.
+[[maybe_unused]] Ryx::TraceHandle const& traceHandleAtLoad = smTraceHandle();
+
 Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm > const
    unit( "Mlag::Ostra" );
 

@@ -294,14 +294,13 @@ class WithoutMemory : public ::testing::Test {
             expected.push_back( callers[ i ].ptr() );
          }
       }
-      EXPECT_EQ(
-         std::vector< Caller* >( called.begin(), called.begin() + calls ), expected );
+      EXPECT_EQ( std::vector< Caller* >( called.data(), called.data() + calls ), expected );
    }
 
    Ptr< Port > port = Ryx::make< Port >( 1u );
    std::array< Ptr< Caller >, count > callers;
    std::array< Caller*, 2 * count > called{};
-   std::ptrdiff_t calls = 0;
+   std::size_t calls = 0;
 };
 
 TEST_F( WithoutMemory, EveryNotifieeIsToldInOrder ) {
@@ -344,7 +343,7 @@ TEST_F( WithoutMemory, ANestedSetIsDeliveredWhole ) {
    // Setting it again to the same ends the nesting.
    callers[ 20 ]->act = [ this ] { port->speedIs( 2 ); };
    setWithoutMemory( 1 );
-   EXPECT_EQ( calls, 2 * static_cast< std::ptrdiff_t >( count ) );
+   EXPECT_EQ( calls, 2 * count );
    EXPECT_EQ( called[ 21 ], callers.front().ptr() );
    EXPECT_EQ( called[ 20 + count ], callers.back().ptr() );
    EXPECT_EQ( called[ 2 * count - 1 ], callers.back().ptr() );
