@@ -1,0 +1,370 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Want of memory in the plug-in's own operations, one at a time.
+
+#include "Sweep"
+
+#include <Mlag/MlagErrdisableSm>
+#include <Mlag/SmReactors>
+#include <OstraMlag/EthPeerIntfStatusReactor>
+#include <OstraMlag/OstraMlag>
+
+namespace faults {
+
+namespace {
+
+using Kovel::IntfId;
+using Mlag::Ostra::MlagErrdisableSm;
+using Ryx::Ptr;
+
+// A switch with a port in an MLAG port-channel, and all that a machine needs to hold it.
+struct Switch {
+   Switch() {
+      auto const lag = Ryx::make< Interface::EthLagIntfConfig >( portChannel );
+      mlagConfig->enabledIs( true );
+      mlagConfig->domainIdIs( "pod1" );
+      mlagConfig->localInterfaceIs(
+         Ryx::make< Interface::VlanIntfConfig >( IntfId( "Vlan4094" ) ) );
+      mlagConfig->peerAddressIs( Kovel::IpAddr( "10.255.255.2" ) );
+      mlagConfig->peerLinkIntfIs(
+         Ryx::make< Interface::EthLagIntfConfig >( IntfId( "Port-Channel1000" ) ) );
+      mlagConfig->intfConfigIs( portChannel, { longText } );
+      mlagConfig->reloadDelayIs( 300 );
+      mlagConfig->lacpStandbyIs( true );
+      mlagStatus->mlagStateIs( Mlag::MlagState::mlagSecondary );
+      mlagStatus->systemIdIs( Kovel::EthAddr( "02:00:00:00:10:01" ) );
+      mlagProtoStatus->holdInSecondaryIs( true );
+      ethPhyIntfStatus->intfStatusIs( Ryx::make< Interface::EthPhyIntfStatus >( port ) );
+      config->adminEnabledStateLocalIs( Interface::IntfEnabledState::enabled );
+      ethPhyIntfConfig->intfConfigIs( config );
+      auto const member = Ryx::make< Lag::EthPhyIntfLagConfig >( port );
+      member->lagIs( lag );
+      member->modeIs( Lag::LacpMode::lacpActive );
+      lagInputConfig->phyIntfIs( member );
+      lagInputIntfStatus->intfStatusIs( lagStatus );
+      lacpConfig->portChannelIs( lacp );
+   }
+
+   Ptr< MlagErrdisableSm > machine() const {
+      return Mlag::Ostra::mlagErrdisableSmFactory(
+         mlagConfig,
+         mlagStatus,
+         ethPhyIntfStatus,
+         ethPhyIntfConfig,
+         lagInputIntfStatus,
+         lacpOverride,
+         mlagissuCause,
+         igmpsnoopingConfig,
+         mlagProtoStatus,
+         lagInputConfig,
+         lacpConfig );
+   }
+   // The outputs.
+   std::string state() const {
+      return std::string( mlagissuCause->intfStatusHas( port ) ? "held " : "" ) +
+         ( igmpsnoopingConfig->forceEnabledPorts( portChannel ) ? "forced " : "" ) +
+         ( lacp->stayInStandby() ? "standby " : "" ) +
+         ( mlagProtoStatus->portsErrdisabled() ? "delay " : "" ) +
+         std::to_string( mlagProtoStatus->portsErrdisabledWhen() );
+   }
+
+   IntfId const port{ "Ethernet1" };
+   IntfId const portChannel{ "Port-Channel10" };
+   Ptr< Mlag::Config > mlagConfig = Ryx::make< Mlag::Config >( "c" );
+   Ptr< Mlag::Status > mlagStatus = Ryx::make< Mlag::Status >( "s" );
+   Ptr< Interface::AllEthPhyIntfStatusDir > ethPhyIntfStatus =
+      Ryx::make< Interface::AllEthPhyIntfStatusDir >( "es" );
+   Ptr< Interface::AllEthPhyIntfConfigDir > ethPhyIntfConfig =
+      Ryx::make< Interface::AllEthPhyIntfConfigDir >( "ec" );
+   Ptr< Interface::EthLagIntfStatusDir > lagInputIntfStatus =
+      Ryx::make< Interface::EthLagIntfStatusDir >( "ls" );
+   Ptr< Lag::Input::LacpOverrideDir > lacpOverride =
+      Ryx::make< Lag::Input::LacpOverrideDir >( "o" );
+   Ptr< Errdisable::CauseStatus > mlagissuCause =
+      Ryx::make< Errdisable::CauseStatus >( longText );
+   Ptr< Bridging::IgmpSnooping::Config > igmpsnoopingConfig =
+      Ryx::make< Bridging::IgmpSnooping::Config >( "i" );
+   Ptr< Mlag::ProtoStatus > mlagProtoStatus = Ryx::make< Mlag::ProtoStatus >( "p" );
+   Ptr< Lag::Input::Config > lagInputConfig = Ryx::make< Lag::Input::Config >( "l" );
+   Ptr< Lacp::Config > lacpConfig = Ryx::make< Lacp::Config >( "lc" );
+   Ptr< Interface::IntfConfig > config = Ryx::make< Interface::IntfConfig >( port );
+   Ptr< Interface::EthLagIntfStatus > lagStatus =
+      Ryx::make< Interface::EthLagIntfStatus >( portChannel );
+   Ptr< Lacp::LacpPCConfig > lacp = Ryx::make< Lacp::LacpPCConfig >( portChannel );
+};
+
+class StoppedTime final : public Ryx::TimeSource {
+ public:
+   StoppedTime() { Ryx::timeSourceIs( this ); }
+   ~StoppedTime() override { Ryx::timeSourceIs( nullptr ); }
+   StoppedTime( StoppedTime const& ) = delete;
+   StoppedTime& operator=( StoppedTime const& ) = delete;
+   Ryx::Seconds now() const override { return seconds; }
+   Ryx::Seconds seconds = 100;
+};
+
+struct Held : Switch {
+   StoppedTime time;
+   Ptr< MlagErrdisableSm > sm = machine();
+};
+
+struct Start : Switch {
+   void act() { sm = machine(); }
+   StoppedTime time;
+   Ptr< MlagErrdisableSm > sm;
+};
+
+TEST( MachineFaults, AStartThatFailsLeavesNothingHeld ) {
+   sweep< Start >();
+}
+
+// A start that puts the port-channel into standby instead.
+struct StartInStandby : Start {
+   StartInStandby() { lacpOverride->lagIdConfigIs( portChannel, mlagStatus->systemId() ); }
+};
+
+TEST( MachineFaults, AStartThatFailsLeavesNothingInStandby ) {
+   sweep< StartInStandby >();
+}
+
+// A machine that takes over from one that has gone: the ports that it held stay held.
+struct Resume : Start {
+   Resume() {
+      mlagissuCause->intfStatusIs( port, 40 );
+      mlagProtoStatus->portsErrdisabledIs( true );
+      mlagProtoStatus->portsErrdisabledWhenIs( 40 );
+   }
+};
+
+TEST( MachineFaults, AResumptionThatFailsLeavesTheStateForTheNextOne ) {
+   sweep< Resume >();
+}
+
+TEST( MachineFaults, AStartThatFailsDoesNotDisturbTheMachineThatRuns ) {
+   for ( std::size_t nth = 1;; ++nth ) {
+      SCOPED_TRACE( nth );
+      Held scene;
+      scene.time.seconds = 200;
+      auto const before = scene.state();
+      support::AllocationFailure const failure( nth, support::AllocationFailure::Of::one );
+      if ( !throwsFor( [ &scene ] { scene.machine(); } ) ) {
+         EXPECT_FALSE( failure.refused() );
+         return;
+      }
+      // Its trackers take the port-channel along.
+      EXPECT_EQ( before, "held forced delay 100.000000" );
+      EXPECT_TRUE( scene.state().starts_with( "held " ) );
+      EXPECT_TRUE( scene.state().ends_with( "delay 100.000000" ) );
+      scene.time.seconds = 400;
+      Ryx::activityManager()->clock()->handleTime();
+      // What is forced waits for the port-channel's link.
+      EXPECT_TRUE( scene.state() == "inf" || scene.state() == "forced inf" );
+   }
+}
+
+struct SetStandby : Held {
+   void act() { sm->setLacpStandby( portChannel ); }
+   std::string state() const {
+      EXPECT_EQ( lacp->stayInStandby(), sm->lagsInStandby( portChannel ) );
+      return Switch::state();
+   }
+};
+struct HandleStandby : SetStandby {
+   HandleStandby() {
+      sm->hasNotificationActiveIs( false );
+      lacpOverride->lagIdConfigIs( portChannel, mlagStatus->systemId() );
+   }
+   void act() { sm->handleLacpStandby( port ); }
+};
+
+TEST( MachineFaults, APortChannelInStandbyIsAlwaysRecorded ) {
+   sweep< SetStandby >();
+}
+
+TEST( MachineFaults, APortLeavesTheCauseForStandbyOrNot ) {
+   sweep< HandleStandby >();
+}
+
+// A release goes on to the last port, whatever it cannot watch.
+struct Release : Held {
+   void act() { sm->doClearErrdisableIntfStatus(); }
+   std::string state() const {
+      return mlagissuCause->intfStatusHas( port ) ? "held" : "released";
+   }
+};
+
+TEST( MachineFaults, AReleaseIsCompleteWithoutMemory ) {
+   sweep< Release >();
+   Release scene;
+   {
+      support::AllocationFailure const failure;
+      scene.act();
+   }
+   EXPECT_EQ( scene.Switch::state(), "inf" );
+}
+
+TEST( MachineFaults, APeriodEndsWithoutMemory ) {
+   Held scene;
+   for ( Ryx::Seconds const wake : { 325.0, 385.0, 400.0 } ) {
+      scene.time.seconds = wake;
+      support::AllocationFailure const failure;
+      Ryx::activityManager()->clock()->handleTime();
+   }
+   EXPECT_EQ( scene.Switch::state(), "inf" );
+}
+
+TEST( MachineFaults, ADelayIsChangedWithoutMemory ) {
+   Held scene;
+   support::AllocationFailure const failure;
+   scene.mlagConfig->reloadDelayIs( 600 );
+   EXPECT_EQ( Ryx::activityManager()->clock()->nextTimeMin(), 550 );
+}
+
+// Once a port-channel is forced, the machine knows whose end takes it back.
+struct Record : Held {
+   Record() {
+      mlagissuCause->intfStatusDelAll();
+      sm->memberToPortChannelDel( port );
+      sm->portChannelTrackerDel( portChannel );
+   }
+   void act() { sm->handleIntfStatus( port ); }
+   std::string state() const {
+      bool const forced = igmpsnoopingConfig->forceEnabledPorts( portChannel );
+      EXPECT_EQ( forced, static_cast< bool >( sm->memberToPortChannel( port ) ) );
+      EXPECT_EQ( forced, static_cast< bool >( sm->portChannelTracker( portChannel ) ) );
+      return forced ? "forced" : "not forced";
+   }
+};
+
+TEST( MachineFaults, APortChannelIsForcedAndRecordedOrNeither ) {
+   sweep< Record >();
+}
+
+// The collections and inputs of the machine.
+struct Snapshot : Held {
+   void act() { made = sm->portChannelToMemberIs( IntfId( "Port-Channel20" ) ); }
+   std::string state() const {
+      return sm->portChannelToMember( IntfId( "Port-Channel20" ) ) ? "made" : "not made";
+   }
+   Ptr< Mlag::Ostra::LagMember > made;
+};
+struct Watch : Held {
+   void act() { sm->lagIntfStatusIs( lagStatus ); }
+   std::string state() const {
+      auto const watched = sm->lagIntfStatus( portChannel );
+      return watched ? "watched" : "not watched";
+   }
+};
+struct ReplaceInput : Held {
+   void act() { sm->mlagStatusIs( other ); }
+   std::string state() const { return sm->mlagStatus() == other ? "new" : "old"; }
+   Ptr< Mlag::Status > other = Ryx::make< Mlag::Status >( "other" );
+};
+
+TEST( MachineFaults, AMemberObjectIsMadeOrNot ) {
+   sweep< Snapshot >();
+}
+
+TEST( MachineFaults, AStatusIsWatchedOrNot ) {
+   sweep< Watch >();
+}
+
+TEST( MachineFaults, AnInputIsReplacedOrNot ) {
+   sweep< ReplaceInput >();
+}
+
+// The agent and the peer reactor.
+struct Agent {
+   void act() { agent = OstraMlag::agentFactory( longText ); }
+   std::string state() const { return agent ? agent->name().string() : ""; }
+   Ptr< OstraMlag::Agent > agent;
+};
+
+TEST( AgentFaults, AnAgentIsMadeOrNot ) {
+   sweep< Agent >();
+}
+
+struct Peer {
+   using PeerDir = Interface::PeerIntfStatusDir;
+   using EthDir = Interface::EthIntfStatusDir;
+   using AllDir = Interface::AllIntfStatusDir;
+
+   Peer() {
+      for ( auto const& directory : { first, second } ) {
+         directory->intfStatusIs(
+            Ryx::make< Interface::PeerIntfStatus >( IntfId( "PeerEthernet1" ) ) );
+      }
+   }
+   void set( Ptr< PeerDir > const& peer, Ptr< EthDir > const& eth ) {
+      agent->ethPeerIntfStatusReactorIs( peer, eth, all );
+   }
+   std::string state() const {
+      auto const reactor = agent->ethPeerIntfStatusReactor();
+      if ( !reactor ) {
+         return "none";
+      }
+      return std::string( reactor->notifier() == first ? "first " : "second " ) +
+         ( reactor->ethIntfStatusDir() == ethFirst ? "first" : "second" );
+   }
+
+   Ptr< PeerDir > first = Ryx::make< PeerDir >( "first" );
+   Ptr< PeerDir > second = Ryx::make< PeerDir >( "second" );
+   Ptr< EthDir > ethFirst = Ryx::make< EthDir >( "first" );
+   Ptr< EthDir > ethSecond = Ryx::make< EthDir >( "second" );
+   Ptr< AllDir > all = Ryx::make< AllDir >( "all" );
+   Ptr< OstraMlag::Agent > agent = OstraMlag::agentFactory( "agent" );
+};
+struct SetPeer : Peer {
+   void act() { set( first, ethFirst ); }
+};
+struct ReplacePeer : Peer {
+   ReplacePeer() { set( first, ethFirst ); }
+   void act() { set( second, ethSecond ); }
+};
+
+TEST( AgentFaults, APeerReactorIsMadeOrNot ) {
+   sweep< SetPeer >();
+}
+
+TEST( AgentFaults, APeerReactorThatCannotBeReplacedGoesOnAsItWas ) {
+   sweep< ReplacePeer >();
+}
+
+// The local directory that is written first is ahead when the second one fails.
+struct PeerAppears : SetPeer {
+   PeerAppears() { act(); }
+   void appear() {
+      first->intfStatusIs(
+         Ryx::make< Interface::PeerIntfStatus >( IntfId( "PeerEthernet2" ) ) );
+   }
+};
+
+TEST( AgentFaults, ADirectoryThatFailsLeavesTheOneBeforeItWritten ) {
+   IntfId const id( "PeerEthernet2" );
+   bool refused = true;
+   bool ahead = false;
+   for ( std::size_t nth = 1; refused; ++nth ) {
+      PeerAppears scene;
+      {
+         support::AllocationFailure const failure(
+            nth, support::AllocationFailure::Of::one );
+         throwsFor( [ &scene ] { scene.appear(); } );
+         refused = failure.refused();
+      }
+      bool const eth = static_cast< bool >( scene.ethFirst->intfStatus( id ) );
+      bool const all = static_cast< bool >( scene.all->intfStatus( id ) );
+      EXPECT_TRUE( eth || !all );
+      ahead = ahead || ( eth && !all );
+      // The next change of it makes up for what was missed.
+      scene.appear();
+      EXPECT_TRUE( scene.ethFirst->intfStatus( id ) );
+      EXPECT_EQ( scene.ethFirst->intfStatus( id ), scene.first->intfStatus( id ) );
+      EXPECT_TRUE( scene.all->intfStatus( id ) );
+   }
+   EXPECT_TRUE( ahead );
+}
+
+} // namespace
+
+} // namespace faults
