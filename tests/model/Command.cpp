@@ -184,7 +184,7 @@ mlagChange( Command const& command ) {
    case Kind::systemId:
       return { .attribute = Attribute::systemId, .text = pick( systemIds, command.what ) };
    case Kind::holdInSecondary:
-      return flag( Attribute::holdInSecondary, command.what % 3 != 2 );
+      return flag( Attribute::holdInSecondary, command.what % 2 == 0 );
    case Kind::reloadDelay:
       return { .attribute = Attribute::reloadDelay,
                .number = pick( delays, command.what ) };
