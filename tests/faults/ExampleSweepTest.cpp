@@ -169,9 +169,10 @@ class ExampleSweep : public ::testing::TestWithParam< char const* > {
 
 TEST_P( ExampleSweep, EveryAllocationMayFail ) {
    auto const document = readExample( GetParam() );
+   // What is made on first use is made now.
+   playTwin( document );
    Twin const twin = playTwin( document );
    {
-      // What is made on first use is made now.
       SCOPED_TRACE( "warming up" );
       FaultyRun( document, twin, 0 ).play( 1 );
    }
