@@ -30,7 +30,9 @@ setEntry( Table< T >& table, Id const& key, T const& value ) {
 
 void
 Switch::apply( Change const& change ) {
-   if ( change.attribute <= Attribute::lacpStandby ) {
+   if ( change.attribute <= Attribute::peerLinkIntf ) {
+      applyMlagCondition( change );
+   } else if ( change.attribute <= Attribute::lacpStandby ) {
       applyMlagConfig( change );
    } else if ( change.attribute <= Attribute::systemId ) {
       applyMlagState( change );
@@ -46,31 +48,43 @@ Switch::apply( Change const& change ) {
 }
 
 void
-Switch::applyMlagConfig( Change const& change ) {
+Switch::applyMlagCondition( Change const& change ) {
    MlagConfig& config = env_.mounts.mlagConfig;
-   bool isCondition = false;
-   bool isDelay = false;
+   bool changes = false;
    switch ( change.attribute ) {
    case Attribute::enabled:
-      isCondition = set( config.enabled, change.flag() );
+      changes = set( config.enabled, change.flag() );
       break;
    case Attribute::domainId:
-      isCondition = set( config.domainId, change.text );
+      changes = set( config.domainId, change.text );
       break;
    case Attribute::localInterface:
-      isCondition = set( config.localInterface, change.reference );
+      changes = set( config.localInterface, change.reference );
       break;
    case Attribute::peerAddress:
-      isCondition = set( config.peerAddress, change.text );
+      changes = set( config.peerAddress, change.text );
       break;
-   case Attribute::peerLinkIntf:
-      isCondition = set( config.peerLinkIntf, change.reference );
-      break;
+   default:
+      changes = set( config.peerLinkIntf, change.reference );
+   }
+   if ( changes && machine_ ) {
+      machine_->onMlagConfig();
+   }
+}
+
+void
+Switch::applyMlagConfig( Change const& change ) {
+   MlagConfig& config = env_.mounts.mlagConfig;
+   switch ( change.attribute ) {
    case Attribute::reloadDelay:
-      isDelay = set( config.reloadDelay, change.number );
+      if ( set( config.reloadDelay, change.number ) && machine_ ) {
+         machine_->onReloadDelay();
+      }
       break;
    case Attribute::reloadDelayNonMlag:
-      isDelay = set( config.reloadDelayNonMlag, change.number );
+      if ( set( config.reloadDelayNonMlag, change.number ) && machine_ ) {
+         machine_->onReloadDelayNonMlag();
+      }
       break;
    case Attribute::reloadDelayNonMlagConfigured:
       config.reloadDelayNonMlagConfigured = change.flag();
@@ -84,16 +98,6 @@ Switch::applyMlagConfig( Change const& change ) {
                           : setEntry( config.intfConfig, change.key, change.text ) ) &&
          machine_ ) {
          machine_->onMlagIntfConfig( change.key );
-      }
-   }
-   if ( machine_ && isCondition ) {
-      machine_->onMlagConfig();
-   }
-   if ( machine_ && isDelay ) {
-      if ( change.attribute == Attribute::reloadDelay ) {
-         machine_->onReloadDelay();
-      } else {
-         machine_->onReloadDelayNonMlag();
       }
    }
 }

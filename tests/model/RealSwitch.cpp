@@ -68,6 +68,13 @@ RealSwitch::mount( Mounts const& mounts ) {
    mlagProtoStatus_->portsErrdisabledIs( mounts.portsErrdisabled );
    mlagProtoStatus_->portsErrdisabledWhenIs( mounts.portsErrdisabledWhen );
    mlagProtoStatus_->holdInSecondaryIs( mounts.holdInSecondary );
+   mountPorts( mounts );
+   mountPortChannels( mounts );
+   mountStatuses( mounts );
+}
+
+void
+RealSwitch::mountPorts( Mounts const& mounts ) {
    for ( Id const& port : mounts.ethPhyIntfStatus ) {
       apply( Change{ Attribute::ethPhyIntfStatus, port } );
    }
@@ -82,11 +89,15 @@ RealSwitch::mount( Mounts const& mounts ) {
                         .number = static_cast< double >( *config.fallback ) } );
       }
    }
-   for ( auto const& [ portChannel, address ] : mounts.lagIdConfig ) {
-      lacpOverride_->lagIdConfigIs( kovelId( portChannel ), Kovel::EthAddr( address ) );
-   }
    for ( auto const& [ port, when ] : mounts.mlagissuCause ) {
       mlagissuCause_->intfStatusIs( kovelId( port ), when );
+   }
+}
+
+void
+RealSwitch::mountPortChannels( Mounts const& mounts ) {
+   for ( auto const& [ portChannel, address ] : mounts.lagIdConfig ) {
+      lacpOverride_->lagIdConfigIs( kovelId( portChannel ), Kovel::EthAddr( address ) );
    }
    for ( Id const& portChannel : mounts.forceEnabledPorts ) {
       igmpsnoopingConfig_->forceEnabledPortsIs( kovelId( portChannel ), true );
@@ -102,7 +113,6 @@ RealSwitch::mount( Mounts const& mounts ) {
                      .key = portChannel,
                      .number = static_cast< double >( stays ) } );
    }
-   mountStatuses( mounts );
 }
 
 void
