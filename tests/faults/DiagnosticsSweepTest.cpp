@@ -107,8 +107,14 @@ TEST( LogFaults, WhatASinkThrowsIsLost ) {
    EXPECT_NO_THROW( scene.act() );
 }
 
-// Types that nobody else registers.
+// Types that nobody else registers, twice: to be registered with and without faults.
 enum class Colour { red, green };
+struct Clean {
+   static constexpr std::string_view name = "Faults::ALampWithALongNameOfItsOwn1";
+};
+struct Faulty {
+   static constexpr std::string_view name = "Faults::ALampWithALongNameOfItsOwn2";
+};
 
 } // namespace
 
@@ -124,9 +130,10 @@ namespace faults {
 
 namespace {
 
-class Lamp : public Ryx::EntityOf< Lamp > {
+template< class Which >
+class Lamp : public Ryx::EntityOf< Lamp< Which > > {
  public:
-   static constexpr std::string_view fwkTypeName = "Faults::ALampWithALongNameOfItsOwn";
+   static constexpr std::string_view fwkTypeName = Which::name;
    class NotifieeConst : public Ryx::NotifieeConstOf< Lamp, Ryx::Entity::NotifieeConst > {};
    static constexpr auto attributes() {
       return Ryx::AttributeList<
@@ -136,21 +143,22 @@ class Lamp : public Ryx::EntityOf< Lamp > {
    static constexpr auto constructor() {
       return Ryx::Constructor< Lamp, Ryx::Argument< "name", Ryx::Name > >();
    }
-   explicit Lamp( Ryx::Name name ) : EntityOf( std::move( name ) ) {}
+   explicit Lamp( Ryx::Name name ) : Ryx::EntityOf< Lamp >( std::move( name ) ) {}
 
  private:
    bool on_ = false;
    Colour colour_ = Colour::red;
 };
 
+template< class... Types >
 void
-registerLamp() {
-   Ryx::UnitRegistration< Colour, Lamp > const unit( "Faults" );
+registerUnit() {
+   Ryx::UnitRegistration< Types... > const unit( "Faults" );
 }
 
 void
-expectRegistered() {
-   Ryx::RyxType const* const type = Ryx::RyxType::type( Ryx::Name( Lamp::fwkTypeName ) );
+expectRegistered( std::string_view name ) {
+   Ryx::RyxType const* const type = Ryx::RyxType::type( Ryx::Name( name ) );
    ASSERT_TRUE( type );
    ASSERT_EQ( type->attributeQ().size(), 3u );
    EXPECT_EQ( type->attributeQ()[ 1 ]->name().string(), "anAttributeWithALongName" );
@@ -160,19 +168,27 @@ expectRegistered() {
 }
 
 // What has been registered stays, so that each failure comes a little further.
-TEST( RegistrationFaults, AUnitThatCouldNotBeRegisteredIsRegisteredTheNextTime ) {
+template< class... Types >
+void
+registerWithFaults() {
    bool refused = true;
    for ( std::size_t nth = 1; refused; ++nth ) {
       support::AllocationFailure const failure( nth, support::AllocationFailure::Of::one );
-      bool const threw = throwsFor( registerLamp );
+      bool const threw = throwsFor( registerUnit< Types... > );
       refused = failure.refused();
       EXPECT_EQ( threw, refused );
    }
-   expectRegistered();
-   std::size_t const live = support::liveAllocations();
-   registerLamp();
-   expectRegistered();
-   EXPECT_EQ( support::liveAllocations(), live );
+}
+
+TEST( RegistrationFaults, AUnitThatCouldNotBeRegisteredIsRegisteredTheNextTime ) {
+   registerWithFaults< Colour >();
+   std::size_t const first = support::liveAllocations();
+   registerUnit< Lamp< Clean > >();
+   expectRegistered( Clean::name );
+   std::size_t const second = support::liveAllocations();
+   registerWithFaults< Lamp< Faulty > >();
+   expectRegistered( Faulty::name );
+   EXPECT_EQ( support::liveAllocations() - second, second - first );
 }
 
 } // namespace
