@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The by-name interface of everything that is registered, the plug-in's types included. An
+// input is a list of operations on a world of objects that refer to each other; the laws
+// are in <fuzz/generic/Laws>. A place in a collection stays usable whatever happens to the
+// collection; at its end nothing can be reached through it.
+
+#include <fuzz/generic/Laws>
+#include <fuzz/generic/World>
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+#include <Ryx/Log>
+#include <Ryx/SimulatedTime>
+
+namespace {
+
+using fuzz::Iterator;
+using fuzz::Object;
+using fuzz::require;
+using fuzz::World;
+using If = Ryx::GenericIf;
+
+constexpr std::size_t mostIterators = 8;
+constexpr unsigned char codes[] = { If::get, If::get, If::size, If::has, If::defaultValue,
+                                    If::set, If::set, If::set,  If::del, If::del };
+
+class Silence final : public Ryx::LogSink {
+ public:
+   Silence() { Ryx::logSinkIs( this ); }
+   ~Silence() override { Ryx::logSinkIs( nullptr ); }
+   Silence( Silence const& ) = delete;
+   Silence& operator=( Silence const& ) = delete;
+   void log( Ryx::LogRecord const& ) override {}
+};
+
+Ryx::RyxAttr const*
+attribute( World& world, Object const& object ) {
+   auto const attributes = object->type()->allAttributes();
+   return attributes.empty() ? nullptr : world.bytes().pick( attributes ).ptr();
+}
+
+// An index where one belongs, and sometimes where none does.
+Object
+index( World& world, Ryx::RyxAttr const& attr ) {
+   bool const belongs = attr.indexType() != nullptr;
+   if ( world.bytes().below( 16 ) == 15 ) {
+      return belongs ? nullptr : world.maybeFitting( attr.valueType() );
+   }
+   return belongs ? world.maybeFitting( attr.indexType() ) : nullptr;
+}
+
+Object
+value( World& world, Ryx::RyxAttr const& attr ) {
+   bool const takesList = fuzz::useOf( attr ) == fuzz::Use::function ||
+      attr.has( Ryx::RyxAttr::AttrFlags::isInstantiating );
+   return takesList ? world.arguments( attr.arguments() )
+                    : world.maybeFitting( attr.valueType() );
+}
+
+void
+operate( World& world ) {
+   Object const object = world.object();
+   auto const* const attr = attribute( world, object );
+   if ( !attr ) {
+      return;
+   }
+   fuzz::Bytes& bytes = world.bytes();
+   unsigned const odd = bytes.below( 16 );
+   auto const id = odd == 15 ? bytes.byte() + 256 : attr->id();
+   auto const code =
+      odd == 14 ? static_cast< unsigned char >( bytes.byte() ) : bytes.pick( codes );
+   Object const at = index( world, *attr );
+   world.keep( fuzz::operate( { object, id, code, at, value( world, *attr ) } ) );
+}
+
+void
+visit( World& world ) {
+   Object const object = world.object();
+   auto const* const attr = attribute( world, object );
+   if ( !attr || world.iterators.size() == mostIterators ) {
+      return;
+   }
+   Iterator made;
+   std::string const why =
+      support::refusal( [ & ] { made = object->attributeIterator( attr->id() ); } );
+   bool const isCollection = fuzz::useOf( *attr ) == fuzz::Use::collection;
+   require( bool( made ) == isCollection, attr->name(), " to be visited: ", why );
+   if ( made ) {
+      world.iterators.push_back( made );
+   } else {
+      require( why == support::notSupported( attr->name().string() ), "visit: ", why );
+   }
+}
+
+void
+reach( World& world, Iterator const& iterator ) {
+   Object key;
+   Object member;
+   std::string const why = support::refusal( [ & ] {
+      key = iterator->iterKey();
+      member = iterator->iterObj();
+   } );
+   require( why.empty() == iterator->nonNull(), "reached: ", why );
+   require( why.empty() || why == "null ValidPtr", "at the end: ", why );
+   world.keep( member );
+}
+
+void
+step( Iterator const& iterator ) {
+   bool const stands = iterator->nonNull();
+   std::string const before = stands ? iterator->iterKey()->strRep() : "";
+   std::string const why = support::refusal( [ & ] { iterator->iterInc(); } );
+   require( why == ( stands ? "" : "null ValidPtr" ), "stepped: ", why );
+   require(
+      !iterator->nonNull() || iterator->iterKey()->strRep() != before,
+      "still at ",
+      before );
+}
+
+void
+remove( Iterator const& iterator ) {
+   std::string const why = support::refusal( [ & ] { iterator->iterDel(); } );
+   bool const refused = why == support::constInstance || why == "null ValidPtr";
+   require( why.empty() || refused, "removed: ", why );
+}
+
+void
+walk( World& world ) {
+   if ( world.iterators.empty() ) {
+      return;
+   }
+   auto const at = world.bytes().below( world.iterators.size() );
+   Iterator const iterator = world.iterators[ at ];
+   switch ( world.bytes().below( 5 ) ) {
+   case 0:
+      reach( world, iterator );
+      break;
+   case 1:
+      step( iterator );
+      break;
+   case 2:
+      remove( iterator );
+      break;
+   case 3:
+      world.iterators[ at ] = iterator->iterClone();
+      break;
+   default:
+      world.iterators.erase( world.iterators.begin() + at );
+   }
+}
+
+} // namespace
+
+extern "C" int
+LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
+   Silence const silence;
+   SimulatedTime time;
+   fuzz::Bytes bytes( data, size );
+   World world( bytes );
+   while ( !bytes.empty() ) {
+      switch ( bytes.below( 16 ) ) {
+      case 0:
+         world.construct();
+         break;
+      case 1:
+         visit( world );
+         break;
+      case 2:
+      case 3:
+         walk( world );
+         break;
+      case 4:
+         time.value += bytes.byte();
+         Ryx::activityManager()->clock()->handleTime();
+         break;
+      default:
+         operate( world );
+      }
+   }
+   return 0;
+}

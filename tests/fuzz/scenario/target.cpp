@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The scenario reader. An input is a file.
+//
+//  1. It is accepted, or refused with exit status 2 and a message that names a place that
+//     the file has.
+//  2. What is accepted can be played: nothing is thrown, every record is a line of JSON,
+//     time does not go back, and the last line is the end.
+//  3. The state at the end is taken as the mounts of another run and reads the same there.
+
+#include <fuzz/Require>
+
+#include <host/Diagnostics>
+#include <host/NdjsonSink>
+#include <host/Run>
+#include <host/TextReport>
+
+#include <Ryx/RyxType>
+
+#include <algorithm>
+#include <cstdint>
+#include <sstream>
+
+namespace {
+
+using fuzz::require;
+using ostra::Failure;
+using ostra::Json;
+
+constexpr char file[] = "file";
+
+ostra::RyxType const&
+agentType() {
+   static auto const* const type = ostra::RyxType::type( Ryx::Name( "OstraMlag::Agent" ) );
+   return *type;
+}
+
+long long
+lineCount( std::string const& text ) {
+   // A carriage return ends a line of YAML too.
+   return 1 + std::count_if( text.begin(), text.end(), []( char c ) {
+             return c == '\n' || c == '\r';
+          } );
+}
+
+// Columns count octets of UTF-8, of which another encoding may take fewer.
+long long
+lastColumn( std::string const& text ) {
+   bool const isAscii = std::all_of( text.begin(), text.end(), []( char c ) {
+      return static_cast< signed char >( c ) > 0;
+   } );
+   return static_cast< long long >( isAscii ? text.size() : 3 * text.size() ) + 1;
+}
+
+// "file:12:3: ..." within the file.
+void
+checkRefusal( Failure const& failure, std::string const& text ) {
+   std::string const message = failure.what();
+   require( failure.status() == ostra::ExitStatus::badInput, "status: ", message );
+   std::istringstream in( message.substr( std::min( message.size(), sizeof file ) ) );
+   long long line = 0;
+   long long column = 0;
+   char colon = 0;
+   char secondColon = 0;
+   in >> line >> colon >> column >> secondColon;
+   require( in && colon == ':' && secondColon == ':', "no place: ", message );
+   require( line >= 1 && line <= lineCount( text ), "line: ", message );
+   require( column >= 1 && column <= lastColumn( text ), "column: ", message );
+   auto const why = message.find_first_not_of( ' ', message.find( ": " ) + 1 );
+   require( why != std::string::npos, "no reason: ", message );
+}
+
+void
+playTo( ostra::RecordSink& sink, ostra::Scenario const& scenario, ostra::Mounts& mounts ) {
+   ostra::ScenarioTime time( scenario.startTime );
+   ostra::Agent agent( agentType(), mounts );
+   ostra::Diagnostics const diagnostics( sink, time, 15 );
+   ostra::VirtualPacer pacer;
+   ostra::Run( { scenario, mounts, agent, time, sink, pacer, [] { return true; } } ).play();
+}
+
+// The state in the last line.
+Json
+checkRecords( std::string const& records ) {
+   std::istringstream in( records );
+   Json record;
+   double last = 0;
+   for ( std::string line; std::getline( in, line ); ) {
+      require( record.is_null() || record.at( "type" ) != "end", "a line behind the end" );
+      record = Json::parse( line );
+      double const t = record.at( "t" ).get< double >();
+      require( t >= last, "time goes back: ", line );
+      last = t;
+   }
+   require( !record.is_null() && record.at( "type" ) == "end", "no end" );
+   return record.at( "state" );
+}
+
+void
+checkState( Json const& state ) {
+   ostra::Mounts mounts;
+   auto const document = ostra::parseDocument( "state", state.dump() );
+   mounts.apply( mounts.read( ostra::Item( document ) ) );
+   require(
+      mounts.state() == state, "state: ", state.dump(), "\nread as ", mounts.state() );
+}
+
+void
+play( ostra::Scenario const& scenario, ostra::Mounts& mounts, bool asText ) {
+   std::ostringstream out;
+   if ( asText ) {
+      ostra::TextReport report( out, { .colour = true, .trace = true } );
+      playTo( report, scenario, mounts );
+      checkState( mounts.state() );
+   } else {
+      ostra::NdjsonSink sink( out );
+      playTo( sink, scenario, mounts );
+      checkState( checkRecords( out.str() ) );
+   }
+}
+
+} // namespace
+
+extern "C" int
+LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
+   std::string const text( data, data + size );
+   ostra::Mounts mounts;
+   ostra::Scenario scenario;
+   try {
+      scenario = readScenario( ostra::parseDocument( file, text ), mounts, agentType );
+   } catch ( Failure const& failure ) {
+      checkRefusal( failure, text );
+      return 0;
+   }
+   mounts.apply( scenario.mounts );
+   play( scenario, mounts, size % 2 == 0 );
+   return 0;
+}
