@@ -14,6 +14,7 @@
 #include <yaml-cpp/mark.h>
 #include <yaml-cpp/parser.h>
 
+#include <algorithm>
 #include <sstream>
 #include <unordered_map>
 #include <unordered_set>
@@ -21,6 +22,10 @@
 namespace ostra {
 
 namespace {
+
+// As deep as the parser itself goes.
+constexpr std::size_t deepest = 500;
+constexpr char tooDeep[] = "nested too deeply";
 
 bool
 isUtf8( std::string const& text ) {
@@ -89,7 +94,7 @@ class TreeBuilder final : public YAML::EventHandler {
       if ( found == anchors_.end() ) {
          fail( name_, mark, "an alias inside of what it stands for" );
       }
-      add( found->second, mark, 0 );
+      add( found->second.node, mark, 0, found->second.height );
    }
 
    void OnSequenceStart(
@@ -119,6 +124,13 @@ class TreeBuilder final : public YAML::EventHandler {
       std::unordered_set< std::string > keys;
       // The last entry still waits for its value.
       bool hasKey = false;
+      // How many lists and maps are nested in it.
+      std::size_t height = 0;
+   };
+
+   struct Anchored {
+      NodePtr node;
+      std::size_t height;
    };
 
    static std::shared_ptr< DocumentNode >
@@ -153,26 +165,39 @@ class TreeBuilder final : public YAML::EventHandler {
       if ( tag != "?" && tag != "!" && !tag.empty() ) {
          refuseTag( mark, tag );
       }
-      open_.push_back( { newNode( kind, mark ), mark, anchor, {}, false } );
+      open_.push_back( { newNode( kind, mark ), mark, anchor, {} } );
    }
 
    void close() {
       Open const closed = std::move( open_.back() );
       open_.pop_back();
-      add( closed.node, closed.mark, closed.anchor );
+      add( closed.node, closed.mark, closed.anchor, closed.height + 1 );
    }
 
-   void add( NodePtr const& node, YAML::Mark const& mark, YAML::anchor_t anchor ) {
+   // `height`: of lists and maps in each other, which the node brings. Aliases nest without
+   // the parser's noticing.
+   void add(
+      NodePtr const& node,
+      YAML::Mark const& mark,
+      YAML::anchor_t anchor,
+      std::size_t height = 0 ) {
+      if ( open_.size() + height > deepest ) {
+         fail( name_, mark, tooDeep );
+      }
       if ( anchor != 0 ) {
-         anchors_[ anchor ] = node;
+         anchors_[ anchor ] = { node, height };
       }
       if ( open_.empty() ) {
          root_ = node;
-      } else if ( open_.back().node->kind == DocumentNode::Kind::list ) {
-         open_.back().node->items.push_back( node );
-      } else if ( open_.back().hasKey ) {
-         open_.back().node->entries.back().value = node;
-         open_.back().hasKey = false;
+         return;
+      }
+      Open& parent = open_.back();
+      parent.height = std::max( parent.height, height );
+      if ( parent.node->kind == DocumentNode::Kind::list ) {
+         parent.node->items.push_back( node );
+      } else if ( parent.hasKey ) {
+         parent.node->entries.back().value = node;
+         parent.hasKey = false;
       } else {
          addKey( *node, mark );
       }
@@ -201,7 +226,7 @@ class TreeBuilder final : public YAML::EventHandler {
    std::string const& name_;
    NodePtr root_;
    std::vector< Open > open_;
-   std::unordered_map< YAML::anchor_t, NodePtr > anchors_;
+   std::unordered_map< YAML::anchor_t, Anchored > anchors_;
 };
 
 } // namespace
@@ -214,7 +239,7 @@ parseDocument( std::string name, std::string const& text ) {
       YAML::Parser parser( in );
       while ( parser.HandleNextDocument( builder ) ) {}
    } catch ( YAML::DeepRecursion const& error ) {
-      fail( name, error.mark, "nested too deeply" );
+      fail( name, error.mark, tooDeep );
    } catch ( YAML::Exception const& error ) {
       YAML::Mark const mark = error.mark.is_null() ? YAML::Mark() : error.mark;
       fail( name, mark, fmt::format( "not YAML: {}", error.msg ) );

@@ -3,6 +3,7 @@
 
 #include <host/Document>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 using ostra::DocumentNode;
@@ -138,6 +139,18 @@ TEST( Document, DeepNestingIsRefusedAndNotACrash ) {
       braces += "{a: ";
    }
    EXPECT_NE( complaint( braces ).find( "nested too deeply" ), std::string::npos );
+}
+
+TEST( Document, NestingByAliasesIsRefusedToo ) {
+   auto const chain = []( int length ) {
+      std::string text = "- &a0 []\n";
+      for ( int i = 1; i < length; ++i ) {
+         text += fmt::format( "- &a{} [ *a{} ]\n", i, i - 1 );
+      }
+      return text;
+   };
+   EXPECT_EQ( complaint( chain( 400 ) ), "" );
+   EXPECT_EQ( complaint( chain( 200000 ) ), "x.yaml:500:11: nested too deeply" );
 }
 
 TEST( Document, EmptyInputIsNull ) {
