@@ -109,6 +109,41 @@ TEST_F( NullInputs, WithoutCauseTheFailureComesWithTheFirstPortToHold ) {
    expectFailure();
 }
 
+TEST_F( NullInputs, AFailedStartTakesBackItsHoldsAndThenWhatItSaidOfThem ) {
+   igmpsnoopingConfig = nullptr;
+   take();
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_EQ(
+      take(),
+      ( Log{ "0 proto portsErrdisabled true",
+             "0 proto portsErrdisabledWhen 0",
+             "0 cause Ethernet1 0",
+             "0 cause Ethernet1 -",
+             "0 proto portsErrdisabled false",
+             "0 proto portsErrdisabledWhen inf" } ) );
+}
+
+TEST_F( NullInputs, AFailedStartLeavesAStandbyThatIsNotItsOwn ) {
+   mlagConfig->lacpStandbyIs( true );
+   mlagProtoStatus->holdInSecondaryIs( true );
+   systemId( "02:00:00:00:00:01" );
+   lacpOverrideIs( "Port-Channel10", "02:00:00:00:00:01" );
+   state( MlagState::mlagSecondary );
+   auto const portChannel = lacp( "Port-Channel10" );
+   portChannel->stayInStandbyIs( true );
+   igmpsnoopingConfig = nullptr;
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+   EXPECT_TRUE( portChannel->stayInStandby() );
+}
+
+TEST_F( NullInputs, AFailedStartWithoutCauseTakesBackWhatItSaid ) {
+   mlagissuCause = nullptr;
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+   EXPECT_EQ( mlagProtoStatus->portsErrdisabledWhen(), Ryx::never );
+}
+
 TEST_F( NullInputs, AReactorThatOutlivesAFailedStartIsAZombieWithoutMachine ) {
    Sm* machine = nullptr;
    Ryx::Ptr< Sm::RyxMlagConfig > kept;
@@ -142,6 +177,14 @@ TEST_F( NullInputs, AReactorThatOutlivesAFailedStartIsAZombieWithoutMachine ) {
 TEST_F( NullInputs, WithoutSnoopingConfigurationTheFailureComesWithAnMlagMember ) {
    igmpsnoopingConfig = nullptr;
    expectFailure();
+}
+
+TEST_F( NullInputs, WithoutStatusesAPortThatIsLookedAtCountsAsDeleted ) {
+   ethPhyIntfStatus = nullptr;
+   EXPECT_EQ( starting(), "" );
+   mlagissuCause->intfStatusIs( id( "Ethernet1" ), 0 );
+   sm->handleIntfStatus( id( "Ethernet1" ) );
+   EXPECT_EQ( held(), std::vector< std::string >() );
 }
 
 TEST_F( NullInputs, WithoutLagConfigurationEveryPortIsANonMlagOne ) {

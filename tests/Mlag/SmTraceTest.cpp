@@ -5,6 +5,8 @@
 
 #include "SmReach"
 
+#include <Mlag/SmDiagnostics>
+
 namespace {
 
 class Records final : public Ryx::TraceSink {
@@ -136,6 +138,10 @@ TEST_F( SmTraces, TheEndingMessageHasItsSeverityExplanationAndAction ) {
       message.explanation,
       "Non peer-link interfaces will be enabled once reload-delay period is over" );
    EXPECT_EQ( message.action, Ryx::NoActionRequired );
+}
+
+TEST_F( SmTraces, TheEndingMessageIsLimitedByNoneOfItsArguments ) {
+   EXPECT_EQ( Mlag::Ostra::reloadDelayEnding().rateLimitArgs(), 0u );
 }
 
 TEST_F( SmTraces, MessagesOfOneMomentAreAllWritten ) {

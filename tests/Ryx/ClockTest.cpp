@@ -35,12 +35,14 @@ class Timer final : public Clock::NotifieeConst {
          action();
       }
    }
+   void onIsNondestructing() override { ++nondestructing; }
    void onNotificationException( Ryx::AttributeId id ) override { exceptionOf = id; }
    Ryx::ActivityConfig* ryxFwkActivity() override { return activity.ptr(); }
 
    std::function< void() > action;
    Ptr< Ryx::ActivityConfig > activity;
    unsigned expected = ~0u;
+   unsigned nondestructing = 0;
    Ryx::AttributeId exceptionOf = 0;
 
  private:
@@ -359,6 +361,19 @@ TEST_F( ClockTest, ADeferringNotifieeIsCalledByItsActivity ) {
    EXPECT_EQ( calls, Calls{ "a" } );
    EXPECT_EQ( timer->exceptionOf, Clock::timeAttributeId );
    EXPECT_EQ( timer->activity->handleActivity(), 0u );
+}
+
+TEST_F( ClockTest, ADeferringNotifieeHearsOfTheClockItselfWithoutATime ) {
+   auto const timer = Ryx::make< Timer >( "a", calls );
+   timer->activity = Ryx::make< Ryx::ActivityConfig >();
+   timer->isRegisteredNotifieeIs( true );
+   timer->notifierIs( clock );
+   clock->isNondestructingIs( true );
+   EXPECT_EQ( timer->nondestructing, 0u );
+   EXPECT_EQ( timer->activity->handleActivity(), 1u );
+   EXPECT_EQ( timer->nondestructing, 1u );
+   EXPECT_EQ( calls, Calls() );
+   clock->isNondestructingIs( false );
 }
 
 TEST_F( ClockTest, OneOrAllAttributesReachOnTimeByName ) {

@@ -237,6 +237,20 @@ TEST_F( DeferredDeliveryTest, ANotifieeOfTheBaseIsNotCalledForWhatItDoesNotKnow 
    EXPECT_EQ( calls, Calls{} );
 }
 
+TEST_F( DeferredDeliveryTest, OneThatHasLostItsActivityIsCalledAtOnce ) {
+   auto const later = defer( "later" );
+   later->activity = nullptr;
+   port->lanesIs( 2 );
+   EXPECT_EQ( calls, Calls{ "later lanes" } );
+   EXPECT_EQ( later->pendingAttributeId(), 0u );
+}
+
+TEST_F( DeferredDeliveryTest, TheLastWordIsKnownByItsIdToo ) {
+   auto const later = defer( "later" );
+   later->handleDefault( activity.ptr(), Ryx::zeroReferencesAttributeId, false );
+   EXPECT_EQ( calls, Calls{ "later zero" } );
+}
+
 TEST_F( DeferredDeliveryTest, ItsExceptionCarriesThePendingId ) {
    auto const later = defer( "later" );
    later->action = [] { throw 7; };

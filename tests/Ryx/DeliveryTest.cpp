@@ -321,6 +321,16 @@ TEST_F( WithoutMemory, NotifieesDeregisteredMeanwhileAreNotTold ) {
    expectAllBut( 10, 70 );
 }
 
+TEST_F( WithoutMemory, NobodyIsToldWhenAllAreDeregisteredMeanwhile ) {
+   callers[ 15 ]->act = [ this ] {
+      for ( auto const& caller : callers ) {
+         caller->isRegisteredNotifieeIs( false );
+      }
+   };
+   setWithoutMemory( 1 );
+   expectAllBut( 16, count );
+}
+
 TEST_F( WithoutMemory, ThoseWhoTookTheirTurnMayGo ) {
    callers[ 15 ]->act = [ this ] {
       for ( std::size_t i = 0; i < 16; ++i ) {

@@ -58,6 +58,25 @@ TEST_F( GenericIfTest, AnObjectThatIsNoEntityIsNamedByItsType ) {
    EXPECT_EQ( supervisor.adapter->attributeString( 999 ), "unknown" );
 }
 
+// An object of a type that nobody has described.
+class Undescribed final : public Ryx::PtrInterface {
+ public:
+   Ryx::RyxType* fwkType() const override { return nullptr; }
+};
+
+TEST_F( GenericIfTest, AnObjectWithoutADescriptionHasNoAttributes ) {
+   Generic const adapter = Ryx::wrapObject( Ryx::make< Undescribed >(), false );
+   EXPECT_EQ( adapter->type(), nullptr );
+   EXPECT_EQ( adapter->strRep(), "object" );
+   EXPECT_EQ( adapter->attributeId( "speed" ), 0u );
+   EXPECT_EQ( adapter->attributeString( 258 ), "unknown" );
+   EXPECT_EQ(
+      support::refusal( [ & ] {
+         adapter->attributeOp( { 258, GenericIf::get }, nullptr, nullptr );
+      } ),
+      "object has no attribute 258" );
+}
+
 TEST_F( GenericIfTest, NamesAndIdsOfAttributesAreFoundFromEachOther ) {
    EXPECT_EQ( byName.adapter->attributeId( "mode" ), 258u );
    EXPECT_EQ( byName.adapter->attributeId( "isNondestructing" ), 6u );

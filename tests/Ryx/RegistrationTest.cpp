@@ -109,6 +109,7 @@ TEST( Registration, ADerivedTypeKnowsItsBase ) {
    EXPECT_TRUE( fast->isA( Port::_fwkType() ) );
    EXPECT_TRUE( fast->isA( fast ) );
    EXPECT_FALSE( Port::_fwkType()->isA( fast ) );
+   EXPECT_FALSE( fast->isA( RyxType::type( "Ryx::Builtin<bool>" ) ) );
 }
 
 TEST( Registration, AnEntitysAttributesBeginWithIsNondestructing ) {

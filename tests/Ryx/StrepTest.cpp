@@ -83,6 +83,12 @@ TEST( Strep, ATextThatIsNoValueSaysWhatWasExpected ) {
       refused< bool >( "yes" ),
       "cannot convert \"yes\" to Ryx::Builtin<bool>: expected true or false" );
    EXPECT_EQ(
+      refused< bool >( "true_" ),
+      "cannot convert \"true_\" to Ryx::Builtin<bool>: expected true or false" );
+   EXPECT_EQ(
+      refused< bool >( "yes|no" ),
+      "cannot convert \"yes|no\" to Ryx::Builtin<bool>: expected true or false" );
+   EXPECT_EQ(
       refused< double >( "" ),
       "cannot convert \"\" to Ryx::Builtin<double>: expected a number or inf" );
    EXPECT_EQ(

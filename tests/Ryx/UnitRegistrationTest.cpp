@@ -143,4 +143,9 @@ TEST_F( UnitRegistrationTest, AnAttributesContextIsOpenUntilItIsLeft ) {
    EXPECT_EQ( introspection.attrContext(), nullptr );
 }
 
+TEST( IntrospectionDeathTest, AScopeThatWasNotEnteredCannotBeLeft ) {
+   EXPECT_DEATH(
+      Ryx::IntrospectionReactor::global().handleScopeExit(), "!scopes_.empty\\(\\)" );
+}
+
 } // namespace

@@ -50,6 +50,13 @@ TEST_F( WeakNotifieeTest, HearsTheLastWordAndIsLeftWithoutANotifier ) {
    EXPECT_EQ( second->notifier(), nullptr );
 }
 
+TEST_F( WeakNotifieeTest, MayBeToldAgainWhatItIsWhileItIsBound ) {
+   auto const watcher = watchWeakly( "a", calls, port );
+   watcher->isWeakReferenceIs( true );
+   EXPECT_EQ( port->references(), 1u );
+   EXPECT_EQ( watcher->notifier(), port );
+}
+
 TEST_F( WeakNotifieeTest, MayTakeTheNotifierBackAtItsLastWord ) {
    auto const watcher = watchWeakly( "a", calls, port );
    watcher->action = [ & ] {
