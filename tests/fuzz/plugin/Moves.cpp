@@ -226,7 +226,7 @@ configureOne( Switch& sw, Bytes& bytes ) {
 }
 
 void
-configureAll( Switch& sw, Bytes& ) {
+configureAll( Switch& sw ) {
    sw.mlagConfig->domainIdIs( "pod1" );
    sw.mlagConfig->localInterfaceIs(
       Ryx::make< Interface::VlanIntfConfig >( IntfId( "Vlan4094" ) ) );
@@ -234,6 +234,11 @@ configureAll( Switch& sw, Bytes& ) {
    sw.mlagConfig->peerLinkIntfIs(
       Ryx::make< Interface::IntfConfig >( IntfId( "Port-Channel1000" ) ) );
    sw.mlagConfig->enabledIs( true );
+}
+
+void
+configureAgain( Switch& sw, Bytes& ) {
+   configureAll( sw );
 }
 
 void
@@ -317,6 +322,28 @@ leavePeriod( Switch& sw, Bytes& bytes ) {
    }
 }
 
+void
+bootPort( Switch& sw, char const* name, char const* portChannel ) {
+   IntfId const id( name );
+   sw.ethPhyIntfStatus->intfStatusIs( Ryx::make< Interface::EthPhyIntfStatus >( id ) );
+   sw.ethPhyIntfConfig->intfConfigIs( Ryx::make< Interface::IntfConfig >( id ) );
+   auto const config = Ryx::make< Lag::EthPhyIntfLagConfig >( id );
+   config->modeIs( Lag::LacpMode::lacpActive );
+   config->lagIs(
+      *portChannel ? Ryx::make< Interface::EthLagIntfConfig >( IntfId( portChannel ) )
+                   : nullptr );
+   sw.lagInputConfig->phyIntfIs( config );
+}
+
+void
+allowStandby( Switch& sw, IntfId portChannel ) {
+   Kovel::EthAddr const systemId( addresses[ 1 ] );
+   sw.mlagConfig->lacpStandbyIs( true );
+   sw.mlagStatus->systemIdIs( systemId );
+   sw.lacpOverride->lagIdConfigIs( portChannel, systemId );
+   sw.lacpConfig->portChannelIs( Ryx::make< Lacp::LacpPCConfig >( portChannel ) );
+}
+
 using Move = void ( * )( Switch&, Bytes& );
 
 // Frequent ones stand here more than once.
@@ -328,13 +355,31 @@ constexpr Move moves[] = {
    lagStatusDel,   lacpIs,         overrideIs,     overrideDel,
    systemIdIs,     stateIs,        stateIs,        holdInSecondaryIs,
    lacpStandbyIs,  delayIs,        nonMlagDelayIs, nonMlagConfiguredIs,
-   configureOne,   configureAll,   peerLinkIsPort, machineIs,
+   configureOne,   configureAgain, peerLinkIsPort, machineIs,
    machineIs,      machineDel,     replaceInput,   peerReactorIs,
    peerReactorDel, agentDel,       peerIs,         peerDel,
    leaveCause,     leaveSnooping,  leavePeriod,
 };
 
 } // namespace
+
+void
+configure( Switch& sw, bool standby ) {
+   configureAll( sw );
+   sw.mlagConfig->reloadDelayIs( 300 );
+   sw.mlagStatus->mlagStateIs( Mlag::MlagState::mlagSecondary );
+   sw.mlagProtoStatus->holdInSecondaryIs( true );
+   for ( std::size_t i = 0; i < 6; ++i ) {
+      char const* const ofPeerLink = portChannels[ 3 ];
+      bootPort( sw, ports[ i ], i < 4 ? portChannels[ i / 2 ] : i < 5 ? ofPeerLink : "" );
+   }
+   for ( std::size_t i = 0; i < 2; ++i ) {
+      sw.mlagConfig->intfConfigIs( IntfId( portChannels[ i ] ), { "10" } );
+   }
+   if ( standby ) {
+      allowStandby( sw, IntfId( portChannels[ 0 ] ) );
+   }
+}
 
 void
 move( Switch& sw, Bytes& bytes ) {

@@ -7,7 +7,8 @@
 //
 // The first byte says how. Bit 0: whoever hears what the plug-in writes makes further moves
 // from within, of which nothing is expected but that all memory stays in order. Bit 1:
-// everything is traced.
+// everything is traced. Bit 2: the switch is configured at first, bit 3 with LACP
+// standby wanted.
 
 #include <fuzz/plugin/Invariants>
 #include <fuzz/plugin/Moves>
@@ -115,6 +116,7 @@ void
 playChecked( Switch& sw, Bytes& bytes ) {
    fuzz::Invariants invariants( sw );
    sw.onInstant = [ & ] { invariants.check(); };
+   invariants.check();
    while ( !bytes.empty() ) {
       fuzz::move( sw, bytes );
       invariants.check();
@@ -141,6 +143,9 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    unsigned const how = bytes.byte();
    Traces traces( ( how & 2 ) != 0 );
    Switch sw;
+   if ( ( how & 4 ) != 0 ) {
+      fuzz::configure( sw, ( how & 8 ) != 0 );
+   }
    if ( ( how & 1 ) != 0 ) {
       playMeddled( sw, bytes, traces );
    } else {
