@@ -139,7 +139,8 @@ Invariants::checkRelease( Machine& machine, bool mlag ) {
       return;
    }
    require( keys( machine.lagsInStandbyIteratorConst() ).empty(), "standby is left" );
-   for ( Kovel::IntfId id : standby_ ) {
+   // What an earlier machine held in standby stays there.
+   for ( Kovel::IntfId id : generation_ == sw_.generation ? standby_ : Ids() ) {
       auto const config = sw_.lacpConfig->portChannel( id );
       require( !config || !config->stayInStandby(), id, " left in standby" );
    }
