@@ -64,20 +64,25 @@ class Finder {
       }
    }
 
+   std::size_t blockAt( std::size_t open, unsigned depth ) {
+      block( open, depth );
+      return tokens_[ open ].partner;
+   }
+
    // One statement; returns the index of its last token.
    std::size_t statement( std::size_t first, unsigned depth ) {
       if ( is( first, "{" ) ) {
-         block( first, depth + 1 );
-         return tokens_[ first ].partner;
+         return blockAt( first, depth + 1 );
       }
       if ( is( first, "if" ) || is( first, "while" ) || is( first, "for" ) ) {
          return conditional( first, depth );
       }
+      // As deep as what is around it: nothing need follow a return in there.
       if ( is( first, "try" ) ) {
-         return statement( first + 1, depth );
+         return blockAt( first + 1, depth );
       }
       if ( is( first, "catch" ) ) {
-         return statement( tokens_[ first + 1 ].partner + 1, depth );
+         return blockAt( tokens_[ first + 1 ].partner + 1, depth );
       }
       return simple( first, depth );
    }
