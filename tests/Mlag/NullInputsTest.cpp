@@ -174,6 +174,33 @@ TEST_F( NullInputs, AReactorThatOutlivesAFailedStartIsAZombieWithoutMachine ) {
    mlagConfig->enabledIs( false );
 }
 
+TEST_F( NullInputs, WithNoneMissingAMachineBeginsWithNothingHeldAndNoPointCounted ) {
+   Sm* machine = nullptr;
+   std::vector< unsigned > begun;
+   onLine = [ & ]( std::string const& ) {
+      if ( machine && begun.empty() ) {
+         begun = { machine->mlagPortsErrdisabled(),
+                   machine->nonMlagPortsErrdisabled(),
+                   machine->timerCount(),
+                   machine->timerCountNonMlag() };
+      }
+   };
+   sm = Ryx::make< StartingMachine >(
+      machine,
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig );
+   EXPECT_EQ( begun, ( std::vector< unsigned >{ 0, 0, 0, 0 } ) );
+}
+
 TEST_F( NullInputs, WithoutSnoopingConfigurationTheFailureComesWithAnMlagMember ) {
    igmpsnoopingConfig = nullptr;
    expectFailure();
