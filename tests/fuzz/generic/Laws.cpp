@@ -29,12 +29,6 @@ read( Object const& object, Ryx::RyxAttr const& attr, Object const& index = null
    return object->attributeOp( { attr.id(), If::get }, index, nullptr );
 }
 
-bool
-has( Object const& object, Ryx::RyxAttr const& attr, Object const& index ) {
-   return support::text( object->attributeOp( { attr.id(), If::has }, index, nullptr ) ) ==
-      "true";
-}
-
 std::string
 shownMembers( Object const& object, Ryx::RyxAttr const& attr ) {
    std::ostringstream out;
@@ -215,6 +209,12 @@ releaseAgain( Operation const& operation ) {
 }
 
 } // namespace
+
+bool
+has( Object const& object, Ryx::RyxAttr const& collection, Object const& index ) {
+   return support::text( object->attributeOp(
+             { collection.id(), If::has }, index, nullptr ) ) == "true";
+}
 
 Use
 useOf( Ryx::RyxAttr const& attr ) {

@@ -91,7 +91,7 @@ World::World( Bytes& bytes ) : bytes_( bytes ) {
 }
 
 World::~World() {
-   iterators.clear();
+   places.clear();
    for ( Object const& object : objects_ ) {
       takeApart(
          support::adapted( Ryx::Ptr< Ryx::PtrInterface const >( object->object() ) ) );

@@ -16,13 +16,14 @@
 
 namespace {
 
-using fuzz::Iterator;
+using fuzz::has;
 using fuzz::Object;
+using fuzz::Place;
 using fuzz::require;
 using fuzz::World;
 using If = Ryx::GenericIf;
 
-constexpr std::size_t mostIterators = 8;
+constexpr std::size_t mostPlaces = 8;
 constexpr unsigned char codes[] = { If::get, If::get, If::size, If::has, If::defaultValue,
                                     If::set, If::set, If::set,  If::del, If::del };
 
@@ -60,55 +61,61 @@ value( World& world, Ryx::RyxAttr const& attr ) {
 }
 
 void
+operateOn( World& world, Object const& object, Ryx::RyxAttr const& attr ) {
+   fuzz::Bytes& bytes = world.bytes();
+   unsigned const odd = bytes.below( 16 );
+   auto const id = odd == 15 ? bytes.byte() + 256 : attr.id();
+   auto const code =
+      odd == 14 ? static_cast< unsigned char >( bytes.byte() ) : bytes.pick( codes );
+   Object const at = index( world, attr );
+   world.keep( fuzz::operate( { object, id, code, at, value( world, attr ) } ) );
+}
+
+// Some operations on one attribute, which so have to do with each other.
+void
 operate( World& world ) {
    Object const object = world.object();
    auto const* const attr = attribute( world, object );
-   if ( !attr ) {
-      return;
+   for ( unsigned count = attr ? 1 + world.bytes().below( 4 ) : 0; count != 0; --count ) {
+      operateOn( world, object, *attr );
    }
-   fuzz::Bytes& bytes = world.bytes();
-   unsigned const odd = bytes.below( 16 );
-   auto const id = odd == 15 ? bytes.byte() + 256 : attr->id();
-   auto const code =
-      odd == 14 ? static_cast< unsigned char >( bytes.byte() ) : bytes.pick( codes );
-   Object const at = index( world, *attr );
-   world.keep( fuzz::operate( { object, id, code, at, value( world, *attr ) } ) );
 }
 
 void
 visit( World& world ) {
    Object const object = world.object();
    auto const* const attr = attribute( world, object );
-   if ( !attr || world.iterators.size() == mostIterators ) {
+   if ( !attr || world.places.size() == mostPlaces ) {
       return;
    }
-   Iterator made;
+   fuzz::Iterator made;
    std::string const why =
       support::refusal( [ & ] { made = object->attributeIterator( attr->id() ); } );
    bool const isCollection = fuzz::useOf( *attr ) == fuzz::Use::collection;
    require( bool( made ) == isCollection, attr->name(), " to be visited: ", why );
    if ( made ) {
-      world.iterators.push_back( made );
+      world.places.push_back( { object, attr, made } );
    } else {
       require( why == support::notSupported( attr->name().string() ), "visit: ", why );
    }
 }
 
 void
-reach( World& world, Iterator const& iterator ) {
+reach( World& world, Place const& place ) {
    Object key;
    Object member;
    std::string const why = support::refusal( [ & ] {
-      key = iterator->iterKey();
-      member = iterator->iterObj();
+      key = place.iterator->iterKey();
+      member = place.iterator->iterObj();
    } );
-   require( why.empty() == iterator->nonNull(), "reached: ", why );
+   require( why.empty() == place.iterator->nonNull(), "reached: ", why );
    require( why.empty() || why == "null ValidPtr", "at the end: ", why );
    world.keep( member );
 }
 
 void
-step( Iterator const& iterator ) {
+step( Place const& place ) {
+   auto const& iterator = place.iterator;
    bool const stands = iterator->nonNull();
    std::string const before = stands ? iterator->iterKey()->strRep() : "";
    std::string const why = support::refusal( [ & ] { iterator->iterInc(); } );
@@ -120,34 +127,43 @@ step( Iterator const& iterator ) {
 }
 
 void
-remove( Iterator const& iterator ) {
+remove( Place const& place ) {
+   Object const& object = place.object;
+   fuzz::Iterator const& iterator = place.iterator;
+   Object const key = iterator->nonNull() ? iterator->iterKey() : nullptr;
+   bool const was = key && has( object, *place.collection, key );
    std::string const why = support::refusal( [ & ] { iterator->iterDel(); } );
-   bool const refused = why == support::constInstance || why == "null ValidPtr";
-   require( why.empty() || refused, "removed: ", why );
+   if ( object->isConst() ) {
+      require( why == support::constInstance, "removed from a const instance: ", why );
+      require( !was || has( object, *place.collection, key ), "removed, though refused" );
+   } else {
+      require( why == ( key ? "" : "null ValidPtr" ), "removed: ", why );
+      require( !key || !has( object, *place.collection, key ), "still there" );
+   }
 }
 
 void
 walk( World& world ) {
-   if ( world.iterators.empty() ) {
+   if ( world.places.empty() ) {
       return;
    }
-   auto const at = world.bytes().below( world.iterators.size() );
-   Iterator const iterator = world.iterators[ at ];
+   auto const at = world.bytes().below( world.places.size() );
+   Place const place = world.places[ at ];
    switch ( world.bytes().below( 5 ) ) {
    case 0:
-      reach( world, iterator );
+      reach( world, place );
       break;
    case 1:
-      step( iterator );
+      step( place );
       break;
    case 2:
-      remove( iterator );
+      remove( place );
       break;
    case 3:
-      world.iterators[ at ] = iterator->iterClone();
+      world.places[ at ].iterator = place.iterator->iterClone();
       break;
    default:
-      world.iterators.erase( world.iterators.begin() + at );
+      world.places.erase( world.places.begin() + at );
    }
 }
 
