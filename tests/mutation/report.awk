@@ -37,6 +37,10 @@ input == 3 {
 }
 
 {
+   if ( !( $1 in result ) ) {
+      problem( "not tried: " $4 )
+      next
+   }
    outcome = result[ $1 ]
    count[ outcome ]++
    key = $2 FS $6 FS $7
