@@ -8,6 +8,20 @@
 
 namespace OstraMlag {
 
+namespace {
+
+// Whoever heard the last of the child before may have removed the new one already, which
+// must then stay switched off.
+template< class Child >
+void
+switchOnStored( Ryx::Ptr< Child > const& created, Ryx::Ptr< Child > const& stored ) {
+   if ( stored == created ) {
+      created->hasNotificationActiveIs( true );
+   }
+}
+
+} // namespace
+
 Agent::NotifieeConst::~NotifieeConst() = default;
 
 Ryx::Ptr< Agent >
@@ -56,6 +70,7 @@ Agent::ethPeerIntfStatusReactorIs(
       auto created = Ryx::validPtr(
          newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
       ethPeerIntfStatusReactor_ = created;
+      switchOnStored( created, ethPeerIntfStatusReactor_ );
       return created;
    } catch ( ... ) {
       // Without another one the present one goes on as it was.
@@ -129,6 +144,7 @@ Agent::mlagErrdisableSmIs(
       lagInputConfig,
       lacpConfig ) );
    mlagErrdisableSm_ = created;
+   switchOnStored( created, mlagErrdisableSm_ );
    return created;
 }
 

@@ -152,6 +152,9 @@ void
 MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
    if ( !mlagissuCause()->intfStatusHas( intfId ) ) {
       trace( 9, "Adding ", intfId, " to errdisable cause ", mlagissuCause_->name() );
+      if ( startChanges_ ) {
+         startChanges_->held.push_back( intfId );
+      }
       mlagissuCause_->intfStatusIs( intfId, Ryx::now() );
    }
 }

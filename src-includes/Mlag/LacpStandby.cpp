@@ -45,18 +45,33 @@ MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
 
 void
 MlagErrdisableSm::stayInStandbyIs( Kovel::IntfId portChannel, bool stay ) {
-   if (
-      auto const lacp = lacpConfig_ ? lacpConfig_->portChannel( portChannel ) : nullptr ) {
-      lacp->stayInStandbyIs( stay );
+   auto const lacp = lacpConfig_ ? lacpConfig_->portChannel( portChannel ) : nullptr;
+   if ( !lacp ) {
+      return;
+   }
+   if ( startChanges_ && stay && !lacp->stayInStandby() ) {
+      startChanges_->standby.push_back( portChannel );
+   }
+   lacp->stayInStandbyIs( stay );
+}
+
+// Makes the port-channel's record before anything is written, so that what follows cannot
+// fail half-way: one in standby that is not recorded would stay there for ever.
+void
+MlagErrdisableSm::prepareStandby( Kovel::IntfId portChannel ) {
+   bool const prepared = standbyRecord_ && standbyRecord_->key() == portChannel;
+   if ( !prepared && !lagsInStandby( portChannel ) ) {
+      standbyRecord_ = Ryx::make< RyxLagsInStandby >( portChannel, true );
    }
 }
 
-// Makes the port-channel's record, so that what follows cannot fail half-way: one in standby
-// that is not recorded would stay there for ever.
 void
-MlagErrdisableSm::prepareStandby( Kovel::IntfId portChannel ) {
-   if ( !lagsInStandby( portChannel ) ) {
-      lagsInStandbyIs( portChannel, false );
+MlagErrdisableSm::recordStandby( Kovel::IntfId portChannel ) {
+   bool const prepared = standbyRecord_ && standbyRecord_->key() == portChannel;
+   if ( prepared && !lagsInStandby_.map.contains( portChannel ) ) {
+      lagsInStandby_.map.insert( std::move( standbyRecord_ ) );
+   } else {
+      lagsInStandbyIs( portChannel, true );
    }
 }
 
@@ -69,7 +84,7 @@ MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
       return;
    }
    stayInStandbyIs( portChannel, true );
-   lagsInStandbyIs( portChannel, true );
+   recordStandby( portChannel );
 }
 
 void

@@ -92,17 +92,17 @@ MlagErrdisableSm::handleInitialized() {
       return;
    }
    trace( 8, __PRETTY_FUNCTION__ );
-   Ryx::Seconds const now = Ryx::now();
-   bool const held = mlagProtoStatus_->portsErrdisabled();
-   Ryx::Seconds const since = mlagProtoStatus_->portsErrdisabledWhen();
+   StartChanges changes{ mlagProtoStatus_->portsErrdisabled(),
+                         mlagProtoStatus_->portsErrdisabledWhen() };
+   startChanges_ = &changes;
    try {
       start();
    } catch ( ... ) {
-      takeBackHolds( now );
-      mlagProtoStatus_->portsErrdisabledIs( held );
-      mlagProtoStatus_->portsErrdisabledWhenIs( since );
+      startChanges_ = nullptr;
+      takeBack( changes );
       throw;
    }
+   startChanges_ = nullptr;
    initializedIs( true );
 }
 
@@ -130,22 +130,17 @@ MlagErrdisableSm::start() {
    }
 }
 
-// Of a machine that will not be there to release them.
+// What a machine that will not be there to release it has held: another one's holds stay.
 void
-MlagErrdisableSm::takeBackHolds( Ryx::Seconds since ) {
-   for ( auto it = lagsInStandbyIterator(); it; ++it ) {
-      if ( it->value() ) {
-         stayInStandbyIs( it.key(), false );
-      }
+MlagErrdisableSm::takeBack( StartChanges const& changes ) {
+   for ( Kovel::IntfId const portChannel : changes.standby ) {
+      stayInStandbyIs( portChannel, false );
    }
-   if ( !mlagissuCause_ ) {
-      return;
+   for ( Kovel::IntfId const intfId : changes.held ) {
+      mlagissuCause_->intfStatusDel( intfId );
    }
-   for ( auto it = mlagissuCause_->intfStatusIteratorConst(); it; ++it ) {
-      if ( it->value().when >= since ) {
-         mlagissuCause_->intfStatusDel( it.key() );
-      }
-   }
+   mlagProtoStatus_->portsErrdisabledIs( changes.portsErrdisabled );
+   mlagProtoStatus_->portsErrdisabledWhenIs( changes.portsErrdisabledWhen );
 }
 
 void

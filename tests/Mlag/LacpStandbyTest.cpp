@@ -171,16 +171,14 @@ class SetLacpStandby : public LacpStandby {
 
 TEST_F( SetLacpStandby, EndsTheForcingThenSetsStandbyThenRecords ) {
    auto const config = lacp( "Port-Channel10" );
-   bool recordedBefore = true;
-   onLine = [ & ]( std::string const& line ) {
-      if ( line == "0 lacp Port-Channel10 true" ) {
-         recordedBefore = standby( "Port-Channel10" );
-      }
+   std::vector< bool > recorded;
+   onLine = [ & ]( std::string const& ) {
+      recorded.push_back( static_cast< bool >( sm->lagsInStandbyIteratorConst() ) );
    };
    EXPECT_EQ(
       steps( [ & ] { set(); } ),
       ( Log{ entry(), "snooping Port-Channel10 -", "lacp Port-Channel10 true" } ) );
-   EXPECT_FALSE( recordedBefore );
+   EXPECT_EQ( recorded, std::vector< bool >( 3, false ) );
    EXPECT_TRUE( standby( "Port-Channel10" ) );
    EXPECT_TRUE( config->stayInStandby() );
 }

@@ -137,6 +137,49 @@ TEST_F( NullInputs, AFailedStartLeavesAStandbyThatIsNotItsOwn ) {
    EXPECT_TRUE( portChannel->stayInStandby() );
 }
 
+TEST_F( NullInputs, AFailedStartLeavesWhatIsHeldSinceTheSameMoment ) {
+   mlagissuCause->intfStatusIs( id( "Ethernet9" ), Ryx::now() );
+   igmpsnoopingConfig = nullptr;
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_EQ( held(), std::vector< std::string >{ "Ethernet9" } );
+}
+
+// The port-channel is in standby when the start fails at a port that is to be held.
+class FailureAfterStandby : public NullInputs {
+ public:
+   FailureAfterStandby() {
+      mlagConfig->lacpStandbyIs( true );
+      mlagProtoStatus->holdInSecondaryIs( true );
+      systemId( "02:00:00:00:00:01" );
+      lacpOverrideIs( "Port-Channel10", "02:00:00:00:00:01" );
+      state( MlagState::mlagSecondary );
+      port( "Ethernet2" );
+      mlagissuCause = nullptr;
+   }
+
+   Ryx::Ptr< Lacp::LacpPCConfig > portChannel = lacp( "Port-Channel10" );
+};
+
+TEST_F( FailureAfterStandby, TakesTheStandbyBack ) {
+   take();
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_EQ(
+      take(),
+      ( Log{ "0 proto portsErrdisabled true",
+             "0 proto portsErrdisabledWhen 0",
+             "0 lacp Port-Channel10 true",
+             "0 lacp Port-Channel10 false",
+             "0 proto portsErrdisabled false",
+             "0 proto portsErrdisabledWhen inf" } ) );
+   EXPECT_FALSE( portChannel->stayInStandby() );
+}
+
+TEST_F( FailureAfterStandby, LeavesAStandbyThatWasThereBefore ) {
+   portChannel->stayInStandbyIs( true );
+   EXPECT_EQ( starting(), "null ValidPtr" );
+   EXPECT_TRUE( portChannel->stayInStandby() );
+}
+
 TEST_F( NullInputs, AFailedStartWithoutCauseTakesBackWhatItSaid ) {
    mlagissuCause = nullptr;
    EXPECT_EQ( starting(), "null ValidPtr" );

@@ -191,6 +191,28 @@ TEST_F( AgentTest, AMissingReactorOfTheMachineCountsAsANullInput ) {
    EXPECT_NE( setMachine(), next );
 }
 
+TEST_F( AgentTest, TheMachineIsSwitchedOnOnceItIsStored ) {
+   DestructionLog log( [ & ]( std::string const& ) {
+      agent->mlagErrdisableSm()->hasNotificationActiveIs( false );
+   } );
+   auto const cause =
+      std::exchange( inputs.mlagissuCause, log.make< Errdisable::CauseStatus >( "cause" ) );
+   setMachine();
+   inputs.mlagissuCause = cause;
+   EXPECT_TRUE( setMachine()->hasNotificationActive() );
+   EXPECT_EQ( log.take(), Calls{ "cause gone" } );
+}
+
+TEST_F( AgentTest, AMachineThatIsRemovedAsTheOneBeforeItGoesStaysSwitchedOff ) {
+   DestructionLog log( [ & ]( std::string const& ) { agent->mlagErrdisableSmDel(); } );
+   auto const cause =
+      std::exchange( inputs.mlagissuCause, log.make< Errdisable::CauseStatus >( "cause" ) );
+   setMachine();
+   inputs.mlagissuCause = cause;
+   EXPECT_FALSE( setMachine()->hasNotificationActive() );
+   EXPECT_FALSE( agent->mlagErrdisableSm() );
+}
+
 TEST_F( AgentTest, DeletingAChildThatWasNeverSetReturnsNullAndChangesNothing ) {
    EXPECT_FALSE( agent->ethPeerIntfStatusReactorDel() );
    EXPECT_FALSE( agent->mlagErrdisableSmDel() );
