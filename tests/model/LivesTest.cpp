@@ -44,7 +44,7 @@ TEST( Lives, PluginDoesWhatTheModelDoes ) {
          bool const same = player.play();
          countPlaces( player );
          if ( !same ) {
-            std::string const path = model::keptScenario( player.history() );
+            std::string const path = model::keptScenario( player.history(), "life" );
             RC_FAIL( player.difference() + "replay with: ostra run " + path );
          }
       } );
@@ -71,7 +71,7 @@ TEST( Lives, AreScenariosThatTheHostPlaysAlike ) {
       Life const life = lifeOf( seed );
       Player player( life );
       ASSERT_TRUE( player.play() ) << life << player.difference();
-      std::string const path = model::keptScenario( player.history() );
+      std::string const path = model::keptScenario( player.history(), "replay" );
       model::Outcome const outcome = model::played( path );
       EXPECT_EQ( outcome.stream, model::streamOf( player.history() ) ) << path;
       EXPECT_EQ(

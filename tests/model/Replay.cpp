@@ -15,12 +15,12 @@
 namespace model {
 
 std::string
-keptScenario( History const& history ) {
+keptScenario( History const& history, std::string const& name ) {
    char const* const chosen = std::getenv( "OSTRA_LIVES_DIR" );
    std::filesystem::path const directory =
       chosen ? std::filesystem::path( chosen ) : std::filesystem::temp_directory_path();
    std::filesystem::create_directories( directory );
-   auto const path = directory / ( "life-" + std::to_string( ::getpid() ) + ".json" );
+   auto const path = directory / ( name + "-" + std::to_string( ::getpid() ) + ".json" );
    std::ofstream( path ) << scenarioOf( history ).dump( 2 ) << "\n";
    return path.string();
 }
