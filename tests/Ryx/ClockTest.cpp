@@ -374,6 +374,7 @@ TEST_F( ClockTest, ADeferringNotifieeHearsOfTheClockItselfWithoutATime ) {
    EXPECT_EQ( timer->nondestructing, 1u );
    EXPECT_EQ( calls, Calls() );
    clock->isNondestructingIs( false );
+   EXPECT_EQ( timer->activity->handleActivity(), 1u );
 }
 
 TEST_F( ClockTest, OneOrAllAttributesReachOnTimeByName ) {
