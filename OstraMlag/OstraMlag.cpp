@@ -56,7 +56,7 @@ Agent::ethPeerIntfStatusReactorIs(
    Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
    // An observer of what the reactor writes may drop the agent.
    Ryx::Ptr< Agent > const alive( this );
-   auto const present = ethPeerIntfStatusReactor_;
+   auto present = ethPeerIntfStatusReactor_;
    auto const watched = present ? present->notifier() : nullptr;
    if ( present ) {
       present->notifierIs( notifier );
