@@ -6,7 +6,8 @@
 //  1. It is accepted, or refused with exit status 2 and a message that names a place that
 //     the file has.
 //  2. What is accepted can be played: nothing is thrown, every record is a line of JSON,
-//     time does not go back, and the last line is the end.
+//     time does not go back, every event comes in its turn and at its time, and the last
+//     line is the end.
 //  3. The state at the end is taken as the mounts of another run and reads the same there.
 
 #include <fuzz/Require>
@@ -80,21 +81,56 @@ playTo( ostra::RecordSink& sink, ostra::Scenario const& scenario, ostra::Mounts&
    ostra::Run( { scenario, mounts, agent, time, sink, pacer, [] { return true; } } ).play();
 }
 
-// The state in the last line.
-Json
-checkRecords( std::string const& records ) {
-   std::istringstream in( records );
-   Json record;
-   double last = 0;
-   for ( std::string line; std::getline( in, line ); ) {
-      require( record.is_null() || record.at( "type" ) != "end", "a line behind the end" );
-      record = Json::parse( line );
-      double const t = record.at( "t" ).get< double >();
-      require( t >= last, "time goes back: ", line );
-      last = t;
+// The records of a run, line by line.
+class Records {
+ public:
+   explicit Records( ostra::Scenario const& scenario ) : scenario_( scenario ) {}
+
+   void line( std::string const& text ) {
+      require( !ended_, "a line behind the end: ", text );
+      record_ = Json::parse( text );
+      double const t = record_.at( "t" ).get< double >();
+      require( t >= last_, "time goes back: ", text );
+      last_ = t;
+      ended_ = record_.at( "type" ) == "end";
+      if ( record_.at( "type" ) == "event" ) {
+         event( text );
+      }
    }
-   require( !record.is_null() && record.at( "type" ) == "end", "no end" );
-   return record.at( "state" );
+
+   // The state in the last one.
+   Json state() const {
+      require( ended_, "no end" );
+      auto const& until = scenario_.until;
+      require( !until || last_ == ostra::secondsOf( *until ), "ended at ", last_ );
+      bool const isDue = next_ < scenario_.events.size() &&
+         ( !until || scenario_.events[ next_ ].at <= *until );
+      require( !isDue, "no event ", next_ );
+      return record_.at( "state" );
+   }
+
+ private:
+   void event( std::string const& text ) {
+      require( record_.at( "index" ) == next_, "not event ", next_, ": ", text );
+      require( last_ == ostra::secondsOf( scenario_.events[ next_ ].at ), "when: ", text );
+      ++next_;
+   }
+
+   ostra::Scenario const& scenario_;
+   Json record_;
+   double last_ = 0;
+   std::size_t next_ = 0;
+   bool ended_ = false;
+};
+
+Json
+checkRecords( std::string const& text, ostra::Scenario const& scenario ) {
+   std::istringstream in( text );
+   Records records( scenario );
+   for ( std::string line; std::getline( in, line ); ) {
+      records.line( line );
+   }
+   return records.state();
 }
 
 void
@@ -116,7 +152,7 @@ play( ostra::Scenario const& scenario, ostra::Mounts& mounts, bool asText ) {
    } else {
       ostra::NdjsonSink sink( out );
       playTo( sink, scenario, mounts );
-      checkState( checkRecords( out.str() ) );
+      checkState( checkRecords( out.str(), scenario ) );
    }
 }
 
