@@ -173,6 +173,12 @@ TEST( Failure, OneLineShowsControlCharacters ) {
    EXPECT_EQ( ostra::oneLine( "a\nb\x1b[1m\x7f" ), "a\\x0ab\\x1b[1m\\x7f" );
 }
 
+TEST( Failure, SaysWhatFollowsAZeroByte ) {
+   ostra::Failure const failure(
+      ostra::ExitStatus::badInput, std::string( "x:1:1: \0: unknown key", 21 ) );
+   EXPECT_STREQ( failure.what(), "x:1:1: \\x00: unknown key" );
+}
+
 TEST( Failure, QuotesAreCutBetweenCharacters ) {
    std::string text( 59, 'x' );
    EXPECT_EQ( ostra::inQuotes( text + "\xc3\xa9\xc3\xa9" ), "\"" + text + "...\"" );
