@@ -45,13 +45,15 @@ lineCount( std::string const& text ) {
           } );
 }
 
-// Columns count octets of UTF-8, of which another encoding may take fewer.
+// Columns count octets of UTF-8, of which another encoding may take fewer, and the reader
+// looks for all digits of an escape, which may lie behind the end.
 long long
 lastColumn( std::string const& text ) {
    bool const isAscii = std::all_of( text.begin(), text.end(), []( char c ) {
       return static_cast< signed char >( c ) > 0;
    } );
-   return static_cast< long long >( isAscii ? text.size() : 3 * text.size() ) + 1;
+   constexpr long long escape = 8;
+   return static_cast< long long >( isAscii ? text.size() : 3 * text.size() ) + escape + 1;
 }
 
 // "file:12:3: ..." within the file.
