@@ -5,7 +5,8 @@
 """Writes the report of benchmark runs: report.py FILE.json... >report.md
 
 A benchmark's name is TABLE/LIBRARY/N; its median over the repetitions becomes the cell of
-that library's column and N's row, with the ratio to this framework's column.
+that library's column and N's row, with the ratio to this framework's column. A counter of
+its own that it gives goes into the table "TABLE COUNTER" in the same way.
 """
 
 import json
@@ -17,7 +18,41 @@ TITLES = {
     "set": ("Delivery", "A value is set that N listeners watch."),
     "connect": ("Coming and going", "A listener comes and goes beside N others."),
     "copy": ("Strong pointer", "A copy is made and released, of N objects in turn."),
+    "reload hold": ("Reload: start", "A machine holds N ports. Per port."),
+    "reload announce": ("Reload: announcements", "Both of a period, on a switch of N ports."),
+    "reload release": ("Reload: release", "N ports are released. Per port."),
+    "reload held bytes": ("Reload: memory while held", "Bytes per port, of N."),
+    "reload left bytes": ("Reload: memory after release", "Bytes per port, of N."),
+    "appear": ("Held port", "One of N ports disappears and appears while ports are held."),
+    "change": ("Configuration", "A change of a switch of N ports while they are held."),
 }
+# What a benchmark measures beside its counters, where only these count.
+UNTITLED = {"reload"}
+# What every row of a run has.
+COMMON_KEYS = {
+    "name",
+    "family_index",
+    "per_family_instance_index",
+    "run_name",
+    "run_type",
+    "repetitions",
+    "threads",
+    "aggregate_name",
+    "aggregate_unit",
+    "iterations",
+    "real_time",
+    "cpu_time",
+    "time_unit",
+}
+
+
+def values(row):
+    """The values of a run's row by table."""
+    table = row["run_name"].split("/")[0]
+    if table not in UNTITLED:
+        yield table, row["cpu_time"]
+    for counter in row.keys() - COMMON_KEYS:
+        yield f"{table} {counter}", row[counter]
 
 
 def read_run(path):
@@ -27,8 +62,9 @@ def read_run(path):
     for row in run["benchmarks"]:
         kind = row.get("aggregate_name")
         if kind in cells:
-            table, library, n = row["run_name"].split("/")
-            cells[kind][table, library, int(n)] = row["cpu_time"]
+            library, n = row["run_name"].split("/")[1:3]
+            for table, value in values(row):
+                cells[kind][table, library, int(n)] = value
     return run["context"], cells["median"], cells["cv"]
 
 
@@ -86,7 +122,8 @@ def report_lines(paths):
     runs = [read_run(path) for path in paths]
     yield from machine_lines(runs[0][0])
     for context, medians, spreads in runs:
-        for table in dict.fromkeys(table for table, _, _ in medians):
+        measured = {table for table, _, _ in medians}
+        for table in sorted(measured, key=list(TITLES).index):
             title, what = TITLES[table]
             threads = "" if context["single_threaded"] == "true" else ", after a second thread"
             yield from ("", f"## {title}{threads}", "", what, "")
