@@ -18,6 +18,20 @@ TITLES = {
     "set": ("Delivery", "A value is set that N listeners watch."),
     "connect": ("Coming and going", "A listener comes and goes beside N others."),
     "copy": ("Strong pointer", "A copy is made and released, of N objects in turn."),
+    "find-hit": ("Keyed collection: find", "A member is found, of N."),
+    "find-dependent": ("Keyed collection: find in turn", "Who is found says who is next, of N."),
+    "find-miss": ("Keyed collection: find none", "A key is sought that none of N members has."),
+    "insert": ("Keyed collection: fill", "An empty collection gets N members. Per member."),
+    "erase": ("Keyed collection: empty", "N members are taken out one by one. Per member."),
+    "churn": ("Keyed collection: churn", "One of N members goes and another one comes."),
+    "iterate": ("Keyed collection: visit", "N members are visited and read. Per member."),
+    "collection bytes": (
+        "Keyed collection: memory",
+        "Bytes per member, of N, beside a record that carries nothing for its collection.",
+    ),
+    "rearm": ("Clock: set", "One of N armed timers gets another time."),
+    "arm-all": ("Clock: arm", "N timers are armed. Per timer."),
+    "fire-all": ("Clock: fire", "N timers are due. Per timer."),
     "reload hold": ("Reload: start", "A machine holds N ports. Per port."),
     "reload announce": ("Reload: announcements", "Both of a period, on a switch of N ports."),
     "reload release": ("Reload: release", "N ports are released. Per port."),
@@ -27,7 +41,7 @@ TITLES = {
     "change": ("Configuration", "A change of a switch of N ports while they are held."),
 }
 # What a benchmark measures beside its counters, where only these count.
-UNTITLED = {"reload"}
+UNTITLED = {"collection", "reload"}
 # What every row of a run has.
 COMMON_KEYS = {
     "name",
