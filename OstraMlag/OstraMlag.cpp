@@ -157,15 +157,9 @@ Agent::mlagErrdisableSmDel() {
    return removed;
 }
 
-Ryx::TraceHandle&
-traceHandle() {
-   static Ryx::TraceHandle handle( "OstraMlag", false );
-   return handle;
-}
+Ryx::TraceHandle traceHandle( "OstraMlag", false );
 
 namespace {
-
-[[maybe_unused]] Ryx::TraceHandle const& traceHandleAtLoad = traceHandle();
 
 Ryx::UnitRegistration< EthPeerIntfStatusReactor, Agent > const unit( "OstraMlag" );
 

@@ -103,7 +103,7 @@ class TraceConfig {
          effective.add( named->second );
       }
       handle.enabled_ = *effective.enabled;
-      handle.levelMask_ = effective.levelsOn;
+      handle.levelsOn_ = handle.enabled_ ? effective.levelsOn : 0;
    }
 
    TraceHandle* handles_ = nullptr;

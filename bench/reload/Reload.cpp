@@ -43,6 +43,12 @@ heapInUse() {
    return info.uordblks + info.hblkhd;
 }
 
+void
+settleHeap() {
+   constexpr std::size_t large = 1 << 20;
+   ::operator delete( ::operator new( large ) );
+}
+
 bool
 writesTheSame( SwitchPlan const& plan ) {
    static std::map< std::size_t, bool > known;

@@ -13,6 +13,20 @@
 
 namespace Mlag::Ostra {
 
+namespace {
+
+// Prints as the entity's name, which nobody asks for while there is nothing to print.
+struct NameOf {
+   Ryx::Entity const& entity;
+};
+
+std::ostream&
+operator<<( std::ostream& out, NameOf const& of ) {
+   return out << of.entity.name();
+}
+
+} // namespace
+
 bool
 isManagementOrInternalInterface( Kovel::IntfId intfId ) {
    return Kovel::InternalIntfId::isInternalIntfId( intfId ) ||
@@ -31,38 +45,41 @@ adminDisabled( Interface::IntfConfig const& config ) {
 
 bool
 MlagErrdisableSm::adminEnabled( Kovel::IntfId intfId ) const {
-   auto const directory = ethPhyIntfConfig();
-   auto const config = directory ? directory->intfConfig( intfId ) : nullptr;
+   auto const* const directory = ethPhyIntfConfig_.borrowed();
+   auto const* const config = directory ? directory->borrowedIntfConfig( intfId ) : nullptr;
    return config && !adminDisabled( *config );
 }
 
 bool
 MlagErrdisableSm::isPresent( Kovel::IntfId intfId ) const {
-   auto const directory = ethPhyIntfStatus();
-   return directory && directory->intfStatus( intfId );
+   auto const* const directory = ethPhyIntfStatus_.borrowed();
+   return directory && directory->intfStatusHas( intfId );
 }
 
-Ryx::Ptr< Lag::EthPhyIntfLagConfig const >
-MlagErrdisableSm::memberConfig( Kovel::IntfId intfId ) const {
-   return lagInputConfig_ ? lagInputConfig_->phyIntf( intfId ) : nullptr;
-}
-
-Kovel::IntfId
-MlagErrdisableSm::portChannelOf( Kovel::IntfId intfId ) const {
-   auto const member = memberConfig( intfId );
-   auto const lag = member ? member->lag() : nullptr;
-   return lag ? lag->intfId() : Kovel::IntfId();
+MlagErrdisableSm::Membership
+MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
+   auto const* const member =
+      lagInputConfig_ ? lagInputConfig_->borrowedPhyIntf( intfId ) : nullptr;
+   if ( !member ) {
+      return {};
+   }
+   return { member->lag() ? member->lag()->intfId() : Kovel::IntfId(), member->mode() };
 }
 
 bool
 MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
-   Kovel::IntfId const portChannel = portChannelOf( intfId );
+   return mlagLink( intfId, membershipOf( intfId ) );
+}
+
+bool
+MlagErrdisableSm::mlagLink( Kovel::IntfId intfId, Membership const& membership ) const {
+   Kovel::IntfId const portChannel = membership.portChannel;
    Kovel::IntfId const link = portChannel ? portChannel : intfId;
    trace( 8, "MlagErrdisableSm::", "mlagLink", " ", intfId );
    if ( portChannel ) {
       trace( 8, "New intfId: ", portChannel );
    }
-   if ( mlagConfig()->intfConfig( link ) != Mlag::IntfConfig() ) {
+   if ( isMlagInterface( link ) ) {
       return true;
    }
    trace( 8, " Non MLAG interface ", link );
@@ -70,22 +87,36 @@ MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
 }
 
 bool
+MlagErrdisableSm::isMlagInterface( Kovel::IntfId intfId ) const {
+   return inputHere< &Sm::mlagConfig_ >().intfConfig( intfId ) != Mlag::IntfConfig();
+}
+
+bool
 MlagErrdisableSm::inPeerLink( Kovel::IntfId intfId ) const {
-   auto const peerLink = mlagConfig()->peerLinkIntf();
+   return isPeerLink( intfId, membershipOf( intfId ) );
+}
+
+bool
+MlagErrdisableSm::isPeerLink( Kovel::IntfId intfId, Membership const& membership ) const {
+   auto const& peerLink = inputHere< &Sm::mlagConfig_ >().peerLinkIntf();
    if ( !peerLink ) {
       return false;
    }
-   if ( intfId == peerLink->intfId() ) {
-      return true;
-   }
-   Kovel::IntfId const portChannel = portChannelOf( intfId );
-   return portChannel && portChannel == peerLink->intfId();
+   Kovel::IntfId const link = peerLink->intfId();
+   return intfId == link || ( membership.portChannel && membership.portChannel == link );
 }
 
 Kovel::IntfId
 MlagErrdisableSm::mlagPortChannelByMember( Kovel::IntfId intfId ) const {
-   Kovel::IntfId const portChannel = portChannelOf( intfId );
-   if ( !portChannel || mlagConfig()->intfConfig( portChannel ).mlagId.empty() ) {
+   return mlagPortChannel( membershipOf( intfId ) );
+}
+
+Kovel::IntfId
+MlagErrdisableSm::mlagPortChannel( Membership const& membership ) const {
+   Kovel::IntfId const portChannel = membership.portChannel;
+   if (
+      !portChannel ||
+      inputHere< &Sm::mlagConfig_ >().intfConfig( portChannel ).mlagId.empty() ) {
       return Kovel::IntfId();
    }
    return portChannel;
@@ -118,14 +149,15 @@ MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
       forgetPort( intfId );
       return;
    }
-   if ( periodOver( mlagLink( intfId ) ) ) {
+   Membership const membership = membershipOf( intfId );
+   if ( periodOver( mlagLink( intfId, membership ) ) ) {
       trace( 8, "timer expired" );
       return;
    }
-   if ( inPeerLink( intfId ) ) {
+   if ( isPeerLink( intfId, membership ) ) {
       return;
    }
-   Kovel::IntfId const portChannel = mlagPortChannelByMember( intfId );
+   Kovel::IntfId const portChannel = mlagPortChannel( membership );
    if ( isLacpStandby( intfId ) && isLacpOverride( portChannel ) ) {
       setLacpStandby( portChannel );
       return;
@@ -139,7 +171,7 @@ MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
 void
 MlagErrdisableSm::forgetPort( Kovel::IntfId intfId ) {
    trace( 8, "Interface ", intfId, " deleted" );
-   mlagissuCause()->intfStatusDel( intfId );
+   mlagissuCause_->intfStatusDel( intfId );
    auto const tracker = memberToPortChannelDel( intfId );
    // Two references are ours and the collection's: no other member is recorded under it.
    if ( tracker && tracker->references() == 2 ) {
@@ -150,8 +182,8 @@ MlagErrdisableSm::forgetPort( Kovel::IntfId intfId ) {
 
 void
 MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
-   if ( !mlagissuCause()->intfStatusHas( intfId ) ) {
-      trace( 9, "Adding ", intfId, " to errdisable cause ", mlagissuCause_->name() );
+   if ( !mlagissuCause_->intfStatusHas( intfId ) ) {
+      trace( 9, "Adding ", intfId, " to errdisable cause ", NameOf{ *mlagissuCause_ } );
       if ( startChanges_ ) {
          startChanges_->held.push_back( intfId );
       }
@@ -163,11 +195,11 @@ void
 MlagErrdisableSm::settleSnooping( Kovel::IntfId intfId, Kovel::IntfId portChannel ) {
    if ( !adminEnabled( intfId ) ) {
       trace( 9, "Removing ", portChannel, " from igmpsnooping forceEnabledPorts" );
-      igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
       return;
    }
    trace( 9, "Adding ", portChannel, " to igmpsnooping forceEnabledPorts " );
-   igmpsnoopingConfig()->forceEnabledPortsIs( portChannel, true );
+   igmpsnoopingConfig_->forceEnabledPortsIs( portChannel, true );
    try {
       recordMember( intfId, portChannel );
    } catch ( ... ) {
@@ -178,11 +210,13 @@ MlagErrdisableSm::settleSnooping( Kovel::IntfId intfId, Kovel::IntfId portChanne
 
 void
 MlagErrdisableSm::recordMember( Kovel::IntfId intfId, Kovel::IntfId portChannel ) {
-   if ( !portChannelTracker( portChannel ) ) {
-      portChannelTrackerIs(
-         PortChannelTracker::PortChannelTrackerIs( portChannel, igmpsnoopingConfig_ ) );
+   auto tracker = portChannelTracker( portChannel );
+   if ( !tracker ) {
+      tracker =
+         PortChannelTracker::PortChannelTrackerIs( portChannel, igmpsnoopingConfig_ );
+      portChannelTrackerIs( tracker );
    }
-   memberToPortChannelIs( intfId, portChannelTracker( portChannel ) );
+   memberToPortChannelIs( intfId, tracker );
 }
 
 // Without a recorded member nobody would ever take the port-channel out of
@@ -200,6 +234,10 @@ MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
 void
 MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    trace( 8, __PRETTY_FUNCTION__ );
+   // Of a port in no port-channel only the trace would tell whether it is enabled.
+   if ( !tracing( 8 ) && !membershipOf( intfId ).portChannel ) {
+      return;
+   }
    if ( !adminEnabled( intfId ) ) {
       return;
    }
@@ -208,10 +246,10 @@ MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    if ( !portChannel ) {
       return;
    }
-   auto const directory = lagInputIntfStatus();
+   auto const* const directory = lagInputIntfStatus_.borrowed();
    auto const status = directory ? directory->intfStatus( portChannel ) : nullptr;
    if ( !status || !trackLink( status ) ) {
-      igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
    }
 }
 

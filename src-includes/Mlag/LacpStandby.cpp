@@ -12,14 +12,14 @@ namespace Mlag::Ostra {
 bool
 MlagErrdisableSm::isLacpStandby( Kovel::IntfId intfId ) const {
    trace( 8, __PRETTY_FUNCTION__, " ", intfId );
-   if (
-      !mlagConfig()->lacpStandby() || inPeerLink( intfId ) ||
-      mlagStatus()->mlagState() != MlagState::mlagSecondary ||
-      !mlagProtoStatus_->holdInSecondary() || !mlagPortChannelByMember( intfId ) ) {
+   if ( !inputHere< &Sm::mlagConfig_ >().lacpStandby() ) {
       return false;
    }
-   auto const member = memberConfig( intfId );
-   return member && member->mode() == Lag::LacpMode::lacpActive;
+   Membership const membership = membershipOf( intfId );
+   return !isPeerLink( intfId, membership ) &&
+      inputHere< &Sm::mlagStatus_ >().mlagState() == MlagState::mlagSecondary &&
+      mlagProtoStatus_->holdInSecondary() && mlagPortChannel( membership ) &&
+      membership.mode == Lag::LacpMode::lacpActive;
 }
 
 bool
@@ -27,10 +27,10 @@ MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
    if ( !portChannel ) {
       return false;
    }
-   auto const directory = lacpOverride();
+   auto const* const directory = lacpOverride_.borrowed();
    Kovel::EthAddr const override_ =
       directory ? directory->lagIdConfig( portChannel ) : Kovel::EthAddr();
-   Kovel::EthAddr const mlagSystemId = mlagStatus()->systemId();
+   Kovel::EthAddr const mlagSystemId = inputHere< &Sm::mlagStatus_ >().systemId();
    trace(
       8,
       __PRETTY_FUNCTION__,
@@ -79,7 +79,7 @@ void
 MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
    trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
    prepareStandby( portChannel );
-   igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
+   igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
    if ( lagsInStandby( portChannel ) ) {
       return;
    }
@@ -104,7 +104,7 @@ MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
       return;
    }
    prepareStandby( portChannel );
-   mlagissuCause()->intfStatusDel( intfId );
+   mlagissuCause_->intfStatusDel( intfId );
    maybeTrackIntfStatus( intfId );
    setLacpStandby( portChannel );
 }

@@ -83,7 +83,7 @@ MlagErrdisableSm::doClearErrdisableNonMlagIntfStatus() {
 bool
 MlagErrdisableSm::releasePorts( bool mlag ) {
    bool left = false;
-   for ( auto it = mlagissuCause()->intfStatusIteratorConst(); it; ++it ) {
+   for ( auto it = mlagissuCause_->intfStatusIteratorConst(); it; ++it ) {
       Kovel::IntfId const intfId = it.key();
       if ( mlagLink( intfId ) == mlag ) {
          mlagissuCause_->intfStatusDel( intfId );

@@ -9,16 +9,9 @@
 
 namespace Mlag::Ostra {
 
-Ryx::TraceHandle&
-smTraceHandle() {
-   static Ryx::TraceHandle handle( "MlagErrdisableSm", false );
-   return handle;
-}
+Ryx::TraceHandle smTraceHandle( "MlagErrdisableSm", false );
 
 namespace {
-
-// The first to trace finds the channel made.
-[[maybe_unused]] Ryx::TraceHandle const& traceHandleAtLoad = smTraceHandle();
 
 Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm > const
    unit( "Mlag::Ostra" );

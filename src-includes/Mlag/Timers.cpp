@@ -14,14 +14,14 @@ namespace Mlag::Ostra {
 Ryx::Seconds
 MlagErrdisableSm::reloadDelayNonMlag() const {
    trace( 8, __PRETTY_FUNCTION__ );
-   auto const config = mlagConfig();
-   return config->reloadDelayNonMlagConfigured() ? config->reloadDelayNonMlag()
-                                                 : config->reloadDelay();
+   auto const& config = inputHere< &Sm::mlagConfig_ >();
+   return config.reloadDelayNonMlagConfigured() ? config.reloadDelayNonMlag()
+                                                : config.reloadDelay();
 }
 
 Ryx::Seconds
 MlagErrdisableSm::delayOf( bool mlag ) const {
-   return mlag ? mlagConfig()->reloadDelay() : reloadDelayNonMlag();
+   return mlag ? inputHere< &Sm::mlagConfig_ >().reloadDelay() : reloadDelayNonMlag();
 }
 
 // A timer whose clock was taken away is null: it has no wake-up.

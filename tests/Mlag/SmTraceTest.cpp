@@ -81,6 +81,27 @@ TEST_F( SmTraces, OfALevelThatIsOffAreNotWritten ) {
    EXPECT_EQ( records.all[ 0 ].text, "Adding Ethernet1 to errdisable cause mlag-issu" );
 }
 
+// A cause that counts how often it is asked for its name.
+class AskedCause final : public Errdisable::CauseStatus {
+ public:
+   AskedCause() : CauseStatus( "asked" ) {}
+   Ryx::Name name() const override {
+      ++asked;
+      return CauseStatus::name();
+   }
+
+   mutable unsigned asked = 0;
+};
+
+TEST_F( SmTraces, ThatAreOffAskForNoName ) {
+   auto const cause = Ryx::make< AskedCause >();
+   mlagissuCause = cause;
+   port( "Ethernet1" );
+   start();
+   ASSERT_TRUE( cause->intfStatusHas( id( "Ethernet1" ) ) );
+   EXPECT_EQ( cause->asked, 0u );
+}
+
 TEST_F( SmTraces, OfAnotherUnitsHandleAreNotTheMachines ) {
    Ryx::traceEnabledIs( "OstraMlag", true );
    start();
