@@ -34,7 +34,7 @@ PtrInterface::NotifieeConst::isRegisteredNotifieeIs( bool registered ) const {
    }
    auto* self = const_cast< NotifieeConst* >( this );
    if ( registered ) {
-      deferred_ = ryxFwkActivity() != nullptr;
+      deferredIs( ryxFwkActivity() != nullptr );
    }
    registered_ = registered;
    if ( !notifier_ ) {

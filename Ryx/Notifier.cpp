@@ -91,83 +91,60 @@ Notifier::abandonParked() const noexcept {
    }
 }
 
-Delivery::Delivery( Notifier const& notifier ) noexcept
-      : notifier_( &notifier ),
-        snapshot_( inline_ ),
-        taken_( notifier.head_->registration_ - 1 ),
-        last_( notifier.notifieeModifications() ) {
-   std::uint32_t const count = notifier.notifieeCount();
-   if ( count > inlineSize ) {
-      if ( auto** table = new ( std::nothrow ) PtrInterface::NotifieeConst*[ count ] ) {
-         snapshot_ = table;
-         room_ = count;
+bool
+Delivery::hasRoom() noexcept {
+   auto** const room = new ( std::nothrow ) NotifieeConst*[ size_ ];
+   if ( room ) {
+      snapshot_ = room;
+   }
+   return room;
+}
+
+// Takes as many as fit of those that were registered when the delivery began; false when
+// none is left. How far it is along the list is reckoned from the last one taken, so that
+// registrations may wrap around.
+bool
+Delivery::takePiece() noexcept {
+   size_ = 0;
+   for ( auto* notifiee = notifier_->head_; notifiee && size_ < inlineSize;
+         notifiee = notifiee->next_ ) {
+      if ( notifiee->registration_ - taken_ - 1 < modifications_ - taken_ ) {
+         hold( notifiee, singleThreaded() );
+         snapshot_[ size_++ ] = notifiee;
+         taken_ = notifiee->registration_;
       }
    }
-   take( notifier.head_ );
-}
-
-Delivery::~Delivery() {
-   if ( snapshot_ != inline_ ) {
-      delete[] snapshot_;
-   }
-}
-
-void
-Delivery::take( PtrInterface::NotifieeConst* first ) noexcept {
-   auto* notifiee = first;
-   position_ = 0;
-   for ( size_ = 0; isAhead( notifiee ) && size_ < room_; notifiee = notifiee->next_ ) {
-      notifiee->newReference();
-      ++notifiee->snapshots_;
-      snapshot_[ size_++ ] = notifiee;
-      taken_ = notifiee->registration_;
-   }
-   isWhole_ = !isAhead( notifiee );
-}
-
-bool
-Delivery::takeMore() noexcept {
-   if ( isWhole_ ) {
-      return false;
-   }
-   auto* notifiee = notifier_->head_;
-   while ( notifiee && !isAhead( notifiee ) ) {
-      notifiee = notifiee->next_;
-   }
-   take( notifiee );
    return size_ > 0;
 }
 
-PtrInterface::NotifieeConst*
-Delivery::next() noexcept {
-   if ( current_ ) {
-      letGo( current_ );
-   }
-   while ( position_ < size_ || takeMore() ) {
-      current_ = snapshot_[ position_++ ];
-      if ( stillDue( *current_ ) ) {
-         return current_;
-      }
-      letGo( current_ );
-   }
-   return current_ = nullptr;
-}
-
-bool
-Delivery::wantsMember() const {
-   return !current_->deferred_ && current_->isStreamAdapter();
+void
+Delivery::release( NotifieeConst const& notifiee ) const noexcept {
+   Expect::Pause const pause( scope_ );
+   notifiee.handleZeroRef();
 }
 
 void
-Delivery::notifyOtherwise( AttributeId id, String8 const& member ) {
-   if ( current_->deferred_ ) {
-      current_->defer( id );
-   } else if ( !current_->isStreamAdapter() ) {
+Delivery::handleException( NotifieeConst& notifiee, AttributeId id ) const noexcept {
+   Expect::Pause const pause( scope_ );
+   handleCallbackException( notifiee, id );
+}
+
+bool
+Delivery::wantsMember( NotifieeConst const& notifiee ) {
+   return !notifiee.deferred_ && notifiee.isStreamAdapter();
+}
+
+void
+Delivery::notifyOtherwise(
+   NotifieeConst& notifiee, AttributeId id, String8 const& member ) {
+   if ( notifiee.deferred_ ) {
+      notifiee.defer( id );
+   } else if ( !notifiee.isStreamAdapter() ) {
       return;
    } else if ( member.empty() ) {
-      current_->onAttribute( id );
+      notifiee.onAttribute( id );
    } else {
-      current_->onCollectionNotification( member );
+      notifiee.onCollectionNotification( member );
    }
 }
 

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -65,6 +66,22 @@ TEST_F( DeliveryTest, CallsUnderAnExpectScopeOfId0 ) {
    port->speedIs( 1 );
    EXPECT_EQ( id, 0u );
    EXPECT_EQ( Ryx::Expect::innermost(), nullptr );
+}
+
+TEST_F( DeliveryTest, ReleasesANotifieeOutsideTheExpectScope ) {
+   bool released = false;
+   std::shared_ptr< void > atItsEnd( nullptr, [ & ]( void* ) {
+      released = true;
+      EXPECT_EQ( Ryx::Expect::innermost(), nullptr );
+   } );
+   b->action = [ held = std::move( atItsEnd ) ] {};
+   a->action = [ & ] { b = nullptr; };
+   bool open = false;
+   c->action = [ & ] { open = Ryx::Expect::innermost() != nullptr; };
+   port->speedIs( 1 );
+   EXPECT_TRUE( released );
+   EXPECT_TRUE( open );
+   EXPECT_EQ( calls, ( Calls{ "a speed 1", "c speed 1" } ) );
 }
 
 TEST_F( DeliveryTest, OneThatRegistersMeanwhileHearsOfTheNextChange ) {
