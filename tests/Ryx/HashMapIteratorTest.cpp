@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace {
 
 using Keys = std::vector< TestKey >;
@@ -72,13 +74,41 @@ TEST_F( HashMapIterator, AMutableOneIsAConstOneToo ) {
 }
 
 // Promise 5.
-TEST_F( HashMapIterator, HoldsAReferenceToItsMember ) {
+TEST_F( HashMapIterator, HasAReferenceToItsMemberOnceThatIsRemoved ) {
    Record* const two = map.find( key( 2 ) );
-   EXPECT_EQ( two->references(), 1u );
    Map::Iterator it( map );
-   EXPECT_EQ( two->references(), 2u );
-   ++it;
+   Map::Iterator const copy = it;
    EXPECT_EQ( two->references(), 1u );
+   auto const removed = map.remove( key( 2 ) );
+   EXPECT_EQ( two->references(), 3u );
+   ++it;
+   EXPECT_EQ( two->references(), 2u );
+}
+
+TEST_F( HashMapIterator, LeavesItsPlaceToTheOneThatItIsMovedTo ) {
+   Record* const two = map.find( key( 2 ) );
+   Map::Iterator it( map );
+   Map::Iterator const moved = std::move( it );
+   EXPECT_FALSE( it );
+   auto const removed = map.remove( key( 2 ) );
+   EXPECT_EQ( two->references(), 2u );
+   EXPECT_EQ( keysFrom( moved ), keys( { 2, 4, 5, 6, 8, 12 } ) );
+}
+
+TEST_F( HashMapIterator, OutlivesItsMap ) {
+   auto other = std::make_unique< Map >();
+   insertAll( *other, keys( { 1, 3 } ) );
+   Map::Iterator it( *other );
+   Map::Iterator atEnd( *other );
+   ++ ++atEnd;
+   other.reset();
+   EXPECT_EQ( it->fwkKey(), key( 1 ) );
+   Map::Iterator copy = it;
+   ++copy;
+   EXPECT_FALSE( copy );
+   EXPECT_FALSE( atEnd );
+   it = at( 8 );
+   EXPECT_EQ( keysFrom( it ), keys( { 8, 12 } ) );
 }
 
 // Promise 5.

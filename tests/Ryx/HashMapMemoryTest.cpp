@@ -88,19 +88,19 @@ TEST( HashMapMemory, InsertsWithoutMemoryForALargerTable ) {
 // Promise 4.
 TEST( HashMapMemory, RemovesWithoutMemoryForASmallerTable ) {
    Map map;
-   for ( std::uint32_t i = 0; i < 64; ++i ) {
+   for ( std::uint32_t i = 0; i < 128; ++i ) {
       insertNew( map, i );
    }
    withoutMemory( [ & ] {
-      for ( std::uint32_t i = 0; i < 60; ++i ) {
+      for ( std::uint32_t i = 0; i < 123; ++i ) {
          map.remove( i );
       }
    } );
-   EXPECT_EQ( map.bucketCount(), 64u );
-   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 60, 62, 61, 63 } ) );
-   map.remove( 60 );
-   EXPECT_EQ( map.bucketCount(), 32u );
-   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 62, 61, 63 } ) );
+   EXPECT_EQ( map.bucketCount(), 128u );
+   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 124, 126, 125, 123, 127 } ) );
+   map.remove( 124 );
+   EXPECT_EQ( map.bucketCount(), 16u );
+   EXPECT_EQ( keysOf( map ), ( std::vector< std::uint32_t >{ 126, 125, 123, 127 } ) );
 }
 
 } // namespace
