@@ -12,8 +12,8 @@ namespace Ryx {
 Clock::Clock( Name name ) : EntityOf( std::move( name ) ) {}
 
 Clock::~Clock() {
-   for ( NotifieeConst* notifiee : armed_ ) {
-      notifiee->place_ = NotifieeConst::nowhere;
+   for ( Armed const& armed : armed_ ) {
+      armed.notifiee->place_ = NotifieeConst::nowhere;
    }
 }
 
@@ -26,20 +26,24 @@ Clock::dispatch( NotifieeConst& notifiee, AttributeId id, bool all ) {
 
 Seconds
 Clock::nextTimeMin() const noexcept {
-   if ( armed_.empty() ) {
-      return never;
-   }
-   return armed_.front()->timeMin_;
+   return armed_.empty() ? never : armed_.front().time;
 }
 
+// Time is asked for again only when none is due at the time that it was.
 unsigned
 Clock::handleTime() {
    Ptr< Clock const > const alive( this );
    unsigned calls = 0;
-   while ( !armed_.empty() && armed_.front()->timeMin_ <= now() ) {
-      Ptr< NotifieeConst > const due( armed_.front() );
-      due->wake();
-      ++calls;
+   while ( !armed_.empty() ) {
+      Seconds const time = now();
+      if ( armed_.front().time > time ) {
+         break;
+      }
+      while ( !armed_.empty() && armed_.front().time <= time ) {
+         Ptr< NotifieeConst > const due( armed_.front().notifiee );
+         due->wake();
+         ++calls;
+      }
    }
    return calls;
 }
@@ -53,55 +57,74 @@ Clock::watcherIs() const {
    ++watchers_;
 }
 
-void
-Clock::arm( NotifieeConst* notifiee ) const noexcept {
-   armed_.push_back( notifiee );
-   settle( notifiee, armed_.size() - 1 );
+inline bool
+Clock::earlier( Armed const& a, Armed const& b ) noexcept {
+   if ( a.time == b.time ) [[unlikely]] {
+      return a.notifiee->registration_ < b.notifiee->registration_;
+   }
+   return a.time < b.time;
 }
 
-void
-Clock::disarm( NotifieeConst* notifiee ) const noexcept {
-   std::size_t const place = std::exchange( notifiee->place_, NotifieeConst::nowhere );
-   NotifieeConst* const last = armed_.back();
-   armed_.pop_back();
-   if ( last != notifiee ) {
-      settle( last, place );
-   }
+inline void
+Clock::placeIs( std::size_t place, Armed const& armed ) const noexcept {
+   armed_[ place ] = armed;
+   armed.notifiee->place_ = place;
 }
 
-// Puts a notifiee where it belongs, coming from `place`: towards the root past later ones,
-// or away from it past earlier ones.
-void
-Clock::settle( NotifieeConst* notifiee, std::size_t place ) const noexcept {
-   while ( place > 0 && !earlier( ( place - 1 ) / 2, notifiee ) ) {
-      placeIs( place, armed_[ ( place - 1 ) / 2 ] );
-      place = ( place - 1 ) / 2;
+inline std::size_t
+Clock::rise( Armed const& armed, std::size_t place ) const noexcept {
+   while ( place > 0 && earlier( armed, armed_[ ( place - 1 ) / 4 ] ) ) {
+      placeIs( place, armed_[ ( place - 1 ) / 4 ] );
+      place = ( place - 1 ) / 4;
    }
-   for ( std::size_t child = 2 * place + 1; child < armed_.size(); child = 2 * place + 1 ) {
-      if ( child + 1 < armed_.size() && earlier( child + 1, armed_[ child ] ) ) {
-         ++child;
-      }
-      if ( !earlier( child, notifiee ) ) {
+   return place;
+}
+
+inline std::size_t
+Clock::earliestChild( std::size_t place ) const noexcept {
+   std::size_t const end = std::min( 4 * place + 5, armed_.size() );
+   std::size_t earliest = 4 * place + 1;
+   for ( std::size_t child = earliest + 1; child < end; ++child ) {
+      earliest = earlier( armed_[ child ], armed_[ earliest ] ) ? child : earliest;
+   }
+   return earliest;
+}
+
+inline std::size_t
+Clock::sink( Armed const& armed, std::size_t place ) const noexcept {
+   while ( 4 * place + 1 < armed_.size() ) {
+      std::size_t const child = earliestChild( place );
+      if ( !earlier( armed_[ child ], armed ) ) {
          break;
       }
       placeIs( place, armed_[ child ] );
       place = child;
    }
-   placeIs( place, notifiee );
+   return place;
 }
 
-void
-Clock::placeIs( std::size_t place, NotifieeConst* notifiee ) const noexcept {
-   armed_[ place ] = notifiee;
-   notifiee->place_ = place;
+// Puts a notifiee where it belongs, coming from `place`: towards the root past later ones,
+// or away from it past earlier ones.
+inline void
+Clock::settle( Armed const& armed, std::size_t place ) const noexcept {
+   placeIs( sink( armed, rise( armed, place ) ), armed );
 }
 
-bool
-Clock::earlier( std::size_t place, NotifieeConst const* notifiee ) const noexcept {
-   NotifieeConst const* const other = armed_[ place ];
-   return other->timeMin_ != notifiee->timeMin_
-      ? other->timeMin_ < notifiee->timeMin_
-      : other->registration_ < notifiee->registration_;
+inline void
+Clock::arm( NotifieeConst* notifiee ) const noexcept {
+   Armed const armed{ notifiee->timeMin_, notifiee };
+   armed_.push_back( armed );
+   placeIs( rise( armed, armed_.size() - 1 ), armed );
+}
+
+inline void
+Clock::disarm( NotifieeConst* notifiee ) const noexcept {
+   std::size_t const place = std::exchange( notifiee->place_, NotifieeConst::nowhere );
+   Armed const last = armed_.back();
+   armed_.pop_back();
+   if ( last.notifiee != notifiee ) {
+      settle( last, place );
+   }
 }
 
 Clock::NotifieeConst::~NotifieeConst() {
@@ -187,7 +210,7 @@ Clock::NotifieeConst::rearm() const noexcept {
    } else if ( place_ == nowhere ) {
       watched()->arm( const_cast< NotifieeConst* >( this ) );
    } else {
-      watched()->settle( const_cast< NotifieeConst* >( this ), place_ );
+      watched()->settle( { timeMin_, const_cast< NotifieeConst* >( this ) }, place_ );
    }
 }
 

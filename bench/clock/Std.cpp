@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <queue>
+#include <vector>
 
 namespace {
 
@@ -21,12 +23,26 @@ class Timer {
    unsigned fired = 0;
 };
 
+// Each is an object of its own.
+template< class Timer >
+using Timers = std::vector< std::unique_ptr< Timer > >;
+
+template< class Timer >
+Timers< Timer >
+makeTimers( std::size_t count ) {
+   Timers< Timer > timers;
+   while ( timers.size() < count ) {
+      timers.push_back( std::make_unique< Timer >() );
+   }
+   return timers;
+}
+
 template< class Timers >
 unsigned
 firedBy( Timers const& timers ) {
    unsigned fired = 0;
    for ( auto const& timer : timers ) {
-      fired += timer.fired;
+      fired += timer->fired;
    }
    return fired;
 }
@@ -42,13 +58,13 @@ class MultimapClock {
    };
 
  public:
-   explicit MultimapClock( std::size_t timers ) : timers_( timers ) {
-      for ( Entry& timer : timers_ ) {
-         timer.node = queue_.extract( queue_.emplace( 0, &timer ) );
+   explicit MultimapClock( std::size_t timers ) : timers_( makeTimers< Entry >( timers ) ) {
+      for ( auto const& timer : timers_ ) {
+         timer->node = queue_.extract( queue_.emplace( 0, timer.get() ) );
       }
    }
    void arm( std::size_t timer, Ryx::Seconds when ) {
-      Entry& entry = timers_[ timer ];
+      Entry& entry = *timers_[ timer ];
       if ( !entry.node ) {
          entry.node = queue_.extract( entry.place );
       }
@@ -66,18 +82,24 @@ class MultimapClock {
 
  private:
    Queue queue_;
-   std::vector< Entry > timers_;
+   Timers< Entry > timers_;
 };
 
 class LazyClock {
+   class NumberedTimer final : public Timer {
+    public:
+      unsigned long arming = 0;
+   };
+
  public:
-   explicit LazyClock( std::size_t timers ) : timers_( timers ) {}
+   explicit LazyClock( std::size_t timers )
+         : timers_( makeTimers< NumberedTimer >( timers ) ) {}
    void arm( std::size_t timer, Ryx::Seconds when ) {
       if ( queue_.size() > 2 * timers_.size() + 16 ) {
          queue_.dropFormer();
       }
-      timers_[ timer ].arming = ++armings_;
-      queue_.push( { when, armings_, &timers_[ timer ] } );
+      timers_[ timer ]->arming = ++armings_;
+      queue_.push( { when, armings_, timers_[ timer ].get() } );
    }
    void fireAll() {
       while ( !queue_.empty() && queue_.top().when <= bench::latest ) {
@@ -92,10 +114,6 @@ class LazyClock {
    unsigned fired() const { return firedBy( timers_ ); }
 
  private:
-   class NumberedTimer final : public Timer {
-    public:
-      unsigned long arming = 0;
-   };
    struct Entry {
       bool isLast() const { return timer->arming == arming; }
       friend bool operator<( Entry const& a, Entry const& b ) {
@@ -115,7 +133,7 @@ class LazyClock {
    };
 
    Queue queue_;
-   std::vector< NumberedTimer > timers_;
+   Timers< NumberedTimer > timers_;
    unsigned long armings_ = 0;
 };
 

@@ -6,7 +6,9 @@
 #include <clock/Timers>
 
 #include <cstdint>
+#include <memory>
 #include <uv.h>
+#include <vector>
 
 namespace {
 
@@ -14,26 +16,27 @@ namespace {
 // loop, which brings it up to date, finds all of them due.
 class Subject {
  public:
-   explicit Subject( std::size_t timers ) : timers_( timers ) {
+   explicit Subject( std::size_t timers ) {
       uv_loop_init( &loop_ );
-      for ( uv_timer_t& timer : timers_ ) {
-         uv_timer_init( &loop_, &timer );
-         timer.data = this;
+      while ( timers_.size() < timers ) {
+         timers_.push_back( std::make_unique< uv_timer_t >() );
+         uv_timer_init( &loop_, timers_.back().get() );
+         timers_.back()->data = this;
       }
       putBack();
    }
    Subject( Subject const& ) = delete;
    Subject& operator=( Subject const& ) = delete;
    ~Subject() {
-      for ( uv_timer_t& timer : timers_ ) {
-         uv_close( reinterpret_cast< uv_handle_t* >( &timer ), nullptr );
+      for ( auto const& timer : timers_ ) {
+         uv_close( reinterpret_cast< uv_handle_t* >( timer.get() ), nullptr );
       }
       uv_run( &loop_, UV_RUN_DEFAULT );
       uv_loop_close( &loop_ );
    }
 
    void arm( std::size_t timer, Ryx::Seconds when ) {
-      uv_timer_start( &timers_[ timer ], onTime, milliseconds( when ), 0 );
+      uv_timer_start( timers_[ timer ].get(), onTime, milliseconds( when ), 0 );
    }
    void fireAll() {
       uv_run( &loop_, UV_RUN_NOWAIT );
@@ -54,7 +57,7 @@ class Subject {
    }
 
    uv_loop_t loop_;
-   std::vector< uv_timer_t > timers_;
+   std::vector< std::unique_ptr< uv_timer_t > > timers_;
    unsigned fired_ = 0;
 };
 
