@@ -37,6 +37,9 @@ class TraceTest : public testing::Test {
 
 // Counts how often it is put into text.
 struct Value {
+   Value() = default;
+   Value( Value const& ) = delete;
+
    mutable int printed = 0;
    friend std::ostream& operator<<( std::ostream& out, Value const& value ) {
       ++value.printed;
