@@ -125,7 +125,8 @@ measureChange( benchmark::State& state ) {
 }
 
 bool const measured = keepsMemory && measuredReload< RyxReload >( "Ryx" ) &&
-   measuredReload< HandReload >( "by hand" ) &&
+   measuredReload< HandReload >( "by hand" ) && measuredAppear< RyxReload >( "Ryx" ) &&
+   measuredAppear< HandReload >( "by hand" ) &&
    benchmark::RegisterBenchmark( "change/Ryx", measureChange )
       ->Arg( 1024 )
       ->Arg( 262144 )
