@@ -26,7 +26,10 @@ Clock::dispatch( NotifieeConst& notifiee, AttributeId id, bool all ) {
 
 Seconds
 Clock::nextTimeMin() const noexcept {
-   return armed_.empty() ? never : armed_.front().time;
+   if ( armed_.empty() ) {
+      return never;
+   }
+   return armed_.front().time;
 }
 
 // Time is asked for again only when none is due at the time that it was.
