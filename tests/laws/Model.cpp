@@ -11,12 +11,6 @@ namespace laws {
 
 namespace {
 
-constexpr unsigned parentId = 256;
-constexpr unsigned levelId = 258;
-constexpr unsigned uplinkId = 259;
-constexpr unsigned noteId = 260;
-constexpr unsigned peerId = 261;
-
 std::string
 nullRefused( std::string const& attribute ) {
    return "null _" + attribute + " parameter to mutator for Laws::Owner::" + attribute +
@@ -79,6 +73,11 @@ Model::setParent( Serial s, Serial to ) {
       replace( Kind::station, stations_[ s ].parent, to );
       deliver( s, parentId );
    }
+}
+
+void
+Model::heldIs( unsigned s, bool held ) {
+   stations_[ station_[ s ] ].held = held;
 }
 
 void
@@ -360,31 +359,6 @@ Model::watcherLessons( unsigned n ) {
 Lessons*
 Model::ownerLessons( unsigned o ) {
    return &owners_[ owner_[ o ] ].lessons;
-}
-
-void
-Model::untangle() {
-   for ( Notifiee& notifiee : notifiees_ ) {
-      notifiee.lessons.clear();
-   }
-   for ( Owner& owner : owners_ ) {
-      owner.lessons.clear();
-   }
-   std::deque< Held > all;
-   Serial const size = stations_.size();
-   for ( Serial s = 0; s < size; ++s ) {
-      all.emplace_back( *this, Kind::station, over( Kind::station, s ) ? none : s );
-   }
-   for ( Serial s = 0; s < size; ++s ) {
-      if ( !over( Kind::station, s ) ) {
-         setUplink( s, none );
-         setParent( s, none );
-         delAllPeers( s );
-      }
-   }
-   while ( !all.empty() ) {
-      all.pop_front();
-   }
 }
 
 } // namespace laws

@@ -9,12 +9,6 @@ namespace laws {
 
 namespace {
 
-constexpr unsigned zeroId = 5;
-constexpr unsigned parentId = 256;
-constexpr unsigned levelId = 258;
-constexpr unsigned uplinkId = 259;
-constexpr unsigned noteId = 260;
-
 std::string
 named( char kind, Serial serial ) {
    return serial == none ? "-" : kind + std::to_string( serial );
@@ -30,6 +24,7 @@ Model::deliver( Serial s, unsigned attribute, unsigned key ) {
    }
    Held const notifier( *this, Kind::station, s );
    reached_.nested += deliveries_++ != 0;
+   reached_.crowded += snapshot.size() > 16;
    for ( Serial const n : snapshot ) {
       ++notifiees_[ n ].snapshots;
    }

@@ -150,6 +150,10 @@ Model::dropped( Kind kind, Serial serial ) {
    if ( over( kind, serial ) || holders( kind, serial ) != 0 ) {
       return;
    }
+   if ( kind == Kind::station && stations_[ serial ].held ) {
+      ++reached_.keptByHold;
+      return;
+   }
    switch ( kind ) {
    case Kind::station:
       return leaveStation( serial );
@@ -164,9 +168,9 @@ Model::dropped( Kind kind, Serial serial ) {
 void
 Model::leaveStation( Serial s ) {
    held_.emplace_back( Kind::station, s );
-   deliver( s, 5 );
+   deliver( s, zeroId );
    held_.erase( std::find( held_.begin(), held_.end(), std::pair( Kind::station, s ) ) );
-   if ( holders( Kind::station, s ) == 0 ) {
+   if ( holders( Kind::station, s ) == 0 && !stations_[ s ].held ) {
       destroyStation( s );
    } else {
       ++reached_.rescued;
@@ -216,6 +220,44 @@ void
 Model::replace( Kind kind, Serial& holder, Serial serial ) {
    Serial const left = std::exchange( holder, serial );
    dropped( kind, left );
+}
+
+// One that nobody holds goes by that.
+void
+Model::letGo( Serial s ) {
+   stations_[ s ].held = false;
+   reached_.goneWithHold += holders( Kind::station, s ) == 0;
+   dropped( Kind::station, s );
+}
+
+void
+Model::untangle() {
+   for ( Notifiee& notifiee : notifiees_ ) {
+      notifiee.lessons.clear();
+   }
+   for ( Owner& owner : owners_ ) {
+      owner.lessons.clear();
+   }
+   Serial const size = stations_.size();
+   for ( Serial s = 0; s < size; ++s ) {
+      if ( !over( Kind::station, s ) ) {
+         letGo( s );
+      }
+   }
+   std::deque< Held > all;
+   for ( Serial s = 0; s < size; ++s ) {
+      all.emplace_back( *this, Kind::station, over( Kind::station, s ) ? none : s );
+   }
+   for ( Serial s = 0; s < size; ++s ) {
+      if ( !over( Kind::station, s ) ) {
+         setUplink( s, none );
+         setParent( s, none );
+         delAllPeers( s );
+      }
+   }
+   while ( !all.empty() ) {
+      all.pop_front();
+   }
 }
 
 } // namespace laws

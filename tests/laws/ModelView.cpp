@@ -10,7 +10,7 @@ namespace laws {
 View
 Model::view() const {
    View seen;
-   seen.slots.assign( station_.begin(), station_.end() - 1 );
+   seen.slots.assign( station_.begin(), station_.begin() + stationSlots );
    seen.slots.insert( seen.slots.end(), notifiee_.begin(), notifiee_.end() );
    seen.slots.insert( seen.slots.end(), owner_.begin(), owner_.end() );
    for ( Serial s = 0; s < stations_.size(); ++s ) {

@@ -20,6 +20,8 @@ struct Shape {
    std::string_view name;
    std::string_view takes;
    unsigned weight;
+   // What is added to it in a script: there is more to be seen of what cuts in.
+   unsigned inScript = 0;
    bool taught = false;
 };
 
@@ -30,43 +32,51 @@ constexpr Shape shapes[] = {
    { Op::levelIs, "levelIs", "sv", 40 },
    { Op::uplinkIs, "uplinkIs", "sS", 8 },
    { Op::parentIs, "parentIs", "sS", 3 },
-   { Op::noteIs, "noteIs", "skv", 8 },
-   { Op::noteDel, "noteDel", "sk", 3 },
-   { Op::noteDelAll, "noteDelAll", "s", 2 },
+   { Op::heldIs, "heldIs", "sf", 4 },
+   { Op::noteIs, "noteIs", "skv", 8, 8 },
+   { Op::noteDel, "noteDel", "sk", 3, 12 },
+   { Op::noteDelAll, "noteDelAll", "s", 2, 6 },
    { Op::peerIs, "peerIs", "skS", 10 },
-   { Op::peerDel, "peerDel", "sk", 3 },
-   { Op::peerDelAll, "peerDelAll", "s", 3 },
+   { Op::peerDel, "peerDel", "sk", 3, 32 },
+   { Op::peerDelAll, "peerDelAll", "s", 10, 10 },
+   { Op::hang, "hang", "snk", 24, 0, true },
    { Op::watcherMake, "watcherMake", "nf", 2 },
-   { Op::watch, "watch", "nsf", 24 },
+   { Op::watch, "watch", "nsf", 28 },
+   { Op::crowd, "crowd", "s", 1 },
    { Op::notifieeCopy, "notifieeCopy", "nn", 3 },
    { Op::notifieeDrop, "notifieeDrop", "n", 7 },
    { Op::notifierIs, "notifierIs", "nS", 8 },
    { Op::registeredIs, "registeredIs", "nf", 10 },
    { Op::activeIs, "activeIs", "nf", 5 },
-   { Op::zombieIs, "zombieIs", "nf", 2 },
+   { Op::zombieIs, "zombieIs", "nf", 2, 4 },
    { Op::weakIs, "weakIs", "nf", 2 },
    { Op::rescue, "rescue", "sn", 24 },
    { Op::ownerMake, "ownerMake", "o", 2 },
-   { Op::ownerDrop, "ownerDrop", "o", 2 },
+   { Op::ownerDrop, "ownerDrop", "o", 2, 4 },
    { Op::masterIs, "masterIs", "oS", 4 },
-   { Op::masterDel, "masterDel", "o", 2 },
-   { Op::portIs, "portIs", "oS", 10 },
-   { Op::portDel, "portDel", "ok", 4 },
-   { Op::portDelAll, "portDelAll", "o", 2 },
-   { Op::ownerZombieIs, "ownerZombieIs", "of", 2 },
+   { Op::masterDel, "masterDel", "o", 2, 6 },
+   { Op::portIs, "portIs", "oS", 16 },
+   { Op::portDel, "portDel", "ok", 4, 14 },
+   { Op::portDelAll, "portDelAll", "o", 2, 6 },
+   { Op::ownerZombieIs, "ownerZombieIs", "of", 2, 6 },
    { Op::ownerActiveIs, "ownerActiveIs", "of", 2 },
    { Op::masterHold, "masterHold", "no", 2 },
    { Op::portHold, "portHold", "nok", 2 },
-   { Op::teach, "teach", "n", 40, true },
-   { Op::teachOwner, "teachOwner", "o", 16, true },
-   { Op::raise, "raise", "", 8 },
+   { Op::teach, "teach", "n", 40, 0, true },
+   { Op::teachOwner, "teachOwner", "o", 28, 0, true },
+   { Op::raise, "raise", "", 8, 24 },
 };
 
 constexpr unsigned
-totalWeight() {
+weightOf( Shape const& shape, unsigned depth ) {
+   return shape.weight + ( depth == 0 ? 0 : shape.inScript );
+}
+
+constexpr unsigned
+totalWeight( unsigned depth ) {
    unsigned total = 0;
    for ( Shape const& shape : shapes ) {
-      total += shape.weight;
+      total += weightOf( shape, depth );
    }
    return total;
 }
@@ -74,7 +84,7 @@ totalWeight() {
 // How deep scripts stand in scripts.
 constexpr unsigned deepest = 4;
 // How many words a program has at most, for each unit of a case's size (up to 100).
-constexpr int longest = 4;
+constexpr int longest = 12;
 
 Shape const&
 shapeOf( Op op ) {
@@ -82,12 +92,13 @@ shapeOf( Op op ) {
 }
 
 Shape const&
-chosen( unsigned number ) {
+chosen( unsigned number, unsigned depth ) {
    for ( Shape const& shape : shapes ) {
-      if ( number < shape.weight ) {
+      unsigned const weight = weightOf( shape, depth );
+      if ( number < weight ) {
          return shape;
       }
-      number -= shape.weight;
+      number -= weight;
    }
    return shapes[ 0 ];
 }
@@ -127,8 +138,8 @@ class Decoder {
 
  private:
    Action action( std::uint32_t word, unsigned depth ) {
-      Shape const* shape = &chosen( word % totalWeight() );
-      word /= totalWeight();
+      Shape const* shape = &chosen( word % totalWeight( depth ), depth );
+      word /= totalWeight( depth );
       bool const refused = shape->taught ? depth == deepest : depth == 0;
       if ( refused && ( shape->taught || shape->op == Op::raise ) ) {
          shape = &shapeOf( Op::levelIs );

@@ -34,9 +34,11 @@ Watcher::onLevel() {
    heard( "level " + numberOf( notifier() ) + " " + std::to_string( notifier()->level() ) );
 }
 
+// What a callback reads it lets go of before anything else happens: the text comes first.
 void
 Watcher::onUplink() {
-   heard( "uplink " + numberOf( notifier() ) + " " + numberOf( notifier()->uplink() ) );
+   std::string const uplink = numberOf( notifier()->uplink() );
+   heard( "uplink " + numberOf( notifier() ) + " " + uplink );
 }
 
 void
@@ -50,15 +52,15 @@ Watcher::onNote( unsigned k ) {
 void
 Watcher::onPeer( unsigned k ) {
    auto const* const record = notifier()->peers().find( k );
-   heard(
-      "peer " + numberOf( notifier() ) + " " + std::to_string( k ) + " " +
-      ( record ? numberOf( record->value() ) : "-" ) );
+   std::string const peer = record ? numberOf( record->value() ) : "-";
+   heard( "peer " + numberOf( notifier() ) + " " + std::to_string( k ) + " " + peer );
 }
 
 void
 Watcher::onParent() {
-   auto const parent = Ryx::ptrCast< Station const >( notifier()->parent() );
-   heard( "parent " + numberOf( notifier() ) + " " + numberOf( parent ) );
+   std::string const parent =
+      numberOf( Ryx::ptrCast< Station const >( notifier()->parent() ) );
+   heard( "parent " + numberOf( notifier() ) + " " + parent );
 }
 
 void

@@ -76,6 +76,11 @@ RyxWorld::parentIs( unsigned s, unsigned to ) {
 }
 
 void
+RyxWorld::heldIs( unsigned s, bool held ) {
+   station_[ s ]->ryxHeldIs( held );
+}
+
+void
 RyxWorld::noteIs( unsigned s, unsigned k, unsigned v ) {
    station_[ s ]->noteIs( k, v );
 }
@@ -162,10 +167,9 @@ RyxWorld::weakIs( unsigned n, bool weak ) {
 
 void
 RyxWorld::rescue( unsigned s, unsigned n ) {
-   auto const* const notifier = notifierOf( *notifiee_[ n ] );
-   if ( notifier && notifier->references() != 0 ) {
-      station_[ s ] = Ryx::Ptr< Station >(
-         const_cast< Station* >( static_cast< Station const* >( notifier ) ) );
+   auto const alive = stations_.find( serialOf( notifierOf( *notifiee_[ n ] ) ) );
+   if ( alive != stations_.end() ) {
+      station_[ s ] = Ryx::Ptr< Station >( alive->second );
    }
 }
 
@@ -353,6 +357,11 @@ RyxWorld::untangle() {
    }
    for ( auto const& entry : owners_ ) {
       entry.second->lessons().clear();
+   }
+   for ( Serial s = 0; s < stationsMade_; ++s ) {
+      if ( auto const alive = stations_.find( s ); alive != stations_.end() ) {
+         alive->second->ryxHeldIs( false );
+      }
    }
    std::vector< Ryx::Ptr< Station > > all;
    for ( auto const& entry : stations_ ) {

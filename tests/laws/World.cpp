@@ -133,15 +133,33 @@ World::watch( unsigned n, unsigned s, bool weak ) {
 }
 
 void
+World::crowd( unsigned s ) {
+   for ( unsigned n = notifieeSlots; n < allNotifieeSlots; ++n ) {
+      watch( n, s, n % 2 == 0 );
+   }
+}
+
+// A station that nobody but another one holds, and a watcher that hears its last word.
+void
+World::hang( unsigned s, unsigned n, unsigned k ) {
+   stationMake( spareStation );
+   watch( n, spareStation, true );
+   if ( hasStation( s ) ) {
+      peerIs( s, k, spareStation );
+   }
+   stationDrop( spareStation );
+}
+
+void
 World::end() {
    untangle();
    for ( unsigned o = 0; o < ownerSlots; ++o ) {
       ownerDrop( o );
    }
-   for ( unsigned n = 0; n < notifieeSlots; ++n ) {
+   for ( unsigned n = 0; n < allNotifieeSlots; ++n ) {
       notifieeDrop( n );
    }
-   for ( unsigned s = 0; s < stationSlots; ++s ) {
+   for ( unsigned s = 0; s < allStationSlots; ++s ) {
       stationDrop( s );
    }
    describe();
@@ -176,6 +194,7 @@ World::possible( Action const& action ) const {
    case Op::stationDrop:
    case Op::watcherMake:
    case Op::watch:
+   case Op::crowd:
    case Op::notifieeCopy:
    case Op::notifieeDrop:
    case Op::ownerMake:
@@ -219,6 +238,8 @@ World::dispatch( Action const& action ) {
       return uplinkIs( a, b );
    case Op::parentIs:
       return parentIs( a, b );
+   case Op::heldIs:
+      return heldIs( a, b != 0 );
    case Op::noteIs:
       return noteIs( a, b, c );
    case Op::noteDel:
@@ -231,10 +252,15 @@ World::dispatch( Action const& action ) {
       return peerDel( a, b );
    case Op::peerDelAll:
       return peerDelAll( a );
+   case Op::hang:
+      hang( a, b, c );
+      return teach( hasNotifiee( b ) ? watcherLessons( b ) : nullptr );
    case Op::watcherMake:
       return watcherMake( a, b != 0 );
    case Op::watch:
       return watch( a, b, c != 0 );
+   case Op::crowd:
+      return crowd( a );
    case Op::notifieeCopy:
       return notifieeCopy( a, b );
    case Op::notifieeDrop:
