@@ -29,9 +29,9 @@ besideText( std::string_view text ) {
 
 void
 addAnswers( CLI::App& app ) {
-   app.set_help_flag( "-h,--help", "Print this help and exit" );
-   app.set_version_flag(
-      "--version", "ostra " OSTRA_VERSION, "Print the version and exit" );
+   app.set_help_flag( "-h,--help", "Print this help and exit" )->disable_flag_override();
+   app.set_version_flag( "--version", "ostra " OSTRA_VERSION, "Print the version and exit" )
+      ->disable_flag_override();
    app.get_formatter()->column_width( nameWidth );
 }
 
@@ -125,10 +125,15 @@ CliParser::answer( CLI::ParseError const& question, std::ostream& out ) const {
    app_.exit( question, out, out );
 }
 
+CLI::App const&
+CliParser::givenApp() const {
+   auto const commands = app_.get_subcommands();
+   return commands.empty() ? app_ : *commands.front();
+}
+
 std::string
 CliParser::command() const {
-   auto const given = app_.get_subcommands();
-   return given.empty() ? std::string() : given.front()->get_name();
+   return &givenApp() == &app_ ? std::string() : givenApp().get_name();
 }
 
 std::string
@@ -155,8 +160,7 @@ CliParser::refuseExtra() const {
 void
 CliParser::refuseMismatch( std::string const& message ) const {
    std::string const name = optionOf( message );
-   auto const known =
-      expected_.find( app_.get_subcommands().front()->get_option_no_throw( name ) );
+   auto const known = expected_.find( givenApp().get_option_no_throw( name ) );
    if ( known == expected_.end() ) {
       // A flag, which the library names without its dashes.
       refuse( place() + ": --" + name, "a value", "none" );
@@ -167,9 +171,7 @@ CliParser::refuseMismatch( std::string const& message ) const {
 void
 CliParser::refuseAbsence( std::string const& message ) const {
    std::string const name = optionOf( message );
-   CLI::Option const* const option =
-      app_.get_subcommands().front()->get_option_no_throw( name );
-   refuse( place(), "no " + name, expected_.at( option ) );
+   refuse( place(), "no " + name, expected_.at( givenApp().get_option_no_throw( name ) ) );
 }
 
 } // namespace ostra

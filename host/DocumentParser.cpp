@@ -229,11 +229,24 @@ class TreeBuilder final : public YAML::EventHandler {
    std::unordered_map< YAML::anchor_t, Anchored > anchors_;
 };
 
+// The parser looks for all digits of an escape, even where the text ends, and counts them. It
+// counts octets of UTF-8: how many another encoding has is not known here.
+YAML::Mark
+withinText( YAML::Mark mark, std::string_view text ) {
+   constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+   text.remove_prefix( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 );
+   if ( isUtf8( std::string( text ) ) && text.substr( 0, 4 ).find( '\0' ) == text.npos ) {
+      mark.column -= std::max( mark.pos - static_cast< int >( text.size() ), 0 );
+   }
+   return mark;
+}
+
 } // namespace
 
 Document
 parseDocument( std::string name, std::string const& text ) {
-   std::istringstream in( yamlEscapes( text ) );
+   std::string const yaml = yamlEscapes( text );
+   std::istringstream in( yaml );
    TreeBuilder builder( name );
    try {
       YAML::Parser parser( in );
@@ -242,7 +255,7 @@ parseDocument( std::string name, std::string const& text ) {
       fail( name, error.mark, tooDeep );
    } catch ( YAML::Exception const& error ) {
       YAML::Mark const mark = error.mark.is_null() ? YAML::Mark() : error.mark;
-      fail( name, mark, fmt::format( "not YAML: {}", error.msg ) );
+      fail( name, withinText( mark, yaml ), fmt::format( "not YAML: {}", error.msg ) );
    }
    NodePtr root = builder.root();
    return { std::move( name ),

@@ -130,6 +130,14 @@ TEST( Document, BrokenSyntaxIsOneLineWithItsPlace ) {
    EXPECT_EQ( complaint( "{\"a\":1" ), "x.yaml:1:1: not YAML: end of map flow not found" );
 }
 
+TEST( Document, AnEscapeThatTheEndCutsIsRefusedWithinTheText ) {
+   std::string const cut = ": not YAML: bad character found while scanning hex number";
+   EXPECT_EQ( complaint( "\"\\u" ), "x.yaml:1:4" + cut );
+   EXPECT_EQ( complaint( "a: 1\nb: \"\\U12" ), "x.yaml:2:9" + cut );
+   EXPECT_EQ( complaint( "\xef\xbb\xbf- 1\n- \"\\x" ), "x.yaml:2:6" + cut );
+   EXPECT_EQ( complaint( "{\"a\": \"\\u\"" ), "x.yaml:1:11" + cut );
+}
+
 TEST( Document, DeepNestingIsRefusedAndNotACrash ) {
    EXPECT_NE(
       complaint( std::string( 100000, '[' ) ).find( "nested too deeply" ),

@@ -45,15 +45,22 @@ lineCount( std::string const& text ) {
           } );
 }
 
-// Columns count octets of UTF-8, of which another encoding may take fewer, and the reader
-// looks for all digits of an escape, which may lie behind the end.
+// The column behind the last one of a line. Columns count octets of UTF-8, of which another
+// encoding may take fewer, and only a line feed begins them anew.
 long long
-lastColumn( std::string const& text ) {
-   bool const isAscii = std::all_of( text.begin(), text.end(), []( char c ) {
-      return static_cast< signed char >( c ) > 0;
+lastColumn( std::string const& text, long long line ) {
+   bool const isPlain = std::all_of( text.begin(), text.end(), []( char c ) {
+      return static_cast< signed char >( c ) > 0 && c != '\r';
    } );
-   constexpr long long escape = 8;
-   return static_cast< long long >( isAscii ? text.size() : 3 * text.size() ) + escape + 1;
+   if ( !isPlain ) {
+      return 3 * static_cast< long long >( text.size() ) + 1;
+   }
+   std::istringstream in( text );
+   std::string content;
+   for ( ; line > 0; --line ) {
+      std::getline( in, content );
+   }
+   return static_cast< long long >( content.size() ) + 1;
 }
 
 // "file:12:3: ..." within the file.
@@ -69,7 +76,7 @@ checkRefusal( Failure const& failure, std::string const& text ) {
    in >> line >> colon >> column >> secondColon;
    require( in && colon == ':' && secondColon == ':', "no place: ", message );
    require( line >= 1 && line <= lineCount( text ), "line: ", message );
-   require( column >= 1 && column <= lastColumn( text ), "column: ", message );
+   require( column >= 1 && column <= lastColumn( text, line ), "column: ", message );
    auto const why = message.find_first_not_of( ' ', message.find( ": " ) + 1 );
    require( why != std::string::npos, "no reason: ", message );
 }
