@@ -56,7 +56,7 @@ MlagErrdisableSm::isPresent( Kovel::IntfId intfId ) const {
    return directory && directory->intfStatusHas( intfId );
 }
 
-MlagErrdisableSm::Membership
+Membership
 MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
    auto const* const member =
       lagInputConfig_ ? lagInputConfig_->borrowedPhyIntf( intfId ) : nullptr;
