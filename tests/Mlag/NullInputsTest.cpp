@@ -9,6 +9,14 @@
 
 namespace {
 
+// Tells where it is before its construction begins.
+class StartingMachine final : public Sm {
+ public:
+   template< class First, class... Others >
+   StartingMachine( Sm*& self, First const& first, Others const&... others )
+         : Sm( ( self = this, first ), others... ) {}
+};
+
 class NullInputs : public SwitchFixture {
  public:
    NullInputs() {
@@ -26,6 +34,11 @@ class NullInputs : public SwitchFixture {
          return std::string( e.what() );
       }
       return "";
+   }
+   Ryx::Ptr< Sm > makeStarting( Sm*& self ) const {
+      return apply( [ &self ]( auto const&... input ) {
+         return Ryx::make< StartingMachine >( self, input... );
+      } );
    }
    // The notifiees of all that is left of the machine's surroundings.
    unsigned notifiees() const {
@@ -61,14 +74,6 @@ class NullInputs : public SwitchFixture {
       EXPECT_EQ( sm, nullptr );
       EXPECT_EQ( notifiees(), before );
    }
-};
-
-// Tells where it is before its construction begins.
-class StartingMachine final : public Sm {
- public:
-   template< class First, class... Others >
-   StartingMachine( Sm*& self, First const& first, Others const&... others )
-         : Sm( ( self = this, first ), others... ) {}
 };
 
 TEST_F( NullInputs, WithoutMlagConfigurationThereIsNoMachineAndNothingIsWritten ) {
@@ -195,21 +200,8 @@ TEST_F( NullInputs, AReactorThatOutlivesAFailedStartIsAZombieWithoutMachine ) {
          kept = reactorOf< Sm::RyxMlagConfig >( *machine );
       }
    };
-   EXPECT_THROW(
-      Ryx::make< StartingMachine >(
-         machine,
-         mlagConfig,
-         mlagStatus,
-         ethPhyIntfStatus,
-         ethPhyIntfConfig,
-         lagInputIntfStatus,
-         lacpOverride,
-         Ryx::Ptr< Errdisable::CauseStatus >(),
-         igmpsnoopingConfig,
-         mlagProtoStatus,
-         lagInputConfig,
-         lacpConfig ),
-      Ryx::RangeException );
+   mlagissuCause = nullptr;
+   EXPECT_THROW( makeStarting( machine ), Ryx::RangeException );
    onLine = nullptr;
    ASSERT_TRUE( kept );
    EXPECT_TRUE( kept->ryxMarkedForDeletion() );
@@ -228,19 +220,7 @@ TEST_F( NullInputs, WithNoneMissingAMachineBeginsWithNothingHeldAndNoPointCounte
                    machine->timerCountNonMlag() };
       }
    };
-   sm = Ryx::make< StartingMachine >(
-      machine,
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig );
+   sm = makeStarting( machine );
    EXPECT_EQ( begun, ( std::vector< unsigned >{ 0, 0, 0, 0 } ) );
 }
 

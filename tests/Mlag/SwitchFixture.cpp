@@ -154,19 +154,7 @@ SimulatedLoop::moveTo( Ryx::Seconds t ) {
    ms_ = target;
 }
 
-SwitchFixture::SwitchFixture()
-      : mlagConfig( Ryx::make< Mlag::Config >( "config" ) ),
-        mlagStatus( Ryx::make< Mlag::Status >( "status" ) ),
-        ethPhyIntfStatus( Ryx::make< Interface::AllEthPhyIntfStatusDir >( "phyStatus" ) ),
-        ethPhyIntfConfig( Ryx::make< Interface::AllEthPhyIntfConfigDir >( "phyConfig" ) ),
-        lagInputIntfStatus( Ryx::make< Interface::EthLagIntfStatusDir >( "lagStatus" ) ),
-        lacpOverride( Ryx::make< Lag::Input::LacpOverrideDir >( "override" ) ),
-        mlagissuCause( Ryx::make< Errdisable::CauseStatus >( "mlag-issu" ) ),
-        igmpsnoopingConfig( Ryx::make< Bridging::IgmpSnooping::Config >( "snooping" ) ),
-        mlagProtoStatus( Ryx::make< Mlag::ProtoStatus >( "proto" ) ),
-        lagInputConfig( Ryx::make< Lag::Input::Config >( "lag" ) ),
-        lacpConfig( Ryx::make< Lacp::Config >( "lacp" ) ),
-        observers_( std::make_unique< Observers >( *this ) ) {}
+SwitchFixture::SwitchFixture() : observers_( std::make_unique< Observers >( *this ) ) {}
 
 SwitchFixture::~SwitchFixture() {
    onLine = nullptr;
@@ -276,18 +264,7 @@ SwitchFixture::systemId( std::string_view address ) {
 
 void
 SwitchFixture::start() {
-   sm = Mlag::Ostra::mlagErrdisableSmFactory(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig );
+   sm = makeMachine();
 }
 
 void

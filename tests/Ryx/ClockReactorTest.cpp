@@ -3,18 +3,18 @@
 
 // A timer as state machines keep it: a reactor on the event loop's clock.
 
-#include "SimulatedTime"
-
 #include <Ryx/Activity>
 #include <Ryx/Clock>
 #include <Ryx/Reactor>
 
 #include <gtest/gtest.h>
+#include <support/SimulatedTime>
 
 #include <vector>
 
 namespace {
 
+using support::SimulatedTime;
 class Machine;
 
 class RyxClock final : public Ryx::Reactor< RyxClock, Machine, Ryx::Clock > {

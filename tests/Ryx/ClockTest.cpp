@@ -3,17 +3,15 @@
 
 // The numbers are those of the promises before Clock.
 
-#include "SimulatedTime"
-
 #include <Ryx/Activity>
 #include <Ryx/Clock>
 #include <support/AllocationCounter>
+#include <support/SimulatedTime>
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,6 +20,7 @@ namespace {
 
 using Ryx::Clock;
 using Ryx::Ptr;
+using support::SimulatedTime;
 using Calls = std::vector< std::string >;
 
 class Timer final : public Clock::NotifieeConst {
@@ -383,22 +382,6 @@ TEST_F( ClockTest, OneOrAllAttributesReachOnTimeByName ) {
    timer->handleDefault( nullptr, 257, false );
    timer->handleDefault( nullptr, Ryx::allAttributesId, true );
    EXPECT_EQ( calls, ( Calls{ "a", "a" } ) );
-}
-
-TEST( Time, InfiniteIsWhatIsGreaterThanTheLargestFiniteNumber ) {
-   EXPECT_TRUE( Ryx::isInfinite( Ryx::never ) );
-   EXPECT_FALSE( Ryx::isInfinite( std::numeric_limits< double >::max() ) );
-   EXPECT_FALSE( Ryx::isInfinite( -Ryx::never ) );
-}
-
-TEST( Time, TheRealClockIsBackWhenNoSourceIsSet ) {
-   Ryx::Seconds const before = Ryx::now();
-   {
-      SimulatedTime const simulated( before + 1e6 );
-      EXPECT_EQ( Ryx::now(), before + 1e6 );
-   }
-   EXPECT_GE( Ryx::now(), before );
-   EXPECT_LT( Ryx::now(), before + 1e6 );
 }
 
 } // namespace

@@ -5,11 +5,11 @@
 // may then do anything to what the mutator is working on.
 
 #include "Board"
-#include "SimulatedTime"
 #include "Supervisor"
 
 #include <Ryx/Clock>
 #include <gtest/gtest.h>
+#include <support/SimulatedTime>
 
 namespace {
 
@@ -23,6 +23,7 @@ using doubles::Supervisor;
 using doubles::watchWeakly;
 using Ryx::make;
 using Ryx::Ptr;
+using support::SimulatedTime;
 
 class LastWord : public testing::Test {
  protected:

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include "SimulatedTime"
-
 #include <Ryx/Log>
 
 #include <gtest/gtest.h>
+#include <support/SimulatedTime>
 
 #include <limits>
 #include <string>
@@ -13,6 +12,7 @@
 
 namespace {
 
+using support::SimulatedTime;
 using Texts = std::vector< std::string >;
 
 // An argument that says when it is converted.

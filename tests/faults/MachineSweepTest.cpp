@@ -9,6 +9,8 @@
 #include <Mlag/SmReactors>
 #include <OstraMlag/EthPeerIntfStatusReactor>
 #include <OstraMlag/OstraMlag>
+#include <support/MachineInputs>
+#include <support/SimulatedTime>
 
 namespace faults {
 
@@ -17,10 +19,12 @@ namespace {
 using Kovel::IntfId;
 using Mlag::Ostra::MlagErrdisableSm;
 using Ryx::Ptr;
+using support::SimulatedTime;
 
 // A switch with a port in an MLAG port-channel, and all that a machine needs to hold it.
-struct Switch {
+struct Switch : support::MachineInputs {
    Switch() {
+      mlagissuCause = Ryx::make< Errdisable::CauseStatus >( longText );
       auto const lag = Ryx::make< Interface::EthLagIntfConfig >( portChannel );
       mlagConfig->enabledIs( true );
       mlagConfig->domainIdIs( "pod1" );
@@ -46,20 +50,6 @@ struct Switch {
       lacpConfig->portChannelIs( lacp );
    }
 
-   Ptr< MlagErrdisableSm > machine() const {
-      return Mlag::Ostra::mlagErrdisableSmFactory(
-         mlagConfig,
-         mlagStatus,
-         ethPhyIntfStatus,
-         ethPhyIntfConfig,
-         lagInputIntfStatus,
-         lacpOverride,
-         mlagissuCause,
-         igmpsnoopingConfig,
-         mlagProtoStatus,
-         lagInputConfig,
-         lacpConfig );
-   }
    // The outputs.
    std::string state() const {
       return std::string( mlagissuCause->intfStatusHas( port ) ? "held " : "" ) +
@@ -71,47 +61,20 @@ struct Switch {
 
    IntfId const port{ "Ethernet1" };
    IntfId const portChannel{ "Port-Channel10" };
-   Ptr< Mlag::Config > mlagConfig = Ryx::make< Mlag::Config >( "c" );
-   Ptr< Mlag::Status > mlagStatus = Ryx::make< Mlag::Status >( "s" );
-   Ptr< Interface::AllEthPhyIntfStatusDir > ethPhyIntfStatus =
-      Ryx::make< Interface::AllEthPhyIntfStatusDir >( "es" );
-   Ptr< Interface::AllEthPhyIntfConfigDir > ethPhyIntfConfig =
-      Ryx::make< Interface::AllEthPhyIntfConfigDir >( "ec" );
-   Ptr< Interface::EthLagIntfStatusDir > lagInputIntfStatus =
-      Ryx::make< Interface::EthLagIntfStatusDir >( "ls" );
-   Ptr< Lag::Input::LacpOverrideDir > lacpOverride =
-      Ryx::make< Lag::Input::LacpOverrideDir >( "o" );
-   Ptr< Errdisable::CauseStatus > mlagissuCause =
-      Ryx::make< Errdisable::CauseStatus >( longText );
-   Ptr< Bridging::IgmpSnooping::Config > igmpsnoopingConfig =
-      Ryx::make< Bridging::IgmpSnooping::Config >( "i" );
-   Ptr< Mlag::ProtoStatus > mlagProtoStatus = Ryx::make< Mlag::ProtoStatus >( "p" );
-   Ptr< Lag::Input::Config > lagInputConfig = Ryx::make< Lag::Input::Config >( "l" );
-   Ptr< Lacp::Config > lacpConfig = Ryx::make< Lacp::Config >( "lc" );
    Ptr< Interface::IntfConfig > config = Ryx::make< Interface::IntfConfig >( port );
    Ptr< Interface::EthLagIntfStatus > lagStatus =
       Ryx::make< Interface::EthLagIntfStatus >( portChannel );
    Ptr< Lacp::LacpPCConfig > lacp = Ryx::make< Lacp::LacpPCConfig >( portChannel );
 };
 
-class StoppedTime final : public Ryx::TimeSource {
- public:
-   StoppedTime() { Ryx::timeSourceIs( this ); }
-   ~StoppedTime() override { Ryx::timeSourceIs( nullptr ); }
-   StoppedTime( StoppedTime const& ) = delete;
-   StoppedTime& operator=( StoppedTime const& ) = delete;
-   Ryx::Seconds now() const override { return seconds; }
-   Ryx::Seconds seconds = 100;
-};
-
 struct Held : Switch {
-   StoppedTime time;
-   Ptr< MlagErrdisableSm > sm = machine();
+   SimulatedTime time{ 100 };
+   Ptr< MlagErrdisableSm > sm = makeMachine();
 };
 
 struct Start : Switch {
-   void act() { sm = machine(); }
-   StoppedTime time;
+   void act() { sm = makeMachine(); }
+   SimulatedTime time{ 100 };
    Ptr< MlagErrdisableSm > sm;
 };
 
@@ -145,18 +108,19 @@ TEST( MachineFaults, AStartThatFailsDoesNotDisturbTheMachineThatRuns ) {
    for ( std::size_t nth = 1;; ++nth ) {
       SCOPED_TRACE( nth );
       Held scene;
-      scene.time.seconds = 200;
+      scene.time.value = 200;
       auto const before = scene.state();
       support::AllocationFailure const failure( nth, support::AllocationFailure::Of::one );
-      if ( !throwsFor( [ &scene ] { scene.machine(); } ) ) {
+      if ( !throwsFor( [ &scene ] { scene.makeMachine(); } ) ) {
          EXPECT_FALSE( failure.refused() );
+         EXPECT_GT( nth, 1u );
          return;
       }
       // Its trackers take the port-channel along.
       EXPECT_EQ( before, "held forced delay 100.000000" );
       EXPECT_TRUE( scene.state().starts_with( "held " ) );
       EXPECT_TRUE( scene.state().ends_with( "delay 100.000000" ) );
-      scene.time.seconds = 400;
+      scene.time.value = 400;
       Ryx::activityManager()->clock()->handleTime();
       // What is forced waits for the port-channel's link.
       EXPECT_TRUE( scene.state() == "inf" || scene.state() == "forced inf" );
@@ -207,7 +171,7 @@ TEST( MachineFaults, AReleaseIsCompleteWithoutMemory ) {
 TEST( MachineFaults, APeriodEndsWithoutMemory ) {
    Held scene;
    for ( Ryx::Seconds const wake : { 325.0, 385.0, 400.0 } ) {
-      scene.time.seconds = wake;
+      scene.time.value = wake;
       support::AllocationFailure const failure;
       Ryx::activityManager()->clock()->handleTime();
    }

@@ -123,6 +123,7 @@ struct GrowTable {
       for ( unsigned i = held(); i < count; ++i ) {
          cause->intfStatusIs( id( i ), 1.0 );
       }
+      EXPECT_EQ( held(), count );
    }
    unsigned held() const {
       unsigned n = 0;
@@ -185,7 +186,7 @@ TEST( DirectoryFaults, AnObjectIsThereOrNot ) {
 }
 
 TEST( DirectoryFaults, AnObjectIsReplacedWithoutMemory ) {
-   sweep< ReplaceObject >();
+   sweepWithoutMemory< ReplaceObject >();
 }
 
 // The same by name.

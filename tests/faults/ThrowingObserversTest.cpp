@@ -13,8 +13,8 @@
 #include <Ryx/Trace>
 
 #include <gtest/gtest.h>
+#include <support/Examples>
 
-#include <algorithm>
 #include <stdexcept>
 
 namespace faults {
@@ -135,7 +135,7 @@ expectSame( Life const& run, Life const& twin ) {
    EXPECT_EQ( run.sinks.heard, twin.sinks.heard );
 }
 
-class ThrowingObservers : public ::testing::TestWithParam< char const* > {
+class ThrowingObservers : public ::testing::TestWithParam< std::string > {
  public:
    ostra::Document const document = readExample( GetParam() );
 };
@@ -143,6 +143,7 @@ class ThrowingObservers : public ::testing::TestWithParam< char const* > {
 TEST_P( ThrowingObservers, EachCallbackMayThrow ) {
    Life const twin = play( document, {} );
    ASSERT_EQ( twin.throwing.heard, twin.behind.heard );
+   ASSERT_FALSE( twin.throwing.heard.empty() );
    for ( std::size_t i = 1; i <= twin.throwing.heard.size() && !HasFailure(); ++i ) {
       SCOPED_TRACE( twin.throwing.heard[ i - 1 ] );
       Life const run = play( document, { .observer = i } );
@@ -153,6 +154,7 @@ TEST_P( ThrowingObservers, EachCallbackMayThrow ) {
 
 TEST_P( ThrowingObservers, EachMessageAndTraceMayThrow ) {
    Life const twin = play( document, { .traces = true } );
+   ASSERT_FALSE( twin.sinks.heard.empty() );
    // Traces are many and one like the other.
    std::size_t const stride = 1 + twin.sinks.heard.size() / 50;
    for ( std::size_t i = 1; i <= twin.sinks.heard.size() && !HasFailure(); i += stride ) {
@@ -164,19 +166,8 @@ TEST_P( ThrowingObservers, EachMessageAndTraceMayThrow ) {
 INSTANTIATE_TEST_SUITE_P(
    Examples,
    ThrowingObservers,
-   ::testing::Values(
-      "delay-changed",
-      "lacp-standby",
-      "leaf-reload",
-      "never-configured",
-      "peer-statuses",
-      "ports-appear",
-      "resume" ),
-   []( auto const& example ) {
-      std::string name = example.param;
-      std::ranges::replace( name, '-', '_' );
-      return name;
-   } );
+   ::testing::ValuesIn( support::exampleNames() ),
+   support::exampleTestName );
 
 TEST( ThrowingObserversOfTheAgent, HearOfTheirExceptions ) {
    auto agent = OstraMlag::agentFactory( "agent" );

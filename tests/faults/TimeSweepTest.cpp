@@ -8,6 +8,7 @@
 #include <Mlag/Config>
 #include <Ryx/Activity>
 #include <Ryx/Clock>
+#include <support/SimulatedTime>
 
 #include <array>
 
@@ -25,22 +26,13 @@ class Timer final : public Ryx::Clock::NotifieeConst {
    Ptr< Ryx::ActivityConfig > activity;
 };
 
-class StoppedTime final : public Ryx::TimeSource {
- public:
-   StoppedTime() { Ryx::timeSourceIs( this ); }
-   ~StoppedTime() override { Ryx::timeSourceIs( nullptr ); }
-   StoppedTime( StoppedTime const& ) = delete;
-   StoppedTime& operator=( StoppedTime const& ) = delete;
-   Ryx::Seconds now() const override { return 100; }
-};
-
 struct OneTimer {
    OneTimer() { timer->timeMinIs( 200 ); }
    std::string state() const {
       return std::to_string( clock->nextTimeMin() ) + " " +
          std::to_string( clock->references() ) + " " + std::to_string( timer->fired );
    }
-   StoppedTime time;
+   support::SimulatedTime time{ 100 };
    Ptr< Ryx::Clock > clock = Ryx::make< Ryx::Clock >( "clock" );
    Ptr< Timer > timer = Ryx::make< Timer >();
 };
@@ -75,7 +67,7 @@ struct Arm : OneTimer {
 };
 
 TEST( TimerFaults, ABoundTimerIsArmedWithoutMemory ) {
-   sweep< Arm >();
+   sweepWithoutMemory< Arm >();
    Arm scene;
    support::AllocationCounter const counter;
    scene.act();
@@ -156,7 +148,7 @@ struct Wait : Defer {
 };
 
 TEST( DeferredFaults, WaitingNeedsNoMemory ) {
-   sweep< Wait >();
+   sweepWithoutMemory< Wait >();
 }
 
 } // namespace

@@ -9,8 +9,8 @@
 #include "Program"
 
 #include <gmock/gmock.h>
+#include <support/Examples>
 
-#include <filesystem>
 #include <map>
 #include <set>
 
@@ -26,16 +26,6 @@ namespace {
 std::string
 streamOf( std::string const& example ) {
    return OSTRA_EXAMPLES "/../tests/host/streams/" + example + ".ndjson";
-}
-
-std::vector< std::string >
-exampleNames() {
-   std::vector< std::string > names;
-   for ( auto const& file : std::filesystem::directory_iterator( OSTRA_EXAMPLES ) ) {
-      names.push_back( file.path().stem().string() );
-   }
-   std::sort( names.begin(), names.end() );
-   return names;
 }
 
 std::vector< Json >
@@ -70,13 +60,6 @@ logs( std::vector< Json > const& records ) {
 
 class Example : public testing::TestWithParam< std::string > {};
 
-std::string
-testName( testing::TestParamInfo< std::string > const& info ) {
-   std::string name = info.param;
-   std::replace( name.begin(), name.end(), '-', '_' );
-   return name;
-}
-
 } // namespace
 
 TEST_P( Example, ReportsExactlyItsStream ) {
@@ -97,7 +80,10 @@ TEST_P( Example, IsValidAndReadsAsAText ) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-   EndToEnd, Example, testing::ValuesIn( exampleNames() ), testName );
+   EndToEnd,
+   Example,
+   testing::ValuesIn( support::exampleNames() ),
+   support::exampleTestName );
 
 TEST( EndToEnd, LeafHoldsEachClassForItsDelay ) {
    auto const times = holdTimes( playExample( "leaf-reload" ) );

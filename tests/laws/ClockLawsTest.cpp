@@ -8,13 +8,14 @@
 #include "Laws"
 
 #include <Ryx/Clock>
-#include <Ryx/SimulatedTime>
+#include <support/SimulatedTime>
 
 #include <deque>
 #include <vector>
 
 namespace {
 
+using support::SimulatedTime;
 using Words = std::vector< std::uint32_t >;
 
 constexpr unsigned timers = 20;

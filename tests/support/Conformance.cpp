@@ -14,8 +14,6 @@ namespace support {
 
 namespace {
 
-using Flags = Ryx::RyxAttr::AttrFlags;
-
 constexpr Ryx::AttributeId unknownIds[]{ 0, 1, 255, 1000, 0xffffffff };
 
 // One past the last id that the type has, itself and in its bases.
@@ -31,29 +29,6 @@ nextId( Ryx::RyxType const* type ) {
 }
 
 } // namespace
-
-Use
-useOf( Ryx::RyxAttr const& attr ) {
-   if ( attr.has( Flags::isInert ) ) {
-      return Use::inert;
-   }
-   if ( attr.introspectionFlags().isFunction() ) {
-      return Use::function;
-   }
-   if ( attr.has( Flags::isCollection ) ) {
-      return Use::collection;
-   }
-   if ( attr.has( Flags::isInstantiating ) ) {
-      return Use::instantiating;
-   }
-   if ( !attr.has( Flags::isWritable ) ) {
-      return Use::readOnly;
-   }
-   if ( attr.has( Flags::isDeletable ) ) {
-      return Use::input;
-   }
-   return attr.valueType()->kind() == Ryx::ValueKind::object ? Use::reference : Use::scalar;
-}
 
 void
 forEachAttribute(

@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 namespace support {
 
 namespace {
@@ -16,28 +14,6 @@ namespace {
 using If = Ryx::GenericIf;
 
 constexpr unsigned codes[]{ 0, 1, 2, 3, 4, 77, 127, 128, 129, 130, 255 };
-
-std::set< unsigned >
-supportedCodes( Use use ) {
-   switch ( use ) {
-   case Use::inert:
-      return {};
-   case Use::function:
-      return { If::get };
-   case Use::instantiating:
-   case Use::input:
-      return { If::get, If::set, If::del };
-   case Use::collection:
-      return { If::get, If::size, If::has, If::defaultValue, If::set, If::del };
-   case Use::scalar:
-   case Use::reference:
-      // What is reached through accessors only has no default value.
-      return { If::get, If::defaultValue, If::set };
-   case Use::readOnly:
-      return { If::get, If::defaultValue };
-   }
-   return {};
-}
 
 void
 expectRefused(
@@ -171,10 +147,7 @@ checkRefusals( Ryx::RyxType const& type ) {
       std::string const name = attr->name().string();
       SCOPED_TRACE( name );
       bool const keyed = attr->has( Ryx::RyxAttr::AttrFlags::isCollection );
-      auto supported = supportedCodes( useOf( *attr ) );
-      if ( attr->id() == Ryx::isNondestructingAttributeId ) {
-         supported = { If::get, If::set };
-      }
+      bool const hasNoDefault = attr->id() == Ryx::isNondestructingAttributeId;
       for ( unsigned code : codes ) {
          if ( !keyed ) {
             expectRefused( object, name, code, index, badIndex( name ) );
@@ -182,7 +155,8 @@ checkRefusals( Ryx::RyxType const& type ) {
          if ( code >= If::firstModifyingCode ) {
             expectRefused( asConst, name, code, nullptr, constInstance );
          }
-         if ( !supported.count( code ) ) {
+         bool const isRefused = !isSupported( useOf( *attr ), code );
+         if ( isRefused || ( hasNoDefault && code == If::defaultValue ) ) {
             expectRefused( object, name, code, nullptr, notSupported( name ) );
          }
       }

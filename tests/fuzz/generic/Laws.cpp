@@ -35,8 +35,8 @@ shownMembers( Object const& object, Ryx::RyxAttr const& attr ) {
    std::set< std::string > keys;
    for ( auto it = object->attributeIterator( attr.id() ); it->nonNull(); it->iterInc() ) {
       Object const key = it->iterKey();
-      require(
-         keys.insert( key->strRep() ).second, attr.name(), " twice: ", *keys.begin() );
+      bool const isNew = keys.insert( key->strRep() ).second;
+      require( isNew, attr.name(), " twice: ", key->strRep() );
       require( has( object, attr, key ), attr.name(), " has not ", key->strRep() );
       std::string const value = shown( it->iterObj() );
       require( shown( read( object, attr, key ) ) == value, attr.name(), " reads else" );
@@ -63,25 +63,6 @@ shownState( Object const& object ) {
    return out.str();
 }
 
-bool
-isSupported( Use use, unsigned code ) {
-   switch ( use ) {
-   case Use::inert:
-      return false;
-   case Use::function:
-      return code == If::get;
-   case Use::collection:
-      return code <= If::defaultValue || code == If::set || code == If::del;
-   case Use::deletable:
-      return code == If::get || code == If::set || code == If::del;
-   case Use::scalar:
-      return code == If::get || code == If::defaultValue || code == If::set;
-   case Use::readOnly:
-      return code == If::get || code == If::defaultValue;
-   }
-   return false;
-}
-
 // The refusal that comes before the arguments are looked at; empty when none does.
 std::string
 foreseen( Operation const& operation, Ryx::RyxAttr const* attr ) {
@@ -96,7 +77,7 @@ foreseen( Operation const& operation, Ryx::RyxAttr const* attr ) {
    if ( object->isConst() && code >= If::firstModifyingCode ) {
       return support::constInstance;
    }
-   return isSupported( useOf( *attr ), code ) ? "" : support::notSupported( name );
+   return support::isSupported( useOf( *attr ), code ) ? "" : support::notSupported( name );
 }
 
 bool
@@ -214,23 +195,6 @@ bool
 has( Object const& object, Ryx::RyxAttr const& collection, Object const& index ) {
    return support::text( object->attributeOp(
              { collection.id(), If::has }, index, nullptr ) ) == "true";
-}
-
-Use
-useOf( Ryx::RyxAttr const& attr ) {
-   if ( attr.has( Flags::isInert ) ) {
-      return Use::inert;
-   }
-   if ( attr.introspectionFlags().isFunction() ) {
-      return Use::function;
-   }
-   if ( attr.has( Flags::isCollection ) ) {
-      return Use::collection;
-   }
-   if ( attr.has( Flags::isDeletable ) ) {
-      return Use::deletable;
-   }
-   return attr.has( Flags::isWritable ) ? Use::scalar : Use::readOnly;
 }
 
 void

@@ -67,8 +67,9 @@ takeApart( Object const& object ) {
    for ( auto const& attr : object->type()->allAttributes() ) {
       bool const hasObjects =
          attr->valueType() && attr->valueType()->kind() == Ryx::ValueKind::object;
-      auto const code =
-         useOf( *attr ) == Use::scalar ? Ryx::GenericIf::set : Ryx::GenericIf::del;
+      auto const code = support::isSupported( useOf( *attr ), Ryx::GenericIf::del )
+         ? Ryx::GenericIf::del
+         : Ryx::GenericIf::set;
       if ( hasObjects ) {
          support::refusal( [ & ] {
             object->attributeOp( { attr->id(), code }, nullptr, nullptr );

@@ -12,7 +12,7 @@
 #include <Ryx/Activity>
 #include <Ryx/Clock>
 #include <Ryx/Log>
-#include <Ryx/SimulatedTime>
+#include <support/SimulatedTime>
 
 namespace {
 
@@ -21,6 +21,7 @@ using fuzz::Object;
 using fuzz::Place;
 using fuzz::require;
 using fuzz::World;
+using support::SimulatedTime;
 using If = Ryx::GenericIf;
 
 constexpr std::size_t mostPlaces = 8;
@@ -54,7 +55,7 @@ index( World& world, Ryx::RyxAttr const& attr ) {
 
 Object
 value( World& world, Ryx::RyxAttr const& attr ) {
-   bool const takesList = fuzz::useOf( attr ) == fuzz::Use::function ||
+   bool const takesList = support::useOf( attr ) == support::Use::function ||
       attr.has( Ryx::RyxAttr::AttrFlags::isInstantiating );
    return takesList ? world.arguments( attr.arguments() )
                     : world.maybeFitting( attr.valueType() );
@@ -91,7 +92,7 @@ visit( World& world ) {
    fuzz::Iterator made;
    std::string const why =
       support::refusal( [ & ] { made = object->attributeIterator( attr->id() ); } );
-   bool const isCollection = fuzz::useOf( *attr ) == fuzz::Use::collection;
+   bool const isCollection = support::useOf( *attr ) == support::Use::collection;
    require( bool( made ) == isCollection, attr->name(), " to be visited: ", why );
    if ( made ) {
       world.places.push_back( { object, attr, made } );

@@ -14,18 +14,7 @@
 namespace fuzz {
 
 Switch::Switch()
-      : mlagConfig( Ryx::make< Mlag::Config >( "config" ) ),
-        mlagStatus( Ryx::make< Mlag::Status >( "status" ) ),
-        ethPhyIntfStatus( Ryx::make< Interface::AllEthPhyIntfStatusDir >( "phyStatus" ) ),
-        ethPhyIntfConfig( Ryx::make< Interface::AllEthPhyIntfConfigDir >( "phyConfig" ) ),
-        lagInputIntfStatus( Ryx::make< Interface::EthLagIntfStatusDir >( "lagStatus" ) ),
-        lacpOverride( Ryx::make< Lag::Input::LacpOverrideDir >( "override" ) ),
-        mlagissuCause( Ryx::make< Errdisable::CauseStatus >( "cause" ) ),
-        igmpsnoopingConfig( Ryx::make< Bridging::IgmpSnooping::Config >( "snooping" ) ),
-        mlagProtoStatus( Ryx::make< Mlag::ProtoStatus >( "proto" ) ),
-        lagInputConfig( Ryx::make< Lag::Input::Config >( "lag" ) ),
-        lacpConfig( Ryx::make< Lacp::Config >( "lacp" ) ),
-        peerIntfStatusDir( Ryx::make< Interface::PeerIntfStatusDir >( "peer" ) ),
+      : peerIntfStatusDir( Ryx::make< Interface::PeerIntfStatusDir >( "peer" ) ),
         ethIntfStatusDir( Ryx::make< Interface::EthIntfStatusDir >( "eth" ) ),
         allIntfStatusDir( Ryx::make< Interface::AllIntfStatusDir >( "all" ) ) {
    Ryx::timeSourceIs( this );
@@ -69,18 +58,7 @@ Switch::startMachine() {
    // Kept, so that a new machine is not taken for it.
    auto const before = machine();
    starting = true;
-   auto const after = agent->mlagErrdisableSmIs(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig );
+   auto const after = setIn( *agent );
    starting = false;
    if ( before != after ) {
       nonMlagTimerIsOld = false;
