@@ -32,21 +32,14 @@ Clock::nextTimeMin() const noexcept {
    return armed_.front().time;
 }
 
-// Time is asked for again only when none is due at the time that it was.
 unsigned
 Clock::handleTime() {
    Ptr< Clock const > const alive( this );
    unsigned calls = 0;
-   while ( !armed_.empty() ) {
-      Seconds const time = now();
-      if ( armed_.front().time > time ) {
-         break;
-      }
-      while ( !armed_.empty() && armed_.front().time <= time ) {
-         Ptr< NotifieeConst > const due( armed_.front().notifiee );
-         due->wake();
-         ++calls;
-      }
+   while ( !armed_.empty() && armed_.front().time <= now() ) {
+      Ptr< NotifieeConst > const due( armed_.front().notifiee );
+      due->wake();
+      ++calls;
    }
    return calls;
 }
@@ -62,7 +55,7 @@ Clock::watcherIs() const {
 
 inline bool
 Clock::earlier( Armed const& a, Armed const& b ) noexcept {
-   if ( a.time == b.time ) [[unlikely]] {
+   if ( a.time == b.time ) {
       return a.notifiee->registration_ < b.notifiee->registration_;
    }
    return a.time < b.time;
@@ -74,19 +67,32 @@ Clock::placeIs( std::size_t place, Armed const& armed ) const noexcept {
    armed.notifiee->place_ = place;
 }
 
+// Each place has so many below it.
+constexpr std::size_t arity = 4;
+
+constexpr std::size_t
+above( std::size_t place ) {
+   return ( place - 1 ) / arity;
+}
+
+constexpr std::size_t
+firstBelow( std::size_t place ) {
+   return arity * place + 1;
+}
+
 inline std::size_t
 Clock::rise( Armed const& armed, std::size_t place ) const noexcept {
-   while ( place > 0 && earlier( armed, armed_[ ( place - 1 ) / 4 ] ) ) {
-      placeIs( place, armed_[ ( place - 1 ) / 4 ] );
-      place = ( place - 1 ) / 4;
+   while ( place > 0 && earlier( armed, armed_[ above( place ) ] ) ) {
+      placeIs( place, armed_[ above( place ) ] );
+      place = above( place );
    }
    return place;
 }
 
 inline std::size_t
 Clock::earliestChild( std::size_t place ) const noexcept {
-   std::size_t const end = std::min( 4 * place + 5, armed_.size() );
-   std::size_t earliest = 4 * place + 1;
+   std::size_t earliest = firstBelow( place );
+   std::size_t const end = std::min( earliest + arity, armed_.size() );
    for ( std::size_t child = earliest + 1; child < end; ++child ) {
       earliest = earlier( armed_[ child ], armed_[ earliest ] ) ? child : earliest;
    }
@@ -95,7 +101,7 @@ Clock::earliestChild( std::size_t place ) const noexcept {
 
 inline std::size_t
 Clock::sink( Armed const& armed, std::size_t place ) const noexcept {
-   while ( 4 * place + 1 < armed_.size() ) {
+   while ( firstBelow( place ) < armed_.size() ) {
       std::size_t const child = earliestChild( place );
       if ( !earlier( armed_[ child ], armed ) ) {
          break;

@@ -148,6 +148,25 @@ TEST_F( ClockTest, AWakeUpTimeThatIsNoNumberNeverComes ) {
    EXPECT_EQ( calls, Calls() );
 }
 
+TEST_F( ClockTest, NobodyIsDueAtATimeThatIsNoNumber ) {
+   auto const timer = quietTimer( "timer" );
+   timer->timeMinIs( 5 );
+   time.value = std::nan( "" );
+   EXPECT_EQ( clock->handleTime(), 0u );
+   EXPECT_EQ( calls, Calls{} );
+}
+
+TEST_F( ClockTest, ATimeThatGoesBackMeanwhileIsTheOneThatCounts ) {
+   auto const first = quietTimer( "first" );
+   auto const second = quietTimer( "second" );
+   first->timeMinIs( 10 );
+   second->timeMinIs( 12 );
+   first->action = [ & ] { time.value = 5; };
+   handleTimeAt( 20 );
+   EXPECT_EQ( calls, Calls{ "first" } );
+   EXPECT_EQ( clock->nextTimeMin(), 12 );
+}
+
 TEST_F( ClockTest, TwoNotifieesFireIndependentlyAtTheirOwnTimes ) {
    auto const a = quietTimer( "a" );
    auto const b = quietTimer( "b" );

@@ -123,6 +123,14 @@ TEST_F( HashMapIterator, StaysOnARemovedMember ) {
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
+TEST_F( HashMapIterator, LeavesARecordAloneThatWasRemovedAndInsertedAgain ) {
+   Map::Iterator it = at( 5 );
+   map.insert( map.remove( key( 5 ) ) );
+   map.remove( it );
+   EXPECT_TRUE( map.contains( key( 5 ) ) );
+   EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
+}
+
 // Promise 6.
 TEST_F( HashMapIterator, SkipsMembersRemovedAheadOfIt ) {
    Map::Iterator const it = at( 4 );
