@@ -149,6 +149,19 @@ TEST_F( NullInputs, AFailedStartLeavesWhatIsHeldSinceTheSameMoment ) {
    EXPECT_EQ( held(), std::vector< std::string >{ "Ethernet9" } );
 }
 
+// One that a machine comes to later than to that one.
+std::string
+portVisitedAfter( std::string const& first ) {
+   auto const position = []( std::string const& name ) {
+      return Ryx::bitReversed( IntfId( name ).hash() );
+   };
+   unsigned number = 100;
+   while ( position( "Ethernet" + std::to_string( number ) ) < position( first ) ) {
+      ++number;
+   }
+   return "Ethernet" + std::to_string( number );
+}
+
 // The port-channel is in standby when the start fails at a port that is to be held.
 class FailureAfterStandby : public NullInputs {
  public:
@@ -158,7 +171,7 @@ class FailureAfterStandby : public NullInputs {
       systemId( "02:00:00:00:00:01" );
       lacpOverrideIs( "Port-Channel10", "02:00:00:00:00:01" );
       state( MlagState::mlagSecondary );
-      port( "Ethernet2" );
+      port( portVisitedAfter( "Ethernet1" ) );
       mlagissuCause = nullptr;
    }
 

@@ -165,8 +165,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST( KovelHashValues, AreTheSameInEveryProcess ) {
    EXPECT_EQ( IntfId().hash(), 0u );
-   EXPECT_EQ( IntfId( "Ethernet1" ).hash(), 1818437547u );
-   EXPECT_EQ( IntfId( "Port-Channel10" ).hash(), 2050176028u );
-   EXPECT_EQ( IntfId( "Ethernet4/3/2/1" ).hash(), 32244573u );
+   EXPECT_EQ( IntfId( "Ethernet1" ).hash(), 3588539958u );
+   EXPECT_EQ( IntfId( "Port-Channel10" ).hash(), 942459998u );
+   EXPECT_EQ( IntfId( "Ethernet4/3/2/1" ).hash(), 3133159296u );
    EXPECT_EQ( EthAddr( "02:00:00:00:10:01" ).hash(), 3498043617u );
 }
