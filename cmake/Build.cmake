@@ -27,6 +27,8 @@ set( CMAKE_BUILD_WITH_INSTALL_RPATH ON )
 
 # Wake-up times are compared as doubles: no machine may round them differently.
 add_compile_options( -ffp-contract=off )
+# What a library exports may be put into its own callers, as clang++ does anyway.
+add_compile_options( $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition> )
 add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
 if( MLAGOSTRA_WERROR )
    add_compile_options( -Werror )
