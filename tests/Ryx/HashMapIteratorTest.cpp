@@ -129,6 +129,9 @@ TEST_F( HashMapIterator, LeavesARecordAloneThatWasRemovedAndInsertedAgain ) {
    map.remove( it );
    EXPECT_TRUE( map.contains( key( 5 ) ) );
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
+   auto const five = map.remove( key( 5 ) );
+   EXPECT_EQ( five->references(), 2u );
+   EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
 // Promise 6.
