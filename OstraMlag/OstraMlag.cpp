@@ -157,7 +157,13 @@ Agent::mlagErrdisableSmDel() {
    return removed;
 }
 
-Ryx::TraceHandle traceHandle( "OstraMlag", false );
+Ryx::TraceHandle&
+traceHandle() {
+   static Ryx::TraceHandle handle( "OstraMlag", false );
+   return handle;
+}
+
+Ryx::TraceHandle& traces = traceHandle();
 
 namespace {
 

@@ -234,15 +234,16 @@ MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
 void
 MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    trace( 8, __PRETTY_FUNCTION__ );
+   Membership const membership = membershipOf( intfId );
    // Of a port in no port-channel only the trace would tell whether it is enabled.
-   if ( !tracing( 8 ) && !membershipOf( intfId ).portChannel ) {
+   if ( !membership.portChannel && !tracing( 8 ) ) {
       return;
    }
    if ( !adminEnabled( intfId ) ) {
       return;
    }
    trace( 8, "Clearing errdisable status for ", intfId );
-   Kovel::IntfId const portChannel = mlagPortChannelByMember( intfId );
+   Kovel::IntfId const portChannel = mlagPortChannel( membership );
    if ( !portChannel ) {
       return;
    }

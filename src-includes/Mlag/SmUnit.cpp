@@ -9,7 +9,13 @@
 
 namespace Mlag::Ostra {
 
-Ryx::TraceHandle smTraceHandle( "MlagErrdisableSm", false );
+Ryx::TraceHandle&
+smTraceHandle() {
+   static Ryx::TraceHandle handle( "MlagErrdisableSm", false );
+   return handle;
+}
+
+Ryx::TraceHandle& smTraces = smTraceHandle();
 
 namespace {
 
