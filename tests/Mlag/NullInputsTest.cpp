@@ -149,17 +149,14 @@ TEST_F( NullInputs, AFailedStartLeavesWhatIsHeldSinceTheSameMoment ) {
    EXPECT_EQ( held(), std::vector< std::string >{ "Ethernet9" } );
 }
 
-// One that a machine comes to later than to that one.
-std::string
-portVisitedAfter( std::string const& first ) {
-   auto const position = []( std::string const& name ) {
-      return Ryx::bitReversed( IntfId( name ).hash() );
-   };
-   unsigned number = 100;
-   while ( position( "Ethernet" + std::to_string( number ) ) < position( first ) ) {
-      ++number;
-   }
-   return "Ethernet" + std::to_string( number );
+TEST_F( NullInputs, WithoutLacpConfigurationAPortChannelInStandbyIsOnlyRecorded ) {
+   lacpConfig = nullptr;
+   EXPECT_EQ( starting(), "" );
+   sm->setLacpStandby( id( "Port-Channel10" ) );
+   EXPECT_TRUE( sm->lagsInStandby( id( "Port-Channel10" ) ) );
+   moveTo( 300 );
+   EXPECT_FALSE( sm->lagsInStandby( id( "Port-Channel10" ) ) );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
 }
 
 // The port-channel is in standby when the start fails at a port that is to be held.

@@ -338,3 +338,15 @@ SwitchFixture::line( std::string const& what ) {
       heard( std::string( log_.back() ) );
    }
 }
+
+std::string
+portVisitedAfter( std::string const& first ) {
+   auto const position = []( std::string const& name ) {
+      return Ryx::bitReversed( IntfId( name ).hash() );
+   };
+   unsigned number = 100;
+   while ( position( "Ethernet" + std::to_string( number ) ) < position( first ) ) {
+      ++number;
+   }
+   return "Ethernet" + std::to_string( number );
+}
