@@ -13,8 +13,8 @@ namespace Mutation {
 
 namespace {
 
-constexpr std::array< std::string_view, 16 > longSigns = {
-   "...", "->*", "<=", ">=", "==", "!=", "&&", "||",
+constexpr std::array< std::string_view, 17 > longSigns = {
+   "...", "->*", "<<", "<=", ">=", "==", "!=", "&&", "||",
    "->",  "::",  "++", "--", "+=", "-=", "*=", "/="
 };
 
