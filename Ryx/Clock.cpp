@@ -91,10 +91,22 @@ Clock::rise( Armed const& armed, std::size_t place ) const noexcept {
 
 inline std::size_t
 Clock::earliestChild( std::size_t place ) const noexcept {
-   std::size_t earliest = firstBelow( place );
-   std::size_t const end = std::min( earliest + arity, armed_.size() );
-   for ( std::size_t child = earliest + 1; child < end; ++child ) {
-      earliest = earlier( armed_[ child ], armed_[ earliest ] ) ? child : earliest;
+   std::size_t const first = firstBelow( place );
+   std::size_t const end = std::min( first + arity, armed_.size() );
+   std::size_t earliest = first;
+   Seconds time = armed_[ first ].time;
+   bool tied = false;
+   // Steps without a branch: which of them is the earliest cannot be foretold.
+   for ( std::size_t child = first + 1; child < end; ++child ) {
+      Seconds const other = armed_[ child ].time;
+      tied |= other == time;
+      earliest = other < time ? child : earliest;
+      time = std::min( time, other );
+   }
+   if ( tied ) [[unlikely]] {
+      for ( std::size_t child = first; child < end; ++child ) {
+         earliest = earlier( armed_[ child ], armed_[ earliest ] ) ? child : earliest;
+      }
    }
    return earliest;
 }

@@ -3,80 +3,14 @@
 
 // The numbers are those of the promises before Clock.
 
-#include <Ryx/Activity>
-#include <Ryx/Clock>
-#include <support/AllocationCounter>
-#include <support/SimulatedTime>
+#include "ClockFixture"
 
-#include <gtest/gtest.h>
+#include <support/AllocationCounter>
 
 #include <cmath>
-#include <functional>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace {
-
-using Ryx::Clock;
-using Ryx::Ptr;
-using support::SimulatedTime;
-using Calls = std::vector< std::string >;
-
-class Timer final : public Clock::NotifieeConst {
- public:
-   Timer( std::string name, Calls& calls ) : name_( std::move( name ) ), calls_( calls ) {}
-
-   void onTime() override {
-      calls_.push_back( name_ );
-      expected = Ryx::Expect::innermost() ? Ryx::Expect::innermost()->id() : ~0u;
-      if ( action ) {
-         action();
-      }
-   }
-   void onIsNondestructing() override { ++nondestructing; }
-   void onNotificationException( Ryx::AttributeId id ) override { exceptionOf = id; }
-   Ryx::ActivityConfig* ryxFwkActivity() override { return activity.ptr(); }
-
-   std::function< void() > action;
-   Ptr< Ryx::ActivityConfig > activity;
-   unsigned expected = ~0u;
-   unsigned nondestructing = 0;
-   Ryx::AttributeId exceptionOf = 0;
-
- private:
-   std::string name_;
-   Calls& calls_;
-};
-
-class ClockTest : public testing::Test {
- protected:
-   // Bound to the clock, registered, and with its first firing behind it.
-   Ptr< Timer > quietTimer( std::string const& name ) {
-      auto timer = newTimer( name );
-      clock->handleTime();
-      calls.clear();
-      return timer;
-   }
-   Ptr< Timer > newTimer( std::string const& name ) {
-      auto timer = unboundTimer( name );
-      timer->notifierIs( clock );
-      return timer;
-   }
-   Ptr< Timer > unboundTimer( std::string const& name ) {
-      auto timer = Ryx::make< Timer >( name, calls );
-      timer->isRegisteredNotifieeIs( true );
-      return timer;
-   }
-   void handleTimeAt( Ryx::Seconds when ) {
-      time.value = when;
-      clock->handleTime();
-   }
-
-   SimulatedTime time{ 100 };
-   Calls calls;
-   Ptr< Clock > clock = Ryx::make< Clock >( "clock" );
-};
 
 // Promise 1.
 TEST_F( ClockTest, ANewNotifieeIsDueAsSoonAsItIsBound ) {
@@ -177,28 +111,6 @@ TEST_F( ClockTest, TwoNotifieesFireIndependentlyAtTheirOwnTimes ) {
    EXPECT_EQ( calls, Calls{ "b" } );
    EXPECT_EQ( clock->nextTimeMin(), 120 );
    handleTimeAt( 120 );
-   EXPECT_EQ( calls, ( Calls{ "b", "a" } ) );
-}
-
-// Promise 3.
-TEST_F( ClockTest, CallsTheEarliestFirstThenInOrderOfRegistration ) {
-   auto const a = quietTimer( "a" );
-   auto const b = quietTimer( "b" );
-   auto const c = quietTimer( "c" );
-   c->timeMinIs( 110 );
-   b->timeMinIs( 110 );
-   a->timeMinIs( 111 );
-   handleTimeAt( 120 );
-   EXPECT_EQ( calls, ( Calls{ "b", "c", "a" } ) );
-}
-
-// Promise 3.
-TEST_F( ClockTest, RegisteringAgainGoesToTheEndOfEqualTimes ) {
-   auto const a = newTimer( "a" );
-   auto const b = newTimer( "b" );
-   a->isRegisteredNotifieeIs( false );
-   a->isRegisteredNotifieeIs( true );
-   clock->handleTime();
    EXPECT_EQ( calls, ( Calls{ "b", "a" } ) );
 }
 
