@@ -95,7 +95,7 @@ visit( World& world ) {
    bool const isCollection = support::useOf( *attr ) == support::Use::collection;
    require( bool( made ) == isCollection, attr->name(), " to be visited: ", why );
    if ( made ) {
-      world.places.push_back( { object, attr, made } );
+      world.places.push_back( { object, attr, made, world.changes } );
    } else {
       require( why == support::notSupported( attr->name().string() ), "visit: ", why );
    }
@@ -115,7 +115,7 @@ reach( World& world, Place const& place ) {
 }
 
 void
-step( Place const& place ) {
+step( World const& world, Place& place ) {
    auto const& iterator = place.iterator;
    bool const stands = iterator->nonNull();
    std::string const before = stands ? iterator->iterKey()->strRep() : "";
@@ -125,21 +125,37 @@ step( Place const& place ) {
       !iterator->nonNull() || iterator->iterKey()->strRep() != before,
       "still at ",
       before );
+   if ( why.empty() ) {
+      place.since = world.changes;
+   }
 }
 
+// What the collection has under that key.
+std::string
+content( Place const& place, Object const& key ) {
+   Object const value =
+      place.object->attributeOp( { place.collection->id(), If::get }, key, nullptr );
+   return value ? value->strRep() : "";
+}
+
+// A member that has been replaced under its key is removed already, and the other one stays.
 void
-remove( Place const& place ) {
+remove( World const& world, Place const& place ) {
    Object const& object = place.object;
    fuzz::Iterator const& iterator = place.iterator;
    Object const key = iterator->nonNull() ? iterator->iterKey() : nullptr;
    bool const was = key && has( object, *place.collection, key );
+   std::string const before = was ? content( place, key ) : "";
    std::string const why = support::refusal( [ & ] { iterator->iterDel(); } );
    if ( object->isConst() ) {
       require( why == support::constInstance, "removed from a const instance: ", why );
       require( !was || has( object, *place.collection, key ), "removed, though refused" );
    } else {
       require( why == ( key ? "" : "null ValidPtr" ), "removed: ", why );
-      require( !key || !has( object, *place.collection, key ), "still there" );
+      bool const stays = key && has( object, *place.collection, key );
+      bool const replaced = was && place.since != world.changes;
+      require( !stays || replaced, "still there" );
+      require( !stays || content( place, key ) == before, "another one was changed" );
    }
 }
 
@@ -149,19 +165,19 @@ walk( World& world ) {
       return;
    }
    auto const at = world.bytes().below( world.places.size() );
-   Place const place = world.places[ at ];
+   Place& place = world.places[ at ];
    switch ( world.bytes().below( 5 ) ) {
    case 0:
       reach( world, place );
       break;
    case 1:
-      step( place );
+      step( world, place );
       break;
    case 2:
-      remove( place );
+      remove( world, place );
       break;
    case 3:
-      world.places[ at ].iterator = place.iterator->iterClone();
+      place.iterator = place.iterator->iterClone();
       break;
    default:
       world.places.erase( world.places.begin() + at );
@@ -191,9 +207,11 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
       case 4:
          time.value += bytes.byte();
          Ryx::activityManager()->clock()->handleTime();
+         ++world.changes;
          break;
       default:
          operate( world );
+         ++world.changes;
       }
    }
    return 0;
