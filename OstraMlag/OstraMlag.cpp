@@ -69,6 +69,7 @@ Agent::ethPeerIntfStatusReactorIs(
    try {
       auto created = Ryx::validPtr(
          newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+      present = nullptr;
       ethPeerIntfStatusReactor_ = created;
       switchOnStored( created, ethPeerIntfStatusReactor_ );
       return created;

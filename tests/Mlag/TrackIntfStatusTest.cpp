@@ -54,6 +54,23 @@ TEST_F( TrackIntfStatus, PortInNoMlagPortChannelDoesNotMeanTheEmptyId ) {
    igmpsnoopingConfig->forceEnabledPortsIs( IntfId(), true );
    sm->maybeTrackIntfStatus( id( "Ethernet2" ) );
    EXPECT_TRUE( igmpsnoopingConfig->forceEnabledPorts( IntfId() ) );
+   member( "Ethernet2", "Port-Channel20" );
+   sm->maybeTrackIntfStatus( id( "Ethernet2" ) );
+   EXPECT_TRUE( igmpsnoopingConfig->forceEnabledPorts( IntfId() ) );
+}
+
+// It is traced at the level of the trace, whatever else is traced.
+TEST_F( TrackIntfStatus, PortInNoPortChannelIsTracedAtLevelEight ) {
+   port( "Ethernet2" );
+   start();
+   tracingIs( true );
+   Ryx::traceLevelIs( "MlagErrdisableSm", 9, false );
+   take();
+   sm->maybeTrackIntfStatus( id( "Ethernet2" ) );
+   Ryx::traceConfigReset();
+   Log const log = take();
+   ASSERT_EQ( log.size(), 2u );
+   EXPECT_NE( log[ 1 ].find( "Clearing errdisable status for Ethernet2" ), log[ 1 ].npos );
 }
 
 TEST_F(

@@ -112,6 +112,16 @@ TEST_F( AgentTest, AReactorThatIsTakenAwayWhileTheOldOneGoesStaysOff ) {
    EXPECT_FALSE( reactor->hasNotificationActive() );
 }
 
+TEST_F( AgentTest, TheReactorIsSwitchedOnOnceItIsStored ) {
+   DestructionLog log( [ & ]( std::string const& ) {
+      agent->ethPeerIntfStatusReactor()->hasNotificationActiveIs( false );
+   } );
+   agent->ethPeerIntfStatusReactorIs(
+      dirs.peer, log.make< Interface::EthIntfStatusDir >( "old" ), dirs.all );
+   EXPECT_TRUE( setReactor()->hasNotificationActive() );
+   EXPECT_EQ( log.take(), Calls{ "old gone" } );
+}
+
 TEST_F( AgentTest, NewReactorsAndMachinesAreActiveAndNotStored ) {
    auto const reactor = agent->newEthPeerIntfStatusReactor( dirs.peer, dirs.eth, dirs.all );
    EXPECT_TRUE( reactor->hasNotificationActive() );
