@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -40,12 +41,17 @@ expect( bool fulfilled, char const* what ) {
    }
 }
 
+// All begin at once, or the first would be done before the last is there.
 template< class Work >
 void
 onEveryThread( Work work ) {
+   std::latch begin( threads );
    std::vector< std::thread > running;
    for ( unsigned i = 0; i < threads; ++i ) {
-      running.emplace_back( work, i );
+      running.emplace_back( [ &begin, work, i ] {
+         begin.arrive_and_wait();
+         work( i );
+      } );
    }
    for ( std::thread& thread : running ) {
       thread.join();
@@ -57,15 +63,18 @@ void
 copyAndRelease() {
    auto const node = Ryx::make< Node >();
    node->write();
-   onEveryThread( [ &node ]( unsigned ) {
-      std::vector< Ryx::Ptr< Node > > held;
-      for ( unsigned i = 0; i < copies; ++i ) {
-         held.push_back( node );
-         if ( i % 3 == 0 ) {
-            held.clear();
+   constexpr unsigned rounds = 20;
+   for ( unsigned round = 0; round < rounds; ++round ) {
+      onEveryThread( [ &node ]( unsigned ) {
+         std::vector< Ryx::Ptr< Node > > held;
+         for ( unsigned i = 0; i < copies; ++i ) {
+            held.push_back( node );
+            if ( i % 3 == 0 ) {
+               held.clear();
+            }
          }
-      }
-   } );
+      } );
+   }
    expect( node->references() == 1, "every copy was counted and released" );
 }
 
