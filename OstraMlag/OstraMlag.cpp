@@ -57,25 +57,28 @@ Agent::ethPeerIntfStatusReactorIs(
    // An observer of what the reactor writes may drop the agent.
    Ryx::Ptr< Agent > const alive( this );
    auto present = ethPeerIntfStatusReactor_;
-   auto const watched = present ? present->notifier() : nullptr;
+   if (
+      present && present->allIntfStatusDir() == allIntfStatusDir &&
+      present->ethIntfStatusDir() == ethIntfStatusDir ) {
+      present->notifierIs( notifier );
+      return present;
+   }
+   auto watched = present ? present->notifier() : nullptr;
    if ( present ) {
       present->notifierIs( notifier );
-      if (
-         present->allIntfStatusDir() == allIntfStatusDir &&
-         present->ethIntfStatusDir() == ethIntfStatusDir ) {
-         return present;
-      }
    }
    try {
       auto created = Ryx::validPtr(
          newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+      // Who hears the last of these does so before the new one is switched on.
+      watched = nullptr;
       present = nullptr;
       ethPeerIntfStatusReactor_ = created;
       switchOnStored( created, ethPeerIntfStatusReactor_ );
       return created;
    } catch ( ... ) {
-      // Without another one the present one goes on as it was.
-      if ( present ) {
+      // Without another one the present one goes on as it was, if it is still present.
+      if ( present && present == ethPeerIntfStatusReactor_ ) {
          present->notifierIs( watched );
       }
       throw;

@@ -54,6 +54,18 @@ TEST_F( LacpOverride, MatchingAtStartUpHoldsThePortChannelInStandby ) {
    EXPECT_TRUE( standby( "Port-Channel10" ) );
 }
 
+TEST_F( LacpOverride, BecomingPrimaryReleasesThePortChannelInStandby ) {
+   arrives();
+   start();
+   ASSERT_TRUE( pc10->stayInStandby() );
+   EXPECT_EQ(
+      only( writes( [ & ] { state( MlagState::mlagPrimary ); } ), "Port" ),
+      ( Log{ "lacp Port-Channel10 false" } ) );
+   EXPECT_FALSE( pc10->stayInStandby() );
+   EXPECT_FALSE( standby( "Port-Channel10" ) );
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+}
+
 TEST_F( LacpOverride, InterfaceThatAppearsIsNotHeldInAMatchingPortChannel ) {
    arrives();
    start();

@@ -122,6 +122,18 @@ TEST_F( AgentTest, TheReactorIsSwitchedOnOnceItIsStored ) {
    EXPECT_EQ( log.take(), Calls{ "old gone" } );
 }
 
+TEST_F( AgentTest, WhoHearsTheLastOfTheOldDirectoryRemovesTheOldReactor ) {
+   DestructionLog log(
+      [ & ]( std::string const& ) { agent->ethPeerIntfStatusReactorDel(); } );
+   agent->ethPeerIntfStatusReactorIs(
+      log.make< Interface::PeerIntfStatusDir >( "old" ), dirs.eth, dirs.all );
+   dirs.eth = Ryx::make< Interface::EthIntfStatusDir >( "eth2" );
+   auto const reactor = setReactor();
+   EXPECT_EQ( log.take(), Calls{ "old gone" } );
+   EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
+   EXPECT_TRUE( reactor->hasNotificationActive() );
+}
+
 TEST_F( AgentTest, NewReactorsAndMachinesAreActiveAndNotStored ) {
    auto const reactor = agent->newEthPeerIntfStatusReactor( dirs.peer, dirs.eth, dirs.all );
    EXPECT_TRUE( reactor->hasNotificationActive() );
@@ -325,6 +337,31 @@ TEST_F( AgentTest, AReactorThatCannotBeMadeIsNotStored ) {
    EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
    EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
    EXPECT_TRUE( reactor->hasNotificationActive() );
+}
+
+// Calls `action` for every status that is written.
+class EthObserver final : public Interface::EthIntfStatusDir::NotifieeConst {
+ public:
+   using NotifieeConst::onIntfStatus;
+   void onIntfStatus( IntfId ) override { action(); }
+   std::function< void() > action;
+};
+
+TEST_F( AgentTest, AReactorThatIsRemovedWhileAnotherCannotBeMadeStaysOff ) {
+   auto const reactor = setReactor();
+   auto const oldPeer =
+      std::exchange( dirs.peer, Ryx::make< Interface::PeerIntfStatusDir >( "other" ) );
+   dirs.peerIs( "PeerEthernet1" );
+   dirs.eth = Ryx::make< Interface::EthIntfStatusDir >( "eth2" );
+   dirs.all = nullptr;
+   auto const observer = Ryx::make< EthObserver >();
+   observer->action = [ & ] { agent->ethPeerIntfStatusReactorDel(); };
+   observer->notifierIs( dirs.eth );
+   observer->isRegisteredNotifieeIs( true );
+   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
+   EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
+   EXPECT_FALSE( reactor->isRegisteredNotifiee() );
+   EXPECT_EQ( oldPeer->notifieeCount(), 0u );
 }
 
 // Hears of the agent itself.

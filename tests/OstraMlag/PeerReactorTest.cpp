@@ -58,6 +58,17 @@ TEST( PeerReactor, WithoutAPeerDirectoryCopiesNothingAndIsRegistered ) {
    EXPECT_TRUE( reactor->isRegisteredNotifiee() );
 }
 
+TEST( PeerReactor, WithoutAPeerDirectoryNoStatusCanBeHandled ) {
+   Directories dirs;
+   dirs.peer = nullptr;
+   auto const reactor = dirs.makeReactor();
+   EXPECT_EQ(
+      support::refusal(
+         [ & ] { reactor->handleEthPeerIntf( IntfId( "PeerEthernet1" ) ); } ),
+      "null ValidPtr" );
+   EXPECT_EQ( dirs.having( "PeerEthernet1" ), Calls() );
+}
+
 TEST( PeerReactor, PutsTheSameObjectIntoBothDirectoriesWhenThePeerGetsAnEntry ) {
    Directories const dirs;
    auto const reactor = dirs.makeReactor();

@@ -134,6 +134,16 @@ TEST_F( HashMapIterator, LeavesARecordAloneThatWasRemovedAndInsertedAgain ) {
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
+TEST_F( HashMapIterator, GoesOnBehindTheKeyUnderWhichItsMemberWasRemovedFirst ) {
+   Map::Iterator it = at( 5 );
+   auto five = map.remove( key( 5 ) );
+   five->keyIs( key( 9 ) );
+   map.insert( five );
+   map.remove( key( 9 ) );
+   EXPECT_EQ( it.key(), key( 5 ) );
+   EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
+}
+
 // Promise 6.
 TEST_F( HashMapIterator, SkipsMembersRemovedAheadOfIt ) {
    Map::Iterator const it = at( 4 );

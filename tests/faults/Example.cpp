@@ -45,10 +45,19 @@ split( NodePtr const& node, int depth ) {
    return parts;
 }
 
-NodePtr
-splitEvents( NodePtr const& events ) {
-   auto list = std::make_shared< DocumentNode >( *events );
-   list->items.clear();
+// Adds the events that set the mounts up, one value or member each.
+void
+addMountEvents( NodePtr const& mounts, DocumentNode& events ) {
+   auto const zero = std::make_shared< DocumentNode >( ostra::scalarNode( "0" ) );
+   for ( NodePtr const& part : split( mounts, 3 ) ) {
+      Entry const& mount = part->entries.front();
+      events.items.push_back(
+         mapOf( { { "at", mount.line, mount.column, zero }, mount } ) );
+   }
+}
+
+void
+addEvents( NodePtr const& events, DocumentNode& list ) {
    for ( NodePtr const& event : events->items ) {
       auto const at = std::ranges::find( event->entries, "at", &Entry::key );
       for ( Entry const& entry : event->entries ) {
@@ -56,11 +65,10 @@ splitEvents( NodePtr const& events ) {
             continue;
          }
          for ( NodePtr const& part : split( entry.value, entry.key == "agent" ? 0 : 2 ) ) {
-            list->items.push_back( mapOf( { *at, entryOf( entry, part ) } ) );
+            list.items.push_back( mapOf( { *at, entryOf( entry, part ) } ) );
          }
       }
    }
-   return list;
 }
 
 // An observer that counts what it is told, and what it is not told for want of memory.
@@ -103,22 +111,30 @@ class AudienceOf final : public Audience {
 
 Audience::~Audience() = default;
 
-ostra::Document
+Script
 readExample( std::string const& name ) {
    ostra::Document document = ostra::readDocument( OSTRA_EXAMPLES "/" + name + ".yaml" );
    auto root = std::make_shared< DocumentNode >( *document.root );
-   for ( Entry& entry : root->entries ) {
-      if ( entry.key == "events" ) {
-         entry.value = splitEvents( entry.value );
-      }
-   }
+   auto const take = [ &root ]( std::string const& key ) {
+      auto const entry = std::ranges::find( root->entries, key, &Entry::key );
+      NodePtr const value = entry->value;
+      root->entries.erase( entry );
+      return value;
+   };
+   auto events = std::make_shared< DocumentNode >();
+   events->kind = DocumentNode::Kind::list;
+   addMountEvents( take( "mounts" ), *events );
+   std::size_t const mountEvents = events->items.size();
+   addEvents( take( "events" ), *events );
+   root->entries.push_back( { "events", 1, 1, events } );
    document.root = root;
-   return document;
+   return { document, mountEvents };
 }
 
-Example::Example( ostra::Document const& document )
-      : scenario_( ostra::readScenario(
-           document,
+Example::Example( Script const& script )
+      : mountEvents_( script.mountEvents ),
+        scenario_( ostra::readScenario(
+           script.document,
            mounts_,
            []() -> Ryx::RyxType const& {
               return *Ryx::RyxType::type( Ryx::Name( "OstraMlag::Agent" ) );
@@ -126,19 +142,18 @@ Example::Example( ostra::Document const& document )
         time_( scenario_.startTime ),
         agentType_( *Ryx::RyxType::type( Ryx::Name( "OstraMlag::Agent" ) ) ),
         children_( ostra::agentChildren( agentType_ ) ) {
-   mounts_.apply( scenario_.mounts );
    audiences_.push_back(
       std::make_unique< AudienceOf< Counting< Errdisable::CauseStatus::NotifieeConst > > >(
-         mount< Errdisable::CauseStatus >() ) );
+         mounted< Errdisable::CauseStatus >() ) );
    audiences_.push_back( std::make_unique< AudienceOf< CountingSnooping > >(
-      mount< Bridging::IgmpSnooping::Config >() ) );
+      mounted< Bridging::IgmpSnooping::Config >() ) );
 }
 
 Example::~Example() = default;
 
 template< class T >
 Ryx::Ptr< T >
-Example::mount() const {
+Example::mounted() const {
    auto const object = mounts_.objectOf( *T::_fwkType() );
    return Ryx::Ptr< T >( const_cast< T* >( dynamic_cast< T const* >( object->object() ) ) );
 }
@@ -150,7 +165,7 @@ Example::objects() const {
       all.emplace_back(
          dynamic_cast< Ryx::Entity const* >( mounts_.object( i )->object() ) );
    }
-   auto const lacp = mount< Lacp::Config >();
+   auto const lacp = mounted< Lacp::Config >();
    for ( auto it = lacp->portChannelIterator(); it; ++it ) {
       all.emplace_back( it->value() );
    }
@@ -164,9 +179,19 @@ Example::stepIs( std::string step, std::function< void() > act, bool setsChild )
    setsChild_ = setsChild;
 }
 
+void
+Example::mount() {
+   while ( event_ < mountEvents_ && advance() ) {
+      act();
+   }
+}
+
 bool
 Example::advance() {
    do {
+      if ( event_ < mountEvents_ ) {
+         return changeStep();
+      }
       if ( childrenSet_ < children_.size() ) {
          childStep( *children_[ childrenSet_++ ], true );
          return true;
@@ -275,7 +300,7 @@ Example::audiencesAreUnanimous() const {
 std::string
 Example::outage() const {
    MlagErrdisableSm const* const sm = machine();
-   auto const cause = mount< Errdisable::CauseStatus >();
+   auto const cause = mounted< Errdisable::CauseStatus >();
    if ( !sm ) {
       return {};
    }
@@ -283,17 +308,17 @@ Example::outage() const {
    if ( !held && cause->intfStatusIterator() ) {
       return "released, but " + cause->intfStatusIterator().key().string() + " is held";
    }
-   if ( held != mount< Mlag::ProtoStatus >()->portsErrdisabled() ) {
+   if ( held != mounted< Mlag::ProtoStatus >()->portsErrdisabled() ) {
       return "portsErrdisabled is not what it is";
    }
    // Both timers and whatever else is armed: enough for the classes that wait for one.
    bool const waits = ( sm->mlagPortsErrdisabled() &&
-                        !Ryx::isInfinite( mount< Mlag::Config >()->reloadDelay() ) ) ||
+                        !Ryx::isInfinite( mounted< Mlag::Config >()->reloadDelay() ) ) ||
       ( sm->nonMlagPortsErrdisabled() && !Ryx::isInfinite( sm->reloadDelayNonMlag() ) );
    if ( waits && Ryx::isInfinite( Ryx::activityManager()->clock()->nextTimeMin() ) ) {
       return "held, and no timer runs";
    }
-   auto const lacp = mount< Lacp::Config >();
+   auto const lacp = mounted< Lacp::Config >();
    for ( auto it = lacp->portChannelIterator(); it; ++it ) {
       if ( it->value()->stayInStandby() && !sm->lagsInStandby( it.key() ) ) {
          return it.key().string() + " is in standby unrecorded";

@@ -16,6 +16,7 @@
 // allocation of every example has its turn.
 
 #include "Example"
+#include "Stride"
 
 #include <Ryx/Log>
 
@@ -23,7 +24,7 @@
 #include <support/AllocationCounter>
 #include <support/Examples>
 
-#include <cstdlib>
+#include <algorithm>
 
 namespace faults {
 
@@ -38,8 +39,8 @@ struct Twin {
 };
 
 Twin
-playTwin( ostra::Document const& document ) {
-   Example example( document );
+playTwin( Script const& script ) {
+   Example example( script );
    Twin twin;
    while ( example.advance() ) {
       twin.states.push_back( example.state() );
@@ -55,8 +56,8 @@ playTwin( ostra::Document const& document ) {
 // One run in which the n-th allocation of one step is refused.
 class FaultyRun {
  public:
-   FaultyRun( ostra::Document const& document, Twin const& twin, std::size_t step )
-         : example_( document ), twin_( twin ), step_( step ) {
+   FaultyRun( Script const& script, Twin const& twin, std::size_t step )
+         : example_( script ), twin_( twin ), step_( step ) {
       for ( std::size_t i = 0; i <= step; ++i ) {
          if ( i > 0 ) {
             example_.act();
@@ -157,31 +158,27 @@ class ExampleSweep : public ::testing::TestWithParam< std::string > {
    ExampleSweep() { Ryx::logSinkIs( &silence_ ); }
    ~ExampleSweep() override { Ryx::logSinkIs( nullptr ); }
 
-   // How many allocations there are from one that is refused to the next.
-   static std::size_t stride( std::size_t allocations ) {
-      char const* const wish = std::getenv( "OSTRA_FAULTS" );
-      bool const all = wish && std::string( wish ) == "all";
-      return all ? 1 : std::max< std::size_t >( 1, allocations / 150 );
-   }
-
  private:
    Silence silence_;
 };
 
 TEST_P( ExampleSweep, EveryAllocationMayFail ) {
-   auto const document = readExample( GetParam() );
+   Script const script = readExample( GetParam() );
    // What is made on first use is made now.
-   playTwin( document );
-   Twin const twin = playTwin( document );
+   playTwin( script );
+   Twin const twin = playTwin( script );
    {
       SCOPED_TRACE( "warming up" );
-      FaultyRun( document, twin, 0 ).play( 1 );
+      auto const first = std::ranges::find_if(
+         twin.allocations, []( std::size_t allocations ) { return allocations > 0; } );
+      auto const step = static_cast< std::size_t >( first - twin.allocations.begin() );
+      FaultyRun( script, twin, step ).play( 1 );
    }
    std::size_t total = 0;
    for ( std::size_t const allocations : twin.allocations ) {
       total += allocations;
    }
-   std::size_t const step = stride( total );
+   std::size_t const step = strideOf( total, 150 );
    std::size_t swept = 0;
    std::size_t turn = 0;
    for ( std::size_t i = 0; i < twin.allocations.size(); ++i ) {
@@ -191,7 +188,7 @@ TEST_P( ExampleSweep, EveryAllocationMayFail ) {
          }
          std::size_t const before = support::liveAllocations();
          {
-            FaultyRun run( document, twin, i );
+            FaultyRun run( script, twin, i );
             SCOPED_TRACE(
                run.step() + ", allocation " + std::to_string( nth ) + " of " +
                std::to_string( twin.allocations[ i ] ) );

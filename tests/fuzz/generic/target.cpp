@@ -61,11 +61,19 @@ value( World& world, Ryx::RyxAttr const& attr ) {
                     : world.maybeFitting( attr.valueType() );
 }
 
+// Any that fits two bytes, or the one that means all.
+Ryx::AttributeId
+anyId( fuzz::Bytes& bytes ) {
+   Ryx::AttributeId const id = bytes.byte();
+   Ryx::AttributeId const high = bytes.byte();
+   return id == 255 ? ~0u : high << 8 | id;
+}
+
 void
 operateOn( World& world, Object const& object, Ryx::RyxAttr const& attr ) {
    fuzz::Bytes& bytes = world.bytes();
    unsigned const odd = bytes.below( 16 );
-   auto const id = odd == 15 ? bytes.byte() + 256 : attr.id();
+   auto const id = odd == 15 ? anyId( bytes ) : attr.id();
    auto const code =
       odd == 14 ? static_cast< unsigned char >( bytes.byte() ) : bytes.pick( codes );
    Object const at = index( world, attr );

@@ -15,6 +15,8 @@
 
 #include <Ryx/Trace>
 
+#include <map>
+
 namespace {
 
 using fuzz::Bytes;
@@ -52,7 +54,10 @@ class Meddler final : public Ryx::LogSink {
            traces_( traces ),
            cause_( Ryx::make< Cause >( sw.mlagissuCause, *this ) ),
            snooping_( Ryx::make< Snooping >( sw.igmpsnoopingConfig, *this ) ),
-           status_( Ryx::make< Status >( sw.mlagProtoStatus, *this ) ) {
+           status_( Ryx::make< Status >( sw.mlagProtoStatus, *this ) ),
+           lacp_( Ryx::make< Lacp >( sw.lacpConfig, *this ) ),
+           eth_( Ryx::make< Eth >( sw.ethIntfStatusDir, *this ) ),
+           all_( Ryx::make< All >( sw.allIntfStatusDir, *this ) ) {
       Ryx::logSinkIs( this );
       traces_.onTrace = [ this ] { meddle(); };
    }
@@ -94,6 +99,41 @@ class Meddler final : public Ryx::LogSink {
       void onPortsErrdisabledWhen() override { meddler_.meddle(); }
    };
 
+   class Standby final : public Ear< ::Lacp::LacpPCConfig > {
+    public:
+      using Ear::Ear;
+      void onStayInStandby() override { meddler_.meddle(); }
+   };
+   class Lacp final : public Ear< ::Lacp::Config > {
+    public:
+      Lacp( Ryx::Ptr< ::Lacp::Config > const& watched, Meddler& meddler )
+            : Ear( watched, meddler ) {
+         for ( auto it = watched->portChannelIteratorConst(); it; ++it ) {
+            onPortChannel( it.key() );
+         }
+      }
+      using Ear::onPortChannel;
+      void onPortChannel( Kovel::IntfId id ) override {
+         auto const config = notifier()->portChannel( id );
+         ears_[ id ] = config ? Ryx::make< Standby >( config, meddler_ ) : nullptr;
+      }
+
+    private:
+      std::map< Kovel::IntfId, Ryx::Ptr< Standby > > ears_;
+   };
+   class Eth final : public Ear< Interface::EthIntfStatusDir > {
+    public:
+      using Ear::Ear;
+      using Ear::onIntfStatus;
+      void onIntfStatus( Kovel::IntfId ) override { meddler_.meddle(); }
+   };
+   class All final : public Ear< Interface::AllIntfStatusDir > {
+    public:
+      using Ear::Ear;
+      using Ear::onIntfStatus;
+      void onIntfStatus( Kovel::IntfId ) override { meddler_.meddle(); }
+   };
+
    void log( Ryx::LogRecord const& ) override { meddle(); }
    void meddle() {
       if ( depth_ < deepest && bytes_.below( 4 ) == 3 ) {
@@ -110,6 +150,9 @@ class Meddler final : public Ryx::LogSink {
    Ryx::Ptr< Cause > cause_;
    Ryx::Ptr< Snooping > snooping_;
    Ryx::Ptr< Status > status_;
+   Ryx::Ptr< Lacp > lacp_;
+   Ryx::Ptr< Eth > eth_;
+   Ryx::Ptr< All > all_;
 };
 
 void
