@@ -72,7 +72,8 @@ class Meddler final : public Ryx::LogSink {
    template< class Watched >
    class Ear : public Watched::NotifieeConst {
     public:
-      Ear( Ryx::Ptr< Watched > const& watched, Meddler& meddler ) : meddler_( meddler ) {
+      Ear( Ryx::Ptr< Watched const > const& watched, Meddler& meddler )
+            : meddler_( meddler ) {
          this->notifierIs( watched );
          this->isRegisteredNotifieeIs( true );
       }
@@ -106,7 +107,7 @@ class Meddler final : public Ryx::LogSink {
    };
    class Lacp final : public Ear< ::Lacp::Config > {
     public:
-      Lacp( Ryx::Ptr< ::Lacp::Config > const& watched, Meddler& meddler )
+      Lacp( Ryx::Ptr< ::Lacp::Config const > const& watched, Meddler& meddler )
             : Ear( watched, meddler ) {
          for ( auto it = watched->portChannelIteratorConst(); it; ++it ) {
             onPortChannel( it.key() );
