@@ -48,6 +48,7 @@ allPlaces() {
       "released at once by a shorter delay",
       "rearmed by another delay",
       "an endless period",
+      "a period without points",
       "released by an incomplete configuration",
       "released by state 3",
       "released by state 4",
@@ -63,6 +64,7 @@ allPlaces() {
       "an administratively shut port ends snooping",
       "standby at boot",
       "standby by override",
+      "an override comes too late",
       "standby without LACP configuration",
       "standby is released",
       "a port-channel is watched",
@@ -74,6 +76,7 @@ allPlaces() {
       "a peer status goes",
       "a local status is replaced",
       "a status stays without its mirror",
+      "the mirror is set again",
    };
    return places;
 }
@@ -149,6 +152,11 @@ Reach::onMachine( Journal const& journal, Sight const& before, Sight const& afte
       "standby by override",
       isChange( step_, Attribute::lagIdConfig ) &&
          before.machine->lagsInStandby.size() < after.machine->lagsInStandby.size() );
+   been(
+      "an override comes too late",
+      isChange( step_, Attribute::lagIdConfig ) &&
+         before.mounts.lagIdConfig.size() < after.mounts.lagIdConfig.size() &&
+         !after.machine->mlagPortsErrdisabled && journal.empty() );
 }
 
 void
@@ -173,6 +181,10 @@ Reach::onPeriod( Journal const& journal, Sight const& before, Sight const& after
       delays && was.mlagPortsErrdisabled && !is.mlagPortsErrdisabled );
    been( "rearmed by another delay", delays && was.wakeMlag != is.wakeMlag );
    been( "an endless period", is.mlagPortsErrdisabled && isNever( is.wakeMlag ) );
+   been(
+      "a period without points",
+      was.mlagPortsErrdisabled && !is.mlagPortsErrdisabled && was.timerCount == 0 &&
+         std::holds_alternative< Wait >( step_ ) );
 }
 
 void
@@ -239,6 +251,11 @@ Reach::onTables( Sight const& before, Sight const& after ) {
 
 void
 Reach::onDirectories( Journal const& journal, Sight const& after ) {
+   auto const* agent = std::get_if< AgentStep >( &step_ );
+   been(
+      "the mirror is set again",
+      agent && *agent == AgentStep::setPeerReactor &&
+         !after.mounts.peerIntfStatus.empty() );
    bool const peers = isChange( step_, Attribute::peerIntfStatus );
    auto const* change = std::get_if< Change >( &step_ );
    been( "a peer status is mirrored", peers && !journal.empty() && !change->removes );
