@@ -161,11 +161,16 @@ Agent::mlagErrdisableSmDel() {
    return removed;
 }
 
+namespace {
+
+// Made by the first use, gone with the library.
 Ryx::TraceHandle&
 traceHandle() {
    static Ryx::TraceHandle handle( "OstraMlag", false );
    return handle;
 }
+
+} // namespace
 
 Ryx::TraceHandle& traces = traceHandle();
 

@@ -234,16 +234,15 @@ MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
 void
 MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    trace( 8, __PRETTY_FUNCTION__ );
-   Membership const membership = membershipOf( intfId );
    // Of a port in no port-channel only the trace would tell whether it is enabled.
-   if ( !membership.portChannel && !tracing( 8 ) ) {
+   if ( !tracing( 8 ) && !membershipOf( intfId ).portChannel ) {
       return;
    }
    if ( !adminEnabled( intfId ) ) {
       return;
    }
    trace( 8, "Clearing errdisable status for ", intfId );
-   Kovel::IntfId const portChannel = mlagPortChannel( membership );
+   Kovel::IntfId const portChannel = mlagPortChannelByMember( intfId );
    if ( !portChannel ) {
       return;
    }

@@ -9,11 +9,16 @@
 
 namespace Mlag::Ostra {
 
+namespace {
+
+// Made by the first use, gone with the library.
 Ryx::TraceHandle&
 smTraceHandle() {
    static Ryx::TraceHandle handle( "MlagErrdisableSm", false );
    return handle;
 }
+
+} // namespace
 
 Ryx::TraceHandle& smTraces = smTraceHandle();
 
