@@ -249,7 +249,7 @@ TEST( Cli, RealTimeTellsTheSame ) {
 
 TEST( Cli, TextFitsANarrowTerminal ) {
    for ( auto const& [ columns, lines ] :
-         { std::pair{ "80", "non-MLAG ports errdisabled for 330 s: Ethernet41-48,\r\n" },
+         { std::pair{ "80", "peer link and its 2 members: Ethernet55-56/1,\r\n" },
            std::pair{ "100", "ports errdisabled for 330 s: Ethernet41-48,49-54/1\r\n" },
            std::pair{ "200",
                       "ports errdisabled for 330 s: Ethernet41-48,49-54/1\r\n" } } ) {
