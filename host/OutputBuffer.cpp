@@ -3,14 +3,35 @@
 
 #include <host/OutputBuffer>
 
-#include <cerrno>
+#include <host/EndSignals>
 
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace ostra {
 
-OutputBuffer::OutputBuffer( int descriptor ) noexcept : descriptor_( descriptor ) {
+namespace {
+
+int
+endSignalsToRead() noexcept {
+   sigset_t const signals = endSignals();
+   return signalfd( -1, &signals, SFD_CLOEXEC );
+}
+
+} // namespace
+
+OutputBuffer::OutputBuffer( int descriptor ) noexcept
+      : descriptor_( descriptor ), signals_( endSignalsToRead() ) {
    setp( buffer_.data(), buffer_.data() + buffer_.size() );
+}
+
+OutputBuffer::~OutputBuffer() {
+   close( signals_ );
 }
 
 OutputBuffer::int_type
@@ -23,12 +44,30 @@ OutputBuffer::overflow( int_type c ) {
       : sputc( traits_type::to_char_type( c ) );
 }
 
+bool
+OutputBuffer::isTaken() noexcept {
+   pollfd ready[] = { { descriptor_, POLLOUT, 0 }, { signals_, POLLIN, 0 } };
+   while ( poll( ready, std::size( ready ), -1 ) < 0 && errno == EINTR ) {}
+   if ( ready[ 0 ].revents != 0 || ready[ 1 ].revents == 0 ) {
+      return true;
+   }
+   // The signal has done what it was sent for.
+   signalfd_siginfo signal;
+   return ::read( signals_, &signal, sizeof signal ) < 0;
+}
+
 int
 OutputBuffer::sync() {
    char const* next = pbase();
    while ( next != pptr() && error_ == 0 ) {
+      if ( !isTaken() ) {
+         error_ = EINTR;
+         break;
+      }
+      // A pipe that takes anything takes that much at once.
+      auto const size = std::min< std::ptrdiff_t >( pptr() - next, PIPE_BUF );
       ssize_t const written =
-         ::write( descriptor_, next, static_cast< std::size_t >( pptr() - next ) );
+         ::write( descriptor_, next, static_cast< std::size_t >( size ) );
       if ( written >= 0 ) {
          next += written;
       } else if ( errno != EINTR ) {

@@ -3,6 +3,8 @@
 
 #include <host/Pacer>
 
+#include <host/EndSignals>
+
 #include <algorithm>
 
 #include <time.h>
@@ -13,10 +15,7 @@ using std::chrono::floor;
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-MachineTime::MachineTime() {
-   sigemptyset( &signals_ );
-   sigaddset( &signals_, SIGINT );
-   sigaddset( &signals_, SIGTERM );
+MachineTime::MachineTime() : signals_( endSignals() ) {
    sigprocmask( SIG_BLOCK, &signals_, &before_ );
 }
 

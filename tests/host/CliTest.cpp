@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include "Program"
+#include "RunningProgram"
+#include "SignalAction"
 
 #include <gmock/gmock.h>
 
@@ -10,6 +11,7 @@
 using ostra::jsonLines;
 using ostra::ostraRun;
 using ostra::Outcome;
+using ostra::RunningProgram;
 using ostra::shell;
 using namespace std::string_literals;
 using testing::AllOf;
@@ -245,6 +247,48 @@ TEST( Cli, RealTimeTellsTheSame ) {
    Outcome const outcome = ostraRun( "run --until 0 --real-time --format ndjson" );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_EQ( outcome.out, ostraRun( "run --until 0 --format ndjson" ).out );
+}
+
+// A switch whose first instant has more to tell than a pipe takes.
+std::string
+manyPorts( int count ) {
+   std::string scenario =
+      "mounts:\n  mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1, "
+      "peerAddress: 10.0.0.2, peerLinkIntf: Port-Channel1, reloadDelay: 300 }\n"
+      "  ethPhyIntfStatus:\n    intfStatus:\n";
+   for ( int i = 1; i <= count; ++i ) {
+      scenario += "      Ethernet" + std::to_string( i ) + ": {}\n";
+   }
+   return scenario;
+}
+
+TEST( Cli, SignalEndsARealTimeRunInGoodOrder ) {
+   for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
+      ostra::SignalAction const action( signal, SIG_DFL );
+      RunningProgram program( { "run", "--real-time", "--format", "ndjson" } );
+      EXPECT_TRUE( program.hasWritten() );
+      program.signal( signal );
+      Outcome const outcome = program.outcome();
+      EXPECT_EQ( outcome.status, 0 ) << signal;
+      EXPECT_EQ( outcome.err, "" );
+      EXPECT_EQ( jsonLines( outcome.out ).back().at( "type" ), "end" );
+   }
+}
+
+TEST( Cli, SignalEndsARealTimeRunThatNobodyReads ) {
+   std::string const file = ostra::temporaryFile( "many.yaml", manyPorts( 2000 ) );
+   for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
+      for ( std::string const format : { "ndjson", "text" } ) {
+         ostra::SignalAction const action( signal, SIG_DFL );
+         RunningProgram program(
+            { "run", file, "--real-time", "--trace", "9", "--format", format } );
+         EXPECT_TRUE( program.hasFilledThePipe() );
+         program.signal( signal );
+         Outcome const outcome = program.outcome();
+         EXPECT_EQ( outcome.status, 1 ) << signal << " " << format;
+         EXPECT_EQ( outcome.err, "ostra: cannot write: Interrupted system call\n" );
+      }
+   }
 }
 
 TEST( Cli, TextFitsANarrowTerminal ) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+#include "SignalAction"
+
 #include <host/Pacer>
 
 #include <gmock/gmock.h>
@@ -91,9 +93,17 @@ TEST( MachineTime, NeverGoesBack ) {
 }
 
 TEST( MachineTime, SignalInterruptsTheWait ) {
-   for ( int const signal : { SIGINT, SIGTERM } ) {
+   for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
+      ostra::SignalAction const action( signal, SIG_DFL );
       ostra::MachineTime time;
       std::raise( signal );
       EXPECT_TRUE( time.isInterrupted( 24h ) );
    }
+}
+
+TEST( MachineTime, SignalThatIsIgnoredInterruptsNothing ) {
+   ostra::SignalAction const action( SIGHUP, SIG_IGN );
+   ostra::MachineTime time;
+   std::raise( SIGHUP );
+   EXPECT_FALSE( time.isInterrupted( 0ns ) );
 }

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/EndSignals>
+
+#include <initializer_list>
+
+namespace ostra {
+
+sigset_t
+endSignals() noexcept {
+   sigset_t signals;
+   sigemptyset( &signals );
+   for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
+      struct sigaction action {};
+      sigaction( signal, nullptr, &action );
+      if ( action.sa_handler != SIG_IGN ) {
+         sigaddset( &signals, signal );
+      }
+   }
+   return signals;
+}
+
+} // namespace ostra
