@@ -2,13 +2,16 @@
 // Copyright 2026 The MlagOstra authors
 
 // What the documents show is what the program does. A block of yaml is a scenario; the
-// block behind it, if it is text, ndjson or error, is an excerpt of what comes of it.
+// block behind it, if it is text, ndjson or error, is an excerpt of what comes of it. A block
+// of console has commands, each behind a "$ ", and below each an excerpt of what it prints.
 
 #include "Program"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <regex>
 
 using ostra::ostraRun;
@@ -61,7 +64,7 @@ blocksOf( std::string const& name ) {
 }
 
 // Checks that the whole text has the lines of the excerpt one behind the other, and at every
-// line "..." any others.
+// line "..." any others. Before the first line there may be others, too.
 void
 expectExcerpt( std::string const& excerpt, std::string const& whole ) {
    Lines const all = linesOf( whole );
@@ -78,6 +81,8 @@ expectExcerpt( std::string const& excerpt, std::string const& whole ) {
       position = found + 1;
       mayLeaveOut = false;
    }
+   EXPECT_TRUE( mayLeaveOut || position == all.end() )
+      << "after the excerpt there is more: " << *position;
 }
 
 // Returns whether the block shows what comes of the scenario.
@@ -97,7 +102,99 @@ checkResult( std::string const& scenario, Block const& result ) {
    return isResult;
 }
 
+struct Step {
+   std::string command;
+   std::string excerpt;
+};
+
+// A command goes on in the next lines as a text that ends with a line "END".
+std::vector< Step >
+stepsOf( std::string const& console ) {
+   std::vector< Step > steps;
+   bool isCommand = false;
+   for ( std::string const& line : linesOf( console ) ) {
+      if ( line.starts_with( "$ " ) ) {
+         steps.push_back( { line.substr( 2 ) + "\n", "" } );
+         isCommand = line.find( "<<'END'" ) != std::string::npos;
+      } else if ( isCommand ) {
+         steps.back().command += line + "\n";
+         isCommand = line != "END";
+      } else {
+         steps.back().excerpt += line + "\n";
+      }
+   }
+   return steps;
+}
+
+// What the shell does in the directory, in which there are the examples.
+Outcome
+inDirectory( std::string const& directory, std::string const& command ) {
+   return ostra::shell(
+      "cd '" + directory + "'; ostra() { \"$ostra\" \"$@\"; }\n" + command );
+}
+
+// The name by which a link finds a heading: "## Time, boot" is "time-boot".
+std::string
+anchorOf( std::string const& heading ) {
+   std::string anchor;
+   for ( char const c : heading.substr( heading.find_first_not_of( "# " ) ) ) {
+      bool const isKept = std::isalnum( static_cast< unsigned char >( c ) ) || c == '-';
+      if ( isKept || c == ' ' ) {
+         anchor += c == ' ' ? '-' : static_cast< char >( std::tolower( c ) );
+      }
+   }
+   return anchor;
+}
+
+bool
+hasAnchor( std::string const& text, std::string const& anchor ) {
+   auto const lines = linesOf( text );
+   return std::any_of( lines.begin(), lines.end(), [ & ]( std::string const& line ) {
+      return line.starts_with( "#" ) && anchorOf( line ) == anchor;
+   } );
+}
+
 } // namespace
+
+TEST( Documents, CommandsPrintWhatIsShown ) {
+   ostra::TemporaryDirectory const directory;
+   std::filesystem::create_directory_symlink(
+      OSTRA_EXAMPLES, directory.path() + "/examples" );
+   int commands = 0;
+   for ( Block const& block : blocksOf( "docs/operation.md" ) ) {
+      EXPECT_EQ( block.kind, "console" ) << block.text;
+      for ( auto const& [ command, excerpt ] : stepsOf( block.text ) ) {
+         SCOPED_TRACE( command );
+         Outcome const outcome = inDirectory( directory.path(), command );
+         EXPECT_EQ( outcome.status, 0 );
+         EXPECT_EQ( outcome.err, "" );
+         expectExcerpt( excerpt, outcome.out );
+         ++commands;
+      }
+   }
+   EXPECT_GE( commands, 12 );
+}
+
+TEST( Documents, LinksLeadSomewhere ) {
+   std::regex const link( R"(\]\(([^)#:]*)(#([^)]*))?\))" );
+   for ( std::string const page :
+         { "README.md", "docs/operation.md", "docs/scenario.md", "docs/host.md" } ) {
+      std::string const text = document( page );
+      std::filesystem::path const from =
+         std::filesystem::path( OSTRA_EXAMPLES "/../" + page ).parent_path();
+      std::sregex_iterator const begin( text.begin(), text.end(), link );
+      EXPECT_NE( begin, std::sregex_iterator() ) << page;
+      for ( auto found = begin; found != std::sregex_iterator(); ++found ) {
+         std::string const to = ( *found )[ 1 ];
+         std::string const target = to.empty() ? text : ostra::contentOf( from / to );
+         EXPECT_TRUE( std::filesystem::exists( from / to ) ) << page << ": " << to;
+         if ( ( *found )[ 2 ].matched ) {
+            EXPECT_TRUE( hasAnchor( target, ( *found )[ 3 ] ) )
+               << page << ": " << found->str();
+         }
+      }
+   }
+}
 
 TEST( Documents, ScenariosDoWhatIsShown ) {
    auto const blocks = blocksOf( "docs/scenario.md" );
