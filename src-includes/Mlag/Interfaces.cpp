@@ -58,8 +58,8 @@ MlagErrdisableSm::isPresent( Kovel::IntfId intfId ) const {
 
 Membership
 MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
-   auto const* const member =
-      lagInputConfig_ ? lagInputConfig_->borrowedPhyIntf( intfId ) : nullptr;
+   auto const* const config = lagInputConfig_.borrowed();
+   auto const* const member = config ? config->borrowedPhyIntf( intfId ) : nullptr;
    if ( !member ) {
       return {};
    }

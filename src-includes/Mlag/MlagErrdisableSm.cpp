@@ -14,7 +14,7 @@ MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs, NotStarted )
       : mlagissuCause_( inputs.mlagissuCause ),
         igmpsnoopingConfig_( inputs.igmpsnoopingConfig ),
         mlagProtoStatus_( inputs.mlagProtoStatus ),
-        lagInputConfig_( inputs.lagInputConfig ),
+        lagInputConfig_{ inputs.lagInputConfig },
         lacpConfig_( inputs.lacpConfig ) {
    // The inputs that are required for life, before anything is written.
    Ryx::forcePointerAccess( inputs.mlagConfig.ptr() );
@@ -165,10 +165,11 @@ MlagErrdisableSm::resumePeriod( Ryx::Seconds start ) {
 
 void
 MlagErrdisableSm::recordMembers() {
-   if ( !lagInputConfig_ ) {
+   auto const config = lagInputConfig();
+   if ( !config ) {
       return;
    }
-   for ( auto it = lagInputConfig_->phyIntfIteratorConst(); it; ++it ) {
+   for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
       if ( auto const lag = it->value()->lag() ) {
          portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
       }

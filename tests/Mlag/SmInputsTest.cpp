@@ -6,6 +6,7 @@
 #include "SmReach"
 
 #include <Ryx/Activity>
+#include <support/ByName>
 
 namespace {
 
@@ -181,11 +182,82 @@ TEST_F( SmInputs, BothTimersWatchTheLoopsClock ) {
    EXPECT_EQ( Ryx::activityManager()->clock()->notifieeCount(), 2u );
 }
 
+// The input that no reactor watches.
+class LagInputConfig : public SmInputs {
+ public:
+   // One in which Ethernet1 is in an MLAG port-channel.
+   static Ryx::Ptr< Lag::Input::Config > another() {
+      auto const config = made< Lag::Input::Config >();
+      auto const member = Ryx::make< Lag::EthPhyIntfLagConfig >( id( "Ethernet1" ) );
+      member->lagIs( Ryx::make< Interface::EthLagIntfConfig >( id( "Port-Channel10" ) ) );
+      config->phyIntfIs( member );
+      return config;
+   }
+};
+
+TEST_F( LagInputConfig, IsReadFromTheObjectThatWasSetAndRunsNoHandler ) {
+   mlagInterface( "Port-Channel10" );
+   auto const config = another();
+   tracingIs( true );
+   sm->lagInputConfigIs( config );
+   EXPECT_EQ( take(), Log() );
+   EXPECT_EQ( sm->lagInputConfig(), config );
+   EXPECT_EQ( sm->inputs().lagInputConfig, config );
+   EXPECT_EQ( config->notifieeCount(), 0u );
+   EXPECT_EQ( lagInputConfig->references(), 1u );
+   EXPECT_TRUE( sm->mlagLink( id( "Ethernet1" ) ) );
+}
+
+TEST_F( LagInputConfig, DeletedReturnsTheObjectAndLeavesNoMember ) {
+   mlagInterface( "Port-Channel10" );
+   sm->lagInputConfigIs( another() );
+   auto const config = sm->lagInputConfig();
+   EXPECT_EQ( sm->lagInputConfigDel(), config );
+   EXPECT_EQ( sm->lagInputConfigDel(), nullptr );
+   EXPECT_EQ( sm->lagInputConfig(), nullptr );
+   EXPECT_EQ( config->references(), 1u );
+   EXPECT_FALSE( sm->mlagLink( id( "Ethernet1" ) ) );
+}
+
+TEST_F( LagInputConfig, RefusesNullByNameAndIsKept ) {
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->lagInputConfigIs( nullptr ); } ),
+      "null _lagInputConfig parameter to mutator for "
+      "Mlag::Ostra::MlagErrdisableSm::lagInputConfig not allowed\"" );
+   EXPECT_EQ( sm->lagInputConfig(), lagInputConfig );
+}
+
+TEST_F( LagInputConfig, IsReadSetAndDeletedByName ) {
+   auto const named = support::adapted( sm );
+   auto const config = another();
+   support::set( named, "lagInputConfig", Ryx::toGeneric( config ) );
+   EXPECT_EQ( sm->lagInputConfig(), config );
+   auto const read = support::get( named, "lagInputConfig" );
+   EXPECT_EQ( read->object(), config.ptr() );
+   EXPECT_TRUE( read->isConst() );
+   EXPECT_EQ( support::del( named, "lagInputConfig" )->object(), config.ptr() );
+   EXPECT_EQ( sm->lagInputConfig(), nullptr );
+}
+
+TEST_F( LagInputConfig, MayDropTheMachineAsTheOldObjectGoes ) {
+   class Last final : public Lag::Input::Config {
+    public:
+      explicit Last( Ryx::Ptr< Sm >& machine )
+            : Config( Ryx::Name( "last" ) ), machine_( machine ) {}
+      ~Last() override { machine_ = nullptr; }
+
+    private:
+      Ryx::Ptr< Sm >& machine_;
+   };
+   sm->lagInputConfigIs( Ryx::make< Last >( sm ) );
+   sm->lagInputConfigIs( another() );
+   EXPECT_EQ( sm, nullptr );
+}
+
 TEST_F( SmInputs, OutputsAreTheObjectsGiven ) {
    EXPECT_EQ( sm->mlagissuCause(), mlagissuCause );
    EXPECT_EQ( sm->igmpsnoopingConfig(), igmpsnoopingConfig );
    EXPECT_EQ( sm->mlagProtoStatus(), mlagProtoStatus );
-   EXPECT_EQ( sm->lagInputConfig(), lagInputConfig );
    EXPECT_EQ( sm->lacpConfig(), lacpConfig );
 }
 
