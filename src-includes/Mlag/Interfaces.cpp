@@ -63,7 +63,10 @@ MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
    if ( !member ) {
       return {};
    }
-   return { member->lag() ? member->lag()->intfId() : Kovel::IntfId(), member->mode() };
+   if ( !member->lag() ) {
+      return { std::nullopt, member->mode() };
+   }
+   return { member->lag()->intfId(), member->mode() };
 }
 
 bool
@@ -73,11 +76,10 @@ MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
 
 bool
 MlagErrdisableSm::mlagLink( Kovel::IntfId intfId, Membership const& membership ) const {
-   Kovel::IntfId const portChannel = membership.portChannel;
-   Kovel::IntfId const link = portChannel ? portChannel : intfId;
+   Kovel::IntfId const link = membership.portChannel.value_or( intfId );
    trace( 8, "MlagErrdisableSm::", "mlagLink", " ", intfId );
-   if ( portChannel ) {
-      trace( 8, "New intfId: ", portChannel );
+   if ( membership.portChannel ) {
+      trace( 8, "New intfId: ", link );
    }
    if ( isMlagInterface( link ) ) {
       return true;
@@ -103,7 +105,7 @@ MlagErrdisableSm::isPeerLink( Kovel::IntfId intfId, Membership const& membership
       return false;
    }
    Kovel::IntfId const link = peerLink->intfId();
-   return intfId == link || ( membership.portChannel && membership.portChannel == link );
+   return intfId == link || membership.portChannel == link;
 }
 
 Kovel::IntfId
@@ -113,13 +115,14 @@ MlagErrdisableSm::mlagPortChannelByMember( Kovel::IntfId intfId ) const {
 
 Kovel::IntfId
 MlagErrdisableSm::mlagPortChannel( Membership const& membership ) const {
-   Kovel::IntfId const portChannel = membership.portChannel;
    if (
-      !portChannel ||
-      inputHere< &Sm::mlagConfig_ >().intfConfig( portChannel ).mlagId.empty() ) {
+      !membership.portChannel ||
+      inputHere< &Sm::mlagConfig_ >()
+         .intfConfig( *membership.portChannel )
+         .mlagId.empty() ) {
       return Kovel::IntfId();
    }
-   return portChannel;
+   return *membership.portChannel;
 }
 
 bool

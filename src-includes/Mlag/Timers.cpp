@@ -128,12 +128,13 @@ MlagErrdisableSm::handleClock_( bool mlag ) {
       count < periodPointCount ? static_cast< double >( periodPoints[ count++ ] ) : 1.0;
    Ryx::Seconds const next = fraction * delay + start;
    Ryx::Seconds const end = delay + start;
-   if ( !( next > now ) && end <= now ) {
+   bool const isAhead = next > now;
+   if ( !isAhead && end <= now ) {
       releaseClass( mlag );
       return;
    }
    announceEnd( mlag, std::ceil( end - Ryx::now() ) );
-   wakeTimeIs( mlag, next > now ? next : end );
+   wakeTimeIs( mlag, isAhead ? next : end );
 }
 
 void

@@ -59,6 +59,13 @@ TEST_F( Timers, WhatIsLeftIsRoundedUpToWholeSeconds ) {
              "11 proto portsErrdisabledWhen inf" } ) );
 }
 
+TEST_F( Timers, LessThanHalfASecondCountsAsAWholeOneToo ) {
+   startWith( 301 );
+   moveTo( 300 );
+   // 75.25 and 15.05 seconds.
+   EXPECT_EQ( take(), ( Log{ at( 225.75, ending( 76 ) ), at( 285.95, ending( 16 ) ) } ) );
+}
+
 TEST_F( Timers, ManySecondsAreWrittenInTheFormOfADouble ) {
    startWith( 4e6 );
    moveTo( 3e6 );
