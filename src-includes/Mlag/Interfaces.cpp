@@ -171,13 +171,19 @@ MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
    }
 }
 
+// Whether a member is recorded under the tracker, or under the one that has its place now.
+bool
+MlagErrdisableSm::hasRecordedMembers( PortChannelTracker const& tracker ) const {
+   auto const* const current = portChannelTracker_.borrowed( tracker.intfId() );
+   return tracker.members() != 0 || ( current && current->members() != 0 );
+}
+
 void
 MlagErrdisableSm::forgetPort( Kovel::IntfId intfId ) {
-   trace( 8, "Interface ", intfId, " deleted" );
+   trace( intfStatusSite( 8 ), "Interface ", intfId, " deleted" );
    mlagissuCause_->intfStatusDel( intfId );
    auto const tracker = memberToPortChannelDel( intfId );
-   // Two references are ours and the collection's: no other member is recorded under it.
-   if ( tracker && tracker->references() == 2 ) {
+   if ( tracker && !hasRecordedMembers( *tracker ) ) {
       portChannelTrackerDel( tracker->intfId() );
       lagIntfStatusDel( tracker->intfId() );
    }
@@ -229,7 +235,7 @@ MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
    auto const tracker = portChannelTracker( portChannel );
    if ( !tracker ) {
       igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
-   } else if ( tracker->references() == 2 ) {
+   } else if ( !hasRecordedMembers( *tracker ) ) {
       portChannelTrackerDel( portChannel );
    }
 }

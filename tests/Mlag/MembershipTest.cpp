@@ -162,16 +162,66 @@ TEST_F( Membership, MemberThatNeverForcedIsNotRecorded ) {
    EXPECT_EQ( steps( [ & ] { absent( "Ethernet1" ); } ), deleted( "Ethernet1" ) );
 }
 
-TEST_F( Membership, TrackerSurvivesInOtherHandsUntilTheyLetGo ) {
+TEST_F( Membership, TrackerInOtherHandsForcesUntilTheyLetGoAndIsTrackedNoLonger ) {
    mlagMember( "Ethernet1", "Port-Channel10" );
+   lagStatus( "Port-Channel10", LinkStatus::linkDown );
    start();
+   sm->maybeTrackIntfStatus( id( "Ethernet1" ) );
    auto kept = tracker( "Port-Channel10" );
-   // Held elsewhere too, it looks like another member's.
    EXPECT_EQ( writes( [ & ] { absent( "Ethernet1" ); } ), ( Log{ "cause Ethernet1 -" } ) );
-   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
-   EXPECT_EQ( writes( [ & ] { stop(); } ), Log() );
+   EXPECT_EQ( tracked(), Log() );
+   EXPECT_FALSE( watched( "Port-Channel10" ) );
    EXPECT_EQ( kept->references(), 1u );
    EXPECT_EQ( writes( [ & ] { kept = nullptr; } ), ( Log{ "snooping Port-Channel10 -" } ) );
+}
+
+TEST_F( Membership, MembersEntryInOtherHandsIsNoMember ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   start();
+   auto kept = sm->memberToPortChannelIterator().ptr();
+   absent( kept->key().string() );
+   EXPECT_EQ( tracked(), ( Log{ "Port-Channel10" } ) );
+   absent( sm->memberToPortChannelIterator().key().string() );
+   EXPECT_EQ( tracked(), Log() );
+   EXPECT_EQ( writes( [ & ] { kept = nullptr; } ), ( Log{ "snooping Port-Channel10 -" } ) );
+}
+
+TEST_F( Membership, IteratorOnTheLastMemberDoesNotKeepItsPortChannelTracked ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto it = sm->memberToPortChannelIterator();
+   absent( "Ethernet1" );
+   EXPECT_EQ( tracked(), Log() );
+   ++it;
+   EXPECT_EQ( snooping(), Log() );
+}
+
+// By name an entry of portChannelTracker can be deleted while members are recorded under it.
+TEST_F( Membership, WatchOutlivesADeletedTrackersEntryUntilItsLastMemberGoes ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   lagStatus( "Port-Channel10", LinkStatus::linkDown );
+   start();
+   sm->maybeTrackIntfStatus( id( "Ethernet1" ) );
+   sm->portChannelTrackerDel( id( "Port-Channel10" ) );
+   absent( "Ethernet1" );
+   EXPECT_TRUE( watched( "Port-Channel10" ) );
+   absent( "Ethernet2" );
+   EXPECT_FALSE( watched( "Port-Channel10" ) );
+}
+
+TEST_F( Membership, TrackerThatTookTheDeletedOnesPlaceStaysWhileItHasMembers ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto const deleted = sm->portChannelTrackerDel( id( "Port-Channel10" ) );
+   mlagMember( "Ethernet2", "Port-Channel10" );
+   auto const present = tracker( "Port-Channel10" );
+   ASSERT_NE( present, deleted );
+   absent( "Ethernet1" );
+   EXPECT_EQ( tracker( "Port-Channel10" ), present );
+   absent( "Ethernet2" );
+   EXPECT_EQ( tracked(), Log() );
 }
 
 TEST_F( Membership, DestructionEndsTheForcingOfAllInTheTrackersOrder ) {
@@ -269,6 +319,43 @@ TEST_F( MembershipAccessors, NullTrackerIsRefused ) {
       "null _portChannelTracker parameter to mutator for "
       "Mlag::Ostra::MlagErrdisableSm::portChannelTracker not allowed\"" );
    EXPECT_EQ( tracked(), Log() );
+}
+
+TEST_F( MembershipAccessors, TrackerCountsItsMembersHoweverTheyComeAndGo ) {
+   IntfId const other = id( "Ethernet2" );
+   sm->newMemberToPortChannel( member, first );
+   sm->memberToPortChannelIs( other, first );
+   EXPECT_EQ( first->members(), 2u );
+   sm->memberToPortChannelIs( other, first );
+   EXPECT_EQ( first->members(), 2u );
+   sm->memberToPortChannelIs( other, second );
+   EXPECT_EQ( first->members(), 1u );
+   EXPECT_EQ( second->members(), 1u );
+   sm->memberToPortChannelDel( other );
+   sm->memberToPortChannelDel( other );
+   EXPECT_EQ( second->members(), 0u );
+   sm->memberToPortChannelIs( member, nullptr );
+   EXPECT_EQ( first->members(), 0u );
+}
+
+TEST_F( MembershipAccessors, TrackerCountsItsMembersWhenAllAreDeleted ) {
+   sm->memberToPortChannelIs( member, first );
+   sm->memberToPortChannelIs( id( "Ethernet2" ), first );
+   sm->memberToPortChannelDelAll();
+   EXPECT_EQ( first->members(), 0u );
+   sm->memberToPortChannelIs( member, first );
+   stop();
+   EXPECT_EQ( first->members(), 0u );
+}
+
+TEST_F( MembershipAccessors, TrackerCountsItsMembersByName ) {
+   auto const named = support::adapted( sm );
+   auto const key = Ryx::toGeneric( member );
+   support::operation(
+      named, "memberToPortChannel", Ryx::GenericIf::set, key, Ryx::toGeneric( first ) );
+   EXPECT_EQ( first->members(), 1u );
+   support::del( named, "memberToPortChannel", key );
+   EXPECT_EQ( first->members(), 0u );
 }
 
 TEST_F( MembershipAccessors, MembersAreDeletedAllAtOnce ) {
