@@ -23,7 +23,7 @@ EthPeerIntfStatusReactor::~EthPeerIntfStatusReactor() {
 
 void
 EthPeerIntfStatusReactor::handleEthPeerIntf() {
-   trace( { 8, 11 }, "EthPeerIntfStatusReactor::handleEthPeerIntf" );
+   trace( { 8, copyAllLine }, "EthPeerIntfStatusReactor::handleEthPeerIntf" );
    auto const directory = notifier();
    for ( auto it = directory->intfStatusIteratorConst(); it; ++it ) {
       localEntryIs( it->value() );
@@ -32,12 +32,13 @@ EthPeerIntfStatusReactor::handleEthPeerIntf() {
 
 void
 EthPeerIntfStatusReactor::handleEthPeerIntf( Kovel::IntfId intfId ) {
-   trace( { 8, 21 }, "EthPeerIntfStatusReactor::handleEthPeerIntf(", intfId, ")" );
+   trace(
+      { 8, handleOneLine }, "EthPeerIntfStatusReactor::handleEthPeerIntf(", intfId, ")" );
    if ( auto const status = notifier()->intfStatus( intfId ) ) {
       localEntryIs( status );
       return;
    }
-   trace( { 8, 28 }, "Deleting ", intfId );
+   trace( { 8, deleteOneLine }, "Deleting ", intfId );
    ethIntfStatusDir()->intfStatusDel( intfId );
    allIntfStatusDir()->intfStatusDel( intfId );
 }

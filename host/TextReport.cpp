@@ -146,10 +146,11 @@ TextReport::trace( long long at, TraceLineRecord const& record ) {
          at,
          fmt::format( "trace {}", record.level ),
          fmt::format(
-            "{} {}:{} {}",
+            "{} {}:{} {}: {}",
             record.handle,
             std::filesystem::path( record.file ).filename().string(),
             record.line,
+            record.function,
             record.text ) );
    }
 }

@@ -25,6 +25,12 @@ operator<<( std::ostream& out, NameOf const& of ) {
    return out << of.entity.name();
 }
 
+// The steps of handleIntfStatus are functions of their own; their traces are its traces.
+Ryx::TraceSite
+intfStatusSite( int level, int line = __builtin_LINE() ) noexcept {
+   return { level, line, "handleIntfStatus" };
+}
+
 } // namespace
 
 bool
@@ -192,7 +198,12 @@ MlagErrdisableSm::forgetPort( Kovel::IntfId intfId ) {
 void
 MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
    if ( !mlagissuCause_->intfStatusHas( intfId ) ) {
-      trace( 9, "Adding ", intfId, " to errdisable cause ", NameOf{ *mlagissuCause_ } );
+      trace(
+         intfStatusSite( 9 ),
+         "Adding ",
+         intfId,
+         " to errdisable cause ",
+         NameOf{ *mlagissuCause_ } );
       if ( startChanges_ ) {
          startChanges_->held.push_back( intfId );
       }
@@ -203,11 +214,16 @@ MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
 void
 MlagErrdisableSm::settleSnooping( Kovel::IntfId intfId, Kovel::IntfId portChannel ) {
    if ( !adminEnabled( intfId ) ) {
-      trace( 9, "Removing ", portChannel, " from igmpsnooping forceEnabledPorts" );
+      trace(
+         intfStatusSite( 9 ),
+         "Removing ",
+         portChannel,
+         " from igmpsnooping forceEnabledPorts" );
       igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
       return;
    }
-   trace( 9, "Adding ", portChannel, " to igmpsnooping forceEnabledPorts " );
+   trace(
+      intfStatusSite( 9 ), "Adding ", portChannel, " to igmpsnooping forceEnabledPorts " );
    igmpsnoopingConfig_->forceEnabledPortsIs( portChannel, true );
    try {
       recordMember( intfId, portChannel );

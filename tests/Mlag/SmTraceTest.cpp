@@ -71,6 +71,42 @@ TEST_F( SmTraces, NameTheFunctionInShort ) {
              "handleIntfStatus" } ) );
 }
 
+TEST_F( SmTraces, OfTheStepsOfAnInterfacesHandlingNameTheHandler ) {
+   member( "Ethernet1", "Port-Channel10" );
+   mlagInterface( "Port-Channel10" );
+   start();
+   Ryx::traceEnabledIs( "MlagErrdisableSm", true );
+   Log texts;
+   auto const note = [ & ] {
+      for ( auto const& record : std::exchange( records.all, {} ) ) {
+         if ( record.function == "handleIntfStatus" ) {
+            texts.push_back( record.text );
+            EXPECT_EQ( record.file, "src-includes/Mlag/MlagErrdisableSm" );
+            EXPECT_GT( record.line, 0 );
+         }
+      }
+   };
+   port( "Ethernet1" );
+   note();
+   admin( "Ethernet1", IntfEnabledState::shutdown );
+   records.all.clear();
+   sm->handleIntfStatus( id( "Ethernet1" ) );
+   note();
+   absent( "Ethernet1" );
+   note();
+   std::string const entry = "void Mlag::Ostra::MlagErrdisableSm::handleIntfStatus(Kovel::"
+                             "IntfId) Ethernet1";
+   EXPECT_EQ(
+      texts,
+      ( Log{ entry,
+             "Adding Ethernet1 to errdisable cause mlag-issu",
+             "Adding Port-Channel10 to igmpsnooping forceEnabledPorts ",
+             entry,
+             "Removing Port-Channel10 from igmpsnooping forceEnabledPorts",
+             entry,
+             "Interface Ethernet1 deleted" } ) );
+}
+
 TEST_F( SmTraces, OfALevelThatIsOffAreNotWritten ) {
    Ryx::traceEnabledIs( "MlagErrdisableSm", true );
    Ryx::traceLevelIs( "MlagErrdisableSm", 8, false );

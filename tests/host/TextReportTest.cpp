@@ -134,7 +134,7 @@ TEST_F( TextReportTest, AForcedPortChannelThatIsTakenBackAtOnceIsNotTold ) {
 }
 
 TEST_F( TextReportTest, TraceLinesAreWrittenOnlyWhenWanted ) {
-   TraceLineRecord const line = { "MlagErrdisableSm", 8, "/src/MlagErrdisableSm", 97, "f()",
+   TraceLineRecord const line = { "MlagErrdisableSm", 8, "/src/MlagErrdisableSm", 97, "f",
                                   "void f()" };
    startAndSkipHeading( smallSwitch() );
    report_->trace( 1'000, line );
@@ -144,7 +144,7 @@ TEST_F( TextReportTest, TraceLinesAreWrittenOnlyWhenWanted ) {
    report_->trace( 1'000, line );
    EXPECT_NE(
       text().find(
-         "00:00:01.000  trace 8     MlagErrdisableSm MlagErrdisableSm:97 void f()\n" ),
+         "00:00:01.000  trace 8     MlagErrdisableSm MlagErrdisableSm:97 f: void f()\n" ),
       std::string::npos );
 }
 
