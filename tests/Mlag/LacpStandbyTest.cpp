@@ -199,6 +199,25 @@ TEST_F( SetLacpStandby, RecordOfFalseIsNotInStandby ) {
    EXPECT_TRUE( standby( "Port-Channel10" ) );
 }
 
+// Of a port-channel in standby a member in another mode is held, and forces it. Standby goes
+// on, and ends the forcing when another member is handled.
+TEST_F( SetLacpStandby, MemberInAnotherModeIsHeldAndForcesItsPortChannel ) {
+   auto const config = lacp( "Port-Channel10" );
+   lacpOverrideIs( "Port-Channel10", mlagSystemId );
+   ASSERT_TRUE( standby( "Port-Channel10" ) );
+   admin( "Ethernet2", IntfEnabledState::enabled );
+   member( "Ethernet2", "Port-Channel10", LacpMode::lacpPassive );
+   EXPECT_EQ(
+      writes( [ & ] { present( "Ethernet2" ); } ),
+      ( Log{ "cause Ethernet2 0", "snooping Port-Channel10 true" } ) );
+   EXPECT_EQ( held(), ( Log{ "Ethernet2" } ) );
+   EXPECT_TRUE( sm->memberToPortChannel( id( "Ethernet2" ) ) );
+   EXPECT_EQ(
+      writes( [ & ] { handle( "Ethernet1" ); } ), ( Log{ "snooping Port-Channel10 -" } ) );
+   EXPECT_TRUE( standby( "Port-Channel10" ) );
+   EXPECT_TRUE( config->stayInStandby() );
+}
+
 TEST_F( SetLacpStandby, PortChannelWithoutAnLacpConfigurationIsRecordedAllTheSame ) {
    EXPECT_EQ( steps( [ & ] { set(); } ), ( Log{ entry(), "snooping Port-Channel10 -" } ) );
    EXPECT_TRUE( standby( "Port-Channel10" ) );

@@ -186,6 +186,35 @@ TEST_F( ReleaseOrder, TheOtherClassesTimerIsArmedUntilItsLastPortIsReleased ) {
    EXPECT_EQ( wakeTime( false ), Ryx::never );
 }
 
+// What is said of the end is written when both timers are off: a port that appears at this
+// moment comes too late to be held.
+TEST_F( ReleaseOrder, MlagPortThatAppearsWithTheEndComesTooLate ) {
+   startAndForget();
+   sm->doClearErrdisableNonMlagIntfStatus();
+   member( "Ethernet3", "Port-Channel10" );
+   onLine = [ & ]( std::string const& logged ) {
+      if ( logged == "0 proto portsErrdisabled false" ) {
+         present( "Ethernet3" );
+      }
+   };
+   sm->doClearErrdisableMlagIntfStatus();
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+}
+
+TEST_F( ReleaseOrder, OtherPortThatAppearsWithTheEndComesTooLate ) {
+   startAndForget();
+   sm->doClearErrdisableMlagIntfStatus();
+   onLine = [ & ]( std::string const& logged ) {
+      if ( logged == "0 proto portsErrdisabled false" ) {
+         present( "Ethernet3" );
+      }
+   };
+   sm->doClearErrdisableNonMlagIntfStatus();
+   EXPECT_FALSE( mlagProtoStatus->portsErrdisabled() );
+   EXPECT_EQ( held(), std::vector< std::string >() );
+}
+
 TEST_F( ReleaseOrder, StandbyIsForgottenAfterItsPortChannelHasBeenReleased ) {
    lacp( "Port-Channel20" );
    startAndForget();

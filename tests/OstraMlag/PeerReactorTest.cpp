@@ -116,6 +116,21 @@ TEST( PeerReactor, RemovesWhatIsNotThereWithoutHarm ) {
    EXPECT_EQ( log.take(), Calls() );
 }
 
+TEST( PeerReactor, RemovesFromEachDirectoryWhateverTheOtherHas ) {
+   Directories const dirs;
+   auto const reactor = dirs.makeReactor();
+   LocalLog log( dirs );
+   auto const goes = [ & ]( auto const& directory ) {
+      auto const status = dirs.peerIs( "PeerEthernet1" );
+      directory->intfStatusDel( status->intfId() );
+      log.take();
+      dirs.peer->intfStatusDel( status->intfId() );
+      return log.take();
+   };
+   EXPECT_EQ( goes( dirs.eth ), Calls{ "all -PeerEthernet1" } );
+   EXPECT_EQ( goes( dirs.all ), Calls{ "eth -PeerEthernet1" } );
+}
+
 TEST( PeerReactor, RemovesALocalEntryThatThePeerNeverHadWhenItIsReported ) {
    Directories const dirs;
    auto const reactor = dirs.makeReactor();
