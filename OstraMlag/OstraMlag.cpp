@@ -10,7 +10,7 @@ namespace OstraMlag {
 
 namespace {
 
-// Whoever heard the last of the child before may have removed the new one already, which
+// An observer of the end of the child before may have removed the new one already, which
 // must then stay switched off.
 template< class Child >
 void
@@ -70,7 +70,7 @@ Agent::ethPeerIntfStatusReactorIs(
    try {
       auto created = Ryx::validPtr(
          newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
-      // Who hears the last of these does so before the new one is switched on.
+      // Observers of their end are told before the new one is switched on.
       watched = nullptr;
       present = nullptr;
       ethPeerIntfStatusReactor_ = created;
@@ -149,6 +149,35 @@ Agent::mlagErrdisableSmIs(
       lacpConfig ) );
    mlagErrdisableSm_ = created;
    switchOnStored( created, mlagErrdisableSm_ );
+   return created;
+}
+
+Ryx::Ptr< Agent::ErrdisableSm >
+Agent::newMlagErrdisableSm(
+   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
+   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
+   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
+   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
+   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
+   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
+   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
+   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
+   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
+   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
+   auto created = Mlag::Ostra::mlagErrdisableSmFactory(
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig );
+   created->hasNotificationActiveIs( true );
    return created;
 }
 
