@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// What each reactor of the state machine makes of what it hears.
+// Which handler each notification of the state machine's reactors calls.
 
 #include <Mlag/MlagErrdisableSm>
 #include <Mlag/SmDiagnostics>
@@ -171,7 +171,7 @@ Sm::RyxIntfConfig::handleNotifier() {
 
 void
 Sm::RyxIntfConfig::handleAdminEnabledStateLocal() {
-   // Whoever hears of the trace may remove this reactor.
+   // A reader of the trace may remove this reactor.
    Sm& machine = *Ryx::forcePointerAccess( owner() );
    Kovel::IntfId const intfId = watched() ? watched()->intfId() : Kovel::IntfId();
    trace( 8, __PRETTY_FUNCTION__, " for ", intfId );
