@@ -53,7 +53,7 @@ syntax=("$compiler" -std=c++20 $flags -fsyntax-only -O0 -I"$prefix/include")
    sh {} "${syntax[@]}"
 
 # Of the plug-in only what a user may include is installed, and what that includes.
-echo '#include <OstraMlag/OstraMlag>' | "${syntax[@]}" -M -x c++ - |
+printf '#include <%s>\n' OstraMlag/OstraMlag Mlag/MlagErrdisableSm | "${syntax[@]}" -M -x c++ - |
    tr ' ' '\n' | sed -n "s|^$prefix/include/||p" >"$work/included"
 if grep -E '^(OstraMlag|Mlag)/' "$work/headers" | grep -vxFf "$work/included"; then
    printf 'installed, though no public header includes it\n' >&2
@@ -63,9 +63,9 @@ fi
 cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
 cmake --build "$work/cmake" >/dev/null
-prints Ethernet1 "$work/cmake/consumer"
+prints "consumer none true" "$work/cmake/consumer"
 
 export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
 "$compiler" -std=c++20 $flags "$consumer/consumer.cpp" -o "$work/consumer" \
    $(pkg-config --cflags --libs MlagOstra)
-prints Ethernet1 env LD_LIBRARY_PATH="$prefix/lib" "$work/consumer"
+prints "consumer none true" env LD_LIBRARY_PATH="$prefix/lib" "$work/consumer"
