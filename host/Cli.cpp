@@ -7,6 +7,7 @@
 #include <host/Commands>
 #include <host/Failure>
 #include <host/Milliseconds>
+#include <host/OutOfMemory>
 #include <host/OutputBuffer>
 
 #include <Ryx/Trace>
@@ -218,6 +219,7 @@ int
 runCommandLine( int argc, char** argv ) {
    std::signal( SIGPIPE, SIG_IGN );
    OutputBuffer buffer( STDOUT_FILENO );
+   OutOfMemory const outOfMemory( buffer );
    std::ostream out( &buffer );
    int const status = execute( argc, argv, out );
    out.flush();

@@ -17,7 +17,9 @@ record( Milliseconds at, char const* type ) {
 } // namespace
 
 void
-NdjsonSink::start( StartRecord const&, StateView const& ) {}
+NdjsonSink::start( StartRecord const&, StateView const& state ) {
+   state_ = &state;
+}
 
 void
 NdjsonSink::write( long long at, WriteRecord const& write ) {
@@ -56,9 +58,9 @@ NdjsonSink::trace( long long at, TraceLineRecord const& trace ) {
 }
 
 void
-NdjsonSink::end( long long at, EndRecord const& end ) {
+NdjsonSink::end( long long at, EndRecord const& ) {
    Json json = record( at, "end" );
-   appendMember( json, "state", end.state );
+   appendMember( json, "state", state_->at( {} ) );
    line( json );
 }
 

@@ -46,7 +46,7 @@ Run::play() {
       MountsWatch const watch( parts_.mounts, [ this ]( WriteRecord const& record ) {
          parts_.sink.write( now(), record );
       } );
-      parts_.sink.start( { parts_.scenario.name, parts_.mounts.state() }, parts_.mounts );
+      parts_.sink.start( { parts_.scenario.name }, parts_.mounts );
       try {
          parts_.agent.setAll();
          passInstants();
@@ -54,7 +54,7 @@ Run::play() {
          failure = error.what();
       }
    }
-   parts_.sink.end( now(), { parts_.mounts.state() } );
+   parts_.sink.end( now(), { wakeUp().has_value() } );
    if ( !failure.empty() ) {
       throw Failure(
          ExitStatus::failed,
@@ -105,8 +105,12 @@ Run::nextInstant() const {
    if ( nextEvent_ < events.size() ) {
       event = events[ nextEvent_ ].at;
    }
-   return earlier(
-      event, parts_.time.momentOf( Ryx::activityManager()->clock()->nextTimeMin() ) );
+   return earlier( event, wakeUp() );
+}
+
+std::optional< Milliseconds >
+Run::wakeUp() const {
+   return parts_.time.momentOf( Ryx::activityManager()->clock()->nextTimeMin() );
 }
 
 void

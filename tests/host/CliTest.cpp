@@ -262,6 +262,32 @@ manyPorts( int count ) {
    return scenario;
 }
 
+// Wherever the memory ends. Where it is not enough to load the libraries, the loader
+// complains.
+TEST( Cli, OutOfMemoryIsOneLine ) {
+   if ( shell( "ulimit -v 200000; $ostra --version" ).status != 0 ) {
+      GTEST_SKIP() << "a sanitizer takes more address space than can be limited";
+   }
+   std::string const file = ostra::temporaryFile( "many.yaml", manyPorts( 2000 ) );
+   for ( std::string const format : { "ndjson", "text" } ) {
+      int refused = 0;
+      Outcome outcome{ 1, "", "" };
+      for ( int kibibytes = 8'000; outcome.status != 0; kibibytes += 250 ) {
+         outcome = shell(
+            "ulimit -v " + std::to_string( kibibytes ) +
+            "; $ostra --version || exit 127; " + "exec $ostra run " + file + " --format " +
+            format + " >/dev/null" );
+         ASSERT_THAT( outcome.status, testing::AnyOf( 0, 1, 3, 127 ) ) << outcome.err;
+         if ( outcome.status == 1 ) {
+            EXPECT_EQ( outcome.err, "ostra: out of memory\n" ) << kibibytes;
+            ++refused;
+         }
+         ASSERT_LT( kibibytes, 200'000 );
+      }
+      EXPECT_GT( refused, 0 );
+   }
+}
+
 TEST( Cli, SignalEndsARealTimeRunInGoodOrder ) {
    for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
       ostra::SignalAction const action( signal, SIG_DFL );

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+#include "JsonState"
+
 #include <host/NdjsonSink>
 
 #include <gtest/gtest.h>
@@ -48,7 +50,9 @@ TEST( NdjsonSink, RecordsAreLinesWithTheirKeysInOrder ) {
       "\"function\":\"function\",\"text\":\"text\"}\n" );
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
-         sink.end( 400000, { { { "a", "inf" } } } );
+         ostra::JsonState const state( ostra::Json{ { "a", "inf" } } );
+         sink.start( {}, state );
+         sink.end( 400000, {} );
       } ),
       "{\"t\":400,\"type\":\"end\",\"state\":{\"a\":\"inf\"}}\n" );
 }
