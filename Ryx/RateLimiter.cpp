@@ -4,6 +4,8 @@
 #include <Ryx/RateLimiter>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace Ryx {
 
@@ -13,14 +15,15 @@ namespace {
 // that are counted from it stay finite.
 constexpr Seconds longestInterval = 3e11;
 
-// The part of an interval by which a token may come early, so that rounding refuses none.
-constexpr double slack = 1e-3;
+// How early a token of a burst may come for rounding, as a part of the time.
+constexpr double rounding = 4 * std::numeric_limits< double >::epsilon();
 
 } // namespace
 
 RateLimiter::RateLimiter( Seconds interval, double burst ) noexcept
       : interval_( std::min( interval, longestInterval ) ),
-        refill_( interval_ * std::max( 1.0, burst ) ) {}
+        burst_( std::max( 1.0, burst ) ),
+        refill_( interval_ * burst_ ) {}
 
 bool
 RateLimiter::take( unsigned key ) {
@@ -28,24 +31,53 @@ RateLimiter::take( unsigned key ) {
       return true;
    }
    Seconds const now = Ryx::now();
-   if ( fullAt_.size() >= forgetAbove_ ) {
+   if ( buckets_.size() >= forgetAbove_ ) {
       forgetFull( now );
    }
-   auto const [ place, added ] = fullAt_.try_emplace( key, now );
-   // A bucket that takes longer to fill than an empty one is from before the time was set
-   // back: it counts as empty.
-   Seconds const fullAt = std::clamp( place->second, now, now + refill_ );
-   bool const passes = fullAt - now <= refill_ - interval_ * ( 1 - slack );
-   place->second = passes ? fullAt + interval_ : fullAt;
-   return passes;
+   Bucket& bucket = buckets_.try_emplace( key, Bucket{ now, 0 } ).first->second;
+   bringUpTo( now, bucket );
+   return takeFrom( bucket, now );
+}
+
+// A bucket that takes longer to fill than an empty one is from before the time was set
+// back: it counts as empty.
+void
+RateLimiter::bringUpTo( Seconds now, Bucket& bucket ) const noexcept {
+   if ( fullAt( bucket ) <= now ) {
+      bucket = { now, 0 };
+   } else if ( fullAt( bucket ) > now + refill_ ) {
+      bucket = { now, burst_ };
+   }
+}
+
+bool
+RateLimiter::takeFrom( Bucket& bucket, Seconds now ) const noexcept {
+   double const missing = bucket.taken - burst_ + 1;
+   if ( missing <= 0 ) {
+      ++bucket.taken;
+      return true;
+   }
+   Seconds const due = bucket.since + missing * interval_;
+   Seconds const slack = burst_ > 1 ? rounding * std::abs( due ) : 0;
+   if ( now < due - slack ) {
+      return false;
+   }
+   ++bucket.taken;
+   if ( now <= due + slack ) {
+      // Right on time: the bucket is empty now. What follows is counted from here, so that
+      // no rounding adds up.
+      bucket = { now, burst_ };
+   }
+   return true;
 }
 
 void
 RateLimiter::forgetFull( Seconds now ) {
-   std::erase_if( fullAt_, [ & ]( auto const& bucket ) {
-      return bucket.second <= now || bucket.second > now + refill_;
+   std::erase_if( buckets_, [ & ]( auto const& entry ) {
+      Seconds const full = fullAt( entry.second );
+      return full <= now || full > now + refill_;
    } );
-   forgetAbove_ = std::max< std::size_t >( 64, 2 * fullAt_.size() );
+   forgetAbove_ = std::max< std::size_t >( 64, 2 * buckets_.size() );
 }
 
 } // namespace Ryx
