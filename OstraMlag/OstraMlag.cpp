@@ -192,16 +192,16 @@ Agent::mlagErrdisableSmDel() {
 
 namespace {
 
-// Made by the first use, gone with the library.
-Ryx::TraceHandle&
-traceHandle() {
-   static Ryx::TraceHandle handle( "OstraMlag", false );
-   return handle;
+// The handle is made by the first use and gone with the library; the channel stays.
+Ryx::TraceChannel const&
+traceChannel() {
+   static Ryx::TraceHandle const handle( "OstraMlag", false );
+   return handle.channel();
 }
 
 } // namespace
 
-Ryx::TraceHandle& traces = traceHandle();
+Ryx::TraceChannel const& traces = traceChannel();
 
 namespace {
 

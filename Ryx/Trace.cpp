@@ -10,6 +10,7 @@
 #include <iostream>
 #include <map>
 #include <optional>
+#include <utility>
 
 namespace Ryx {
 
@@ -57,20 +58,17 @@ class TraceConfig {
       return *config;
    }
 
-   void handleIs( TraceHandle* handle ) {
-      handle->next_ = handles_;
-      handle->link_ = &handles_;
-      if ( handles_ ) {
-         handles_->link_ = &handle->next_;
-      }
-      handles_ = handle;
-      apply( *handle );
+   TraceChannel* opened( String8 name, bool enabledAtStart ) {
+      TraceChannel* const channel = closedOrNew( std::move( name ) );
+      channel->open_ = true;
+      channel->enabledAtStart_ = enabledAtStart;
+      apply( *channel );
+      return channel;
    }
-   static void handleDel( TraceHandle* handle ) noexcept {
-      *handle->link_ = handle->next_;
-      if ( handle->next_ ) {
-         handle->next_->link_ = handle->link_;
-      }
+   static void close( TraceChannel& channel ) noexcept {
+      channel.open_ = false;
+      channel.enabled_ = false;
+      channel.levelsOn_ = 0;
    }
 
    void settingIs( String8 const& name, Setting const& setting ) {
@@ -91,22 +89,35 @@ class TraceConfig {
    }
 
  private:
+   // A unit that is loaded again gets the channel that it had.
+   TraceChannel* closedOrNew( String8 name ) {
+      for ( TraceChannel* channel = channels_; channel; channel = channel->next_ ) {
+         if ( !channel->open_ && channel->name_ == name ) {
+            return channel;
+         }
+      }
+      auto* const channel = new TraceChannel( std::move( name ) );
+      channel->next_ = std::exchange( channels_, channel );
+      return channel;
+   }
    void applyToAll() const {
-      for ( TraceHandle* handle = handles_; handle; handle = handle->next_ ) {
-         apply( *handle );
+      for ( TraceChannel* channel = channels_; channel; channel = channel->next_ ) {
+         if ( channel->open_ ) {
+            apply( *channel );
+         }
       }
    }
-   void apply( TraceHandle& handle ) const {
-      Setting effective{ handle.enabledAtStart_, allLevels, allLevels };
+   void apply( TraceChannel& channel ) const {
+      Setting effective{ channel.enabledAtStart_, allLevels, allLevels };
       effective.add( all_ );
-      if ( auto const named = named_.find( handle.name_ ); named != named_.end() ) {
+      if ( auto const named = named_.find( channel.name_ ); named != named_.end() ) {
          effective.add( named->second );
       }
-      handle.enabled_ = *effective.enabled;
-      handle.levelsOn_ = handle.enabled_ ? effective.levelsOn : 0;
+      channel.enabled_ = *effective.enabled;
+      channel.levelsOn_ = channel.enabled_ ? effective.levelsOn : 0;
    }
 
-   TraceHandle* handles_ = nullptr;
+   TraceChannel* channels_ = nullptr;
    Setting all_;
    std::map< String8, Setting > named_;
 };
@@ -116,12 +127,10 @@ std::ostream* coverageStream_ = nullptr;
 TraceSink::~TraceSink() = default;
 
 TraceHandle::TraceHandle( String8 name, bool enabledAtStart )
-      : name_( std::move( name ) ), enabledAtStart_( enabledAtStart ) {
-   TraceConfig::instance().handleIs( this );
-}
+      : channel_( TraceConfig::instance().opened( std::move( name ), enabledAtStart ) ) {}
 
 TraceHandle::~TraceHandle() {
-   TraceConfig::handleDel( this );
+   TraceConfig::close( *channel_ );
 }
 
 void

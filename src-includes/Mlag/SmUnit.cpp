@@ -11,16 +11,16 @@ namespace Mlag::Ostra {
 
 namespace {
 
-// Made by the first use, gone with the library.
-Ryx::TraceHandle&
-smTraceHandle() {
-   static Ryx::TraceHandle handle( "MlagErrdisableSm", false );
-   return handle;
+// The handle is made by the first use and gone with the library; the channel stays.
+Ryx::TraceChannel const&
+smTraceChannel() {
+   static Ryx::TraceHandle const handle( "MlagErrdisableSm", false );
+   return handle.channel();
 }
 
 } // namespace
 
-Ryx::TraceHandle& smTraces = smTraceHandle();
+Ryx::TraceChannel const& smTraces = smTraceChannel();
 
 namespace {
 

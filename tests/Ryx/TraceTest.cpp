@@ -207,6 +207,37 @@ TEST_F( TraceTest, HandlesComeAndGoInAnyOrder ) {
    EXPECT_FALSE( b->isEnabled() );
 }
 
+// A unit's objects may outlive its handle at the end of the process.
+TEST_F( TraceTest, WhatComesAfterTheHandleIsDropped ) {
+   std::string const longName( 100, 'n' );
+   auto handle = std::make_unique< Ryx::TraceHandle >( longName, true );
+   Ryx::TraceChannel const& channel = handle->channel();
+   Ryx::trace( channel, "src/Unit", 8, "words" );
+   ASSERT_EQ( sink.records.size(), 1u );
+   EXPECT_EQ( sink.records[ 0 ].handleName, longName );
+   handle.reset();
+   std::ostringstream coverage;
+   Ryx::coverageStream_ = &coverage;
+   Ryx::traceEnabledIs( "*", true );
+   Value const value;
+   Ryx::trace( channel, "src/Unit", 8, value );
+   EXPECT_EQ( value.printed, 0 );
+   EXPECT_EQ( sink.records.size(), 1u );
+   EXPECT_EQ( coverage.str(), "" );
+}
+
+TEST_F( TraceTest, AHandleThatIsMadeAgainHasItsChannelAgain ) {
+   auto handle = std::make_unique< Ryx::TraceHandle >( "Unit", true );
+   Ryx::TraceChannel const& channel = handle->channel();
+   Ryx::TraceHandle const namesake( "Unit", false );
+   EXPECT_NE( &namesake.channel(), &channel );
+   handle = nullptr;
+   Ryx::TraceHandle const again( "Unit", true );
+   EXPECT_EQ( &again.channel(), &channel );
+   EXPECT_TRUE( again.isEnabled( 8 ) );
+   EXPECT_FALSE( namesake.isEnabled( 8 ) );
+}
+
 TEST_F( TraceTest, TheCoverageStreamGetsEverySiteAndTheSinkThoseThatAreOn ) {
    Ryx::TraceHandle const handle( "Unit", false );
    std::ostringstream coverage;

@@ -6,9 +6,15 @@
 #include <plugin/LoadedPlugin>
 #include <plugin/Switch>
 
+#include <Ryx/Trace>
+
 #include <gtest/gtest.h>
 
 #include <malloc.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <memory>
 
 namespace {
 
@@ -156,6 +162,24 @@ TEST( Plugin, LeavesStateThatOutlivesIt ) {
    EXPECT_EQ( device.held(), "1" );
    del( device.mounted( "ethIntfStatusDir" ), "intfStatus" );
    EXPECT_EQ( device.size( "ethIntfStatusDir", "intfStatus" ), "0" );
+}
+
+// Ends the process with an agent that nobody has dropped.
+[[noreturn]] void
+endWithAnAgent() {
+   // Goes after the static objects of the plug-in, which are made later.
+   static std::unique_ptr< Switch > device;
+   static auto const* const plugin = new LoadedPlugin;
+   device = std::make_unique< Switch >();
+   device->peerIs( "PeerEthernet1" );
+   device->agentIs();
+   Ryx::traceEnabledIs( "*", true );
+   std::cerr << ( plugin->error().empty() ? "the end\n" : plugin->error() );
+   std::exit( 0 );
+}
+
+TEST( PluginDeathTest, AnAgentThatIsAliveAtTheEndTracesNothingAfterItsUnitsHandle ) {
+   EXPECT_EXIT( endWithAnAgent(), testing::ExitedWithCode( 0 ), "^the end\n$" );
 }
 
 // Freed blocks that the allocator keeps at hand count as used: that is noise of some
