@@ -151,7 +151,7 @@ Entity::NotifieeConst::onIsNondestructing() {}
 
 Ptr< Entity const >
 Entity::NotifieeConst::notifier() const {
-   return Ptr< Entity const >( static_cast< Entity const* >( rawNotifier() ) );
+   return Ptr< Entity const >( watched() );
 }
 
 } // namespace Ryx

@@ -133,6 +133,23 @@ TEST_F( EntityTest, ZeroReferencesNotifiesAllNotifiees ) {
    EXPECT_EQ( calls, ( Calls{ "a zero", "b zero" } ) );
 }
 
+TEST_F( EntityTest, ANotifieeOfAMutableEntityMayChangeIt ) {
+   class Adopter final : public Ryx::Entity::Notifiee {
+    public:
+      void onParent() override { notifier()->parentAttrIdIs( 261 ); }
+   };
+   static_assert( std::is_base_of_v< Ryx::Entity::NotifieeConst, Ryx::Entity::Notifiee > );
+   static_assert(
+      std::
+         is_same_v< decltype( Ryx::make< Adopter >()->notifier() ), Ptr< Ryx::Entity > > );
+   auto const adopter = Ryx::make< Adopter >();
+   adopter->notifierIs( port );
+   adopter->isRegisteredNotifieeIs( true );
+   port->parentIs( board );
+   EXPECT_EQ( port->parentAttrId(), 261u );
+   EXPECT_EQ( adopter->notifier(), port );
+}
+
 TEST_F( EntityTest, AttributeStringFallsBackFromTypeToBaseToUnknown ) {
    auto const fast = Ryx::make< FastPort >( 1u );
    EXPECT_EQ( fast->attributeString( 261 ), "lanes" );
