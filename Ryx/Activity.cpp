@@ -9,11 +9,29 @@ namespace Ryx {
 
 ActivityConfig::ActivityConfig() = default;
 
-ActivityConfig::~ActivityConfig() = default;
+// What is still pending waits for the next change, and for the activity that tells of it.
+ActivityConfig::~ActivityConfig() {
+   for ( Waiting const& waiting : queue_ ) {
+      if ( !waiting.isOver() ) {
+         waiting.notifiee->ticket_ = 0;
+      }
+   }
+}
+
+bool
+ActivityConfig::Waiting::isOver() const noexcept {
+   return notifiee->ticket_ != ticket;
+}
 
 void
 ActivityConfig::notifieeIs( Ptr< PtrInterface::NotifieeConst > notifiee ) {
-   queue_.push_back( std::move( notifiee ) );
+   static std::uint32_t tickets = 0;
+   if ( notifiee->ticket_ == 0 ) {
+      PtrInterface::NotifieeConst const& waiting = *notifiee;
+      queue_.push_back( { std::move( notifiee ), tickets + 1 } );
+      tickets += tickets + 1 == 0 ? 2 : 1;
+      waiting.ticket_ = queue_.back().ticket;
+   }
 }
 
 unsigned
@@ -23,15 +41,17 @@ ActivityConfig::handleActivity() {
    auto waitingNow = std::exchange( queue_, {} );
    for ( auto it = waitingNow.begin(); it != waitingNow.end(); ) {
       auto const waiting = it++;
-      Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( *waiting );
-      if ( notifiee->references() == 1 ) {
+      bool const isOver = waiting->isOver();
+      Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( waiting->notifiee );
+      if ( isOver || notifiee->references() == 1 ) {
          continue;
       }
       if ( !notifiee->isRegisteredNotifiee() ) {
-         *waiting = notifiee;
+         waiting->notifiee = notifiee;
          queue_.splice( queue_.end(), waitingNow, waiting );
          continue;
       }
+      notifiee->ticket_ = 0;
       callExpecting( *notifiee, notifiee->pendingAttributeId(), [ & ] {
          notifiee->handleNotification( this );
       } );

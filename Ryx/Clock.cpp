@@ -18,8 +18,8 @@ Clock::~Clock() {
 }
 
 void
-Clock::dispatch( NotifieeConst& notifiee, AttributeId id, bool all ) {
-   if ( all || id == timeAttributeId ) {
+Clock::dispatch( NotifieeConst& notifiee, AttributeId id, bool ) {
+   if ( id == timeAttributeId ) {
       notifiee.onTime();
    }
 }
@@ -157,7 +157,7 @@ Clock::NotifieeConst::isRegisteredNotifieeIs( bool registered ) const {
    if ( registered == isRegisteredNotifiee() ) {
       return;
    }
-   leave();
+   withdraw();
    Entity::NotifieeConst::isRegisteredNotifieeIs( registered );
    arrive();
 }
@@ -174,7 +174,7 @@ Clock::NotifieeConst::bind( Notifier const* notifier ) const {
    }
    // Let go last: the old clock's last word may destroy or re-point this notifiee.
    Ptr< Clock const > const old( isWeakReference() ? nullptr : watched() );
-   leave();
+   withdraw();
    if ( watched() ) {
       --watched()->watchers_;
    }
@@ -183,14 +183,19 @@ Clock::NotifieeConst::bind( Notifier const* notifier ) const {
 }
 
 // A deferred onTime comes on its own: the pending attribute id is of what the clock told
-// as a notifier.
+// as a notifier. What that calls may take the time back.
 void
 Clock::NotifieeConst::handleNotification( ActivityConfig* activity ) {
-   bool const time = std::exchange( timePending_, false );
-   if ( pendingAttributeId() != 0 ) {
+   if ( !timePending_ ) {
       Entity::NotifieeConst::handleNotification( activity );
+      return;
    }
-   if ( time ) {
+   if ( AttributeId const id = pendingAttributeId() ) {
+      callExpecting(
+         *this, id, [ & ] { Entity::NotifieeConst::handleNotification( activity ); } );
+   }
+   if ( timePending_ && watched() ) {
+      timeDropped();
       callExpecting( *this, timeAttributeId, [ & ] {
          handleDefault( activity, timeAttributeId, false );
       } );
@@ -202,6 +207,7 @@ Clock::NotifieeConst::onTime() {}
 
 void
 Clock::NotifieeConst::timeMinIs( Seconds const& timeMin ) noexcept {
+   timeDropped();
    timeMin_ = timeMin;
    unfired_ = true;
    rearm();
@@ -222,6 +228,22 @@ Clock::NotifieeConst::leave() const noexcept {
    }
 }
 
+// The same of one whose onTime is to be queued again, or never.
+void
+Clock::NotifieeConst::withdraw() const noexcept {
+   leave();
+   unfired_ = unfired_ || timePending_;
+   timeDropped();
+}
+
+void
+Clock::NotifieeConst::timeDropped() const noexcept {
+   if ( timePending_ ) {
+      timePending_ = false;
+      waitsNoMore();
+   }
+}
+
 // Brings the clock's heap up to date with the notifiee.
 void
 Clock::NotifieeConst::rearm() const noexcept {
@@ -237,7 +259,7 @@ Clock::NotifieeConst::rearm() const noexcept {
 
 void
 Clock::NotifieeConst::wake() {
-   ActivityConfig* const activity = ryxFwkActivity();
+   ActivityConfig* const activity = isDeferred() ? ryxFwkActivity() : nullptr;
    if ( activity ) {
       activity->notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
    }

@@ -33,9 +33,6 @@ PtrInterface::NotifieeConst::isRegisteredNotifieeIs( bool registered ) const {
       return;
    }
    auto* self = const_cast< NotifieeConst* >( this );
-   if ( registered ) {
-      deferredIs( ryxFwkActivity() != nullptr );
-   }
    registered_ = registered;
    if ( !notifier_ ) {
       return;
@@ -44,7 +41,7 @@ PtrInterface::NotifieeConst::isRegisteredNotifieeIs( bool registered ) const {
       if ( weak_ ) {
          Notifier::unpark( self );
       }
-      notifier_->link( self );
+      join();
    } else {
       notifier_->unlink( self );
       if ( weak_ ) {
@@ -70,15 +67,33 @@ PtrInterface::NotifieeConst::bind( Notifier const* notifier ) const {
    } else if ( old && weak_ ) {
       Notifier::unpark( self );
    }
+   if ( notifier != old ) {
+      notifierLost();
+   }
    notifier_ = notifier;
    if ( notifier && registered_ ) {
-      notifier->link( self );
+      join();
    } else if ( notifier && weak_ ) {
       notifier->park( self );
    }
    if ( old && !weak_ ) {
       old->deleteReference();
    }
+}
+
+void
+PtrInterface::NotifieeConst::join() const {
+   auto* self = const_cast< NotifieeConst* >( this );
+   deferredIs( self->ryxFwkActivity() != nullptr );
+   notifier_->link( self );
+}
+
+// What is pending is of a notifier that it watches no more.
+void
+PtrInterface::NotifieeConst::notifierLost() const noexcept {
+   notifier_ = nullptr;
+   pending_ = 0;
+   ticket_ = 0;
 }
 
 void
@@ -91,17 +106,16 @@ PtrInterface::NotifieeConst::isWeakReferenceIs( bool weak ) {
 
 void
 PtrInterface::NotifieeConst::defer( AttributeId id ) {
-   if ( pending_ != 0 ) {
-      pending_ = pending_ == id ? id : allAttributesId;
-      return;
-   }
-   if ( ActivityConfig* const activity = ryxFwkActivity() ) {
+   if ( ticket_ == 0 ) {
+      ActivityConfig* const activity = ryxFwkActivity();
+      if ( !activity ) {
+         // It has lost its activity since it registered.
+         handleDefault( nullptr, id, false );
+         return;
+      }
       activity->notifieeIs( Ptr< NotifieeConst >( this ) );
-      pending_ = id;
-   } else {
-      // It has lost its activity since it registered.
-      handleDefault( nullptr, id, false );
    }
+   pending_ = pending_ == 0 || pending_ == id ? id : allAttributesId;
 }
 
 void
@@ -112,8 +126,9 @@ PtrInterface::NotifieeConst::handleNotification( ActivityConfig* activity ) {
 }
 
 void
-PtrInterface::NotifieeConst::handleDefault( ActivityConfig*, AttributeId id, bool all ) {
-   if ( all || id == zeroReferencesAttributeId ) {
+PtrInterface::NotifieeConst::handleDefault( ActivityConfig*, AttributeId id, bool ) {
+   // That several attributes have changed does not mean that the notifier goes.
+   if ( id == zeroReferencesAttributeId ) {
       onZeroReferences();
    }
 }

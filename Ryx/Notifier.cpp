@@ -4,6 +4,7 @@
 #include <Ryx/Notifiee>
 
 #include <new>
+#include <utility>
 
 namespace Ryx {
 
@@ -17,9 +18,8 @@ PtrInterface::NotifieeConst* parked = nullptr;
 
 Notifier::~Notifier() {
    while ( NotifieeConst* notifiee = head_ ) {
-      head_ = notifiee->next_;
-      notifiee->next_ = nullptr;
-      notifiee->notifier_ = nullptr;
+      head_ = std::exchange( notifiee->next_, nullptr );
+      notifiee->notifierLost();
    }
    if ( hasParked_ ) {
       abandonParked();
@@ -82,9 +82,8 @@ Notifier::abandonParked() const noexcept {
    NotifieeConst** link = &parked;
    while ( NotifieeConst* notifiee = *link ) {
       if ( notifiee->notifier_ == this ) {
-         *link = notifiee->next_;
-         notifiee->next_ = nullptr;
-         notifiee->notifier_ = nullptr;
+         *link = std::exchange( notifiee->next_, nullptr );
+         notifiee->notifierLost();
       } else {
          link = &notifiee->next_;
       }

@@ -219,8 +219,7 @@ TEST_F( DeferredDeliveryTest, SeveralAttributesAreCalledAllInOrder ) {
    activity->handleActivity();
    EXPECT_EQ(
       calls,
-      ( Calls{ "later zero",
-               "later parent",
+      ( Calls{ "later parent",
                "later version",
                "later nondestructing",
                "later intfId",
@@ -249,6 +248,95 @@ TEST_F( DeferredDeliveryTest, TheLastWordIsKnownByItsIdToo ) {
    auto const later = defer( "later" );
    later->handleDefault( activity.ptr(), Ryx::zeroReferencesAttributeId, false );
    EXPECT_EQ( calls, Calls{ "later zero" } );
+}
+
+// A change of a notifier that is no longer watched is not told.
+
+TEST_F( DeferredDeliveryTest, OneThatIsRePointedDoesNotHearOfTheOldNotifier ) {
+   auto const next = Ryx::make< FastPort >( 2u );
+   auto const later = defer( "later" );
+   auto const other = defer( "other" );
+   port->speedIs( 1 );
+   later->notifierIs( next );
+   EXPECT_EQ( later->pendingAttributeId(), 0u );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "other speed 1" } );
+   next->speedIs( 7 );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls.back(), "later speed 7" );
+}
+
+TEST_F( DeferredDeliveryTest, OneThatIsRePointedIsQueuedAnew ) {
+   auto const next = Ryx::make< FastPort >( 2u );
+   auto const later = defer( "later" );
+   auto const other = defer( "other" );
+   port->speedIs( 1 );
+   later->notifierIs( next );
+   next->speedIs( 7 );
+   EXPECT_EQ( activity->handleActivity(), 2u );
+   EXPECT_EQ( calls, ( Calls{ "other speed 1", "later speed 7" } ) );
+}
+
+TEST_F( DeferredDeliveryTest, OneThatIsRePointedIsCalledByTheActivityItHasNow ) {
+   auto const next = Ryx::make< FastPort >( 2u );
+   auto const later = defer( "later" );
+   port->speedIs( 1 );
+   auto const now = Ryx::make< Ryx::ActivityConfig >();
+   later->activity = now;
+   later->notifierIs( next );
+   next->speedIs( 7 );
+   EXPECT_EQ( activity->handleActivity(), 0u );
+   EXPECT_EQ( now->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "later speed 7" } );
+}
+
+TEST_F( DeferredDeliveryTest, OneThatIsUnboundIsNotCalled ) {
+   auto const later = defer( "later" );
+   port->lanesIs( 2 );
+   later->notifierIs( nullptr );
+   EXPECT_EQ( activity->handleActivity(), 0u );
+   EXPECT_EQ( calls, Calls{} );
+}
+
+TEST_F( DeferredDeliveryTest, OneThatIsBoundToTheSameNotifierHearsOfItsChange ) {
+   auto const later = defer( "later" );
+   port->lanesIs( 2 );
+   later->notifierIs( port );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "later lanes" } );
+}
+
+TEST_F( DeferredDeliveryTest, AWeakOneIsNotCalledOnceItsNotifierHasGone ) {
+   auto gone = Ryx::make< FastPort >( 9u );
+   std::vector< Ptr< FastPortWatcher > > weak;
+   for ( char const* name : { "registered", "deregistered" } ) {
+      weak.push_back( Ryx::make< FastPortWatcher >( name, calls ) );
+      weak.back()->activity = activity;
+      weak.back()->isWeakReferenceIs( true );
+      weak.back()->notifierIs( gone );
+      weak.back()->isRegisteredNotifieeIs( true );
+   }
+   gone->speedIs( 1 );
+   weak.back()->isRegisteredNotifieeIs( false );
+   gone = nullptr;
+   weak.back()->isRegisteredNotifieeIs( true );
+   EXPECT_EQ( activity->handleActivity(), 0u );
+   for ( auto const& watcher : weak ) {
+      watcher->notifierIs( port );
+   }
+   port->lanesIs( 2 );
+   EXPECT_EQ( activity->handleActivity(), 2u );
+   EXPECT_EQ( calls, ( Calls{ "registered lanes", "deregistered lanes" } ) );
+}
+
+TEST_F( DeferredDeliveryTest, WhatAnActivityTookAlongIsToldWithTheNextChange ) {
+   auto const later = defer( "later" );
+   later->activity = Ryx::make< Ryx::ActivityConfig >();
+   port->lanesIs( 2 );
+   later->activity = activity;
+   port->lanesIs( 3 );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "later lanes" } );
 }
 
 TEST_F( DeferredDeliveryTest, ItsExceptionCarriesThePendingId ) {

@@ -116,13 +116,49 @@ TEST_F( DeliveryTest, ALaterOneThatIsTurnedOffIsNotCalled ) {
    EXPECT_EQ( calls, ( Calls{ "a speed 1", "c speed 1" } ) );
 }
 
-TEST_F( DeliveryTest, ALaterOneThatIsTakenOutAndPutBackIsCalledOnce ) {
+// Takes a later notifiee out of the list and puts it back in.
+class DeliveryReentryTest : public DeliveryTest {
+ protected:
+   void expectToHearOfTheNextChangeOnly( std::function< void() > reentry ) {
+      a->action = std::move( reentry );
+      port->speedIs( 1 );
+      EXPECT_EQ( calls, ( Calls{ "a speed 1", "c speed 1" } ) );
+      calls.clear();
+      port->speedIs( 2 );
+      EXPECT_EQ( calls, ( Calls{ "a speed 2", "c speed 2", "b speed 2" } ) );
+   }
+};
+
+TEST_F( DeliveryReentryTest, ByRegistrationHearsOfTheNextChangeOnly ) {
+   expectToHearOfTheNextChangeOnly( [ this ] {
+      b->isRegisteredNotifieeIs( false );
+      b->isRegisteredNotifieeIs( true );
+   } );
+}
+
+TEST_F( DeliveryReentryTest, ByTurningDeliveryOnHearsOfTheNextChangeOnly ) {
+   expectToHearOfTheNextChangeOnly( [ this ] {
+      b->hasNotificationActiveIs( false );
+      b->hasNotificationActiveIs( true );
+   } );
+}
+
+TEST_F( DeliveryReentryTest, ByPointingBackHearsOfTheNextChangeOnly ) {
+   expectToHearOfTheNextChangeOnly( [ this ] {
+      b->notifierIs( other );
+      b->notifierIs( port );
+   } );
+}
+
+TEST_F( DeliveryReentryTest, HearsOfAChangeThatIsMadeAfterItInTheSameDelivery ) {
    a->action = [ & ] {
       b->isRegisteredNotifieeIs( false );
       b->isRegisteredNotifieeIs( true );
+      port->labelIs( "x" );
    };
    port->speedIs( 1 );
-   EXPECT_EQ( calls, ( Calls{ "a speed 1", "b speed 1", "c speed 1" } ) );
+   EXPECT_EQ(
+      calls, ( Calls{ "a speed 1", "a label x", "c label x", "b label x", "c speed 1" } ) );
 }
 
 TEST_F( DeliveryTest, AnEarlierOneThatIsTakenOutAndPutBackIsNotCalledAgain ) {
@@ -332,6 +368,17 @@ TEST_F( WithoutMemory, NotifieesDeregisteredMeanwhileAreNotTold ) {
    callers[ 2 ]->act = [ this ] {
       for ( std::size_t i = 10; i < 70; ++i ) {
          callers[ i ]->isRegisteredNotifieeIs( false );
+      }
+   };
+   setWithoutMemory( 1 );
+   expectAllBut( 10, 70 );
+}
+
+TEST_F( WithoutMemory, NotifieesTakenOutAndPutBackAreNotTold ) {
+   callers[ 2 ]->act = [ this ] {
+      for ( std::size_t i = 10; i < 70; ++i ) {
+         callers[ i ]->isRegisteredNotifieeIs( false );
+         callers[ i ]->isRegisteredNotifieeIs( true );
       }
    };
    setWithoutMemory( 1 );

@@ -39,6 +39,7 @@ constexpr Corner corners[] = {
    { "skipped, deregistered meanwhile", &Reached::deregisteredMeanwhile },
    { "skipped, destroyed meanwhile", &Reached::destroyedMeanwhile },
    { "skipped, moved meanwhile", &Reached::movedMeanwhile },
+   { "skipped, taken out and put back meanwhile", &Reached::reenteredMeanwhile },
    { "exceptions", &Reached::raised },
    { "exceptions about exceptions", &Reached::raisedAboutRaised },
    { "notifiers gone in their delivery", &Reached::notifierGoneMeanwhile },

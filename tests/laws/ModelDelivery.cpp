@@ -28,11 +28,14 @@ Model::deliver( Serial s, unsigned attribute, unsigned key ) {
    for ( Serial const n : snapshot ) {
       ++notifiees_[ n ].snapshots;
    }
+   unsigned const began = stations_[ s ].modifications;
    for ( Serial const n : snapshot ) {
-      if ( due( n, s ) ) {
+      // Somebody other than deliveries has it.
+      bool const isHeld = holders( Kind::notifiee, n ) != notifiees_[ n ].snapshots;
+      if ( isHeld && registeredBefore( n, s, began ) ) {
          call( n, attribute, key );
       } else {
-         count( n, s );
+         count( n, s, began );
       }
       --notifiees_[ n ].snapshots;
       dropped( Kind::notifiee, n );
@@ -41,20 +44,23 @@ Model::deliver( Serial s, unsigned attribute, unsigned key ) {
    reached_.notifierGoneMeanwhile += holders( Kind::station, s ) == 1;
 }
 
-// Still registered here, and somebody other than deliveries has it.
+// Registered here, without a break since the list had changed so many times.
 bool
-Model::due( Serial n, Serial s ) const {
+Model::registeredBefore( Serial n, Serial s, unsigned modifications ) const {
    Notifiee const& notifiee = notifiees_[ n ];
    return notifiee.registered && notifiee.notifier == s &&
-      holders( Kind::notifiee, n ) != notifiee.snapshots;
+      notifiee.registration <= modifications;
 }
 
 void
-Model::count( Serial n, Serial s ) {
+Model::count( Serial n, Serial s, unsigned modifications ) {
    Notifiee const& notifiee = notifiees_[ n ];
+   bool const isHere = notifiee.registered && notifiee.notifier == s;
+   bool const isDestroyed = registeredBefore( n, s, modifications );
    reached_.deregisteredMeanwhile += !notifiee.registered;
-   reached_.movedMeanwhile += notifiee.registered && notifiee.notifier != s;
-   reached_.destroyedMeanwhile += notifiee.registered && notifiee.notifier == s;
+   reached_.movedMeanwhile += notifiee.registered && !isHere;
+   reached_.destroyedMeanwhile += isDestroyed;
+   reached_.reenteredMeanwhile += isHere && !isDestroyed;
 }
 
 void
@@ -131,11 +137,11 @@ Model::handle( Serial n ) {
 
 void
 Model::link( Serial n ) {
-   Notifiee const& notifiee = notifiees_[ n ];
+   Notifiee& notifiee = notifiees_[ n ];
    if ( notifiee.registered && notifiee.notifier != none ) {
       Station& station = stations_[ notifiee.notifier ];
       station.list.push_back( n );
-      ++station.modifications;
+      notifiee.registration = ++station.modifications;
    }
 }
 
