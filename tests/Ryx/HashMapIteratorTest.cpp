@@ -73,16 +73,16 @@ TEST_F( HashMapIterator, AMutableOneIsAConstOneToo ) {
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
-// Promise 5.
-TEST_F( HashMapIterator, HasAReferenceToItsMemberOnceThatIsRemoved ) {
-   Record* const two = map.find( key( 2 ) );
+// Promise 6.
+TEST_F( HashMapIterator, DoesNotKeepARemovedMember ) {
    Map::Iterator it( map );
    Map::Iterator const copy = it;
-   EXPECT_EQ( two->references(), 1u );
-   auto const removed = map.remove( key( 2 ) );
-   EXPECT_EQ( two->references(), 3u );
-   ++it;
-   EXPECT_EQ( two->references(), 2u );
+   auto removed = map.remove( key( 2 ) );
+   EXPECT_EQ( removed->references(), 1u );
+   removed = nullptr;
+   EXPECT_EQ( Record::live, 5 );
+   EXPECT_EQ( keysFrom( it ), keys( { 2, 4, 5, 6, 8, 12 } ) );
+   EXPECT_EQ( keysFrom( copy ), keys( { 2, 4, 5, 6, 8, 12 } ) );
 }
 
 TEST_F( HashMapIterator, LeavesItsPlaceToTheOneThatItIsMovedTo ) {
@@ -90,8 +90,10 @@ TEST_F( HashMapIterator, LeavesItsPlaceToTheOneThatItIsMovedTo ) {
    Map::Iterator it( map );
    Map::Iterator const moved = std::move( it );
    EXPECT_FALSE( it );
-   auto const removed = map.remove( key( 2 ) );
-   EXPECT_EQ( two->references(), 2u );
+   EXPECT_EQ( moved.ptr().ptr(), two );
+   map.remove( key( 2 ) );
+   EXPECT_FALSE( it );
+   EXPECT_TRUE( moved );
    EXPECT_EQ( keysFrom( moved ), keys( { 2, 4, 5, 6, 8, 12 } ) );
 }
 
@@ -102,7 +104,8 @@ TEST_F( HashMapIterator, OutlivesItsMap ) {
    Map::Iterator atEnd( *other );
    ++ ++atEnd;
    other.reset();
-   EXPECT_EQ( it->fwkKey(), key( 1 ) );
+   EXPECT_TRUE( it );
+   EXPECT_EQ( it.key(), key( 1 ) );
    Map::Iterator copy = it;
    ++copy;
    EXPECT_FALSE( copy );
@@ -111,15 +114,21 @@ TEST_F( HashMapIterator, OutlivesItsMap ) {
    EXPECT_EQ( keysFrom( it ), keys( { 8, 12 } ) );
 }
 
-// Promise 5.
-TEST_F( HashMapIterator, StaysOnARemovedMember ) {
+// Promise 6.
+TEST_F( HashMapIterator, StaysOnTheKeyOfARemovedMember ) {
    Map::Iterator it = at( 5 );
-   Record* const five = map.find( key( 5 ) );
-   map.remove( key( 5 ) );
+   Map::IteratorConst const constIt = it;
+   auto const five = map.remove( key( 5 ) );
    EXPECT_TRUE( it );
-   EXPECT_EQ( it.ptr().ptr(), five );
    EXPECT_EQ( it.key(), key( 5 ) );
-   EXPECT_FALSE( it->fwkHmLinked() );
+   EXPECT_FALSE( it.ptr() );
+   EXPECT_THROW( it->fwkKey(), Ryx::RangeException );
+   EXPECT_THROW( *it, Ryx::RangeException );
+   EXPECT_TRUE( constIt );
+   EXPECT_EQ( constIt.key(), key( 5 ) );
+   EXPECT_FALSE( constIt.ptr() );
+   EXPECT_THROW( constIt->fwkKey(), Ryx::RangeException );
+   EXPECT_THROW( *constIt, Ryx::RangeException );
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
@@ -129,8 +138,8 @@ TEST_F( HashMapIterator, LeavesARecordAloneThatWasRemovedAndInsertedAgain ) {
    map.remove( it );
    EXPECT_TRUE( map.contains( key( 5 ) ) );
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
-   auto const five = map.remove( key( 5 ) );
-   EXPECT_EQ( five->references(), 2u );
+   EXPECT_FALSE( it.ptr() );
+   map.remove( key( 5 ) );
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
@@ -144,7 +153,7 @@ TEST_F( HashMapIterator, GoesOnBehindTheKeyUnderWhichItsMemberWasRemovedFirst ) 
    EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, SkipsMembersRemovedAheadOfIt ) {
    Map::Iterator const it = at( 4 );
    map.remove( key( 5 ) );
@@ -152,7 +161,7 @@ TEST_F( HashMapIterator, SkipsMembersRemovedAheadOfIt ) {
    EXPECT_EQ( keysFrom( it ), keys( { 4, 6, 8 } ) );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, GoesOnAfterAllAroundItWereRemoved ) {
    Map::Iterator const it = at( 5 );
    for ( int id : { 4, 5, 6, 8 } ) {
@@ -161,7 +170,7 @@ TEST_F( HashMapIterator, GoesOnAfterAllAroundItWereRemoved ) {
    EXPECT_EQ( keysFrom( it ), keys( { 5, 12 } ) );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, EndsWhenAllAheadWereRemoved ) {
    Map::Iterator it = at( 8 );
    map.clear();
@@ -169,14 +178,14 @@ TEST_F( HashMapIterator, EndsWhenAllAheadWereRemoved ) {
    EXPECT_FALSE( it );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, VisitsMembersInsertedAheadOfIt ) {
    Map::Iterator const it = at( 6 );
    insertAll( map, keys( { 7, 9, 10 } ) );
    EXPECT_EQ( keysFrom( it ), keys( { 6, 7, 8, 9, 10, 12 } ) );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, VisitsAMemberInsertedAheadOfItsRemovedOne ) {
    Map::Iterator const it = at( 6 );
    map.remove( key( 6 ) );
@@ -184,31 +193,30 @@ TEST_F( HashMapIterator, VisitsAMemberInsertedAheadOfItsRemovedOne ) {
    EXPECT_EQ( keysFrom( it ), keys( { 6, 7, 8, 12 } ) );
 }
 
-// Promise 6.
+// Promise 7.
 TEST_F( HashMapIterator, VisitsAMemberRemovedAndInsertedAgainAheadOfItOnce ) {
    Map::Iterator const it = at( 4 );
    map.insert( map.remove( key( 5 ) ) );
    EXPECT_EQ( keysFrom( it ), keys( { 4, 5, 6, 8, 12 } ) );
 }
 
-// Promise 7.
+// Promise 8.
 TEST_F( HashMapIterator, DoesNotVisitMembersInsertedBehindIt ) {
    Map::Iterator const it = at( 8 );
    insertAll( map, keys( { 0, 3, 7 } ) );
    EXPECT_EQ( keysFrom( it ), keys( { 8, 12 } ) );
 }
 
-// Promise 7.
+// Promise 8.
 TEST_F( HashMapIterator, DoesNotVisitItsKeyAgainWhenItIsInsertedAgain ) {
    Map::Iterator const it = at( 8 );
-   auto const removed = map.remove( key( 8 ) );
-   Record* const again = insertNew( map, key( 8 ) );
-   EXPECT_EQ( it.ptr(), removed );
-   EXPECT_NE( it.ptr().ptr(), again );
+   map.remove( key( 8 ) );
+   insertNew( map, key( 8 ) );
+   EXPECT_FALSE( it.ptr() );
    EXPECT_EQ( keysFrom( it ), keys( { 8, 12 } ) );
 }
 
-// Promise 7.
+// Promise 8.
 TEST_F( HashMapIterator, IgnoresThatItsMemberWentToAnotherMap ) {
    Map other;
    insertNew( other, key( 9 ) );
@@ -217,7 +225,7 @@ TEST_F( HashMapIterator, IgnoresThatItsMemberWentToAnotherMap ) {
    EXPECT_EQ( keysFrom( it ), keys( { 8, 12 } ) );
 }
 
-// Promise 8.
+// Promise 9.
 TEST_F( HashMapIterator, IsNotDisturbedByGrowthAndShrinkage ) {
    Map::Iterator const first = at( 5 );
    Map::Iterator const last = at( 12 );
@@ -238,7 +246,7 @@ TEST_F( HashMapIterator, IsNotDisturbedByGrowthAndShrinkage ) {
    EXPECT_EQ( keysFrom( last ), keys( { 12 } ) );
 }
 
-// Promise 9.
+// Promise 10.
 TEST_F( HashMapIterator, ACopyGoesItsOwnWay ) {
    Map::Iterator it = at( 5 );
    Map::Iterator copy = it;
@@ -251,7 +259,7 @@ TEST_F( HashMapIterator, ACopyGoesItsOwnWay ) {
    EXPECT_EQ( copy.key(), key( 6 ) );
 }
 
-// Promise 10.
+// Promise 11.
 TEST_F( HashMapIterator, StaysAtTheEnd ) {
    Map::Iterator it = at( 12 );
    ++it;
@@ -266,15 +274,64 @@ TEST_F( HashMapIterator, StaysAtTheEnd ) {
    EXPECT_EQ( map.size(), 7u );
 }
 
-// Promise 5.
+// Promise 6.
 TEST_F( HashMapIterator, AMembersDestructorMayRemoveTheNextMember ) {
    Map::Iterator it = at( 5 );
    it->onDestroyed = [ this ] { map.remove( key( 6 ) ); };
    map.remove( key( 5 ) );
+   EXPECT_FALSE( map.contains( key( 6 ) ) );
    ++it;
-   EXPECT_EQ( it.key(), key( 6 ) );
-   EXPECT_FALSE( it->fwkHmLinked() );
-   EXPECT_EQ( keysFrom( it ), keys( { 6, 8, 12 } ) );
+   EXPECT_EQ( it.key(), key( 8 ) );
+   EXPECT_TRUE( it->fwkHmLinked() );
+}
+
+// Promise 6.
+TEST_F( HashMapIterator, AMembersDestructorMayInsertItsKeyAgain ) {
+   Map::Iterator it = at( 5 );
+   it->onDestroyed = [ this ] { insertNew( map, key( 5 ) ); };
+   map.remove( key( 5 ) );
+   EXPECT_FALSE( it.ptr() );
+   EXPECT_EQ( keysFrom( it ), keys( { 5, 6, 8, 12 } ) );
+   EXPECT_TRUE( map.contains( key( 5 ) ) );
+}
+
+// Promise 6.
+TEST_F( HashMapIterator, AMembersDestructorMayStepCopyAndEndTheIteratorsOnIt ) {
+   auto it = std::make_unique< Map::Iterator >( at( 5 ) );
+   auto const stays = std::make_unique< Map::Iterator >( *it );
+   Keys copied;
+   ( *it )->onDestroyed = [ & ] {
+      copied = keysFrom( *it );
+      ++*stays;
+      it.reset();
+   };
+   map.remove( key( 5 ) );
+   EXPECT_EQ( copied, keys( { 5, 6, 8, 12 } ) );
+   EXPECT_EQ( keysFrom( *stays ), keys( { 6, 8, 12 } ) );
+}
+
+// Promise 6.
+TEST_F( HashMapIterator, AMembersDestructorMayClearTheMap ) {
+   Map::Iterator it = at( 5 );
+   it->onDestroyed = [ this ] { map.clear(); };
+   map.remove( it );
+   EXPECT_TRUE( it );
+   EXPECT_EQ( it.key(), key( 5 ) );
+   ++it;
+   EXPECT_FALSE( it );
+}
+
+// Promise 6.
+TEST_F( HashMapIterator, AMembersDestructorMayEndTheMap ) {
+   auto other = std::make_unique< Map >();
+   insertAll( *other, keys( { 1, 3, 5 } ) );
+   Map::Iterator it( *other );
+   it->onDestroyed = [ &other ] { other.reset(); };
+   other->remove( key( 1 ) );
+   EXPECT_FALSE( other );
+   EXPECT_EQ( it.key(), key( 1 ) );
+   ++it;
+   EXPECT_FALSE( it );
 }
 
 TEST_F( HashMapIterator, RemovingThroughItGoesOnWithTheNextMember ) {

@@ -85,6 +85,31 @@ TEST( HashMapMemory, InsertsWithoutMemoryForALargerTable ) {
    EXPECT_EQ( keysOf( map ).size(), 51u );
 }
 
+TEST( HashMapMemory, ReservingAllocatesTheTableOnce ) {
+   Map map;
+   EXPECT_EQ( allocationsIn( [ &map ] { map.reserve( 1000 ); } ), 1u );
+   std::vector< Ryx::Ptr< Record > > records;
+   for ( std::uint32_t i = 0; i < 1000; ++i ) {
+      records.push_back( Ryx::make< Record >( i ) );
+   }
+   EXPECT_EQ(
+      allocationsIn( [ & ] {
+         for ( auto const& record : records ) {
+            map.insert( record );
+         }
+      } ),
+      0u );
+}
+
+// Promise 4.
+TEST( HashMapMemory, ReservingWithoutMemoryChangesNothing ) {
+   Map map;
+   insertNew( map, 1u );
+   withoutMemory( [ &map ] { map.reserve( 1000 ); } );
+   EXPECT_EQ( map.bucketCount(), 1u );
+   EXPECT_TRUE( map.contains( 1 ) );
+}
+
 // Promise 4.
 TEST( HashMapMemory, RemovesWithoutMemoryForASmallerTable ) {
    Map map;

@@ -184,6 +184,79 @@ TEST( HashMapDeathTest, InsertingAPresentKeyAborts ) {
       "insert: Assertion `!contains\\( t->fwkKey\\(\\) \\)' failed\\." );
 }
 
+// Promise 5.
+TEST( HashMap, ASpotServesToFindAndToInsert ) {
+   Map map;
+   insertAll( map, Keys{ { 1, 1 }, { 1, 3 } } );
+   EXPECT_EQ( map.spotOf( { 1, 3 } ).member(), map.find( { 1, 3 } ) );
+   Map::Spot const spot = map.spotOf( { 1, 2 } );
+   EXPECT_EQ( spot.member(), nullptr );
+   map.insert( spot, Ryx::make< Record >( TestKey{ 1, 2 } ) );
+   EXPECT_EQ( keysOf( map ), ( Keys{ { 1, 1 }, { 1, 2 }, { 1, 3 } } ) );
+   EXPECT_EQ( map.size(), 3u );
+}
+
+// Promise 5.
+TEST( HashMap, ASpotOutdatedByAnyChangeIsFoundAgain ) {
+   auto const isFoundAgainAfter = []( auto change ) {
+      Map map;
+      insertAll( map, Keys{ { 1, 1 }, { 1, 2 }, { 1, 5 }, { top, 1 } } );
+      Map::Spot const spot = map.spotOf( { 1, 3 } );
+      change( map );
+      map.insert( spot, Ryx::make< Record >( TestKey{ 1, 3 } ) );
+      Keys all = keysOf( map );
+      EXPECT_TRUE( std::is_sorted( all.begin(), all.end() ) );
+      EXPECT_TRUE( map.contains( { 1, 3 } ) );
+      EXPECT_EQ( all.size(), map.size() );
+   };
+   isFoundAgainAfter( []( Map& map ) { map.remove( { 1, 2 } ); } );
+   isFoundAgainAfter( []( Map& map ) { insertNew( map, { 1, 4 } ); } );
+   isFoundAgainAfter( []( Map& map ) { map.insert( map.remove( { 1, 2 } ) ); } );
+   isFoundAgainAfter( []( Map& map ) { map.reserve( 100 ); } );
+   isFoundAgainAfter( []( Map& map ) { map.clear(); } );
+}
+
+// Promise 1.
+TEST( HashMap, ReservingMakesRoomAndKeepsTheOrder ) {
+   for ( std::uint32_t const members : { 0u, 3u, 5u, 30u } ) {
+      NumberMap map;
+      for ( std::uint32_t i = 0; i < members; ++i ) {
+         insertNew( map, i * 7919 );
+      }
+      auto const before = keysOf( map );
+      NumberMap::Iterator it( map );
+      map.reserve( 1000 );
+      EXPECT_EQ( map.bucketCount(), 1024u );
+      EXPECT_EQ( keysOf( map ), before );
+      EXPECT_EQ( keysFrom( it ), before );
+      for ( std::uint32_t i = members; i < 1000; ++i ) {
+         insertNew( map, i * 7919 );
+      }
+      EXPECT_EQ( map.bucketCount(), 1024u );
+   }
+}
+
+TEST( HashMap, ReservingNeverMakesATableSmaller ) {
+   NumberMap map;
+   map.reserve( 4 );
+   EXPECT_EQ( map.bucketCount(), 1u );
+   map.reserve( 5 );
+   EXPECT_EQ( map.bucketCount(), 8u );
+   map.reserve( 16 );
+   EXPECT_EQ( map.bucketCount(), 16u );
+   map.reserve( 3 );
+   EXPECT_EQ( map.bucketCount(), 16u );
+}
+
+TEST( HashMap, AReservedTableShrinksAsAnyOther ) {
+   NumberMap map;
+   map.reserve( 100 );
+   insertNew( map, 1u );
+   EXPECT_EQ( map.bucketCount(), 128u );
+   map.remove( 1 );
+   EXPECT_EQ( map.bucketCount(), 1u );
+}
+
 // Promise 2.
 TEST( HashMap, ReleasesItsMembersInOrder ) {
    std::vector< int > gone;

@@ -52,7 +52,7 @@ constexpr Corner corners[] = {
    { "reactors born as zombies", &Reached::bornZombie },
    { "owners gone in a handler", &Reached::ownerGoneInHandler },
    { "collections changed while emptied", &Reached::changedWhileDeletingAll },
-   { "members passed over by that", &Reached::passedOver },
+   { "collections changed by the member removed", &Reached::changedByTheRemoved },
 };
 
 TEST( DeliveryLaws, ProgramsDoWhatTheModelDoes ) {

@@ -193,6 +193,9 @@ class Bench {
             unsigned const value = placeOf( standing.member.key )->value;
             RC_ASSERT( standing.typed->value() == value );
             RC_ASSERT( standing.byName->iterObj()->strRep() == std::to_string( value ) );
+         } else {
+            RC_ASSERT( !standing.typed.ptr() );
+            RC_ASSERT_THROWS_AS( standing.byName->iterObj(), Ryx::RangeException );
          }
       }
       RC_ASSERT( station_->notes().size() == row_.size() );
