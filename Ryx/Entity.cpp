@@ -29,7 +29,11 @@ Entity::isNondestructingIs( bool nondestructing ) {
 Name
 Entity::name() const {
    return name_;
+   Ptr< Entity const > const alive( this );
 }
+   if ( nondestructing != isNondestructing() ) {
+      return;
+   }
 
 Ptr< Entity const >
 Entity::parent() const {

@@ -3,9 +3,43 @@
 
 #include <Ryx/PtrInterface>
 
+#include <mutex>
+#include <unordered_map>
+
 namespace Ryx {
 
-PtrInterface::~PtrInterface() = default;
+namespace {
+
+// The state of each pinned object, in the form of its word. Who changes whether an object
+// is pinned has the lock, and so has who changes the state of one that is.
+struct PinnedStates {
+   std::mutex mutex;
+   std::unordered_map< PtrInterface const*, std::uint32_t > states;
+
+   // Null for an object whose count has grown into the pinned byte.
+   std::uint32_t* find( PtrInterface const* object ) noexcept {
+      auto const found = states.find( object );
+      return found == states.end() ? nullptr : &found->second;
+   }
+};
+
+// Never destroyed: objects end until the process does.
+PinnedStates&
+pinnedStates() noexcept {
+   alignas( PinnedStates ) static std::byte place[ sizeof( PinnedStates ) ];
+   static auto* const only = ::new ( place ) PinnedStates;
+   return *only;
+}
+
+} // namespace
+
+PtrInterface::~PtrInterface() {
+   if ( isNondestructing() ) [[unlikely]] {
+      auto& table = pinnedStates();
+      std::lock_guard const lock( table.mutex );
+      table.states.erase( this );
+   }
+}
 
 void
 PtrInterface::hasNotificationActiveIs( bool active ) {
@@ -27,12 +61,79 @@ PtrInterface::isNondestructingIs( bool nondestructing ) {
    if ( nondestructing == isNondestructing() ) {
       return;
    }
-   std::uint32_t before = word();
-   std::uint32_t after = 0;
-   do {
-      std::uint32_t const count = before & 0x00ffffff;
-      after = nondestructing ? pinnedByte << 24 | count : count;
-   } while ( !word_.compare_exchange_weak( before, after, std::memory_order_relaxed ) );
+   if ( nondestructing ) {
+      pin();
+   } else {
+      unpin();
+   }
+}
+
+void
+PtrInterface::pin() {
+   auto& table = pinnedStates();
+   std::lock_guard const lock( table.mutex );
+   std::uint32_t& kept = table.states[ this ];
+   kept = word();
+   constexpr std::uint32_t lowBits = 0x00ffffff;
+   while ( !word_.compare_exchange_weak(
+      kept, pinnedByte << 24 | ( kept & lowBits ), std::memory_order_acq_rel ) ) {}
+}
+
+void
+PtrInterface::unpin() {
+   auto& table = pinnedStates();
+   std::uint32_t state = 0;
+   {
+      std::lock_guard const lock( table.mutex );
+      auto const kept = table.states.extract( this );
+      if ( !kept ) {
+         return;
+      }
+      state = kept.mapped();
+      word_.store( state, std::memory_order_release );
+   }
+   if ( released( state ) ) {
+      handleZeroRef();
+   }
+}
+
+std::uint32_t
+PtrInterface::pinnedState() const noexcept {
+   auto& table = pinnedStates();
+   std::lock_guard const lock( table.mutex );
+   std::uint32_t const* const state = table.find( this );
+   return state ? *state : word();
+}
+
+void
+PtrInterface::newPinnedReference() const noexcept {
+   auto& table = pinnedStates();
+   {
+      std::lock_guard const lock( table.mutex );
+      if ( isNondestructing() ) {
+         if ( std::uint32_t* const state = table.find( this ) ) {
+            ++*state;
+         }
+         return;
+      }
+   }
+   // Unpinned meanwhile.
+   newReference();
+}
+
+bool
+PtrInterface::lastPinnedReferenceDeleted() const noexcept {
+   auto& table = pinnedStates();
+   {
+      std::lock_guard const lock( table.mutex );
+      if ( isNondestructing() ) {
+         if ( std::uint32_t* const state = table.find( this ) ) {
+            --*state;
+         }
+         return false;
+      }
+   }
+   return lastReferenceDeleted();
 }
 
 void
@@ -46,7 +147,7 @@ PtrInterface::fwkType() const {
 void
 PtrInterface::ryxHeldIs( bool held ) noexcept {
    flagIs( heldBit, held );
-   if ( !held && references() == 0 ) {
+   if ( !held && !isNondestructing() && references() == 0 ) {
       handleZeroRef();
    }
 }
@@ -54,9 +155,12 @@ PtrInterface::ryxHeldIs( bool held ) noexcept {
 void
 PtrInterface::flagIs( std::uint32_t bit, bool on ) const noexcept {
    if ( isNondestructing() ) {
-      return;
-   }
-   if ( on ) {
+      auto& table = pinnedStates();
+      std::lock_guard const lock( table.mutex );
+      if ( std::uint32_t* const state = table.find( this ) ) {
+         *state = on ? *state | bit : *state & ~bit;
+      }
+   } else if ( on ) {
       word_.fetch_or( bit, std::memory_order_relaxed );
    } else {
       word_.fetch_and( ~bit, std::memory_order_relaxed );
@@ -68,10 +172,9 @@ PtrInterface::handleZeroRef() const noexcept {
    auto* self = const_cast< PtrInterface* >( this );
    // Referenced while the last words are said, and held while it is destroyed: references
    // that come and go meanwhile must not release the object a second time.
-   word_.fetch_add( 1, std::memory_order_relaxed );
+   newReference();
    self->zeroReferencesIs( true );
-   std::uint32_t const before = word_.fetch_sub( 1, std::memory_order_acq_rel );
-   if ( !pinned( before ) && ( before & ( countMask | heldBit ) ) == 1 ) {
+   if ( lastReferenceDeleted() ) {
       flagIs( heldBit, true );
       delete self;
    }

@@ -67,8 +67,13 @@ RyxType::typeIs( Name const& name ) {
       return known;
    }
    auto created = Ptr< RyxType >::adopt( new RyxType( name ) );
-   introspection.handleType( *created );
    created->isNondestructingIs( true );
+   try {
+      introspection.handleType( *created );
+   } catch ( ... ) {
+      created->isNondestructingIs( false );
+      throw;
+   }
    return created.release();
 }
 

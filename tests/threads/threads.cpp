@@ -2,7 +2,7 @@
 // Copyright 2026 The MlagOstra authors
 
 // The one thing that is promised about threads: pointers to an object may be copied and
-// released on any of them. Built with ThreadSanitizer by tests/threads/run.
+// released on any of them, also while one of them pins and unpins it. Built with ThreadSanitizer by tests/threads/run.
 
 #include <Ryx/Entity>
 
@@ -119,6 +119,27 @@ releaseChains() {
    expect( gone == length, "every object of the chain went once" );
 }
 
+// One thread pins and unpins while the others copy and release.
+void
+pinMeanwhile() {
+   auto const node = Ryx::make< Node >();
+   constexpr unsigned rounds = 2000;
+   onEveryThread( [ &node ]( unsigned i ) {
+      std::vector< Ryx::Ptr< Node > > held;
+      for ( unsigned round = 0; round < rounds; ++round ) {
+         if ( i == 0 ) {
+            node->isNondestructingIs( round % 2 == 0 );
+         } else {
+            held.push_back( node );
+            if ( round % 3 == 0 ) {
+               held.clear();
+            }
+         }
+      }
+   } );
+   expect( node->references() == 1, "every copy was counted, pinned or not" );
+}
+
 } // namespace
 
 int
@@ -131,6 +152,7 @@ main() {
    expect( !Ryx::singleThreaded(), "the process has had several threads" );
    releaseLast();
    releaseChains();
+   pinMeanwhile();
    expect( before->references() == 2, "what one thread counted stands" );
    std::puts( "pointers were released elsewhere" );
    return 0;
