@@ -5,18 +5,35 @@
 
 #include <Ryx/RyxType>
 
+#include <vector>
+
 namespace Ryx {
 
 Entity::Entity( Name name ) : name_( std::move( name ) ) {}
 
-Entity::~Entity() = default;
+// Ancestors that end with this one end one after the other: a line of them may be longer
+// than the stack is deep.
+Entity::~Entity() {
+   auto above = std::move( parent_ );
+   if ( above ) {
+      --above->children_;
+   }
+   while ( above && above->references() == 1 ) {
+      auto next = above->parent_;
+      above = std::move( next );
+   }
+}
 
 void
 Entity::isNondestructingIs( bool nondestructing ) {
    if ( nondestructing == isNondestructing() ) {
       return;
    }
+   Ptr< Entity const > const alive( this );
    Notifier::isNondestructingIs( nondestructing );
+   if ( nondestructing != isNondestructing() ) {
+      return;
+   }
    deliver(
       isNondestructingAttributeId,
       notifieeLevel,
@@ -29,11 +46,7 @@ Entity::isNondestructingIs( bool nondestructing ) {
 Name
 Entity::name() const {
    return name_;
-   Ptr< Entity const > const alive( this );
 }
-   if ( nondestructing != isNondestructing() ) {
-      return;
-   }
 
 Ptr< Entity const >
 Entity::parent() const {
@@ -50,7 +63,18 @@ Entity::parentIs( Ptr< Entity > const& parent ) {
    if ( parent_ == parent ) {
       return;
    }
+   if ( parent && isAncestorOf( *parent ) ) {
+      throwRangeException(
+         uriPath() + " cannot have " + parent->uriPath() +
+         " for its parent: it would be its own ancestor" );
+   }
    Ptr< Entity const > const alive( this );
+   if ( parent ) {
+      ++parent->children_;
+   }
+   if ( parent_ ) {
+      --parent_->children_;
+   }
    parent_ = parent;
    handleParent( parent_ );
    deliver(
@@ -60,6 +84,20 @@ Entity::parentIs( Ptr< Entity > const& parent ) {
          static_cast< NotifieeConst& >( notifiee ).onParent();
       },
       [] { return String8(); } );
+}
+
+// Whether this is the entity or above it. One without children, as most are that are given
+// a parent, is above none.
+bool
+Entity::isAncestorOf( Entity const& entity ) const noexcept {
+   if ( children_ == 0 ) {
+      return &entity == this;
+   }
+   Entity const* at = &entity;
+   while ( at && at != this ) {
+      at = at->parent_.ptr();
+   }
+   return at;
 }
 
 String8
@@ -79,8 +117,15 @@ Entity::parentAttrIdIs( AttributeId id ) {
 
 String8
 Entity::uriPath() const {
-   String8 const above = parent_ ? parent_->uriPath() : String8();
-   return above + "/" + name().string();
+   std::vector< Entity const* > line;
+   for ( Entity const* at = this; at; at = at->parent_.ptr() ) {
+      line.push_back( at );
+   }
+   String8 path;
+   for ( auto at = line.rbegin(); at != line.rend(); ++at ) {
+      path += "/" + ( *at )->name().string();
+   }
+   return path;
 }
 
 String8

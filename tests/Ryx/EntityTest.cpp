@@ -12,6 +12,7 @@ using doubles::Calls;
 using doubles::EntityWatcher;
 using doubles::FastPort;
 using doubles::Port;
+using doubles::refusal;
 using doubles::watch;
 using Ryx::Ptr;
 
@@ -93,6 +94,82 @@ TEST_F( EntityTest, HandlesItsNewParentBeforeOthersHearOfIt ) {
    auto const watcher = watch< EntityWatcher >( "w", calls, child );
    child->parentIs( board );
    EXPECT_EQ( calls, ( Calls{ "handles board", "w parent" } ) );
+}
+
+TEST_F( EntityTest, AnEntityIsNotItsOwnAncestor ) {
+   auto const top = Ryx::make< Board >( "switch" );
+   board->parentIs( top );
+   port->parentIs( board );
+   auto const watcher = watch< EntityWatcher >( "w", calls, top );
+   EXPECT_EQ(
+      refusal( [ & ] { top->parentIs( port ); } ),
+      "/switch cannot have /switch/board/port1 for its parent: it would be its own "
+      "ancestor" );
+   EXPECT_EQ(
+      refusal( [ & ] { port->parentIs( port ); } ),
+      "/switch/board/port1 cannot have /switch/board/port1 for its parent: it would be "
+      "its own ancestor" );
+   EXPECT_EQ( top->parent(), nullptr );
+   EXPECT_EQ( port->parent(), board );
+   EXPECT_EQ( calls, Calls{} );
+   port->parentIs( nullptr );
+   top->parentIs( port );
+   EXPECT_EQ( board->uriPath(), "/port1/switch/board" );
+   top->parentIs( nullptr );
+}
+
+TEST_F( EntityTest, AChildThatEndedLeavesItsParentFreeToMove ) {
+   {
+      auto const child = Ryx::make< Port >( 2u );
+      child->parentIs( board );
+      child->parentIs( port );
+      child->parentIs( board );
+   }
+   board->parentIs( port );
+   EXPECT_EQ( board->uriPath(), "/port1/board" );
+   EXPECT_THROW( port->parentIs( board ), Ryx::RangeException );
+}
+
+// Quadratic work or a recursion would be noticed here.
+TEST_F( EntityTest, AVeryLongLineOfAncestorsIsBuiltNamedAndEnded ) {
+   constexpr int depth = 100000;
+   Ptr< Ryx::Entity > lowest = board;
+   for ( int i = 0; i < depth; ++i ) {
+      auto const child = Ryx::make< Board >( "c" );
+      child->parentIs( lowest );
+      lowest = child;
+   }
+   EXPECT_EQ( lowest->uriPath().size(), 6u + 2u * depth );
+   EXPECT_THROW( board->parentIs( lowest ), Ryx::RangeException );
+   Ptr< Ryx::Entity > highest = Ryx::make< Board >( "h" );
+   Ptr< Ryx::Entity > const first = highest;
+   for ( int i = 0; i < depth; ++i ) {
+      auto const above = Ryx::make< Board >( "h" );
+      highest->parentIs( above );
+      highest = above;
+   }
+   EXPECT_EQ( first->uriPath().size(), 2u + 2u * depth );
+}
+
+TEST_F( EntityTest, AncestorsEndFromTheLowestUp ) {
+   std::vector< std::string > ended;
+   class Link final : public Ryx::Entity {
+    public:
+      Link( std::string name, std::vector< std::string >& ended )
+            : Entity( Ryx::Name( name ) ), name_( std::move( name ) ), ended_( ended ) {}
+      ~Link() override { ended_.push_back( name_ ); }
+
+    private:
+      std::string name_;
+      std::vector< std::string >& ended_;
+   };
+   {
+      auto const low = Ryx::make< Link >( "low", ended );
+      auto const middle = Ryx::make< Link >( "middle", ended );
+      low->parentIs( middle );
+      middle->parentIs( Ryx::make< Link >( "high", ended ) );
+   }
+   EXPECT_EQ( ended, ( Calls{ "low", "middle", "high" } ) );
 }
 
 TEST_F( EntityTest, NondestructingNotifiesWhenItChanges ) {

@@ -46,6 +46,7 @@ constexpr Corner corners[] = {
    { "notifiers rescued by their last word", &Reached::rescued },
    { "notifiers that only a hold keeps", &Reached::keptByHold },
    { "notifiers gone with their hold", &Reached::goneWithHold },
+   { "refused as their own ancestors", &Reached::ancestorRefused },
    { "abandoned weak notifiees", &Reached::weakAbandoned },
    { "reactors re-pointed", &Reached::repointed },
    { "reactors removed by that", &Reached::handlerRemovedReactor },

@@ -62,7 +62,28 @@ Model::setUplink( Serial s, Serial to ) {
 
 void
 Model::parentIs( unsigned s, unsigned to ) {
-   setParent( station_[ s ], station_[ to ] );
+   Serial const child = station_[ s ];
+   Serial const parent = station_[ to ];
+   if ( stations_[ child ].parent != parent && isAbove( child, parent ) ) {
+      ++reached_.ancestorRefused;
+      throw Refused{ pathOf( child ) + " cannot have " + pathOf( parent ) +
+                     " for its parent: it would be its own ancestor" };
+   }
+   setParent( child, parent );
+}
+
+bool
+Model::isAbove( Serial s, Serial below ) const {
+   while ( below != none && below != s ) {
+      below = stations_[ below ].parent;
+   }
+   return below != none;
+}
+
+// Stations have no names.
+std::string
+Model::pathOf( Serial s ) const {
+   return s == none ? "" : pathOf( stations_[ s ].parent ) + "/";
 }
 
 void

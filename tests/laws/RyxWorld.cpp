@@ -72,7 +72,7 @@ RyxWorld::uplinkIs( unsigned s, unsigned to ) {
 
 void
 RyxWorld::parentIs( unsigned s, unsigned to ) {
-   station_[ s ]->parentIs( given( to ) );
+   refusing( [ this, s, to ] { station_[ s ]->parentIs( given( to ) ); } );
 }
 
 void
