@@ -13,6 +13,12 @@ refuseNullArgument( std::string_view type, std::string_view attribute ) {
       "::" + String8( attribute ) + " not allowed\"" );
 }
 
+void
+refusePresentKey( std::string_view type, std::string_view attribute, String8 const& key ) {
+   throwRangeException(
+      "key " + key + " is present in " + String8( type ) + "::" + String8( attribute ) );
+}
+
 String8
 memberText( std::string_view attribute, String8 const& key ) {
    return String8( attribute ) + "/" + key;

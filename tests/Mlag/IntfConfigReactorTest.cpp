@@ -53,6 +53,16 @@ TEST_F( IntfConfigReactor, ConfigurationThatAppearsGetsOneWithoutAHandlerRun ) {
    EXPECT_EQ( reactor( "Ethernet2" )->notifier().ptr(), added.ptr() );
 }
 
+TEST_F( IntfConfigReactor, CreatorRefusesAPresentKey ) {
+   auto const kept = reactor( "Ethernet1" );
+   auto const another = config( "Ethernet1", IntfEnabledState::shutdown );
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->newIntfConfig( another ); } ),
+      "key Ethernet1 is present in Mlag::Ostra::MlagErrdisableSm::intfConfig" );
+   EXPECT_EQ( reactor( "Ethernet1" ), kept );
+   EXPECT_EQ( another->notifieeModifications(), 0u );
+}
+
 TEST_F( IntfConfigReactor, ConfigurationThatGoesLosesIts ) {
    auto const removed = ethPhyIntfConfig->intfConfig( id( "Ethernet1" ) );
    auto const kept = reactor( "Ethernet1" );

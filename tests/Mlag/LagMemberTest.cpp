@@ -118,6 +118,15 @@ TEST_F( LagMemberEntity, NewRecordIsInsertedWithoutAWord ) {
    EXPECT_EQ( take(), Log() );
 }
 
+TEST_F( LagMemberEntity, NewRecordUnderAPresentKeyIsRefused ) {
+   lag->newMember( ethernet1, true );
+   EXPECT_EQ(
+      support::refusal( [ & ] { lag->newMember( ethernet1, false ); } ),
+      "key Ethernet1 is present in Mlag::Ostra::LagMember::member" );
+   EXPECT_TRUE( lag->member( ethernet1 ) );
+   EXPECT_EQ( take(), Log() );
+}
+
 TEST_F( LagMemberEntity, NotifiesItsNondestructingState ) {
    lag->isNondestructingIs( true );
    lag->isNondestructingIs( true );

@@ -358,6 +358,35 @@ TEST_F( MembershipAccessors, TrackerCountsItsMembersByName ) {
    EXPECT_EQ( first->members(), 0u );
 }
 
+TEST_F( MembershipAccessors, CreatorsRefuseNullAndAPresentKey ) {
+   auto const mutator = []( std::string const& name ) {
+      return "null _" + name +
+         " parameter to mutator for Mlag::Ostra::MlagErrdisableSm::" + name +
+         " not allowed\"";
+   };
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->newPortChannelTracker( nullptr ); } ),
+      mutator( "portChannelTracker" ) );
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->newMemberToPortChannel( member, nullptr ); } ),
+      mutator( "memberToPortChannel" ) );
+   EXPECT_FALSE( sm->memberToPortChannelIteratorConst() );
+   sm->newPortChannelTracker( first );
+   sm->newMemberToPortChannel( member, first );
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->newPortChannelTracker( make( "Port-Channel10" ) ); } ),
+      "key Port-Channel10 is present in "
+      "Mlag::Ostra::MlagErrdisableSm::portChannelTracker" );
+   EXPECT_EQ(
+      support::refusal( [ & ] { sm->newMemberToPortChannel( member, second ); } ),
+      "key Ethernet1 is present in "
+      "Mlag::Ostra::MlagErrdisableSm::memberToPortChannel" );
+   EXPECT_EQ( tracker( "Port-Channel10" ), first );
+   EXPECT_EQ( sm->memberToPortChannel( member ), first );
+   EXPECT_EQ( first->members(), 1u );
+   EXPECT_EQ( second->members(), 0u );
+}
+
 TEST_F( MembershipAccessors, MembersAreDeletedAllAtOnce ) {
    sm->memberToPortChannelIs( member, first );
    sm->memberToPortChannelIs( id( "Ethernet2" ), first );

@@ -7,6 +7,7 @@
 
 #include <Ryx/Activity>
 #include <support/ByName>
+#include <support/Refusal>
 
 namespace {
 
@@ -155,6 +156,16 @@ TYPED_TEST( SmInput, CreatorMakesAnActiveReactorThatIsNotStored ) {
    EXPECT_EQ( made->references(), 1u );
    EXPECT_EQ( reactorOf< typename TypeParam::Reactor >( *this->sm ), reactor );
    EXPECT_EQ( this->take(), SwitchFixture::Log() );
+}
+
+TYPED_TEST( SmInput, CreatorRefusesNull ) {
+   std::string const refused =
+      support::refusal( [ this ] { TypeParam::create( *this->sm, nullptr ); } );
+   EXPECT_EQ( refused.rfind( "null _", 0 ), 0u ) << refused;
+   EXPECT_NE(
+      refused.find( " parameter to mutator for Mlag::Ostra::MlagErrdisableSm::" ),
+      std::string::npos )
+      << refused;
 }
 
 TYPED_TEST( SmInput, SetDuringTearDownGetsAReactorThatIsAZombieAtBirth ) {

@@ -220,6 +220,39 @@ TEST_F( AccessorTest, NewInsertsWithoutAWord ) {
    EXPECT_EQ( heard(), Calls{} );
 }
 
+TEST_F( AccessorTest, NewUnderAPresentKeyIsRefusedAndChangesNothing ) {
+   auto const slot = board->newSlot( 3 );
+   board->newLevel( 3, 30 );
+   board->newSpare( 3, one );
+   board->newPort( one );
+   EXPECT_EQ(
+      refusal( [ & ] { board->newSlot( 3 ); } ), "key 3 is present in Test::Board::slot" );
+   EXPECT_EQ(
+      refusal( [ & ] { board->newLevel( 3, 40 ); } ),
+      "key 3 is present in Test::Board::level" );
+   EXPECT_EQ(
+      refusal( [ & ] { board->newSpare( 3, two ); } ),
+      "key 3 is present in Test::Board::spare" );
+   EXPECT_EQ(
+      refusal( [ & ] { board->newPort( Ryx::make< Port >( 1u ) ); } ),
+      "key 1 is present in Test::Board::port" );
+   EXPECT_EQ( board->slot( 3 ), slot );
+   EXPECT_EQ( board->level( 3 ), 30u );
+   EXPECT_EQ( board->spare( 3 ), one );
+   EXPECT_EQ( board->port( 1 ), one );
+   EXPECT_EQ( heard(), Calls{} );
+}
+
+TEST_F( AccessorTest, NewOfANullPointerIsRefusedAndChangesNothing ) {
+   EXPECT_EQ(
+      refusal( [ & ] { board->newPort( nullptr ); } ),
+      "null _port parameter to mutator for Test::Board::port not allowed\"" );
+   EXPECT_EQ(
+      refusal( [ & ] { board->newSpare( 3, nullptr ); } ),
+      "null _spare parameter to mutator for Test::Board::spare not allowed\"" );
+   EXPECT_EQ( board->spareCount(), 0u );
+}
+
 TEST_F( AccessorTest, ACollectionNotificationCallsTheKeyedCallbackAlone ) {
    board->levelIs( 5, 1 );
    EXPECT_EQ( calls.size(), 1u );

@@ -164,6 +164,43 @@ TEST_F( ReactorOwnerTest, TurningDeliveryOffAndOnReachesEveryReactor ) {
       ( Calls{ "master port1 103", "port1 port1 103", "port2 port2 104" } ) );
 }
 
+TEST_F( ReactorOwnerTest, AReactorMayRemoveItselfWhenItsDeliveryIsSwitched ) {
+   owner->portIs( one );
+   owner->portIs( two );
+   std::uint32_t references = 0;
+   owner->port( 1 )->onSwitch = [ & ] {
+      owner->portDel( 1 );
+      references = one->references();
+   };
+   owner->hasNotificationActiveIs( false );
+   EXPECT_EQ( references, 2u );
+   EXPECT_EQ( one->references(), 1u );
+   EXPECT_FALSE( owner->port( 2 )->hasNotificationActive() );
+}
+
+TEST_F( ReactorOwnerTest, NewUnderAPresentKeyIsRefusedAndChangesNothing ) {
+   owner->portIs( one );
+   auto const reactor = owner->port( 1 );
+   auto const another = Ryx::make< Port >( 1u );
+   EXPECT_EQ(
+      refusal( [ & ] { owner->newPort( another ); } ),
+      "key 1 is present in Test::Supervisor::port" );
+   EXPECT_EQ( owner->port( 1 ), reactor );
+   EXPECT_EQ( reactor->notifier(), one );
+   EXPECT_EQ( another->notifieeModifications(), 0u );
+}
+
+TEST_F( ReactorOwnerTest, NewOfANullInputIsRefusedAndChangesNothing ) {
+   EXPECT_EQ(
+      refusal( [ & ] { owner->newPort( nullptr ); } ),
+      "null _port parameter to mutator for Test::Supervisor::port not allowed\"" );
+   EXPECT_EQ(
+      refusal( [ & ] { owner->newMaster( nullptr ); } ),
+      "null _master parameter to mutator for Test::Supervisor::master not allowed\"" );
+   EXPECT_EQ( owner->ports(), 0u );
+   EXPECT_EQ( owner->masterReactor(), nullptr );
+}
+
 TEST_F( ReactorOwnerTest, TurningDeliveryToWhatItIsPassesNothingOn ) {
    owner->portIs( one );
    owner->hasNotificationActiveIs( true );
