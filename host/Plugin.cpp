@@ -5,31 +5,33 @@
 
 #include <host/Failure>
 
-#include <dlfcn.h>
+#include <Ryx/Exception>
+
 #include <fmt/format.h>
 
+#include <array>
 #include <filesystem>
 
 namespace ostra {
 
 namespace {
 
-constexpr char agentTypeName[] = "OstraMlag::Agent";
+constexpr std::string_view agentTypeName = "OstraMlag::Agent";
+constexpr std::array< std::string_view, 2 > childNames{ "ethPeerIntfStatusReactor",
+                                                        "mlagErrdisableSm" };
 
-// The build tree and an installed one have the plug-in in lib beside bin; a copied one may
-// stand next to the program.
+// One that was copied may stand next to the program; otherwise it is where the libraries
+// are.
 std::string
 defaultPath() {
    std::error_code error;
    auto const program = std::filesystem::read_symlink( "/proc/self/exe", error );
-   if ( !error ) {
-      auto const directory = program.parent_path();
-      for ( auto const& candidate :
-            { directory / OSTRA_PLUGIN_FILE,
-              directory.parent_path() / "lib" / OSTRA_PLUGIN_FILE } ) {
-         if ( std::filesystem::exists( candidate, error ) ) {
-            return candidate.string();
-         }
+   for ( std::filesystem::path const& directory :
+         { program.parent_path(),
+           std::filesystem::path( Ryx::PluginLibrary::directory() ) } ) {
+      auto const candidate = directory / OSTRA_PLUGIN_FILE;
+      if ( !directory.empty() && std::filesystem::exists( candidate, error ) ) {
+         return candidate.string();
       }
    }
    return OSTRA_PLUGIN_FILE;
@@ -46,35 +48,34 @@ fail( std::string const& path, std::string const& why ) {
    throw Failure( ExitStatus::badPlugin, fmt::format( "plug-in {}: {}", path, why ) );
 }
 
-// The loader's reason, which mostly begins with the path once more.
-std::string
-loaderError( std::string const& path ) {
-   char const* const text = dlerror();
-   std::string error = text ? text : "cannot be loaded";
-   std::string const prefix = path + ": ";
-   if ( error.starts_with( prefix ) ) {
-      error.erase( 0, prefix.size() );
+Ryx::PluginLibrary
+load( std::string const& path ) {
+   try {
+      return Ryx::PluginLibrary( path );
+   } catch ( Ryx::RangeException const& refusal ) {
+      fail( path, refusal.what() );
    }
-   return error;
+}
+
+RyxType const&
+agentTypeOf( std::string const& path ) {
+   RyxType const* const type = RyxType::type( Ryx::Name( agentTypeName ) );
+   if ( !type || !type->code().construct ) {
+      fail( path, fmt::format( "expected a library that defines {}", agentTypeName ) );
+   }
+   for ( std::string_view name : childNames ) {
+      RyxAttr const* const child = type->attr( Ryx::Name( name ) );
+      if ( !child || !child->has( Flags::isInstantiating ) ) {
+         fail( path, fmt::format( "{} has no child {}", agentTypeName, name ) );
+      }
+   }
+   return *type;
 }
 
 } // namespace
 
-void
-Plugin::Close::operator()( void* library ) const noexcept {
-   dlclose( library );
-}
-
 Plugin::Plugin( std::optional< std::string > const& path )
-      : path_( path ? asPath( *path ) : defaultPath() ),
-        library_( dlopen( path_.c_str(), RTLD_NOW | RTLD_LOCAL ) ) {
-   if ( !library_ ) {
-      fail( path_, loaderError( path_ ) );
-   }
-   agentType_ = RyxType::type( Ryx::Name( agentTypeName ) );
-   if ( !agentType_ || !agentType_->code().construct ) {
-      fail( path_, fmt::format( "expected a library that defines {}", agentTypeName ) );
-   }
-}
+      : library_( load( path ? asPath( *path ) : defaultPath() ) ),
+        agentType_( &agentTypeOf( library_.path() ) ) {}
 
 } // namespace ostra

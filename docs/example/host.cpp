@@ -9,6 +9,7 @@
 #include <Ryx/Clock>
 #include <Ryx/GenericIf>
 #include <Ryx/Log>
+#include <Ryx/PluginLibrary>
 #include <Ryx/Trace>
 
 #include <Interface/AllEthPhyIntfStatusDir>
@@ -18,7 +19,6 @@
 #include <Mlag/Status>
 
 #include <cstdio>
-#include <dlfcn.h>
 
 namespace {
 
@@ -145,26 +145,32 @@ run( Time& time ) {
    return Ryx::now() == 20 && !proto.portsErrdisabled();
 }
 
-} // namespace
-
 int
-main( int argc, char** argv ) {
-   void* const plugin = dlopen( argc > 1 ? argv[ 1 ] : "libMlagOstra.so", RTLD_NOW );
-   if ( !plugin ) {
-      std::fprintf( stderr, "%s\n", dlerror() );
-      return 3;
-   }
+play( bool traced ) {
    Time time;
    Messages messages;
    Traces traces;
    Ryx::timeSourceIs( &time );
    Ryx::logSinkIs( &messages );
    Ryx::traceSinkIs( &traces );
-   Ryx::traceEnabledIs( "*", argc > 2 );
+   Ryx::traceEnabledIs( "*", traced );
    bool const released = run( time );
    Ryx::traceSinkIs( nullptr );
    Ryx::logSinkIs( nullptr );
    Ryx::timeSourceIs( nullptr );
-   // Nothing of the plug-in may be left when it goes.
-   return dlclose( plugin ) == 0 && released ? 0 : 1;
+   return released ? 0 : 1;
+}
+
+} // namespace
+
+int
+main( int argc, char** argv ) {
+   try {
+      // Nothing of the plug-in may be left when it goes.
+      Ryx::PluginLibrary const plugin( argc > 1 ? argv[ 1 ] : "libMlagOstra.so" );
+      return play( argc > 2 );
+   } catch ( Ryx::RangeException const& refusal ) {
+      std::fprintf( stderr, "%s\n", refusal.what() );
+      return 3;
+   }
 }
