@@ -11,19 +11,29 @@ if( CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER )
    set( CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE} )
 endif()
 
-set( CMAKE_CXX_STANDARD 20 )
+if( NOT DEFINED CMAKE_CXX_STANDARD )
+   set( CMAKE_CXX_STANDARD 20 )
+endif()
 set( CMAKE_CXX_STANDARD_REQUIRED ON )
 set( CMAKE_CXX_EXTENSIONS OFF )
 set( CMAKE_POSITION_INDEPENDENT_CODE ON )
 set( CMAKE_EXPORT_COMPILE_COMMANDS ON )
 
-# One layout for the build tree and for an installed one: programs find their libraries, and
-# the host its plug-in, in ../lib.
+# Programs and libraries find each other by where they stand: a build tree can be moved, and
+# what is in it does not depend on where it will be installed.
 set( CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin )
 set( CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib )
 set( CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib )
-set( CMAKE_INSTALL_RPATH "\$ORIGIN/../lib" )
-set( CMAKE_BUILD_WITH_INSTALL_RPATH ON )
+set( CMAKE_BUILD_RPATH_USE_ORIGIN ON )
+
+# Nor does it say where it was built. A debugger that is started in the project's directory
+# finds the sources.
+add_compile_options(
+   "-fdebug-prefix-map=${PROJECT_SOURCE_DIR}=." "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=" )
+cmake_path( IS_PREFIX PROJECT_SOURCE_DIR ${PROJECT_BINARY_DIR} NORMALIZE within )
+if( NOT within )
+   add_compile_options( "-fdebug-prefix-map=${PROJECT_BINARY_DIR}=." )
+endif()
 
 # Wake-up times are compared as doubles: no machine may round them differently.
 add_compile_options( -ffp-contract=off )

@@ -4,8 +4,31 @@
 # What `cmake --install` puts where, and how other projects find it again.
 
 include( CMakePackageConfigHelpers )
+include( GNUInstallDirs )
 
-set( mlagostra_package_dir lib/cmake/MlagOstra )
+# The component Runtime is what it takes to run: the program, the libraries and the plug-in.
+# Development is what is needed beside it to build against them.
+set( mlagostra_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/MlagOstra )
+
+# What was built for one minor version does not work with another: the libraries' SONAMEs,
+# the package's version file and Ryx::isCompatible say the same.
+set( mlagostra_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR} )
+set( mlagostra_compatibility SameMinorVersion )
+
+# Sets <out> to the way from one installed directory to another.
+function( mlagostra_relative out from to )
+   file( RELATIVE_PATH way "${from}" "${to}" )
+   string( REGEX REPLACE "/$" "" way "${way}" )
+   set( ${out} "${way}" PARENT_SCOPE )
+endfunction()
+
+# Where an installed target looks for our libraries: <way> from its own directory, so that
+# an installed tree can be moved, too. Another CMAKE_INSTALL_RPATH holds instead.
+function( mlagostra_run_path target way )
+   if( NOT DEFINED CMAKE_INSTALL_RPATH )
+      set_target_properties( ${target} PROPERTIES INSTALL_RPATH "\$ORIGIN${way}" )
+   endif()
+endfunction()
 
 # Headers have no extension: everything without a dot in its name is one. Those named behind
 # the directory are for its sources alone and stay here.
@@ -14,36 +37,68 @@ function( mlagostra_install_headers dir )
    foreach( name IN LISTS ARGN )
       list( APPEND private PATTERN ${name} EXCLUDE )
    endforeach()
-   install( DIRECTORY ${dir} DESTINATION include
+   install( DIRECTORY ${dir} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+      COMPONENT Development
       FILES_MATCHING REGEX "/[^./]+$" ${private} )
 endfunction()
 
-# Installs a library with its alias, its place in the CMake package and its pkg-config
-# file, which requires the packages in <requires> and passes the flags given to the linker.
-function( mlagostra_install_library name description requires )
-   add_library( MlagOstra::${name} ALIAS ${name} )
-   target_include_directories( ${name} INTERFACE
-      $<INSTALL_INTERFACE:include> )
-   install( TARGETS ${name} EXPORT MlagOstraTargets )
-   list( JOIN ARGN " " link_flags )
+# Sets <out> to an installation directory as a pkg-config file gives it.
+function( mlagostra_pkgconfig_path out directory )
+   if( IS_ABSOLUTE ${directory} )
+      set( ${out} ${directory} PARENT_SCOPE )
+   else()
+      set( ${out} "\${prefix}/${directory}" PARENT_SCOPE )
+   endif()
+endfunction()
+
+# Writes and installs the pkg-config file of a library, which requires the packages in
+# <requires> and passes <link_flags> to the linker.
+function( mlagostra_install_pkgconfig name description requires link_flags )
+   mlagostra_relative( prefix
+      ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX} )
+   mlagostra_pkgconfig_path( libdir ${CMAKE_INSTALL_LIBDIR} )
+   mlagostra_pkgconfig_path( includedir ${CMAKE_INSTALL_INCLUDEDIR} )
    configure_file( ${PROJECT_SOURCE_DIR}/cmake/library.pc.in
       ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY )
    install( FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
-      DESTINATION lib/pkgconfig )
+      DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development )
+endfunction()
+
+# Installs a library with its alias, its place in the CMake package and its pkg-config
+# file. <namelink> is the component of its name without a version: Development for what is
+# only linked, Runtime for what is loaded by that name.
+function( mlagostra_install_library name description requires namelink )
+   add_library( MlagOstra::${name} ALIAS ${name} )
+   set_target_properties( ${name} PROPERTIES
+      VERSION ${PROJECT_VERSION} SOVERSION ${mlagostra_soversion} )
+   target_include_directories( ${name} INTERFACE
+      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}> )
+   mlagostra_run_path( ${name} "" )
+   install( TARGETS ${name} EXPORT MlagOstraTargets
+      LIBRARY COMPONENT Runtime NAMELINK_COMPONENT ${namelink} )
+   list( JOIN ARGN " " link_flags )
+   mlagostra_install_pkgconfig( ${name} ${description} "${requires}" "${link_flags}" )
+endfunction()
+
+function( mlagostra_install_program name )
+   mlagostra_relative( way ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR} )
+   mlagostra_run_path( ${name} "/${way}" )
+   install( TARGETS ${name} RUNTIME COMPONENT Runtime )
 endfunction()
 
 function( mlagostra_install_package )
    install( EXPORT MlagOstraTargets NAMESPACE MlagOstra::
-      DESTINATION ${mlagostra_package_dir} )
+      DESTINATION ${mlagostra_package_dir} COMPONENT Development )
    configure_package_config_file( cmake/MlagOstraConfig.cmake.in
       ${PROJECT_BINARY_DIR}/MlagOstraConfig.cmake
       INSTALL_DESTINATION ${mlagostra_package_dir} )
    write_basic_package_version_file( ${PROJECT_BINARY_DIR}/MlagOstraConfigVersion.cmake
-      COMPATIBILITY SameMinorVersion )
+      COMPATIBILITY ${mlagostra_compatibility} )
    install( FILES
       ${PROJECT_BINARY_DIR}/MlagOstraConfig.cmake
       ${PROJECT_BINARY_DIR}/MlagOstraConfigVersion.cmake
-      DESTINATION ${mlagostra_package_dir} )
-   install( DIRECTORY examples DESTINATION share/mlagostra )
-   install( FILES LICENSE DESTINATION share/doc/mlagostra )
+      DESTINATION ${mlagostra_package_dir} COMPONENT Development )
+   install( DIRECTORY examples
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
+   install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
 endfunction()

@@ -2,53 +2,58 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright 2026 The MlagOstra authors
 
-# Installs a build into a temporary prefix, compiles every header that is there on its own,
-# and builds and runs a small consumer, once through the CMake package and once through
-# pkg-config:
-# install.sh BUILD_DIRECTORY CONSUMER_DIRECTORY COMPILER [FLAG...]
+# Installs a build into a temporary prefix, component by component, and looks at what is
+# there, as those do who run it and who build against it:
+# install.sh BUILD_DIRECTORY SOURCE_DIRECTORY VERSION COMPILER [FLAG...]
 
 set -euo pipefail
 build=$1
-consumer=$2
-compiler=$3
-shift 3
-flags="$*"
+source=$2
+version=$3
+compiler=$4
+flags=("${@:5}")
+consumer=$source/tests/install/consumer
+minor=${version%.*}
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
-unset DESTDIR
+. "$source/tests/install/installed.sh"
 
 expect() {
-   [ -e "$prefix/$1" ] || {
-      printf 'not installed: %s\n' "$1" >&2
-      exit 1
-   }
+   [ -e "$prefix/$1" ] || fail "not installed: $1"
 }
 
-# Runs a command that must print the line given and nothing else.
-prints() {
-   local line=$1
-   shift
-   [ "$("$@")" = "$line" ] || {
-      printf 'expected "%s" from: %s\n' "$line" "$*" >&2
-      exit 1
-   }
+files() {
+   (cd "$1" && find . ! -type d -printf '%P\n' | sort)
 }
 
-cmake --install "$build" --prefix "$prefix" >/dev/null
-for path in bin/ostra lib/lib{Ryx,RyxTypes,MlagOstra}.so share/mlagostra/examples \
-   include/{Ryx/HashMap,Kovel/IntfId,Mlag/Config,Mlag/MlagErrdisableSm} \
-   include/OstraMlag/OstraMlag share/doc/mlagostra/LICENSE; do
+# The component Runtime is enough to run. Development adds what it takes to build.
+cmake --install "$build" --prefix "$prefix" --component Runtime >/dev/null
+for path in bin/ostra lib/libMlagOstra.so share/mlagostra/examples; do
    expect "$path"
 done
-# The installed host plays its built-in scenario with the plug-in that was installed with it.
-"$prefix/bin/ostra" run >"$work/run.txt"
+check_program "$prefix"
+[ ! -e "$prefix/include" ] && [ ! -e "$prefix/lib/libRyx.so" ] ||
+   fail "the component Runtime has what only Development needs"
+cmake --install "$build" --prefix "$prefix" --component Development >/dev/null
+for path in lib/lib{Ryx,RyxTypes}.so include/{Ryx/HashMap,Kovel/IntfId,Mlag/Config} \
+   include/{Mlag/MlagErrdisableSm,OstraMlag/OstraMlag}; do
+   expect "$path"
+done
+cmake --install "$build" --prefix "$work/whole" >/dev/null
+diff <(files "$work/whole") <(files "$prefix") ||
+   fail "installed, and in none of the components"
+
+# Nothing says where it was built, not even to a debugger.
+if [[ ${flags[*]} != *-fsanitize* ]] && grep -rlaF -e "$build" -e "$source" "$prefix"; then
+   fail "the path of the build is in these"
+fi
 
 # Each header can be included first. The sanitizers have no say in that, and take longer.
-syntax=("$compiler" -std=c++20 $flags -fsyntax-only -O0 -I"$prefix/include")
+syntax=("$compiler" -std=c++20 "${flags[@]}" -fsyntax-only -O0 -I"$prefix/include")
 (cd "$prefix/include" && find . -type f -printf '%P\n' | sort) >"$work/headers"
-[[ $flags == *-fsanitize* ]] || xargs -a "$work/headers" -P 2 -I{} sh -c \
+[[ ${flags[*]} == *-fsanitize* ]] || xargs -a "$work/headers" -P 2 -I{} sh -c \
    'header=$1; shift; printf "#include <%s>\n" "$header" | "$@" -x c++ - || exit 255' \
    sh {} "${syntax[@]}"
 
@@ -56,16 +61,20 @@ syntax=("$compiler" -std=c++20 $flags -fsyntax-only -O0 -I"$prefix/include")
 printf '#include <%s>\n' OstraMlag/OstraMlag Mlag/MlagErrdisableSm | "${syntax[@]}" -M -x c++ - |
    tr ' ' '\n' | sed -n "s|^$prefix/include/||p" >"$work/included"
 if grep -E '^(OstraMlag|Mlag)/' "$work/headers" | grep -vxFf "$work/included"; then
-   printf 'installed, though no public header includes it\n' >&2
-   exit 1
+   fail "installed, though no public header includes it"
 fi
 
-cmake -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
-   -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
-cmake --build "$work/cmake" >/dev/null
-prints "consumer none true" "$work/cmake/consumer"
+# The libraries' names, the package and the plug-in promise the same.
+for library in Ryx RyxTypes MlagOstra; do
+   expect "lib/lib$library.so.$version"
+   readelf -d "$prefix/lib/lib$library.so" | grep -q "SONAME.*\[lib$library\.so\.$minor\]" ||
+      fail "the SONAME of lib$library.so does not end in $minor"
+done
+for other in "$((${minor%.*} + 1)).0" "${minor%.*}.$((${minor#*.} + 1))" "$version.1"; do
+   ! find_the_package "$prefix" "$other" || fail "the package passes for version $other"
+done
 
-export PKG_CONFIG_PATH=$prefix/lib/pkgconfig
-"$compiler" -std=c++20 $flags "$consumer/consumer.cpp" -o "$work/consumer" \
-   $(pkg-config --cflags --libs MlagOstra)
-prints "consumer none true" env LD_LIBRARY_PATH="$prefix/lib" "$work/consumer"
+# A tree can be installed in one place and used in another.
+mv "$prefix" "$work/elsewhere"
+check_program "$work/elsewhere"
+check_consumers "$work/elsewhere" lib "$minor"
