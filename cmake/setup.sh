@@ -97,13 +97,32 @@ compile() {
    die "the build failed"
 }
 
+# Ends the script unless the target was built from the files as they are. For a directory
+# that cannot be written: there even a build with nothing to do would fail.
+require_built() {
+   local directory=$1 stamp=$1/$2.built newer
+   [ ! "$directory/all.built" -nt "$stamp" ] || stamp=$directory/all.built
+   [ -f "$stamp" ] || die "$2 is not built, and ${directory##*/} cannot be written"
+   newer=$(find "$root" \( -name .git -o -path "$root/build*" \) -prune -o \
+      -type f -newer "$stamp" -print -quit)
+   [ -z "$newer" ] ||
+      die "${newer#"$root/"} is newer than the build, and ${directory##*/} cannot be written"
+}
+
 # build PRESET DIRECTORY TARGET: configures if need be and brings the target up to date.
 build() {
-   local directory=$root/$2
+   local directory=$root/$2 stamp=$root/$2/$3.built
+   if [ -d "$directory" ] && [ ! -w "$directory" ]; then
+      require_built "$directory" "$3"
+      return
+   fi
    mkdir -p "$directory"
    (
       flock 9
       configure "$1" "$directory"
+      # What changes meanwhile is newer.
+      touch "$stamp.new"
       compile "$directory" "$3"
+      mv "$stamp.new" "$stamp"
    ) 9>"$directory/.lock" || exit 1
 }
