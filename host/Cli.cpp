@@ -57,7 +57,7 @@ class CommandLine {
       if ( command == "run" ) {
          runScenario( run_, out );
       } else if ( command == "check" ) {
-         checkScenario( check_, out );
+         checkScenario( check_, out, std::cerr );
       } else if ( command == "types" ) {
          listTypes( types_, out );
       } else {
@@ -160,9 +160,15 @@ class CommandLine {
 
    void addCheck() {
       CLI::App& command = parser_.addCommand( "check", checkDescription );
-      addScenario( command, check_ ).required();
-      addMounts( command, check_ );
-      addPlugin( command, check_.plugin );
+      addScenario( command, check_.input ).required();
+      parser_.addFlag(
+         command,
+         "--strict",
+         check_.isStrict,
+         "Refuse a scenario that can be played and can hardly be meant, instead of "
+         "warning" );
+      addMounts( command, check_.input );
+      addPlugin( command, check_.input.plugin );
    }
 
    void addTypes() {
@@ -180,7 +186,7 @@ class CommandLine {
 
    CliParser parser_;
    RunOptions run_;
-   InputOptions check_;
+   CheckOptions check_;
    TypesOptions types_;
 };
 

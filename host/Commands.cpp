@@ -9,6 +9,7 @@
 #include <host/Run>
 #include <host/TextReport>
 #include <host/TypeList>
+#include <host/Warnings>
 #include <host/Words>
 
 #include <fmt/format.h>
@@ -138,8 +139,24 @@ runScenario( RunOptions const& options, std::ostream& out ) {
 }
 
 void
-checkScenario( InputOptions const& options, std::ostream& out ) {
-   Input input( options );
+checkScenario( CheckOptions const& options, std::ostream& out, std::ostream& err ) {
+   Input input( options.input );
+   if ( options.input.plugin ) {
+      // One that is named has to be fit for the run.
+      Agent( input.agentType(), input.mounts() );
+   }
+   auto const lines = warnings( input.document(), input.scenario(), input.mounts() );
+   for ( std::string const& line : lines ) {
+      err << line << '\n';
+   }
+   if ( options.isStrict && !lines.empty() ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "{}: {}: expected none, as --strict is given",
+            input.scenarioName(),
+            counted( lines.size(), "warning" ) ) );
+   }
    out << fmt::format(
       "{}: ok, {}\n", input.scenarioName(), describe( input.scenario(), input.mounts() ) );
 }

@@ -163,6 +163,39 @@ TEST( Cli, LibraryThatIsNoPluginIsStatus3 ) {
       library.err, HasSubstr( "expected a library that defines OstraMlag::Agent" ) );
 }
 
+TEST( Cli, PluginForAnotherVersionOfTheFrameworkIsStatus3 ) {
+   std::string const other =
+      shell( "f=$(mktemp --suffix=.so); sed 's/Ryx\\x00[0-9]/Ryx\\x009/' '" OSTRA_PLUGIN
+             "' >$f; echo $f" )
+         .out;
+   std::string const path = other.substr( 0, other.find( '\n' ) );
+   for ( char const* command : { "run", "check", "types" } ) {
+      Outcome const outcome = ostraRun( command + " --plugin "s + path + " -", "{}" );
+      expectRefused( outcome, 3 );
+      EXPECT_THAT(
+         outcome.err,
+         MatchesRegex(
+            "plug-in .*: built for version 9.* of the framework: expected .*\n" ) );
+   }
+   std::filesystem::remove( path );
+}
+
+TEST( Cli, PluginWhoseAgentHasNotTheTwoChildrenIsStatus3 ) {
+   Outcome const outcome = ostraRun( "run --plugin " OSTRA_CHILDLESS_PLUGIN " -", "{}" );
+   expectRefused( outcome, 3 );
+   EXPECT_EQ(
+      outcome.err,
+      "plug-in " OSTRA_CHILDLESS_PLUGIN
+      ": OstraMlag::Agent has no child mlagErrdisableSm\n" );
+}
+
+TEST( Cli, CheckLoadsAPluginThatIsNamed ) {
+   for ( char const* plugin : { "/nonexistent.so", OSTRA_CHILDLESS_PLUGIN } ) {
+      expectRefused( ostraRun( "check --plugin "s + plugin + " -", "{}" ), 3 );
+   }
+   EXPECT_EQ( ostraRun( "check --plugin " OSTRA_PLUGIN " -", "{}" ).status, 0 );
+}
+
 TEST( Cli, PlaysTheBuiltInScenarioWithoutOne ) {
    Outcome const builtIn = ostraRun( "run --format ndjson" );
    EXPECT_EQ( builtIn.status, 0 );

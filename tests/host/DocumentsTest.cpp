@@ -2,8 +2,9 @@
 // Copyright 2026 The MlagOstra authors
 
 // What the documents show is what the program does. A block of yaml is a scenario; the
-// block behind it, if it is text, ndjson or error, is an excerpt of what comes of it. A block
-// of console has commands, each behind a "$ ", and below each an excerpt of what it prints.
+// block behind it, if it is text, ndjson, error or warning, is an excerpt of what comes of
+// it. A block of console has commands, each behind a "$ ", and below each an excerpt of what
+// it prints.
 
 #include "Program"
 
@@ -91,6 +92,12 @@ checkResult( std::string const& scenario, Block const& result ) {
    if ( result.kind == "error" ) {
       Outcome const outcome = ostraRun( "check -", scenario );
       EXPECT_EQ( outcome.status, 2 );
+      EXPECT_EQ( outcome.err, result.text );
+      return true;
+   }
+   if ( result.kind == "warning" ) {
+      Outcome const outcome = ostraRun( "check -", scenario );
+      EXPECT_EQ( outcome.status, 0 );
       EXPECT_EQ( outcome.err, result.text );
       return true;
    }
@@ -210,7 +217,7 @@ TEST( Documents, ScenariosDoWhatIsShown ) {
          EXPECT_EQ( ostraRun( "run -", blocks[ i ].text ).err, "" );
       }
    }
-   EXPECT_EQ( results, 4 );
+   EXPECT_EQ( results, 5 );
 }
 
 TEST( Documents, ReadmeShowsTheBuiltInRun ) {

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/Warnings>
+
+#include <host/ScenarioReview>
+#include <host/Words>
+
+#include <fmt/format.h>
+
+#include <functional>
+#include <span>
+
+namespace ostra {
+
+namespace {
+
+using Path = std::span< std::string const >;
+using Visit = std::function< void( Item const& ) >;
+
+// Visits what stands at the path below the item, if anything does.
+bool
+visitAt( Item const& item, Path path, Visit const& visit ) {
+   if ( path.empty() ) {
+      visit( item );
+      return true;
+   }
+   bool isFound = false;
+   auto const next = [ & ]( Item const& child ) {
+      isFound = visitAt( child, path.subspan( 1 ), visit );
+   };
+   if ( item.node().kind == DocumentNode::Kind::list ) {
+      next( Item( item, std::stoul( path.front() ) ) );
+   } else if ( item.node().kind == DocumentNode::Kind::map ) {
+      item.forEachEntry( "", [ & ]( Item const& entry ) {
+         if ( entry.key() == path.front() ) {
+            next( entry );
+         }
+      } );
+   }
+   return isFound;
+}
+
+// The complaint that a refusal would be.
+std::string
+complaint( Item const& item, Doubt const& doubt ) {
+   try {
+      if ( doubt.isOfKey ) {
+         item.refuseKey( doubt.what );
+      }
+      item.refuseBecause( doubt.what );
+   } catch ( Failure const& failure ) {
+      return failure.what();
+   }
+}
+
+std::vector< std::string >
+pathOf( Doubt const& doubt ) {
+   std::vector< std::string > path{ "mounts" };
+   if ( doubt.patch != Doubt::mounts ) {
+      path = { "events", std::to_string( doubt.patch - 1 ) };
+   }
+   path.insert( path.end(), doubt.path.begin(), doubt.path.end() );
+   return path;
+}
+
+// Events that do not happen, in one.
+void
+addLateEvents( Scenario const& scenario, std::vector< Doubt >& doubts ) {
+   std::size_t late = 0;
+   for ( Event const& event : scenario.events ) {
+      late += scenario.until && event.at > *scenario.until ? 1u : 0u;
+   }
+   if ( late != 0 ) {
+      std::string const rest =
+         late == 1 ? "" : fmt::format( ", nor do the {} behind it", late - 1 );
+      doubts.push_back( { 1 + scenario.events.size() - late,
+                          { "at" },
+                          fmt::format( "does not happen: the run ends before it{}", rest ),
+                          false } );
+   }
+}
+
+} // namespace
+
+std::vector< std::string >
+warnings( Document const& document, Scenario const& scenario, Mounts const& mounts ) {
+   ScenarioReview review;
+   review.patchIs( mounts.state() );
+   for ( Event const& event : scenario.events ) {
+      review.patchIs( event.patch() );
+   }
+   auto doubts = review.doubts();
+   addLateEvents( scenario, doubts );
+   std::vector< std::string > lines;
+   for ( Doubt const& doubt : doubts ) {
+      auto const path = pathOf( doubt );
+      std::string line = fmt::format( "{}: {}", fmt::join( path, "." ), doubt.what );
+      visitAt( Item( document ), path, [ & ]( Item const& item ) {
+         line = complaint( item, doubt );
+      } );
+      lines.push_back( "warning: " + line );
+   }
+   return lines;
+}
+
+} // namespace ostra
