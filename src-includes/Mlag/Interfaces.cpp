@@ -66,13 +66,14 @@ Membership
 MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
    auto const* const config = lagInputConfig_.borrowed();
    auto const* const member = config ? config->borrowedPhyIntf( intfId ) : nullptr;
-   if ( !member ) {
-      return {};
+   Membership membership;
+   if ( member ) {
+      membership.mode = member->mode();
+      if ( auto const* const lag = member->lag().ptr() ) {
+         membership.portChannel = lag->intfId();
+      }
    }
-   if ( !member->lag() ) {
-      return { std::nullopt, member->mode() };
-   }
-   return { member->lag()->intfId(), member->mode() };
+   return membership;
 }
 
 bool

@@ -193,8 +193,8 @@ TEST_F( Membership, IteratorOnTheLastMemberDoesNotKeepItsPortChannelTracked ) {
    auto it = sm->memberToPortChannelIterator();
    absent( "Ethernet1" );
    EXPECT_EQ( tracked(), Log() );
-   ++it;
    EXPECT_EQ( snooping(), Log() );
+   EXPECT_FALSE( ++it );
 }
 
 // By name an entry of portChannelTracker can be deleted while members are recorded under it.
@@ -345,6 +345,15 @@ TEST_F( MembershipAccessors, TrackerCountsItsMembersWhenAllAreDeleted ) {
    EXPECT_EQ( first->members(), 0u );
    sm->memberToPortChannelIs( member, first );
    stop();
+   EXPECT_EQ( first->members(), 0u );
+}
+
+TEST_F( MembershipAccessors, TrackerCountsItsMembersWhenTheirStorageGoes ) {
+   {
+      Mlag::Ostra::RecordedMembers storage;
+      storage.newRecord( member, first );
+      EXPECT_EQ( first->members(), 1u );
+   }
    EXPECT_EQ( first->members(), 0u );
 }
 
