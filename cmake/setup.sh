@@ -5,7 +5,7 @@
 # build. Sourced by them with `root` set to the project's directory; says what it does on
 # standard error, and nothing when there is nothing to do.
 
-base_packages="g++ cmake ninja-build libcli11-dev libyaml-cpp-dev nlohmann-json3-dev
+base_packages="g++ cmake ninja-build libcli11-dev libyaml-dev nlohmann-json3-dev
    libfmt-dev libgtest-dev libgmock-dev librapidcheck-dev pkg-config"
 
 say() {

@@ -11,18 +11,13 @@ namespace ostra {
 
 namespace {
 
-std::string
+KnownKeys
 childNames( std::vector< RyxAttr const* > const& children ) {
-   std::string names;
+   KnownKeys names;
    for ( RyxAttr const* child : children ) {
-      names += ( names.empty() ? "" : ", " ) + child->name().string();
+      names.push_back( child->name().string() );
    }
    return names;
-}
-
-bool
-isEmptyMap( DocumentNode const& node ) {
-   return node.kind == DocumentNode::Kind::map && node.entries.empty();
 }
 
 } // namespace
@@ -47,15 +42,16 @@ readAgentPatch( Item const& item, RyxType const& agentType ) {
    }
    auto const known = agentChildren( agentType );
    item.forEachEntry(
-      "null, {} or a map of " + childNames( known ), [ & ]( Item const& entry ) {
+      [ & ] { return "null, {} or a map of " + listed( childNames( known ) ); },
+      [ & ]( Item const& entry ) {
          auto const child =
             std::find_if( known.begin(), known.end(), [ & ]( RyxAttr const* attribute ) {
                return attribute->name().string() == entry.key();
             } );
          if ( child == known.end() ) {
-            entry.refuseKey( "unknown key: expected " + childNames( known ) );
+            refuseUnknownKey( entry, childNames( known ) );
          }
-         if ( !entry.isNull() && !isEmptyMap( entry.node() ) ) {
+         if ( !entry.isNull() && !entry.node().isEmptyMap() ) {
             entry.refuse( "{} to set it or null to delete it" );
          }
          patch.children.push_back( { *child, !entry.isNull() } );
@@ -101,7 +97,8 @@ Agent::setAll() {
 }
 
 void
-Agent::apply( AgentPatch const& patch ) {
+Agent::apply( Item const& item ) {
+   AgentPatch const patch = readAgentPatch( item, type_ );
    if ( patch.removesAgent ) {
       agent_ = nullptr;
    }

@@ -5,6 +5,7 @@
 
 #include <host/CliParser>
 #include <host/Commands>
+#include <host/DocumentTree>
 #include <host/Failure>
 #include <host/Milliseconds>
 #include <host/OutOfMemory>
@@ -36,6 +37,9 @@ constexpr char typesDescription[] =
 
 constexpr char expectedCommand[] = "a command: run, check or types";
 constexpr char expectedFile[] = "a file, or - for standard input";
+
+// What is longer has no place in the numbers by which a document is kept.
+constexpr std::size_t greatestMaxInput = DocumentTree::longestText / mebibyte;
 
 constexpr int highestTraceLevel = int( Ryx::TraceHandle::levels ) - 1;
 
@@ -99,6 +103,24 @@ class CommandLine {
          input.mounts );
    }
 
+   void addMaxInput( CLI::App& command, InputOptions& input ) {
+      parser_.addValue(
+         command,
+         "--max-input",
+         "MIB",
+         fmt::format(
+            "The longest file that is read, in MiB, also with what its aliases stand for; "
+            "{} without it",
+            defaultMaxInput / mebibyte ),
+         fmt::format( "a number of MiB from 1 to {}", greatestMaxInput ),
+         [ &input ]( std::string const& text ) {
+            std::size_t mebibytes = 0;
+            bool const isNumber = CLI::detail::lexical_cast( text, mebibytes );
+            input.maxInput = mebibytes * mebibyte;
+            return isNumber && mebibytes >= 1 && mebibytes <= greatestMaxInput;
+         } );
+   }
+
    void addTrace( CLI::App& command ) {
       parser_.addValue(
          command,
@@ -155,6 +177,7 @@ class CommandLine {
          run_.realTime,
          "Wait: a second of scenario time takes a second" );
       addMounts( command, run_.input );
+      addMaxInput( command, run_.input );
       addPlugin( command, run_.input.plugin );
    }
 
@@ -168,6 +191,7 @@ class CommandLine {
          "Refuse a scenario that can be played and can hardly be meant, instead of "
          "warning" );
       addMounts( command, check_.input );
+      addMaxInput( command, check_.input );
       addPlugin( command, check_.input.plugin );
    }
 

@@ -5,71 +5,57 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <fstream>
-#include <iostream>
-#include <sstream>
 
 namespace ostra {
 
 namespace {
 
-std::string
-readAll( std::istream& in, std::string const& name ) {
-   std::ostringstream text;
-   errno = 0;
-   if ( in.peek() != std::istream::traits_type::eof() ) {
-      text << in.rdbuf();
-   }
-   if ( in.bad() || errno != 0 ) {
-      throw Failure(
-         ExitStatus::badInput,
-         fmt::format( "{}: cannot be read: {}", name, std::strerror( errno ) ) );
-   }
-   return std::move( text ).str();
-}
-
 // What stands there, as an error message calls it.
 std::string
 describe( DocumentNode const& node ) {
-   switch ( node.kind ) {
-   case DocumentNode::Kind::null:
+   switch ( node.kind() ) {
+   case NodeKind::null:
       return "null";
-   case DocumentNode::Kind::list:
+   case NodeKind::list:
       return "a list";
-   case DocumentNode::Kind::map:
+   case NodeKind::map:
       return "a map";
-   case DocumentNode::Kind::boolean:
-   case DocumentNode::Kind::number:
-      return node.text;
-   case DocumentNode::Kind::text:
+   case NodeKind::boolean:
+   case NodeKind::number:
+      return std::string( node.text() );
+   case NodeKind::text:
       break;
    }
-   return inQuotes( node.text );
+   return inQuotes( node.text() );
+}
+
+bool
+isLetter( char c ) {
+   return ( c >= 'a' && c <= 'z' ) || ( c >= 'A' && c <= 'Z' );
 }
 
 } // namespace
 
-File
-readFile( std::string const& path ) {
-   if ( path == "-" ) {
-      return { "<stdin>", readAll( std::cin, "<stdin>" ) };
-   }
-   std::ifstream in( path, std::ios::binary );
-   if ( !in ) {
-      throw Failure(
-         ExitStatus::badInput,
-         fmt::format( "{}: cannot be read: {}", path, std::strerror( errno ) ) );
-   }
-   return { path, readAll( in, path ) };
+bool
+DocumentNode::isEmptyMap() const noexcept {
+   return kind() == Kind::map && cell().extent == index_ + 1;
 }
 
-Document
-readDocument( std::string const& path ) {
-   File file = readFile( path );
-   return parseDocument( std::move( file.name ), file.text );
+std::string_view
+DocumentNode::text() const noexcept {
+   return tree_->contents( index_ );
+}
+
+bool
+DocumentNode::isTrue() const noexcept {
+   return kind() == Kind::boolean && ( text().front() == 't' || text().front() == 'T' );
+}
+
+double
+DocumentNode::number() const noexcept {
+   return plainNumber( text() );
 }
 
 Json
@@ -88,28 +74,28 @@ toJson( double number ) {
 Json
 toJson( DocumentNode const& node ) {
    Json json;
-   switch ( node.kind ) {
-   case DocumentNode::Kind::null:
+   switch ( node.kind() ) {
+   case NodeKind::null:
       break;
-   case DocumentNode::Kind::boolean:
-      json = node.text.front() == 't' || node.text.front() == 'T';
+   case NodeKind::boolean:
+      json = node.isTrue();
       break;
-   case DocumentNode::Kind::number:
-      json = toJson( node.number );
+   case NodeKind::number:
+      json = toJson( node.number() );
       break;
-   case DocumentNode::Kind::text:
-      json = node.text;
+   case NodeKind::text:
+      json = node.text();
       break;
-   case DocumentNode::Kind::list:
+   case NodeKind::list:
       json = Json::array();
-      for ( NodePtr const& item : node.items ) {
-         json.push_back( toJson( *item ) );
+      for ( DocumentNode const item : node.items() ) {
+         json.push_back( toJson( item ) );
       }
       break;
-   case DocumentNode::Kind::map:
+   case NodeKind::map:
       json = Json::object();
-      for ( Entry const& entry : node.entries ) {
-         appendMember( json, entry.key, toJson( *entry.value ) );
+      for ( Entry const entry : node.entries() ) {
+         appendMember( json, std::string( entry.key ), toJson( entry.value ) );
       }
       break;
    }
@@ -127,25 +113,17 @@ Item::path() const {
       return {};
    }
    std::string const above = parent_->path();
-   if ( !entry_ ) {
-      return fmt::format( "{}[{}]", above, index_ );
+   if ( index_ ) {
+      return fmt::format( "{}[{}]", above, *index_ );
    }
-   return above.empty() ? key() : fmt::format( "{}.{}", above, key() );
+   return above.empty() ? std::string( key() ) : fmt::format( "{}.{}", above, key() );
 }
 
 void
-Item::fail( std::size_t line, std::size_t column, std::string_view why ) const {
+Item::fail( DocumentTree::Offset offset, std::string_view why ) const {
    std::string const where = path();
-   throw Failure(
-      ExitStatus::badInput,
-      fmt::format(
-         "{}:{}:{}: {}{}{}",
-         document_.name,
-         line,
-         column,
-         where,
-         where.empty() ? "" : ": ",
-         why ) );
+   node_.tree().fail(
+      offset, fmt::format( "{}{}{}", where, where.empty() ? "" : ": ", why ) );
 }
 
 void
@@ -154,13 +132,30 @@ Item::refuse( std::string_view expected ) const {
 }
 
 void
+Item::refuseTightColon() const {
+   if ( node_.kind() != NodeKind::text || !node_.isPlain() ) {
+      return;
+   }
+   std::string_view const text = node_.text();
+   std::size_t const colon = text.find( ':' );
+   bool const isKey = colon != text.npos && colon > 0 && colon + 1 < text.size() &&
+      text[ colon + 1 ] != ':' &&
+      std::all_of( text.begin(),
+                   text.begin() + static_cast< std::ptrdiff_t >( colon ),
+                   isLetter );
+   if ( isKey ) {
+      refuse( "a space behind the colon" );
+   }
+}
+
+void
 Item::refuseBecause( std::string_view why ) const {
-   fail( node_.line, node_.column, why );
+   fail( node_.offset(), why );
 }
 
 void
 Item::refuseKey( std::string_view why ) const {
-   fail( entry_->line, entry_->column, why );
+   fail( keyOffset_, why );
 }
 
 } // namespace ostra

@@ -5,261 +5,201 @@
 // scalars from plain ones, give every place, and keep duplicate keys apart.
 
 #include <host/Document>
-#include <host/JsonEscapes>
+#include <host/DocumentBuilder>
+#include <host/SyntaxError>
+#include <host/Utf8>
 
 #include <fmt/format.h>
-#include <yaml-cpp/depthguard.h>
-#include <yaml-cpp/eventhandler.h>
-#include <yaml-cpp/exceptions.h>
-#include <yaml-cpp/mark.h>
-#include <yaml-cpp/parser.h>
+#include <yaml.h>
 
 #include <algorithm>
-#include <sstream>
-#include <unordered_map>
-#include <unordered_set>
+#include <new>
 
 namespace ostra {
 
 namespace {
 
-// As deep as the parser itself goes.
-constexpr std::size_t deepest = 500;
-constexpr char tooDeep[] = "nested too deeply";
+using Offset = DocumentTree::Offset;
 
-bool
-isUtf8( std::string const& text ) {
-   try {
-      Json( text ).dump();
-      return true;
-   } catch ( Json::type_error const& ) {
-      return false;
-   }
+std::string_view
+view( yaml_char_t const* text ) {
+   return text ? reinterpret_cast< char const* >( text ) : std::string_view();
 }
 
-[[noreturn]] void
-fail( std::string const& name, YAML::Mark const& mark, std::string_view why ) {
-   throw Failure(
-      ExitStatus::badInput,
-      fmt::format( "{}:{}:{}: {}", name, mark.line + 1, mark.column + 1, why ) );
-}
-
-class TreeBuilder final : public YAML::EventHandler {
+// The parser counts characters; a document, octets. What is asked for is near what was
+// asked for before.
+class Octets {
  public:
-   explicit TreeBuilder( std::string const& name ) : name_( name ) {}
+   explicit Octets( std::string_view text ) : text_( text ), isAscii_( isAscii( text ) ) {}
 
-   NodePtr const& root() const { return root_; }
-
-   void OnDocumentStart( YAML::Mark const& mark ) override {
-      if ( root_ ) {
-         fail( name_, mark, "a second document: expected only one" );
+   Offset at( std::size_t character ) {
+      if ( isAscii_ ) {
+         return static_cast< Offset >( std::min( character, text_.size() ) );
       }
-   }
-   void OnDocumentEnd() override {}
-
-   void OnNull( YAML::Mark const& mark, YAML::anchor_t anchor ) override {
-      auto const node = newNode( DocumentNode::Kind::null, mark );
-      node->text = "null";
-      // The parser places a missing value at whatever comes next.
-      if (
-         !open_.empty() && open_.back().hasKey &&
-         open_.back().node->entries.back().line != node->line ) {
-         node->line = open_.back().node->entries.back().line;
-         node->column = open_.back().node->entries.back().column;
+      while ( character_ < character && offset_ < text_.size() ) {
+         do {
+            ++offset_;
+         } while ( isInCharacter() );
+         ++character_;
       }
-      add( node, mark, anchor );
-   }
-
-   void OnScalar(
-      YAML::Mark const& mark,
-      std::string const& tag,
-      YAML::anchor_t anchor,
-      std::string const& value ) override {
-      auto const node = newNode( DocumentNode::Kind::text, mark );
-      node->text = value;
-      if ( !isUtf8( value ) ) {
-         fail( name_, mark, "expected UTF-8" );
+      while ( character_ > character ) {
+         do {
+            --offset_;
+         } while ( isInCharacter() );
+         --character_;
       }
-      if ( tag == "?" || tag.empty() ) {
-         resolvePlainScalar( *node );
-         refuseMergeKey( *node, mark );
-      } else if ( tag != "!" && tag != "tag:yaml.org,2002:str" ) {
-         refuseTag( mark, tag );
-      }
-      add( node, mark, anchor );
+      return static_cast< Offset >( offset_ );
    }
-
-   void OnAlias( YAML::Mark const& mark, YAML::anchor_t anchor ) override {
-      auto const found = anchors_.find( anchor );
-      if ( found == anchors_.end() ) {
-         fail( name_, mark, "an alias inside of what it stands for" );
-      }
-      add( found->second.node, mark, 0, found->second.height );
-   }
-
-   void OnSequenceStart(
-      YAML::Mark const& mark,
-      std::string const& tag,
-      YAML::anchor_t anchor,
-      YAML::EmitterStyle::value ) override {
-      open( DocumentNode::Kind::list, mark, tag, anchor );
-   }
-   void OnSequenceEnd() override { close(); }
-
-   void OnMapStart(
-      YAML::Mark const& mark,
-      std::string const& tag,
-      YAML::anchor_t anchor,
-      YAML::EmitterStyle::value ) override {
-      open( DocumentNode::Kind::map, mark, tag, anchor );
-   }
-   void OnMapEnd() override { close(); }
 
  private:
-   // A list or map whose end has not come yet.
-   struct Open {
-      std::shared_ptr< DocumentNode > node;
-      YAML::Mark mark;
-      YAML::anchor_t anchor;
-      std::unordered_set< std::string > keys;
-      // The last entry still waits for its value.
-      bool hasKey = false;
-      // How many lists and maps are nested in it.
-      std::size_t height = 0;
-   };
-
-   struct Anchored {
-      NodePtr node;
-      std::size_t height;
-   };
-
-   static std::shared_ptr< DocumentNode >
-   newNode( DocumentNode::Kind kind, YAML::Mark const& mark ) {
-      auto node = std::make_shared< DocumentNode >();
-      node->kind = kind;
-      node->line = static_cast< std::size_t >( mark.line ) + 1;
-      node->column = static_cast< std::size_t >( mark.column ) + 1;
-      return node;
+   bool isInCharacter() const {
+      return offset_ < text_.size() && isContinuationByte( text_[ offset_ ] );
    }
 
-   [[noreturn]] void refuseTag( YAML::Mark const& mark, std::string const& tag ) const {
-      fail( name_, mark, fmt::format( "tag {}: expected none", inQuotes( tag ) ) );
-   }
-
-   bool expectsKey() const {
-      return !open_.empty() && open_.back().node->kind == DocumentNode::Kind::map &&
-         !open_.back().hasKey;
-   }
-
-   void refuseMergeKey( DocumentNode const& node, YAML::Mark const& mark ) const {
-      if ( expectsKey() && node.text == "<<" ) {
-         fail( name_, mark, "merge key \"<<\": expected the entries themselves" );
-      }
-   }
-
-   void open(
-      DocumentNode::Kind kind,
-      YAML::Mark const& mark,
-      std::string const& tag,
-      YAML::anchor_t anchor ) {
-      if ( tag != "?" && tag != "!" && !tag.empty() ) {
-         refuseTag( mark, tag );
-      }
-      open_.push_back( { newNode( kind, mark ), mark, anchor, {} } );
-   }
-
-   void close() {
-      Open const closed = std::move( open_.back() );
-      open_.pop_back();
-      add( closed.node, closed.mark, closed.anchor, closed.height + 1 );
-   }
-
-   // `height`: of lists and maps in each other, which the node brings. Aliases nest without
-   // the parser's noticing.
-   void add(
-      NodePtr const& node,
-      YAML::Mark const& mark,
-      YAML::anchor_t anchor,
-      std::size_t height = 0 ) {
-      if ( open_.size() + height > deepest ) {
-         fail( name_, mark, tooDeep );
-      }
-      if ( anchor != 0 ) {
-         anchors_[ anchor ] = { node, height };
-      }
-      if ( open_.empty() ) {
-         root_ = node;
-         return;
-      }
-      Open& parent = open_.back();
-      parent.height = std::max( parent.height, height );
-      if ( parent.node->kind == DocumentNode::Kind::list ) {
-         parent.node->items.push_back( node );
-      } else if ( parent.hasKey ) {
-         parent.node->entries.back().value = node;
-         parent.hasKey = false;
-      } else {
-         addKey( *node, mark );
-      }
-   }
-
-   void addKey( DocumentNode const& key, YAML::Mark const& mark ) {
-      bool const isScalar =
-         key.kind != DocumentNode::Kind::list && key.kind != DocumentNode::Kind::map;
-      if ( !isScalar || key.isNull() ) {
-         fail( name_, mark, "a key that is null, a list or a map: expected a text" );
-      }
-      Open& map = open_.back();
-      if ( !map.keys.insert( key.text ).second ) {
-         fail(
-            name_,
-            mark,
-            fmt::format( "duplicate key {}: expected it once", inQuotes( key.text ) ) );
-      }
-      map.node->entries.push_back( { key.text,
-                                     static_cast< std::size_t >( mark.line ) + 1,
-                                     static_cast< std::size_t >( mark.column ) + 1,
-                                     nullptr } );
-      map.hasKey = true;
-   }
-
-   std::string const& name_;
-   NodePtr root_;
-   std::vector< Open > open_;
-   std::unordered_map< YAML::anchor_t, Anchored > anchors_;
+   std::string_view const text_;
+   bool const isAscii_;
+   std::size_t character_ = 0;
+   std::size_t offset_ = 0;
 };
 
-// The parser looks for all digits of an escape, even where the text ends, and counts them. It
-// counts octets of UTF-8: how many another encoding has is not known here.
-YAML::Mark
-withinText( YAML::Mark mark, std::string_view text ) {
-   constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
-   text.remove_prefix( text.starts_with( byteOrderMark ) ? byteOrderMark.size() : 0 );
-   if ( isUtf8( std::string( text ) ) && text.substr( 0, 4 ).find( '\0' ) == text.npos ) {
-      mark.column -= std::max( mark.pos - static_cast< int >( text.size() ), 0 );
+class Parser {
+ public:
+   Parser( DocumentTree& tree, std::size_t maxInput )
+         : tree_( tree ), builder_( tree, maxInput ), octets_( tree.text() ) {
+      if ( !yaml_parser_initialize( &parser_ ) ) {
+         throw std::bad_alloc();
+      }
+      std::string_view const text = tree.text();
+      yaml_parser_set_encoding( &parser_, YAML_UTF8_ENCODING );
+      yaml_parser_set_input_string(
+         &parser_, reinterpret_cast< yaml_char_t const* >( text.data() ), text.size() );
    }
-   return mark;
-}
+   ~Parser() { yaml_parser_delete( &parser_ ); }
+   Parser( Parser const& ) = delete;
+   Parser& operator=( Parser const& ) = delete;
+
+   void parse() {
+      bool isEnd = false;
+      while ( !isEnd ) {
+         Event event;
+         if ( !yaml_parser_parse( &parser_, &event.event ) ) {
+            fail();
+         }
+         take( event.event );
+         isEnd = event.event.type == YAML_STREAM_END_EVENT;
+      }
+   }
+
+ private:
+   struct Event {
+      Event() = default;
+      ~Event() { yaml_event_delete( &event ); }
+      Event( Event const& ) = delete;
+      Event& operator=( Event const& ) = delete;
+
+      yaml_event_t event{};
+   };
+
+   Offset offset( yaml_mark_t const& mark ) { return octets_.at( mark.index ); }
+
+   void take( yaml_event_t const& event ) {
+      Offset const begin = offset( event.start_mark );
+      switch ( event.type ) {
+      case YAML_DOCUMENT_START_EVENT:
+         builder_.startDocument( begin );
+         break;
+      case YAML_SCALAR_EVENT:
+         takeScalar( event );
+         break;
+      case YAML_ALIAS_EVENT:
+         builder_.alias(
+            { begin, offset( event.end_mark ) }, view( event.data.alias.anchor ) );
+         break;
+      case YAML_SEQUENCE_START_EVENT: {
+         auto const& list = event.data.sequence_start;
+         builder_.open(
+            NodeKind::list,
+            begin,
+            { view( list.anchor ), view( list.tag ) },
+            indentation( event, list.style == YAML_BLOCK_SEQUENCE_STYLE ) );
+         break;
+      }
+      case YAML_MAPPING_START_EVENT: {
+         auto const& map = event.data.mapping_start;
+         builder_.open(
+            NodeKind::map,
+            begin,
+            { view( map.anchor ), view( map.tag ) },
+            indentation( event, map.style == YAML_BLOCK_MAPPING_STYLE ) );
+         break;
+      }
+      case YAML_SEQUENCE_END_EVENT:
+      case YAML_MAPPING_END_EVENT:
+         builder_.close( offset( event.end_mark ) );
+         break;
+      default:
+         break;
+      }
+   }
+
+   void takeScalar( yaml_event_t const& event ) {
+      auto const& scalar = event.data.scalar;
+      bool const isQuoted = scalar.style == YAML_SINGLE_QUOTED_SCALAR_STYLE ||
+         scalar.style == YAML_DOUBLE_QUOTED_SCALAR_STYLE;
+      Offset const begin = offset( event.start_mark );
+      builder_.scalar(
+         { begin, offset( event.end_mark ) },
+         { view( scalar.anchor ), view( scalar.tag ) },
+         { std::string_view(
+              reinterpret_cast< char const* >( scalar.value ), scalar.length ),
+           scalar.style == YAML_PLAIN_SCALAR_STYLE,
+           isQuoted } );
+   }
+
+   // Where the first entry of a list or map without brackets begins. The parser's mark is
+   // there, or behind a dash.
+   std::optional< Offset > indentation( yaml_event_t const& event, bool isBlock ) {
+      if ( !isBlock ) {
+         return std::nullopt;
+      }
+      Offset const end = offset( event.end_mark );
+      return end > 0 && tree_.text()[ end - 1 ] == '-' ? end - 1 : end;
+   }
+
+   [[noreturn]] void fail() {
+      if ( parser_.error == YAML_MEMORY_ERROR ) {
+         throw std::bad_alloc();
+      }
+      if ( parser_.error == YAML_READER_ERROR ) {
+         failAtCharacter( tree_, parser_.problem_offset );
+      }
+      SyntaxError const error{ parser_.context ? parser_.context : "",
+                               offset( parser_.context_mark ),
+                               parser_.problem ? parser_.problem : "",
+                               offset( parser_.problem_mark ),
+                               builder_.longQuote() };
+      error.fail( tree_ );
+   }
+
+   DocumentTree& tree_;
+   DocumentBuilder builder_;
+   Octets octets_;
+   yaml_parser_t parser_;
+};
 
 } // namespace
 
 Document
-parseDocument( std::string name, std::string const& text ) {
-   std::string const yaml = yamlEscapes( text );
-   std::istringstream in( yaml );
-   TreeBuilder builder( name );
-   try {
-      YAML::Parser parser( in );
-      while ( parser.HandleNextDocument( builder ) ) {}
-   } catch ( YAML::DeepRecursion const& error ) {
-      fail( name, error.mark, tooDeep );
-   } catch ( YAML::Exception const& error ) {
-      YAML::Mark const mark = error.mark.is_null() ? YAML::Mark() : error.mark;
-      fail( name, withinText( mark, yaml ), fmt::format( "not YAML: {}", error.msg ) );
+parseDocument( std::string name, std::string text, std::size_t maxInput ) {
+   auto const tree =
+      std::make_shared< DocumentTree >( std::move( name ), std::move( text ) );
+   refuseForeignBreaks( *tree );
+   Parser( *tree, maxInput ).parse();
+   if ( tree->size() == 0 ) {
+      tree->add(
+         { 0, tree->putAside( {} ), NodeKind::null, DocumentTree::Contents::aside } );
    }
-   NodePtr root = builder.root();
-   return { std::move( name ),
-            root ? std::move( root ) : std::make_shared< DocumentNode >() };
+   return Document( tree );
 }
 
 } // namespace ostra

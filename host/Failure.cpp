@@ -3,6 +3,8 @@
 
 #include <host/Failure>
 
+#include <host/Utf8>
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -13,9 +15,11 @@ namespace {
 
 constexpr std::size_t longestQuote = 60;
 
+// Breaks a line, or changes what a terminal shows or how.
 bool
-isContinuationByte( char c ) {
-   return ( static_cast< unsigned char >( c ) & 0xc0 ) == 0x80;
+isControl( char32_t code ) {
+   return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || code == 0x2028 ||
+      code == 0x2029;
 }
 
 } // namespace
@@ -23,13 +27,17 @@ isContinuationByte( char c ) {
 std::string
 oneLine( std::string_view text ) {
    std::string line;
-   for ( char c : text ) {
-      auto const byte = static_cast< unsigned char >( c );
-      if ( byte < 0x20 || byte == 0x7f ) {
-         line += fmt::format( "\\x{:02x}", byte );
+   while ( !text.empty() ) {
+      Character const character = firstCharacter( text );
+      std::size_t const length = std::max< std::size_t >( character.length, 1 );
+      if ( character.length != 0 && !isControl( character.code ) ) {
+         line += text.substr( 0, length );
       } else {
-         line += c;
+         for ( char const c : text.substr( 0, length ) ) {
+            line += fmt::format( "\\x{:02x}", static_cast< unsigned char >( c ) );
+         }
       }
+      text.remove_prefix( length );
    }
    return line;
 }

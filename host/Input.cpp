@@ -10,9 +10,12 @@ namespace ostra {
 namespace {
 
 Document
-scenarioDocument( std::optional< std::string > const& path ) {
-   return path ? readDocument( *path )
-               : parseDocument( "<built-in>", std::string( builtinScenario() ) );
+scenarioDocument( InputOptions const& options ) {
+   if ( !options.scenario ) {
+      return parseDocument( "<built-in>", std::string( builtinScenario() ) );
+   }
+   File file = readFile( *options.scenario, options.maxInput );
+   return parseDocument( std::move( file.name ), std::move( file.text ), options.maxInput );
 }
 
 void
@@ -36,21 +39,17 @@ LazyPlugin::agentType() {
 
 Input::Input( InputOptions const& options )
       : plugin_( options.plugin ),
-        document_( scenarioDocument( options.scenario ) ),
+        document_( scenarioDocument( options ) ),
         scenario_( read( options ) ) {}
 
 Scenario
 Input::read( InputOptions const& options ) {
    refuseTwoReaders( options );
-   MountsPatch below;
    if ( options.mounts ) {
-      below = readState( readFile( *options.mounts ), mounts_ );
+      readState( readFile( *options.mounts, options.maxInput ), mounts_, options.maxInput );
    }
-   Scenario scenario = readScenario(
+   return readScenario(
       document_, mounts_, [ this ]() -> RyxType const& { return plugin_.agentType(); } );
-   mounts_.apply( below );
-   mounts_.apply( scenario.mounts );
-   return scenario;
 }
 
 } // namespace ostra

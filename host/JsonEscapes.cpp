@@ -29,13 +29,14 @@ escapedCodeUnit( std::string_view text, std::size_t position ) {
 // JSON escapes characters beyond 16 bits in two halves, which YAML takes for two
 // characters: puts the one escape that YAML has for them.
 std::string
-joinedSurrogates( std::string const& text ) {
+joinedSurrogates( std::string_view text, std::vector< std::uint32_t >& joints ) {
    std::string joined;
+   joined.reserve( text.size() );
    std::size_t done = 0;
    for ( ;; ) {
       std::size_t const slash = text.find( '\\', done );
       joined.append( text, done, slash - done );
-      if ( slash == std::string::npos ) {
+      if ( slash == std::string_view::npos ) {
          return joined;
       }
       unsigned const high = escapedCodeUnit( text, slash );
@@ -43,6 +44,7 @@ joinedSurrogates( std::string const& text ) {
       if ( high >> 10 == 0x36 && low >> 10 == 0x37 ) {
          joined += fmt::format(
             "\\U{:08x}", 0x10000 + ( ( high & 0x3ff ) << 10 ) + ( low & 0x3ff ) );
+         joints.push_back( static_cast< std::uint32_t >( joined.size() ) );
          done = slash + 12;
       } else {
          // What follows a backslash is escaped by it.
@@ -52,13 +54,20 @@ joinedSurrogates( std::string const& text ) {
    }
 }
 
+// Whether there is anything to join: the halves begin with D8 to DF.
+bool
+hasSurrogates( std::string_view text ) {
+   return text.find( "\\ud" ) != text.npos || text.find( "\\uD" ) != text.npos;
+}
+
 } // namespace
 
 std::string
-yamlEscapes( std::string const& text ) {
+yamlEscapes( std::string text, std::vector< std::uint32_t >& joints ) {
    std::size_t const first = text.find_first_not_of( " \t\r\n" );
    bool const isJson = first != std::string::npos && text[ first ] == '{';
-   return isJson ? joinedSurrogates( text ) : text;
+   return isJson && hasSurrogates( text ) ? joinedSurrogates( text, joints )
+                                          : std::move( text );
 }
 
 } // namespace ostra

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <limits>
 
 namespace ostra {
 
@@ -13,15 +14,36 @@ namespace {
 
 constexpr std::string_view expectedMoment = "a number of seconds, in whole milliseconds";
 
-std::optional< Milliseconds >
-moment( DocumentNode const& node ) {
-   return node.kind == DocumentNode::Kind::number ? exactMoment( node.number )
-                                                  : std::nullopt;
+double
+numberOf( NodeKind kind, std::string_view text ) {
+   return kind == NodeKind::number ? plainNumber( text )
+                                   : std::numeric_limits< double >::quiet_NaN();
+}
+
+double
+numberOf( Item const& item ) {
+   return numberOf( item.node().kind(), item.node().text() );
+}
+
+bool
+isBeyondClock( double seconds ) {
+   return std::isfinite( seconds ) && std::abs( seconds ) > secondsOf( lastScenarioMoment );
+}
+
+[[noreturn]] void
+refuseMoment( Item const& item, std::string_view expected ) {
+   double const seconds = numberOf( item );
+   if ( isBeyondClock( seconds ) ) {
+      Milliseconds const last = seconds < 0 ? -lastScenarioMoment : lastScenarioMoment;
+      item.refuse( fmt::format(
+         "at {} {}", seconds < 0 ? "least" : "most", toJson( secondsOf( last ) ).dump() ) );
+   }
+   item.refuse( expected );
 }
 
 std::optional< Milliseconds >
-scenarioMoment( DocumentNode const& node ) {
-   auto const found = moment( node );
+scenarioMoment( double seconds ) {
+   auto const found = exactMoment( seconds );
    return found && *found >= 0 ? found : std::nullopt;
 }
 
@@ -48,8 +70,7 @@ firstMomentAt( double seconds ) noexcept {
 
 std::optional< Milliseconds >
 exactMoment( double seconds ) noexcept {
-   constexpr double most = secondsOf( lastMoment / 4 );
-   if ( !( std::abs( seconds ) <= most ) ) {
+   if ( !( std::abs( seconds ) <= secondsOf( lastScenarioMoment ) ) ) {
       return std::nullopt;
    }
    Milliseconds const moment = std::llround( seconds * 1000.0 );
@@ -58,25 +79,25 @@ exactMoment( double seconds ) noexcept {
 
 Milliseconds
 momentOf( Item const& item ) {
-   auto const found = moment( item.node() );
+   auto const found = exactMoment( numberOf( item ) );
    if ( !found ) {
-      item.refuse( expectedMoment );
+      refuseMoment( item, expectedMoment );
    }
    return *found;
 }
 
 Milliseconds
 scenarioMomentOf( Item const& item ) {
-   auto const found = scenarioMoment( item.node() );
+   auto const found = scenarioMoment( numberOf( item ) );
    if ( !found ) {
-      item.refuse( expectedScenarioMoment );
+      refuseMoment( item, expectedScenarioMoment );
    }
    return *found;
 }
 
 std::optional< Milliseconds >
 scenarioMoment( std::string const& text ) {
-   return scenarioMoment( scalarNode( text ) );
+   return scenarioMoment( numberOf( plainKind( text ), text ) );
 }
 
 } // namespace ostra

@@ -69,44 +69,44 @@ Mounts::index( std::string_view name ) {
    return static_cast< std::size_t >( found - mountKinds.begin() );
 }
 
-std::string
+KnownKeys const&
 Mounts::names() {
-   std::string names;
-   for ( MountKind const& kind : mountKinds ) {
-      names.append( names.empty() ? "" : ", " ).append( kind.name );
-   }
+   static KnownKeys const names = [] {
+      KnownKeys all;
+      for ( MountKind const& kind : mountKinds ) {
+         all.emplace_back( kind.name );
+      }
+      return all;
+   }();
    return names;
 }
 
-MountPatch
-Mounts::readMount( Item const& item ) {
+void
+Mounts::patch( Item const& item, bool isApplied ) {
    std::size_t const mount = index( item.key() );
    if ( mount == mountKinds.size() ) {
-      item.refuseKey( "unknown key: expected " + names() );
+      refuseUnknownKey( item, names() );
    }
-   PatchReader reader( references_ );
-   return { mount, reader.object( item, *objects_[ mount ]->type(), item.key() ) };
-}
-
-MountsPatch
-Mounts::read( Item const& item ) {
-   MountsPatch patch;
-   item.forEachEntry( "a map of mounts", [ & ]( Item const& entry ) {
-      patch.push_back( readMount( entry ) );
-   } );
-   return patch;
+   GenericIf& object = *objects_[ mount ];
+   Patcher( context_ )
+      .object(
+         item, *object.type(), std::string( item.key() ), isApplied ? &object : nullptr );
 }
 
 void
-Mounts::apply( MountPatch const& patch ) const {
-   patch.second.apply( *objects_[ patch.first ] );
+Mounts::checkMount( Item const& item ) {
+   patch( item, false );
 }
 
 void
-Mounts::apply( MountsPatch const& patch ) const {
-   for ( MountPatch const& mount : patch ) {
-      apply( mount );
-   }
+Mounts::applyMount( Item const& item ) {
+   patch( item, true );
+}
+
+void
+Mounts::apply( Item const& item ) {
+   item.forEachEntry(
+      "a map of mounts", [ this ]( Item const& entry ) { applyMount( entry ); } );
 }
 
 Json

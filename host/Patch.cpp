@@ -3,6 +3,8 @@
 
 #include <host/Patch>
 
+#include <host/UnknownKey>
+
 #include <fmt/format.h>
 
 #include <utility>
@@ -11,14 +13,20 @@ namespace ostra {
 
 namespace {
 
+KnownKeys
+keysOf( RyxType const& type ) {
+   KnownKeys keys;
+   for ( RyxAttr const* attribute : settableAttributes( type ) ) {
+      keys.emplace_back( attribute->name().string() );
+   }
+   return keys;
+}
+
 std::string
 expectedKeys( RyxType const& type ) {
-   std::string names;
-   for ( RyxAttr const* attribute : settableAttributes( type ) ) {
-      names += ( names.empty() ? "" : ", " ) + attribute->name().string();
-   }
-   return names.empty() ? fmt::format( "none, {} has nothing to set", type.name().string() )
-                        : names;
+   KnownKeys const keys = keysOf( type );
+   return keys.empty() ? fmt::format( "none, {} has nothing to set", type.name().string() )
+                       : listed( keys );
 }
 
 GenericPtr
@@ -29,168 +37,168 @@ readKey( Item const& item, RyxAttr const& collection ) {
          collection.indexType()->name().string() ) );
    }
    try {
-      return keyOf( collection, item.key() );
+      return keyOf( collection, std::string( item.key() ) );
    } catch ( Ryx::RangeException const& error ) {
       item.refuseKey( error.message() );
    }
 }
 
-Patch::Step
-removal( RyxAttr const& collection, GenericPtr key ) {
-   return [ &collection, key = std::move( key ) ]( GenericIf& object ) {
-      object.attributeOp( { collection.id(), GenericIf::del }, key, nullptr );
-   };
-}
-
-Patch::Step
-setting( RyxAttr const& attribute, GenericPtr key, GenericPtr value ) {
-   return [ &attribute, key = std::move( key ), value = std::move( value ) ](
-             GenericIf& object ) { write( object, attribute, key, value ); };
-}
-
-// The type of what the constructor builds, which may be one derived from what it is asked
-// for.
-RyxType const&
-builtType( RyxType const& type, std::string const& id ) {
-   return *construct( type, id )->type();
+void
+set(
+   GenericIf* target, RyxAttr const& attribute, GenericPtr const& key, GenericPtr value ) {
+   if ( target ) {
+      write( *target, attribute, key, value );
+   }
 }
 
 } // namespace
 
-GenericPtr
-ReferencePool::object( RyxType const& type, std::string const& name ) {
-   GenericPtr& known = objects_[ { &type, name } ];
-   if ( !known ) {
-      known = construct( type, name );
+GenericPtr const&
+PatchContext::referenced( RyxType const& type, std::string_view name ) {
+   ByName& known = referenced_[ &type ];
+   auto const found = known.find( name );
+   if ( found != known.end() ) {
+      return found->second;
    }
-   return known;
+   std::string id( name );
+   GenericPtr object = construct( type, id );
+   return known.emplace( std::move( id ), std::move( object ) ).first->second;
+}
+
+RyxType const&
+PatchContext::builtType( RyxType const& type, std::string const& id ) {
+   RyxType const*& built = built_[ &type ];
+   if ( !built ) {
+      built = construct( type, id )->type();
+   }
+   return *built;
 }
 
 void
-Patch::apply( GenericIf& object ) const {
-   for ( Step const& step : steps_ ) {
-      step( object );
-   }
-}
-
-Patch
-PatchReader::object( Item const& item, RyxType const& type, std::string const& id ) {
-   Patch patch;
+Patcher::object(
+   Item const& item, RyxType const& type, std::string const& id, GenericIf* target ) {
    item.forEachEntry(
-      fmt::format( "a map of {}", expectedKeys( type ) ), [ & ]( Item const& entry ) {
+      [ & ] { return fmt::format( "a map of {}", expectedKeys( type ) ); },
+      [ & ]( Item const& entry ) {
          RyxAttr const* const known = settableAttribute( type, entry.key() );
          if ( !known ) {
-            entry.refuseKey( "unknown key: expected " + expectedKeys( type ) );
+            refuseUnknownKey( entry, keysOf( type ), expectedKeys( type ) );
          }
-         patch.stepIs( attribute( entry, *known, id ) );
+         attribute( entry, *known, id, target );
       } );
-   return patch;
 }
 
-Patch::Step
-PatchReader::attribute(
-   Item const& item, RyxAttr const& attribute, std::string const& id ) {
+void
+Patcher::attribute(
+   Item const& item, RyxAttr const& attribute, std::string const& id, GenericIf* target ) {
    if ( isCollection( attribute ) ) {
-      return collection( item, attribute );
+      collection( item, attribute, target );
+   } else if ( isReference( attribute ) ) {
+      set( target, attribute, nullptr, reference( item, attribute ) );
+   } else if ( !hasObjects( attribute ) ) {
+      set( target, attribute, nullptr, readScalar( item, *attribute.valueType() ) );
+   } else if ( attribute.valueType()->kind() == Ryx::ValueKind::structure ) {
+      structure( item, attribute, nullptr, target );
+   } else {
+      contained( item, attribute, id, target );
    }
-   if ( isReference( attribute ) ) {
-      return setting( attribute, nullptr, reference( item, attribute ) );
-   }
-   if ( !hasObjects( attribute ) ) {
-      return setting( attribute, nullptr, readScalar( item, *attribute.valueType() ) );
-   }
-   return attribute.valueType()->kind() == Ryx::ValueKind::structure
-      ? structure( item, attribute, nullptr )
-      : contained( item, attribute, id );
 }
 
 GenericPtr
-PatchReader::reference( Item const& item, RyxAttr const& attribute ) {
+Patcher::reference( Item const& item, RyxAttr const& attribute ) {
    if ( item.isNull() ) {
       return nullptr;
    }
    constexpr std::string_view expected = "a name, or null for none";
-   if ( item.node().kind != DocumentNode::Kind::text || item.node().text.empty() ) {
+   if ( item.node().kind() != NodeKind::text || item.node().text().empty() ) {
       item.refuse( expected );
    }
    try {
-      return references_.object( *attribute.valueType(), item.node().text );
+      return context_.referenced( *attribute.valueType(), item.node().text() );
    } catch ( Ryx::RangeException const& error ) {
       item.refuseBecause( error.message() );
    }
 }
 
-Patch::Step
-PatchReader::contained(
-   Item const& item, RyxAttr const& attribute, std::string const& id ) {
+GenericPtr
+Patcher::built( Item const& item, RyxType const& type, std::string const& id ) {
+   GenericPtr object = construct( type, id );
+   this->object( item, *object->type(), id, object.ptr() );
+   return object;
+}
+
+void
+Patcher::contained(
+   Item const& item, RyxAttr const& attribute, std::string const& id, GenericIf* target ) {
+   RyxType const& type = *attribute.valueType();
    if ( item.isNull() ) {
-      return setting( attribute, nullptr, nullptr );
+      set( target, attribute, nullptr, nullptr );
+   } else if ( !target ) {
+      object( item, context_.builtType( type, id ), id, nullptr );
+   } else if ( GenericPtr const present = read( *target, attribute ) ) {
+      object( item, context_.builtType( type, id ), id, changeable( present ).ptr() );
+   } else {
+      write( *target, attribute, nullptr, built( item, type, id ) );
    }
-   RyxType const& type = *attribute.valueType();
-   return [ &attribute, &type, id, patch = object( item, builtType( type, id ), id ) ](
-             GenericIf& owner ) {
-      if ( GenericPtr const present = read( owner, attribute ) ) {
-         patch.apply( *changeable( present ) );
-         return;
-      }
-      GenericPtr const built = construct( type, id );
-      patch.apply( *built );
-      write( owner, attribute, nullptr, built );
-   };
 }
 
-Patch::Step
-PatchReader::structure(
-   Item const& item, RyxAttr const& attribute, GenericPtr const& key ) {
+void
+Patcher::structure(
+   Item const& item, RyxAttr const& attribute, GenericPtr const& key, GenericIf* target ) {
    RyxType const& type = *attribute.valueType();
-   return [ &attribute, key, patch = object( item, type, {} ) ]( GenericIf& owner ) {
-      GenericPtr const value =
-         owner.attributeOp( { attribute.id(), GenericIf::get }, key, nullptr );
-      patch.apply( *value );
-      write( owner, attribute, key, value );
-   };
+   if ( !target ) {
+      object( item, type, {}, nullptr );
+      return;
+   }
+   GenericPtr const value =
+      target->attributeOp( { attribute.id(), GenericIf::get }, key, nullptr );
+   object( item, type, {}, value.ptr() );
+   write( *target, attribute, key, value );
 }
 
-Patch::Step
-PatchReader::collection( Item const& item, RyxAttr const& attribute ) {
-   Patch members;
+void
+Patcher::collection( Item const& item, RyxAttr const& attribute, GenericIf* target ) {
    item.forEachEntry(
-      fmt::format( "a map by {}", attribute.indexType()->name().string() ),
-      [ & ]( Item const& entry ) { members.stepIs( member( entry, attribute ) ); } );
-   return
-      [ members = std::move( members ) ]( GenericIf& object ) { members.apply( object ); };
+      [ & ] {
+         return fmt::format( "a map by {}", attribute.indexType()->name().string() );
+      },
+      [ & ]( Item const& entry ) { member( entry, attribute, target ); } );
 }
 
-Patch::Step
-PatchReader::member( Item const& item, RyxAttr const& collection ) {
+void
+Patcher::member( Item const& item, RyxAttr const& collection, GenericIf* target ) {
    GenericPtr const key = readKey( item, collection );
    if ( item.isNull() ) {
-      return removal( collection, key );
+      if ( target ) {
+         target->attributeOp( { collection.id(), GenericIf::del }, key, nullptr );
+      }
+      return;
    }
-   if ( collection.valueType()->kind() == Ryx::ValueKind::object ) {
-      return entity( item, collection, key );
+   switch ( collection.valueType()->kind() ) {
+   case Ryx::ValueKind::object:
+      entity( item, collection, key, target );
+      break;
+   case Ryx::ValueKind::structure:
+      structure( item, collection, key, target );
+      break;
+   default:
+      set( target, collection, key, readScalar( item, *collection.valueType() ) );
+      break;
    }
-   if ( collection.valueType()->kind() == Ryx::ValueKind::structure ) {
-      return structure( item, collection, key );
-   }
-   return setting( collection, key, readScalar( item, *collection.valueType() ) );
 }
 
-Patch::Step
-PatchReader::entity( Item const& item, RyxAttr const& collection, GenericPtr const& key ) {
+void
+Patcher::entity(
+   Item const& item, RyxAttr const& collection, GenericPtr const& key, GenericIf* target ) {
    RyxType const& type = *collection.valueType();
-   std::string const& id = item.key();
-   return
-      [ &collection, &type, key, id, patch = object( item, builtType( type, id ), id ) ](
-         GenericIf& owner ) {
-         if ( GenericPtr const present = readMember( owner, collection, key ) ) {
-            patch.apply( *changeable( present ) );
-            return;
-         }
-         GenericPtr const built = construct( type, id );
-         patch.apply( *built );
-         write( owner, collection, key, built );
-      };
+   std::string const id( item.key() );
+   if ( !target ) {
+      object( item, context_.builtType( type, id ), id, nullptr );
+   } else if ( GenericPtr const present = readMember( *target, collection, key ) ) {
+      object( item, context_.builtType( type, id ), id, changeable( present ).ptr() );
+   } else {
+      write( *target, collection, key, built( item, type, id ) );
+   }
 }
 
 } // namespace ostra

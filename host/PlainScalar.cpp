@@ -52,47 +52,60 @@ isDecimal( std::string_view text ) {
    return text.empty();
 }
 
+// Takes the sign at the start of the text away.
 double
-decimal( std::string_view text ) {
-   double value = 0;
-   auto const [ end, error ] =
-      std::from_chars( text.data(), text.data() + text.size(), value );
-   // Out of range: too great, or too small to tell from 0. Neither is a number here.
-   return error == std::errc() ? value : std::numeric_limits< double >::quiet_NaN();
+takeSign( std::string_view& text ) {
+   double const sign = text.starts_with( '-' ) ? -1 : 1;
+   takeOneOf( text, "+-" );
+   return sign;
+}
+
+bool
+isInfinity( std::string_view text ) {
+   return isOneOf( text, { ".inf", ".Inf", ".INF" } );
+}
+
+bool
+isNumber( std::string_view text ) {
+   if ( isOneOf( text, { ".nan", ".NaN", ".NAN" } ) ) {
+      return true;
+   }
+   takeSign( text );
+   return isDecimal( text ) || isInfinity( text );
 }
 
 } // namespace
 
-void
-resolvePlainScalar( DocumentNode& node ) {
-   std::string_view text = node.text;
+NodeKind
+plainKind( std::string_view text ) noexcept {
+   // What else is neither begins with a letter as a rule.
+   constexpr std::string_view beginnings = "0123456789+-.~nNtTfF";
+   if ( text.empty() ) {
+      return NodeKind::null;
+   }
+   if ( beginnings.find( text.front() ) == beginnings.npos ) {
+      return NodeKind::text;
+   }
+   if ( isOneOf( text, { "null", "~", "Null", "NULL" } ) ) {
+      return NodeKind::null;
+   }
    if ( isOneOf( text, { "true", "True", "TRUE", "false", "False", "FALSE" } ) ) {
-      node.kind = DocumentNode::Kind::boolean;
-      return;
+      return NodeKind::boolean;
    }
-   if ( isOneOf( text, { ".nan", ".NaN", ".NAN" } ) ) {
-      node.kind = DocumentNode::Kind::number;
-      node.number = std::numeric_limits< double >::quiet_NaN();
-      return;
-   }
-   double const sign = text.starts_with( '-' ) ? -1 : 1;
-   takeOneOf( text, "+-" );
-   if ( isOneOf( text, { ".inf", ".Inf", ".INF" } ) ) {
-      node.kind = DocumentNode::Kind::number;
-      node.number = sign * std::numeric_limits< double >::infinity();
-   } else if ( isDecimal( text ) ) {
-      node.kind = DocumentNode::Kind::number;
-      node.number = sign * decimal( text );
-   }
+   return isNumber( text ) ? NodeKind::number : NodeKind::text;
 }
 
-DocumentNode
-scalarNode( std::string text ) {
-   DocumentNode node;
-   node.kind = DocumentNode::Kind::text;
-   node.text = std::move( text );
-   resolvePlainScalar( node );
-   return node;
+double
+plainNumber( std::string_view text ) noexcept {
+   double const sign = takeSign( text );
+   if ( isInfinity( text ) ) {
+      return sign * std::numeric_limits< double >::infinity();
+   }
+   double value = 0;
+   auto const [ end, error ] =
+      std::from_chars( text.data(), text.data() + text.size(), value );
+   // Out of range: too great, or too small to tell from 0. Neither is a number here.
+   return error == std::errc() ? sign * value : std::numeric_limits< double >::quiet_NaN();
 }
 
 } // namespace ostra

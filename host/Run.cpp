@@ -115,14 +115,14 @@ Run::wakeUp() const {
 
 void
 Run::apply( Event const& event ) {
-   parts_.sink.event( now(), { nextEvent_, event.patch() } );
-   for ( Event::Change const& change : event.changes ) {
-      if ( auto const* const mount = std::get_if< MountPatch >( &change ) ) {
-         parts_.mounts.apply( *mount );
+   parts_.sink.event( now(), { nextEvent_, [ &event ] { return event.patch(); } } );
+   event.forEachChange( [ this ]( Item const& change ) {
+      if ( change.key() == agentKey ) {
+         parts_.agent.apply( change );
       } else {
-         parts_.agent.apply( std::get< AgentPatch >( change ) );
+         parts_.mounts.applyMount( change );
       }
-   }
+   } );
 }
 
 } // namespace ostra

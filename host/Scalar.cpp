@@ -26,29 +26,31 @@ expectedEnumerators( RyxType const& type ) {
 std::string
 numberText( Item const& item, std::string_view expected ) {
    DocumentNode const& node = item.node();
-   if ( node.kind == DocumentNode::Kind::text && node.text == "inf" ) {
+   if ( node.kind() == NodeKind::text && node.text() == "inf" ) {
       return "inf";
    }
-   if (
-      node.kind != DocumentNode::Kind::number || std::isnan( node.number ) ||
-      node.number == -std::numeric_limits< double >::infinity() ) {
+   double const number = node.kind() == NodeKind::number
+      ? node.number()
+      : std::numeric_limits< double >::quiet_NaN();
+   if ( std::isnan( number ) || number == -std::numeric_limits< double >::infinity() ) {
       item.refuse( expected );
    }
-   return std::isinf( node.number ) ? "inf" : toJson( node.number ).dump();
+   return fmt::format( "{}", number );
 }
 
 std::string
 enumeratorText( Item const& item, RyxType const& type ) {
    DocumentNode const& node = item.node();
    auto const count = static_cast< double >( type.enumerators().size() );
-   bool const isNumber = node.kind == DocumentNode::Kind::number && node.number >= 0 &&
-      node.number < count && node.number == std::trunc( node.number );
-   if ( isNumber ) {
-      return toJson( node.number ).dump();
+   if ( node.kind() == NodeKind::number ) {
+      double const number = node.number();
+      if ( number >= 0 && number < count && number == std::trunc( number ) ) {
+         return fmt::format( "{}", static_cast< unsigned >( number ) );
+      }
    }
    for ( Ryx::Name const& name : type.enumerators() ) {
-      if ( node.kind == DocumentNode::Kind::text && node.text == name.string() ) {
-         return node.text;
+      if ( node.kind() == NodeKind::text && node.text() == name.string() ) {
+         return name.string();
       }
    }
    item.refuse( expectedEnumerators( type ) );
@@ -57,12 +59,12 @@ enumeratorText( Item const& item, RyxType const& type ) {
 std::string
 plainText( Item const& item ) {
    DocumentNode const& node = item.node();
-   switch ( node.kind ) {
-   case DocumentNode::Kind::text:
-      return node.text;
-   case DocumentNode::Kind::boolean:
-   case DocumentNode::Kind::number:
-      item.refuse( fmt::format( "a text, which {} is in quotes", node.text ) );
+   switch ( node.kind() ) {
+   case NodeKind::text:
+      return std::string( node.text() );
+   case NodeKind::boolean:
+   case NodeKind::number:
+      item.refuse( fmt::format( "a text, which {} is in quotes", node.text() ) );
    default:
       item.refuse( "a text" );
    }
@@ -72,10 +74,10 @@ std::string
 scalarText( Item const& item, RyxType const& type ) {
    switch ( type.kind() ) {
    case Ryx::ValueKind::boolean:
-      if ( item.node().kind != DocumentNode::Kind::boolean ) {
+      if ( item.node().kind() != NodeKind::boolean ) {
          item.refuse( "true or false" );
       }
-      return toJson( item.node() ).dump();
+      return item.node().isTrue() ? "true" : "false";
    case Ryx::ValueKind::number:
       return numberText( item, "a number, or .inf for never ending" );
    case Ryx::ValueKind::enumeration:

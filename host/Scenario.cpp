@@ -11,23 +11,25 @@ namespace ostra {
 
 namespace {
 
-constexpr std::string_view scenarioKeys = "name, startTime, until, mounts, events";
+KnownKeys const scenarioKeys = { "name", "startTime", "until", "mounts", "events" };
 
 class ScenarioReader {
  public:
    ScenarioReader( Mounts& mounts, AgentTypeSource const& agentType )
          : mounts_( mounts ), agentType_( agentType ) {}
 
-   Scenario read( Item const& root ) {
-      root.forEachEntry(
-         fmt::format( "a map of {}", scenarioKeys ),
-         [ & ]( Item const& entry ) { readEntry( entry ); } );
+   Scenario read( Document const& document ) {
+      scenario_.document = document;
+      Item( document )
+         .forEachEntry(
+            [] { return "a map of " + listed( scenarioKeys ); },
+            [ & ]( Item const& entry ) { readEntry( entry ); } );
       return std::move( scenario_ );
    }
 
  private:
    void readEntry( Item const& entry ) {
-      std::string const& key = entry.key();
+      std::string_view const key = entry.key();
       if ( key == "name" ) {
          readName( entry );
       } else if ( key == "startTime" ) {
@@ -35,20 +37,20 @@ class ScenarioReader {
       } else if ( key == "until" ) {
          scenario_.until = scenarioMomentOf( entry );
       } else if ( key == "mounts" ) {
-         scenario_.mounts = mounts_.read( entry );
+         mounts_.apply( entry );
       } else if ( key == "events" ) {
          readEvents( entry );
       } else {
-         entry.refuseKey( fmt::format( "unknown key: expected {}", scenarioKeys ) );
+         refuseUnknownKey( entry, scenarioKeys );
       }
    }
 
    void readName( Item const& entry ) {
-      switch ( entry.node().kind ) {
-      case DocumentNode::Kind::text:
-      case DocumentNode::Kind::number:
-      case DocumentNode::Kind::boolean:
-         scenario_.name = entry.node().text;
+      switch ( entry.node().kind() ) {
+      case NodeKind::text:
+      case NodeKind::number:
+      case NodeKind::boolean:
+         scenario_.name = entry.node().text();
          return;
       default:
          entry.refuse( "a text" );
@@ -56,31 +58,28 @@ class ScenarioReader {
    }
 
    void readEvents( Item const& list ) {
-      if ( list.node().kind != DocumentNode::Kind::list ) {
+      if ( list.node().kind() != NodeKind::list ) {
          list.refuse( "a list of events" );
       }
-      for ( std::size_t i = 0; i < list.node().items.size(); ++i ) {
-         Item const item( list, i );
-         readEvent( item, list.node().items[ i ] );
+      std::size_t index = 0;
+      for ( DocumentNode const node : list.node().items() ) {
+         readEvent( Item( list, node, index++ ) );
       }
    }
 
-   void readEvent( Item const& item, NodePtr const& node ) {
-      Event event;
-      event.node = node;
-      bool hasTime = false;
+   void readEvent( Item const& item ) {
+      std::optional< Milliseconds > at;
       item.forEachEntry( "a map with at and what changes then", [ & ]( Item const& entry ) {
-         if ( entry.key() == "at" ) {
-            event.at = readTime( entry );
-            hasTime = true;
+         if ( entry.key() == timeKey ) {
+            at = readTime( entry );
          } else {
-            event.changes.push_back( readChange( entry ) );
+            checkChange( entry );
          }
       } );
-      if ( !hasTime ) {
+      if ( !at ) {
          item.refuseBecause( "no time: expected the key at" );
       }
-      scenario_.events.push_back( std::move( event ) );
+      scenario_.events.push_back( { *at, item.node() } );
    }
 
    Milliseconds readTime( Item const& entry ) const {
@@ -93,14 +92,17 @@ class ScenarioReader {
       return at;
    }
 
-   Event::Change readChange( Item const& entry ) {
-      if ( entry.key() == "agent" ) {
-         return readAgentPatch( entry, agentType_() );
+   void checkChange( Item const& entry ) {
+      if ( entry.key() == agentKey ) {
+         readAgentPatch( entry, agentType_() );
+         return;
       }
       if ( Mounts::index( entry.key() ) == mountKinds.size() ) {
-         entry.refuseKey( "unknown key: expected at, agent, " + Mounts::names() );
+         KnownKeys keys{ std::string( timeKey ), std::string( agentKey ) };
+         keys.insert( keys.end(), Mounts::names().begin(), Mounts::names().end() );
+         refuseUnknownKey( entry, keys );
       }
-      return mounts_.readMount( entry );
+      mounts_.checkMount( entry );
    }
 
    Mounts& mounts_;
@@ -110,61 +112,66 @@ class ScenarioReader {
 
 // The last line of a stream of records, where it stands; any other text as it is.
 std::string
-withoutEarlierRecords( std::string const& text ) {
+withoutEarlierRecords( std::string text ) {
    auto const last = text.find_last_not_of( "\r\n" );
    auto const before = text.rfind( '\n', last );
-   if ( !text.starts_with( "{\"t\":" ) || before == std::string::npos ) {
-      return text;
+   if ( text.starts_with( "{\"t\":" ) && before != std::string::npos ) {
+      std::size_t const begin = before + 1;
+      auto const lines = std::count(
+         text.begin(), text.begin() + static_cast< std::ptrdiff_t >( begin ), '\n' );
+      text.replace( 0, begin, static_cast< std::size_t >( lines ), '\n' );
    }
-   auto const begin = text.begin() + static_cast< std::ptrdiff_t >( before ) + 1;
-   auto const lines = std::count( text.begin(), begin, '\n' );
-   return std::string( static_cast< std::size_t >( lines ), '\n' )
-      .append( begin, text.end() );
+   return text;
 }
 
 bool
 isRecord( DocumentNode const& node ) {
-   return std::any_of( node.entries.begin(), node.entries.end(), []( Entry const& entry ) {
-      return entry.key == "type" || entry.key == "state";
-   } );
+   for ( Entry const entry : node.entries() ) {
+      if ( entry.key == "type" || entry.key == "state" ) {
+         return true;
+      }
+   }
+   return false;
 }
 
 } // namespace
 
 Json
 Event::patch() const {
-   Json patch = toJson( *node );
-   patch.erase( "at" );
+   Json patch = Json::object();
+   forEachChange( [ &patch ]( Item const& change ) {
+      appendMember( patch, std::string( change.key() ), toJson( change.node() ) );
+   } );
    return patch;
 }
 
 Scenario
 readScenario( Document const& document, Mounts& mounts, AgentTypeSource const& agentType ) {
-   return ScenarioReader( mounts, agentType ).read( Item( document ) );
+   return ScenarioReader( mounts, agentType ).read( document );
 }
 
-MountsPatch
-readState( File const& file, Mounts& mounts ) {
-   Document const document = parseDocument( file.name, withoutEarlierRecords( file.text ) );
+void
+readState( File file, Mounts& mounts, std::size_t maxInput ) {
+   Document const document = parseDocument(
+      std::move( file.name ), withoutEarlierRecords( std::move( file.text ) ), maxInput );
    Item const root( document );
-   if ( !isRecord( *document.root ) ) {
-      return mounts.read( root );
+   if ( !isRecord( document.root() ) ) {
+      mounts.apply( root );
+      return;
    }
-   MountsPatch state;
    bool isEnd = false;
    root.forEachEntry( "", [ & ]( Item const& entry ) {
-      if ( entry.key() == "type" && entry.node().text != "end" ) {
+      if ( entry.key() == "type" && entry.node().text() != "end" ) {
          entry.refuse( "the end of a run, which is the last line of its stream" );
       }
       if ( entry.key() == "state" ) {
-         state = mounts.read( entry );
+         mounts.apply( entry );
          isEnd = true;
       }
    } );
    if ( !isEnd ) {
       root.refuseBecause( "no state: expected the key state, as in the end of a run" );
    }
-   return state;
 }
 
 } // namespace ostra

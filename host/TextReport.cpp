@@ -121,9 +121,9 @@ void
 TextReport::event( long long at, EventRecord const& record ) {
    reach( at );
    settle();
-   run_->event = record.patch;
-   run_->isMachineThere = isMachineThereAfter( record.patch, run_->isMachineThere );
-   std::string const text = eventText( record.patch, run_->state );
+   run_->event = record.patch();
+   run_->isMachineThere = isMachineThereAfter( run_->event, run_->isMachineThere );
+   std::string const text = eventText( run_->event, run_->state );
    lines_.entry( at, Ink::event, fmt::format( "event {}", record.index ), text );
 }
 

@@ -29,9 +29,15 @@ visitAt( Item const& item, Path path, Visit const& visit ) {
    auto const next = [ & ]( Item const& child ) {
       isFound = visitAt( child, path.subspan( 1 ), visit );
    };
-   if ( item.node().kind == DocumentNode::Kind::list ) {
-      next( Item( item, std::stoul( path.front() ) ) );
-   } else if ( item.node().kind == DocumentNode::Kind::map ) {
+   if ( item.node().kind() == NodeKind::list ) {
+      std::size_t const index = std::stoul( path.front() );
+      std::size_t at = 0;
+      for ( DocumentNode const node : item.node().items() ) {
+         if ( at++ == index ) {
+            next( Item( item, node, index ) );
+         }
+      }
+   } else if ( item.node().kind() == NodeKind::map ) {
       item.forEachEntry( "", [ & ]( Item const& entry ) {
          if ( entry.key() == path.front() ) {
             next( entry );

@@ -13,60 +13,36 @@ namespace faults {
 
 namespace {
 
-using ostra::DocumentNode;
-using ostra::Entry;
-using ostra::NodePtr;
-
-NodePtr
-mapOf( std::vector< Entry > entries ) {
-   auto node = std::make_shared< DocumentNode >();
-   node->kind = DocumentNode::Kind::map;
-   node->entries = std::move( entries );
-   return node;
+Json
+objectOf( std::string const& key, Json value ) {
+   Json object = Json::object();
+   object[ key ] = std::move( value );
+   return object;
 }
 
-Entry
-entryOf( Entry const& like, NodePtr value ) {
-   return { like.key, like.line, like.column, std::move( value ) };
-}
-
-// Splits a map below `depth` further maps into maps of one entry each.
-std::vector< NodePtr >
-split( NodePtr const& node, int depth ) {
-   if ( depth == 0 || node->kind != DocumentNode::Kind::map || node->entries.empty() ) {
-      return { node };
+// Splits an object below `depth` further objects into objects of one member each.
+std::vector< Json >
+split( Json const& json, int depth ) {
+   if ( depth == 0 || !json.is_object() || json.empty() ) {
+      return { json };
    }
-   std::vector< NodePtr > parts;
-   for ( Entry const& entry : node->entries ) {
-      for ( NodePtr const& part : split( entry.value, depth - 1 ) ) {
-         parts.push_back( mapOf( { entryOf( entry, part ) } ) );
+   std::vector< Json > parts;
+   for ( auto const& [ key, value ] : json.items() ) {
+      for ( Json& part : split( value, depth - 1 ) ) {
+         parts.push_back( objectOf( key, std::move( part ) ) );
       }
    }
    return parts;
 }
 
-// Adds the events that set the mounts up, one value or member each.
+// Adds the events of that time that make a change, one value or member each.
 void
-addMountEvents( NodePtr const& mounts, DocumentNode& events ) {
-   auto const zero = std::make_shared< DocumentNode >( ostra::scalarNode( "0" ) );
-   for ( NodePtr const& part : split( mounts, 3 ) ) {
-      Entry const& mount = part->entries.front();
-      events.items.push_back(
-         mapOf( { { "at", mount.line, mount.column, zero }, mount } ) );
-   }
-}
-
-void
-addEvents( NodePtr const& events, DocumentNode& list ) {
-   for ( NodePtr const& event : events->items ) {
-      auto const at = std::ranges::find( event->entries, "at", &Entry::key );
-      for ( Entry const& entry : event->entries ) {
-         if ( entry.key == "at" ) {
-            continue;
-         }
-         for ( NodePtr const& part : split( entry.value, entry.key == "agent" ? 0 : 2 ) ) {
-            list.items.push_back( mapOf( { *at, entryOf( entry, part ) } ) );
-         }
+addEvents( Json const& at, Json const& change, Json& events ) {
+   for ( auto const& [ name, value ] : change.items() ) {
+      for ( Json& part : split( value, name == ostra::agentKey ? 0 : 2 ) ) {
+         Json event = objectOf( std::string( ostra::timeKey ), at );
+         event[ name ] = std::move( part );
+         events.push_back( std::move( event ) );
       }
    }
 }
@@ -113,22 +89,20 @@ Audience::~Audience() = default;
 
 Script
 readExample( std::string const& name ) {
-   ostra::Document document = ostra::readDocument( OSTRA_EXAMPLES "/" + name + ".yaml" );
-   auto root = std::make_shared< DocumentNode >( *document.root );
-   auto const take = [ &root ]( std::string const& key ) {
-      auto const entry = std::ranges::find( root->entries, key, &Entry::key );
-      NodePtr const value = entry->value;
-      root->entries.erase( entry );
-      return value;
-   };
-   auto events = std::make_shared< DocumentNode >();
-   events->kind = DocumentNode::Kind::list;
-   addMountEvents( take( "mounts" ), *events );
-   std::size_t const mountEvents = events->items.size();
-   addEvents( take( "events" ), *events );
-   root->entries.push_back( { "events", 1, 1, events } );
-   document.root = root;
-   return { document, mountEvents };
+   ostra::File const file = ostra::readFile( OSTRA_EXAMPLES "/" + name + ".yaml" );
+   Json scenario = toJson( ostra::parseDocument( file.name, file.text ).root() );
+   Json events = Json::array();
+   addEvents( 0, scenario.at( "mounts" ), events );
+   std::size_t const mountEvents = events.size();
+   std::string const timeKey( ostra::timeKey );
+   for ( Json event : scenario.at( "events" ) ) {
+      Json const at = event.at( timeKey );
+      event.erase( timeKey );
+      addEvents( at, event, events );
+   }
+   scenario.erase( "mounts" );
+   scenario[ "events" ] = std::move( events );
+   return { ostra::parseDocument( name, scenario.dump() ), mountEvents };
 }
 
 Example::Example( Script const& script )
@@ -223,19 +197,28 @@ Example::advance() {
 
 bool
 Example::changeStep() {
-   auto const& change = scenario_.events[ event_++ ].changes.front();
-   if ( auto const* const patch = std::get_if< ostra::MountPatch >( &change ) ) {
-      stepIs( "event " + std::to_string( event_ ), [ this, patch ] {
-         mounts_.apply( *patch );
-      } );
-      return true;
-   }
-   auto const& agent = std::get< ostra::AgentPatch >( change );
-   agentChanges_ = agent.children;
-   if ( agent.removesAgent ) {
+   ostra::Event const& event = scenario_.events[ event_++ ];
+   bool isStep = true;
+   event.forEachChange( [ & ]( ostra::Item const& change ) {
+      if ( change.key() == ostra::agentKey ) {
+         isStep = agentStep( readAgentPatch( change, agentType_ ) );
+      } else {
+         stepIs( "event " + std::to_string( event_ ), [ this, &event ] {
+            event.forEachChange(
+               [ this ]( ostra::Item const& mount ) { mounts_.applyMount( mount ); } );
+         } );
+      }
+   } );
+   return isStep;
+}
+
+bool
+Example::agentStep( ostra::AgentPatch const& patch ) {
+   agentChanges_ = patch.children;
+   if ( patch.removesAgent ) {
       stepIs( "no agent", [ this ] { agent_ = nullptr; } );
    }
-   return agent.removesAgent;
+   return patch.removesAgent;
 }
 
 void

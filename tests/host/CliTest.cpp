@@ -127,6 +127,20 @@ TEST( Cli, WrongFilesAreOneLineAndStatus2 ) {
    expectRefused( ostraRun( "run - --mounts -", "{}" ), 2 );
 }
 
+TEST( Cli, InputWithoutEndIsRefused ) {
+   Outcome const endless = ostraRun( "check --max-input 1 /dev/zero" );
+   expectRefused( endless, 2 );
+   EXPECT_EQ(
+      endless.err,
+      "/dev/zero: longer than 1 MiB: expected at most that, or a greater --max-input\n" );
+   expectRefused( ostraRun( "run --max-input 1 --mounts /dev/zero" ), 2 );
+   for ( char const* size : { "0", "-1", "4096", "1M", "''" } ) {
+      Outcome const outcome = ostraRun( std::string( "check --max-input " ) + size + " x" );
+      expectRefused( outcome, 2 );
+      EXPECT_THAT( outcome.err, HasSubstr( "expected a number of MiB from 1 to 4095" ) );
+   }
+}
+
 TEST( Cli, StandardInputIsNamedInComplaints ) {
    Outcome const outcome = ostraRun( "run -", "mounts:\n  mlagConfig: { \"a\\nb\": 1 }\n" );
    expectRefused( outcome, 2 );

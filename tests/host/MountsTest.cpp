@@ -30,7 +30,7 @@ class MountsTest : public testing::Test {
    void apply( std::string const& patch ) {
       log.clear();
       auto const document = ostra::parseDocument( "patch", patch );
-      mounts.apply( mounts.read( ostra::Item( document ) ) );
+      mounts.apply( ostra::Item( document ) );
    }
 
    ostra::Mounts mounts;
@@ -255,7 +255,7 @@ TEST_F( MountsTest, StateReadAgainIsTheSameState ) {
    for ( std::string const& text :
          { state, R"({"t":5,"type":"end","state":)" + state + "}" } ) {
       ostra::Mounts again;
-      again.apply( readState( { "state", text }, again ) );
+      readState( { "state", text }, again );
       EXPECT_EQ( again.state().dump(), state );
    }
 }

@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 
 using ostra::complaint;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -30,7 +32,9 @@ TEST( Scenario, EverythingIsOptional ) {
 TEST( Scenario, UnknownKeysAreRefusedWithTheKnownOnes ) {
    EXPECT_EQ(
       complaint( "mount: {}" ),
-      "x.yaml:1:1: mount: unknown key: expected name, startTime, until, mounts, events" );
+      "x.yaml:1:1: mount: unknown key: expected name, startTime, until, mounts, events; "
+      "did "
+      "you mean mounts?" );
    EXPECT_THAT(
       complaint( "mounts:\n  mlagConfg: {}" ),
       StartsWith( "x.yaml:2:3: mounts.mlagConfg: unknown key: expected mlagConfig, " ) );
@@ -41,6 +45,36 @@ TEST( Scenario, UnknownKeysAreRefusedWithTheKnownOnes ) {
    EXPECT_THAT(
       complaint( "events: [{at: 1, mlagConfg: {}}]" ),
       StartsWith( "x.yaml:1:18: events[0].mlagConfg: unknown key: expected at, agent" ) );
+}
+
+TEST( Scenario, UnknownKeysAreToldTheNearestKnownOne ) {
+   EXPECT_THAT(
+      complaint( "mounts: {mlagConfg: {}}" ), EndsWith( "; did you mean mlagConfig?" ) );
+   EXPECT_THAT( complaint( "Until: 1" ), EndsWith( "; did you mean until?" ) );
+   EXPECT_THAT( complaint( "unitl: 1" ), EndsWith( "; did you mean until?" ) );
+   EXPECT_THAT(
+      mountComplaint( "mlagConfig: {reloadDelays: 5}" ),
+      EndsWith( "; did you mean reloadDelay?" ) );
+   EXPECT_THAT(
+      complaint( "events: [{at: 1, agent: {mlagErrDisableSm: {}}}]" ),
+      EndsWith( "; did you mean mlagErrdisableSm?" ) );
+   EXPECT_THAT( complaint( "colour: 1" ), Not( HasSubstr( "did you mean" ) ) );
+   EXPECT_THAT(
+      complaint( std::string( 10000, 'x' ) + ": 1" ), Not( HasSubstr( "did you mean" ) ) );
+}
+
+TEST( Scenario, MissingSpaceBehindAColonIsNamed ) {
+   EXPECT_EQ(
+      mountComplaint( "mlagConfig: {enabled:true}" ),
+      "mounts.mlagConfig.enabled:true: unknown key: expected a space behind the colon" );
+   EXPECT_EQ(
+      mountComplaint( "mlagConfig: enabled:true" ),
+      "mounts.mlagConfig: \"enabled:true\": expected a space behind the colon" );
+   EXPECT_EQ(
+      complaint( "until:1" ),
+      "x.yaml:1:1: \"until:1\": expected a space behind the colon" );
+   EXPECT_THAT( complaint( "a text" ), HasSubstr( "expected a map of" ) );
+   EXPECT_THAT( complaint( "'until:1'" ), HasSubstr( "expected a map of" ) );
 }
 
 TEST( Scenario, AttributesWithoutBehaviourAreUnknown ) {
@@ -82,6 +116,13 @@ TEST( Scenario, TimesAreWholeMillisecondsInOrder ) {
       complaint( "events:\n  - at: 5\n  - at: 4.999\n" ),
       "x.yaml:3:9: events[1].at: 4.999: expected at least 5, the time of the event "
       "above" );
+   EXPECT_EQ( complaint( "until: 2251799813685.248" ), "" );
+   EXPECT_EQ(
+      complaint( "until: 3e12" ),
+      "x.yaml:1:8: until: 3e12: expected at most 2251799813685.248" );
+   EXPECT_EQ(
+      complaint( "startTime: -3e12" ),
+      "x.yaml:1:12: startTime: -3e12: expected at least -2251799813685.248" );
    for ( char const* time : { "-1", ".inf", "\"1\"", "null", "x", "0.0005" } ) {
       EXPECT_NE( complaint( "events: [{at: " + std::string( time ) + "}]" ), "" ) << time;
       EXPECT_NE( complaint( "until: " + std::string( time ) ), "" ) << time;

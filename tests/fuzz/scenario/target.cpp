@@ -146,7 +146,7 @@ void
 checkState( Json const& state ) {
    ostra::Mounts mounts;
    auto const document = ostra::parseDocument( "state", state.dump() );
-   mounts.apply( mounts.read( ostra::Item( document ) ) );
+   mounts.apply( ostra::Item( document ) );
    require(
       mounts.state() == state, "state: ", state.dump(), "\nread as ", mounts.state() );
 }
@@ -178,7 +178,6 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
       checkRefusal( failure, text );
       return 0;
    }
-   mounts.apply( scenario.mounts );
    play( scenario, mounts, size % 2 == 0 );
    return 0;
 }
