@@ -12,14 +12,21 @@ namespace Ryx {
 namespace {
 
 bool
-isWordCharacter( char c ) {
-   return ( c >= 'a' && c <= 'z' ) || ( c >= 'A' && c <= 'Z' ) ||
-      ( c >= '0' && c <= '9' ) || c == '_';
+isDigit( char c ) {
+   return c >= '0' && c <= '9';
 }
 
+bool
+isWordCharacter( char c ) {
+   return ( c >= 'a' && c <= 'z' ) || ( c >= 'A' && c <= 'Z' ) || isDigit( c ) || c == '_';
+}
+
+// The name or the number that the text begins with: a number ends where its digits do.
 std::string_view
 firstWord( std::string_view text ) {
-   auto const end = std::find_if_not( text.begin(), text.end(), isWordCharacter );
+   bool const isNumber = !text.empty() && isDigit( text.front() );
+   auto const end =
+      std::find_if_not( text.begin(), text.end(), isNumber ? isDigit : isWordCharacter );
    return text.substr( 0, static_cast< std::size_t >( end - text.begin() ) );
 }
 

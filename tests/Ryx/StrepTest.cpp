@@ -78,6 +78,20 @@ TEST( Strep, CharactersAfterTheValueAreJunk ) {
    EXPECT_EQ( refused< doubles::Supply >( "12 V" ), "junk at column 2 deserializing 12 V" );
 }
 
+TEST( Strep, CharactersAfterTheNumberOfAnEnumeratorOrABoolAreJunk ) {
+   EXPECT_EQ( refused< bool >( "1x" ), "junk at column 1 deserializing 1x" );
+   EXPECT_EQ( refused< bool >( "0_" ), "junk at column 1 deserializing 0_" );
+   EXPECT_EQ( refused< Mode >( "1x" ), "junk at column 1 deserializing 1x" );
+   EXPECT_EQ( refused< Mode >( "2 x" ), "junk at column 1 deserializing 2 x" );
+   EXPECT_EQ(
+      refused< bool >( "10" ),
+      "cannot convert \"10\" to Ryx::Builtin<bool>: expected true or false" );
+   EXPECT_EQ(
+      refused< Mode >( "3x" ),
+      "cannot convert \"3x\" to Test::Mode: expected a number from 0 to 2 or one of off, "
+      "slow, fast" );
+}
+
 TEST( Strep, ATextThatIsNoValueSaysWhatWasExpected ) {
    EXPECT_EQ(
       refused< bool >( "yes" ),
