@@ -205,7 +205,8 @@ Ryx::TraceChannel const& traces = traceChannel();
 
 namespace {
 
-Ryx::UnitRegistration< EthPeerIntfStatusReactor, Agent > const unit( "OstraMlag" );
+using Unit = Ryx::UnitRegistration< EthPeerIntfStatusReactor, Agent >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "OstraMlag" );
 
 } // namespace
 

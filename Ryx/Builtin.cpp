@@ -11,7 +11,7 @@ namespace Ryx {
 
 namespace {
 
-UnitRegistration<
+using Unit = UnitRegistration<
    bool,
    double,
    unsigned char,
@@ -21,7 +21,8 @@ UnitRegistration<
    String8,
    Name,
    ActivityConfig,
-   Clock > const unit( "Ryx" );
+   Clock >;
+[[gnu::init_priority( unitPriority )]] Unit const unit( "Ryx" );
 
 } // namespace
 
@@ -32,11 +33,20 @@ Name::_fwkType() {
 
 Ptr< GenericIf >
 wrapObject( Ptr< PtrInterface const > const& object, bool asConst ) {
-   RyxType const* const type = object->fwkType();
-   if ( type && type->code().wrap ) {
-      return type->code().wrap( object, asConst );
+   if ( !object ) {
+      return nullptr;
    }
-   return make< GenericIfPtrInterface >( object, asConst );
+   RyxType const* const type = object->fwkType();
+   auto const wrap = type ? type->codeOf( *object ).wrap : nullptr;
+   return wrap ? wrap( object, asConst ) : make< GenericIfPtrInterface >( object, asConst );
+}
+
+Ptr< GenericIf >
+wrapValue( RyxType const& type, void const* value ) {
+   if ( !type.code().wrapValue ) {
+      throw GenericIfException( type.name().string() + " is not loaded" );
+   }
+   return type.code().wrapValue( value );
 }
 
 } // namespace Ryx

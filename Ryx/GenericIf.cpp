@@ -17,6 +17,8 @@ quoted( std::string_view name ) {
 
 } // namespace
 
+GenericIfException::~GenericIfException() = default;
+
 AttributeId
 GenericIf::attributeId( String8 const& name ) const {
    RyxType const* const described = type();
@@ -40,6 +42,12 @@ GenericIf::attributeOp(
 Ptr< GenericIf::Iterator >
 GenericIf::attributeIterator( AttributeId id ) {
    throwOpNotSupportedException( attributeString( id ) );
+}
+
+GenericIfList::GenericIfList( Arguments arguments ) {
+   for ( auto& [ name, value ] : arguments ) {
+      argumentIs( std::move( name ), std::move( value ) );
+   }
 }
 
 void
@@ -118,6 +126,14 @@ GenericIfEntity::attributeOp(
    default:
       throwOpNotSupportedException( "isNondestructing" );
    }
+}
+
+void
+refuse( RangeException const& error ) {
+   if ( dynamic_cast< GenericIfException const* >( &error ) ) {
+      throw;
+   }
+   throw GenericIfException( error );
 }
 
 void

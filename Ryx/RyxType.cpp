@@ -5,6 +5,8 @@
 
 #include <Ryx/IntrospectionReactor>
 
+#include <algorithm>
+
 namespace Ryx {
 
 RyxAttr::RyxAttrIntrospectionFlags::RyxAttrIntrospectionFlags( unsigned value )
@@ -21,6 +23,46 @@ RyxAttr::RyxAttr(
         introspection_( flags ),
         id_( id ) {}
 
+namespace {
+
+String8
+numbered( RyxAttr const& attr ) {
+   return std::to_string( attr.id() ) + " \"" + attr.name().string() + "\"";
+}
+
+// "with index type Kovel::IntfId", "with no index type"
+String8
+typed( String8 const& what, RyxType const* type ) {
+   return type ? "with " + what + " " + type->name().string() : "with no " + what;
+}
+
+} // namespace
+
+// The attribute cannot become another one: those who use it have read what it is.
+void
+RyxAttr::refuseOther( RyxAttr const& other ) const {
+   auto const refuse = [ & ]( String8 const& difference ) {
+      throwRangeException(
+         "attribute " + numbered( other ) + " of " + owningType_->name().string() +
+         " is already registered " + difference );
+   };
+   if ( id_ != other.id_ || name_ != other.name_ ) {
+      refuse( "as " + numbered( *this ) );
+   }
+   if ( valueType_ != other.valueType_ ) {
+      refuse( typed( "value type", valueType_ ) );
+   }
+   if ( indexType_ != other.indexType_ ) {
+      refuse( typed( "index type", indexType_ ) );
+   }
+   if ( arguments_ != other.arguments_ ) {
+      refuse( "with other arguments" );
+   }
+   if ( flags_ != other.flags_ || introspection_ != other.introspection_ ) {
+      refuse( "with other flags" );
+   }
+}
+
 Ptr< RyxAttr >
 RyxAttr::attrIs(
    Name name,
@@ -31,16 +73,17 @@ RyxAttr::attrIs(
    AttrFlags const& flags,
    RyxAttrIntrospectionFlags introspectionFlags,
    AttributeId id ) {
-   for ( auto const& known : type->attributeQ_ ) {
-      if ( known->id_ == id ) {
-         return known;
-      }
-   }
    auto attr = make< RyxAttr >( std::move( name ), type.ptr(), id, introspectionFlags );
    attr->valueType_ = valueType;
    attr->indexType_ = indexType;
    attr->arguments_ = std::move( arguments );
    attr->flags_ = flags;
+   for ( auto const& known : type->attributeQ_ ) {
+      if ( known->id_ == id || known->name_ == attr->name_ ) {
+         known->refuseOther( *attr );
+         return known;
+      }
+   }
    type->attributeQ_.push_back( attr );
    return attr;
 }
@@ -96,6 +139,31 @@ void
 RyxType::constructorIs( RyxType* constructedType, std::vector< RyxArgument > arguments ) {
    constructedType_ = constructedType;
    constructorArguments_ = std::move( arguments );
+}
+
+RyxType::Code const&
+RyxType::code() const noexcept {
+   static constexpr Code none;
+   return codes_.empty() ? none : codes_.back().second;
+}
+
+RyxType::Code const&
+RyxType::codeOf( PtrInterface const& object ) const noexcept {
+   // Copies of a library have a description of the class each, at an address of its own.
+   auto const own = std::find_if( codes_.begin(), codes_.end(), [ & ]( auto const& entry ) {
+      return entry.second.objectClass == &typeid( object );
+   } );
+   return own == codes_.end() ? code() : own->second;
+}
+
+void
+RyxType::codeIs( void const* unit, Code const& code ) {
+   codes_.emplace_back( unit, code );
+}
+
+void
+RyxType::codeDel( void const* unit ) noexcept {
+   std::erase_if( codes_, [ unit ]( auto const& entry ) { return entry.first == unit; } );
 }
 
 RyxType::AttributeQ

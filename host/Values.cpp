@@ -94,8 +94,7 @@ changeable( GenericPtr const& object ) {
    if ( !object->isConst() ) {
       return object;
    }
-   return object->type()->code().wrap(
-      Ryx::Ptr< Ryx::PtrInterface const >( object->object() ), false );
+   return Ryx::wrapObject( Ryx::Ptr< Ryx::PtrInterface const >( object->object() ), false );
 }
 
 GenericPtr

@@ -24,8 +24,8 @@ Ryx::TraceChannel const& smTraces = smTraceChannel();
 
 namespace {
 
-Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm > const
-   unit( "Mlag::Ostra" );
+using Unit = Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Mlag::Ostra" );
 
 Ryx::LogHandle endingHandle(
    "MLAG_RELOAD_DELAY_ENDING",

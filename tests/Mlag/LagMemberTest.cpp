@@ -189,7 +189,7 @@ TEST_F( LagMemberByName, ChangesNotifyLikeThoseOfTheAccessors ) {
    EXPECT_EQ( take(), ( Log{ "Ethernet1 false" } ) );
    lag->memberIs( ethernet1, true );
    lag->memberIs( ethernet2, true );
-   support::del( named, "member" );
+   support::delAll( named, "member" );
    EXPECT_EQ( operation( GenericIf::size ), "0" );
    EXPECT_EQ( take().size(), 4u );
 }
@@ -221,6 +221,9 @@ TEST_F( LagMemberByName, RefusesWhatItsAttributesDoNotAllow ) {
       support::notSupported( "intfId" ) );
    EXPECT_EQ(
       refusal( [ & ] { support::get( named, "member" ); } ),
+      support::badIndex( "member" ) );
+   EXPECT_EQ(
+      refusal( [ & ] { support::del( named, "member" ); } ),
       support::badIndex( "member" ) );
    EXPECT_EQ(
       refusal( [ & ] { support::get( named, "member", toGeneric( true ) ); } ),

@@ -12,8 +12,8 @@ namespace doubles {
 
 namespace {
 
-Ryx::UnitRegistration< Mode, Supply, Port, FastPort, Slot, Board, Supervisor > const
-   unit( "Test" );
+using Unit = Ryx::UnitRegistration< Mode, Supply, Port, FastPort, Slot, Board, Supervisor >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Test" );
 
 } // namespace
 

@@ -87,11 +87,11 @@ TEST_F( GenericIfRefusalTest, ABadIndexComesBeforeEverythingElse ) {
 TEST_F( GenericIfRefusalTest, AMissingOrWrongIndexOfACollection ) {
    Generic const wrong = toGeneric( Ryx::String8( "5" ) );
    for ( char const* name : { "level", "held", "spare", "port", "slot" } ) {
-      for ( unsigned char const code : { GenericIf::get, GenericIf::has } ) {
+      for ( unsigned char const code :
+            { GenericIf::get, GenericIf::has, GenericIf::del } ) {
          EXPECT_EQ( byName.refused( name, code ), badIndex( name ) );
          EXPECT_EQ( byName.refused( name, code, wrong ), badIndex( name ) );
       }
-      EXPECT_EQ( byName.refused( name, GenericIf::del, wrong ), badIndex( name ) );
    }
    EXPECT_EQ(
       byName.refused( "level", GenericIf::set, nullptr, toGeneric( 1u ) ),
@@ -99,6 +99,13 @@ TEST_F( GenericIfRefusalTest, AMissingOrWrongIndexOfACollection ) {
    EXPECT_EQ( byName.refused( "slot", GenericIf::set ), badIndex( "slot" ) );
    EXPECT_EQ(
       supervisor.refused( "port", GenericIf::get, toGeneric( port ) ), badIndex( "port" ) );
+   EXPECT_EQ( supervisor.refused( "port", GenericIf::del ), badIndex( "port" ) );
+}
+
+TEST_F( GenericIfRefusalTest, DeletingWithoutAnIndexRemovesNothing ) {
+   board->newLevel( 1, 0 );
+   EXPECT_EQ( byName.refused( "level", GenericIf::del ), badIndex( "level" ) );
+   EXPECT_EQ( board->levels().size(), 1u );
 }
 
 TEST_F( GenericIfRefusalTest, AnElementOrInputUnderAnotherKeyThanItsOwn ) {
@@ -274,6 +281,27 @@ TEST_F( GenericIfRefusalTest, AValueOfAWrongType ) {
    EXPECT_EQ( board->levels().size(), 0u );
 }
 
+TEST_F( GenericIfRefusalTest, AValueForAnObjectThatIsMadeFromItsKey ) {
+   std::string const noList = wrongType( "List", "Ryx::GenericIf::List_" );
+   EXPECT_EQ( byName.refused( "slot", GenericIf::set, key, key ), noList );
+   EXPECT_EQ( byName.refused( "slot", GenericIf::set, key, byName.adapter ), noList );
+   EXPECT_EQ(
+      byName.refused( "slot", GenericIf::set, key, listOf( { { "intfId", key } } ) ),
+      support::unknownArgument( "slot", "intfId" ) );
+   EXPECT_FALSE( board->slot( 5 ) );
+}
+
+TEST_F( GenericIfRefusalTest, AnAdapterOfAnObjectOfAnotherType ) {
+   auto const& wrap = Board::_fwkType()->code().wrap;
+   for ( Ptr< Ryx::PtrInterface const > const& other :
+         { Ptr< Ryx::PtrInterface const >( port ),
+           Ptr< Ryx::PtrInterface const >( owner ) } ) {
+      EXPECT_EQ(
+         support::refusal< Ryx::GenericIfException >( [ & ] { wrap( other, false ); } ),
+         wrongType( "object", "Test::Board" ) );
+   }
+}
+
 TEST_F( GenericIfRefusalTest, AConstObjectWhereItMayBeChanged ) {
    Generic const constPort = toGeneric( port, true );
    EXPECT_EQ(
@@ -286,11 +314,16 @@ TEST_F( GenericIfRefusalTest, AConstObjectWhereItMayBeChanged ) {
 
 TEST_F( GenericIfRefusalTest, ANullWhereTheMutatorNeedsAnObject ) {
    EXPECT_EQ(
-      doubles::refusal( [ this ] { byName.set( "port", nullptr ); } ),
+      byName.refused( "port", GenericIf::set ),
       "null _port parameter to mutator for Test::Board::port not allowed\"" );
    EXPECT_EQ(
-      doubles::refusal( [ this ] { supervisor.set( "master", nullptr ); } ),
+      supervisor.refused( "master", GenericIf::set ),
       "null _master parameter to mutator for Test::Supervisor::master not allowed\"" );
+   EXPECT_EQ(
+      supervisor.refused( "port", GenericIf::set ),
+      "null _port parameter to mutator for Test::Supervisor::port not allowed\"" );
+   EXPECT_EQ( owner->master(), nullptr );
+   EXPECT_EQ( owner->ports(), 0u );
 }
 
 TEST_F( GenericIfRefusalTest, AFieldOfAStructure ) {

@@ -109,6 +109,15 @@ TEST_F( GenericIfTest, AScalarIsReadAndSetAndNotifiesLikeAnyOther ) {
    EXPECT_EQ( byName.text( "mode", GenericIf::defaultValue ), "off" );
 }
 
+TEST_F( GenericIfTest, AnObjectIsAdaptedThroughItsOwnTypeOrABaseOfIt ) {
+   Ptr< Ryx::PtrInterface const > const fast = Ryx::make< doubles::FastPort >( 1u );
+   Generic const asPort = Port::_fwkType()->code().wrap( fast, false );
+   EXPECT_EQ( asPort->type(), doubles::FastPort::_fwkType() );
+   EXPECT_EQ( asPort->strRep(), "port1" );
+   EXPECT_EQ( Port::_fwkType()->code().wrap( nullptr, false ), nullptr );
+   EXPECT_EQ( Ryx::wrapObject( nullptr, false ), nullptr );
+}
+
 TEST_F( GenericIfTest, AnAttributeOfTheBaseIsUsedLikeAnOwnOne ) {
    auto const fast = Ryx::make< doubles::FastPort >( 1u );
    ByName const fastByName( fast );
@@ -169,11 +178,11 @@ TEST_F( GenericIfTest, AValueCollectionIsReadChangedAndEmptied ) {
    EXPECT_EQ( heard(), Calls{} );
 }
 
-TEST_F( GenericIfTest, DeletingWithoutAnIndexRemovesAllMembersInOrder ) {
+TEST_F( GenericIfTest, AnIteratorEmptiesACollectionInOrder ) {
    for ( unsigned const member : { 1u, 2u, 3u } ) {
       board->newLevel( member, 0 );
    }
-   EXPECT_EQ( byName.text( "level", GenericIf::del ), "null" );
+   support::delAll( byName.adapter, "level" );
    EXPECT_EQ( heard(), ( Calls{ "w level 2", "w level 1", "w level 3" } ) );
    EXPECT_EQ( byName.text( "level", GenericIf::size ), "0" );
 }
@@ -202,12 +211,19 @@ TEST_F( GenericIfTest, AnElementIsSetWithOrWithoutItsOwnKey ) {
 }
 
 TEST_F( GenericIfTest, AnObjectIsMadeFromItsKey ) {
-   byName.operate( "slot", GenericIf::set, key( 3 ) );
-   EXPECT_TRUE( board->slot( 3 ) );
+   Generic const made = byName.operate( "slot", GenericIf::set, key( 3 ) );
+   ASSERT_TRUE( board->slot( 3 ) );
+   ASSERT_TRUE( made );
+   EXPECT_EQ( made->object(), board->slot( 3 ).ptr() );
+   EXPECT_FALSE( made->isConst() );
    EXPECT_EQ( heard(), Calls{ "w slot 3" } );
+   Generic const again = byName.operate( "slot", GenericIf::set, key( 3 ), listOf( {} ) );
+   EXPECT_EQ( again->object(), made->object() );
+   EXPECT_EQ( heard(), Calls{} );
    EXPECT_EQ( byName.text( "slot", GenericIf::get, key( 3 ) ), "slot" );
    EXPECT_EQ( byName.text( "slot", GenericIf::del, key( 3 ) ), "slot" );
    EXPECT_FALSE( board->slot( 3 ) );
+   EXPECT_EQ( heard(), Calls{ "w slot 3" } );
 }
 
 TEST_F( GenericIfTest, MembersOfAConstInstanceAreConst ) {
@@ -252,6 +268,19 @@ TEST_F( GenericIfTest, AnArgumentGivenTwiceHasItsLastValue ) {
    list.argumentIs( "y", nullptr );
    EXPECT_EQ( list.strRep(), "( x = 2, y = null )" );
    EXPECT_EQ( list.argument( "z" ), nullptr );
+   Ryx::GenericIfList const whole(
+      { { "x", toGeneric( 1u ) }, { "y", nullptr }, { "x", toGeneric( 2u ) } } );
+   EXPECT_EQ( whole.strRep(), "( x = 2, y = null )" );
+   EXPECT_EQ( support::text( whole.argument( "x" ) ), "2" );
+   EXPECT_EQ(
+      byName.text(
+         "sum",
+         GenericIf::get,
+         nullptr,
+         listOf( { { "first", toGeneric( true ) },
+                   { "second", toGeneric( 30u ) },
+                   { "first", toGeneric( 4u ) } } ) ),
+      "34" );
 }
 
 TEST_F( GenericIfTest, APropertyIsReadAndSetThroughItsAccessors ) {
@@ -297,7 +326,7 @@ TEST_F( GenericIfTest, AReactorCollectionTakesInputsAndRetiresReactors ) {
    EXPECT_EQ( inputs.text( "port", GenericIf::del, key( 1 ) ), "port1" );
    EXPECT_TRUE( reactor->ryxMarkedForDeletion() );
    EXPECT_EQ( reactor->owner(), nullptr );
-   inputs.operate( "port", GenericIf::del );
+   support::delAll( inputs.adapter, "port" );
    EXPECT_EQ( supervisor->ports(), 0u );
 }
 

@@ -130,8 +130,10 @@ TEST_F( GenericIteratorTest, ACloneGoesOnAlone ) {
 TEST_F( GenericIteratorTest, ReachingOrSteppingPastTheEndThrows ) {
    auto const it = iterator( byName, "spare" );
    EXPECT_FALSE( it->nonNull() );
-   EXPECT_EQ( doubles::refusal( [ & ] { it->iterObj(); } ), "null ValidPtr" );
-   EXPECT_EQ( doubles::refusal( [ & ] { it->iterInc(); } ), "null ValidPtr" );
+   using Refusal = Ryx::GenericIfException;
+   EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterObj(); } ), "null ValidPtr" );
+   EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterDel(); } ), "null ValidPtr" );
+   EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterInc(); } ), "null ValidPtr" );
 }
 
 TEST_F( GenericIteratorTest, OnAConstInstanceDeletesNothing ) {

@@ -90,6 +90,67 @@ TEST_F( UnitRegistrationTest, LoadingAgainFindsTheDescriptionsAndChangesNothing 
    EXPECT_NE( lamp->code().wrap, nullptr );
 }
 
+TEST_F( UnitRegistrationTest, TheCodeOfAUnitThatIsStillLoadedServes ) {
+   RyxType const* const lamp = RyxType::type( "Test::Unit::Lamp" );
+   RyxType const* const colour = RyxType::type( "Test::Unit::Colour" );
+   std::optional< Unit > second( std::in_place, "Test::Unit" );
+   unit.reset();
+   EXPECT_NE( lamp->code().construct, nullptr );
+   EXPECT_EQ( colour->code().parse( "green" )->strRep(), "green" );
+   unit.emplace( "Test::Unit" );
+   unit.reset();
+   EXPECT_EQ( lamp->code().construct( {} )->type(), lamp );
+   second.reset();
+   EXPECT_EQ( lamp->code().construct, nullptr );
+   EXPECT_EQ( colour->code().parse, nullptr );
+}
+
+// Another version of the lamp.
+class OtherLamp final : public Ryx::EntityOf< OtherLamp > {
+ public:
+   static constexpr std::string_view fwkTypeName = Lamp::fwkTypeName;
+   class NotifieeConst
+         : public Ryx::NotifieeConstOf< OtherLamp, Ryx::Entity::NotifieeConst > {};
+   static constexpr auto attributes() {
+      return Ryx::AttributeList<
+         Ryx::Fixed< "brightness", &OtherLamp::brightness_ >,
+         Ryx::Fixed< "maker", &OtherLamp::maker_ > >();
+   }
+
+ private:
+   double brightness_ = 1;
+   Ryx::String8 maker_;
+};
+
+TEST_F( UnitRegistrationTest, AUnitThatDescribesATypeOtherwiseIsRefused ) {
+   RyxType const* const lamp = RyxType::type( "Test::Unit::Lamp" );
+   RyxType const* const colour = RyxType::type( "Test::Unit::Colour" );
+   auto const size = lamp->size();
+   using OtherUnit = Ryx::UnitRegistration< Colour, OtherLamp >;
+   EXPECT_EQ(
+      support::refusal( [] { OtherUnit other( "Test::Unit" ); } ),
+      "attribute 258 \"brightness\" of Test::Unit::Lamp is already registered as 258 "
+      "\"colour\"" );
+   EXPECT_EQ( lamp->size(), size );
+   EXPECT_EQ( lamp->attributeQ().size(), 2u );
+   EXPECT_TRUE( Ryx::IntrospectionReactor::global().scopes().empty() );
+   unit.reset();
+   EXPECT_EQ( lamp->code().wrap, nullptr );
+   EXPECT_EQ( colour->code().parse, nullptr );
+}
+
+TEST_F( UnitRegistrationTest, AValueWhoseTypeIsNotLoadedCannotBeRead ) {
+   auto const shown = Ryx::wrapObject( Ryx::make< Lamp >(), false );
+   auto const read = [ & ] {
+      return shown->attributeOp( { 258, Ryx::GenericIf::get }, nullptr, nullptr );
+   };
+   EXPECT_EQ( read()->strRep(), "red" );
+   unit.reset();
+   EXPECT_EQ(
+      support::refusal< Ryx::GenericIfException >( [ & ] { read(); } ),
+      "Test::Unit::Colour is not loaded" );
+}
+
 TEST_F( UnitRegistrationTest, AnObjectOfAnUnloadedUnitIsStillShown ) {
    auto const lamp = Ryx::make< Lamp >();
    unit.reset();
@@ -112,26 +173,71 @@ TEST_F( UnitRegistrationTest, NamespacesOpenAndClose ) {
    introspection.handleScopeExit();
 }
 
-TEST_F( UnitRegistrationTest, AnAttributeIsDefinedOnce ) {
-   auto& introspection = Ryx::IntrospectionReactor::global();
-   RyxType* const type = RyxType::typeIs( "Test::Unit::ByHand" );
-   auto const define = [ & ]( char const* name ) {
-      return introspection.defNoninstantiatingAttr(
-         type,
-         name,
-         Ryx::describedType< bool >(),
-         nullptr,
-         {},
-         {},
-         Ryx::RyxAttr::RyxAttrIntrospectionFlags(),
-         258 );
+class AttributeRegistrationTest : public testing::Test {
+ protected:
+   // What is registered of an attribute.
+   struct Facts {
+      Ryx::AttributeId id = 258;
+      char const* name = "on";
+      RyxType* valueType = Ryx::describedType< bool >();
+      RyxType* indexType = nullptr;
+      std::vector< Ryx::RyxArgument > arguments = {};
+      Ryx::RyxAttr::AttrFlags flags = {};
+      Ryx::RyxAttr::RyxAttrIntrospectionFlags introspection{};
    };
-   auto const first = define( "on" );
+
+   Ryx::Ptr< Ryx::RyxAttr > define( Facts const& facts ) const {
+      return Ryx::IntrospectionReactor::global().defNoninstantiatingAttr(
+         type,
+         facts.name,
+         facts.valueType,
+         facts.indexType,
+         facts.arguments,
+         facts.flags,
+         facts.introspection,
+         facts.id );
+   }
+   void expectRefused( Facts const& facts, std::string const& as ) const {
+      EXPECT_EQ(
+         support::refusal( [ & ] { define( facts ); } ),
+         "attribute " + std::to_string( facts.id ) + " \"" + facts.name +
+            "\" of Test::Unit::ByHand is already registered " + as );
+      EXPECT_EQ( type->attributeQ(), RyxType::AttributeQ{ first } );
+      EXPECT_EQ( Ryx::IntrospectionReactor::global().attrContext(), nullptr );
+   }
+
+   RyxType* const type = RyxType::typeIs( "Test::Unit::ByHand" );
+   Ryx::Ptr< Ryx::RyxAttr > const first = define( {} );
+};
+
+TEST_F( AttributeRegistrationTest, AnAttributeIsDefinedOnce ) {
    EXPECT_EQ( first->name(), Name( "on" ) );
    EXPECT_EQ( first->owningType(), type );
-   EXPECT_EQ( define( "off" ), first );
+   EXPECT_EQ( define( {} ), first );
    EXPECT_EQ( type->attributeQ().size(), 1u );
-   EXPECT_EQ( introspection.attrContext(), nullptr );
+   EXPECT_EQ( Ryx::IntrospectionReactor::global().attrContext(), nullptr );
+}
+
+TEST_F( AttributeRegistrationTest, AKnownIdUnderAnotherNameIsRefused ) {
+   expectRefused( { .name = "off" }, "as 258 \"on\"" );
+}
+
+TEST_F( AttributeRegistrationTest, AKnownNameUnderAnotherIdIsRefused ) {
+   expectRefused( { .id = 259 }, "as 258 \"on\"" );
+}
+
+TEST_F( AttributeRegistrationTest, AKnownAttributeOfAnotherKindIsRefused ) {
+   RyxType* const number = Ryx::describedType< double >();
+   using Flags = Ryx::RyxAttr::AttrFlags;
+   using Introspection = Ryx::RyxAttr::RyxAttrIntrospectionFlags;
+   expectRefused( { .valueType = number }, "with value type Ryx::Builtin<bool>" );
+   expectRefused( { .valueType = nullptr }, "with value type Ryx::Builtin<bool>" );
+   expectRefused( { .indexType = number }, "with no index type" );
+   expectRefused( { .arguments = { { "x", number } } }, "with other arguments" );
+   expectRefused( { .flags = { Flags::isReadable, 0 } }, "with other flags" );
+   expectRefused(
+      { .introspection = Introspection( Introspection::isFunction_ ) },
+      "with other flags" );
 }
 
 TEST_F( UnitRegistrationTest, AnAttributesContextIsOpenUntilItIsLeft ) {

@@ -53,6 +53,15 @@ while read -r _ _ name; do
 done < <("$nm" -C --defined-only "$library" | grep 'vtable for Ryx::ValueRecord<Kovel::IntfId')
 [ "$members" != 0 ] || fail "not even the machine's own members are found"
 
+# So does a value that a host has read from an object by name: its code has to be that of the
+# library that registers the type. The adapters of the plug-in's own objects are here.
+adapters=0
+while read -r _ _ name; do
+   adapters=$((adapters + 1))
+   [[ $name != *GenericIfValue* ]] || fail "values that are read by name have their code here: $name"
+done < <("$nm" -C --defined-only "$library" | grep 'vtable for Ryx::GenericIf\(Of\|Value\)<')
+[ "$adapters" != 0 ] || fail "no adapter is found"
+
 # Nothing but this project and the standard library.
 allowed_needed='^lib(Ryx|RyxTypes|stdc\+\+|m|gcc_s|c)\.so'
 libraries=0

@@ -8,7 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
-LoadedPlugin::LoadedPlugin() : handle_( dlopen( OSTRA_PLUGIN, RTLD_NOW | RTLD_LOCAL ) ) {
+LoadedPlugin::LoadedPlugin( std::string const& path )
+      : handle_( dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL ) ) {
    if ( !handle_ ) {
       error_ = dlerror();
    }
@@ -23,8 +24,8 @@ LoadedPlugin::close() {
 }
 
 bool
-LoadedPlugin::isLoaded() {
-   void* const handle = dlopen( OSTRA_PLUGIN, RTLD_NOW | RTLD_NOLOAD );
+LoadedPlugin::isLoaded( std::string const& path ) {
+   void* const handle = dlopen( path.c_str(), RTLD_NOW | RTLD_NOLOAD );
    if ( handle ) {
       dlclose( handle );
    }

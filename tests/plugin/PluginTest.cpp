@@ -25,41 +25,6 @@ using support::setMember;
 using support::text;
 using support::valueOf;
 
-constexpr char const* pluginTypes[]{
-   "Mlag::Ostra::LagMember",
-   "Mlag::Ostra::MlagErrdisableSm",
-   "Mlag::Ostra::PortChannelTracker",
-   "OstraMlag::Agent",
-   "OstraMlag::EthPeerIntfStatusReactor",
-};
-
-// From start-up to the release of everything, and a peer interface's coming and going.
-void
-liveASmallLife() {
-   Switch device;
-   device.peerIs( "PeerEthernet1" );
-   device.agentIs();
-   EXPECT_EQ( device.held(), "2" );
-   EXPECT_EQ( device.size( "igmpsnoopingConfig", "forceEnabledPorts" ), "1" );
-   EXPECT_EQ(
-      text( get( device.mounted( "mlagProtoStatus" ), "portsErrdisabled" ) ), "true" );
-   device.peerIs( "PeerEthernet2" );
-   EXPECT_EQ( device.size( "ethIntfStatusDir", "intfStatus" ), "2" );
-   device.peerDel( "PeerEthernet1" );
-   EXPECT_EQ( device.size( "allIntfStatusDir", "intfStatus" ), "1" );
-   device.timeIs( 15 );
-   EXPECT_EQ( device.held(), "2" );
-   EXPECT_EQ(
-      device.messages(),
-      std::vector< std::string >{ "Mlag reload-delay period will end in 5 seconds" } );
-   device.timeIs( 20 );
-   EXPECT_EQ( device.held(), "0" );
-   EXPECT_EQ( device.size( "igmpsnoopingConfig", "forceEnabledPorts" ), "0" );
-   EXPECT_EQ(
-      text( get( device.mounted( "mlagProtoStatus" ), "portsErrdisabled" ) ), "false" );
-   device.agentDel();
-}
-
 TEST( Plugin, IsReachedByNameAndHoldsAndReleasesPorts ) {
    LoadedPlugin plugin;
    ASSERT_EQ( plugin.error(), "" );
@@ -160,7 +125,10 @@ TEST( Plugin, LeavesStateThatOutlivesIt ) {
       valueOf( "Kovel::IntfId", "Ethernet2" ),
       valueOf( "Errdisable::CauseIntfStatus", "7" ) );
    EXPECT_EQ( device.held(), "1" );
-   del( device.mounted( "ethIntfStatusDir" ), "intfStatus" );
+   del(
+      device.mounted( "ethIntfStatusDir" ),
+      "intfStatus",
+      valueOf( "Kovel::IntfId", "PeerEthernet1" ) );
    EXPECT_EQ( device.size( "ethIntfStatusDir", "intfStatus" ), "0" );
 }
 

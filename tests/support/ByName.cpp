@@ -102,6 +102,14 @@ del( Object const& object, std::string const& attribute, Object const& index ) {
    return operation( object, attribute, Ryx::GenericIf::del, index );
 }
 
+void
+delAll( Object const& object, std::string const& attribute ) {
+   auto const it = object->attributeIterator( object->attributeId( attribute ) );
+   for ( ; it->nonNull(); it->iterInc() ) {
+      it->iterDel();
+   }
+}
+
 std::string
 text( Object const& value ) {
    return value ? value->strRep() : "null";

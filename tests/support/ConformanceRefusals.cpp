@@ -22,7 +22,10 @@ expectRefused(
    unsigned code,
    Object const& index,
    std::string const& message ) {
-   EXPECT_EQ( refusal( [ & ] { operation( object, attribute, code, index ); } ), message )
+   EXPECT_EQ(
+      refusal< Ryx::GenericIfException >(
+         [ & ] { operation( object, attribute, code, index ); } ),
+      message )
       << "code " << code;
 }
 
@@ -113,9 +116,10 @@ checkInstantiating( Ryx::RyxType const& type ) {
       EXPECT_FALSE( get( object, name ) );
 
       Object const arguments = sampleArguments( attr.arguments() );
-      set( object, name, arguments );
+      Object const answer = operation( object, name, If::set, nullptr, arguments );
       Object const made = get( object, name );
       ASSERT_TRUE( made );
+      EXPECT_EQ( answer->object(), made->object() );
       EXPECT_EQ( made->type(), attr.valueType() );
       EXPECT_TRUE( get( constOf( object ), name )->isConst() );
       set( object, name, arguments );
@@ -155,6 +159,10 @@ checkRefusals( Ryx::RyxType const& type ) {
          if ( code >= If::firstModifyingCode ) {
             expectRefused( asConst, name, code, nullptr, constInstance );
          }
+         EXPECT_EQ(
+            attr->has( Ryx::RyxAttr::AttrFlags::isReadable ) ||
+               attr->introspectionFlags().isFunction(),
+            isSupported( useOf( *attr ), If::get ) );
          bool const isRefused = !isSupported( useOf( *attr ), code );
          if ( isRefused || ( hasNoDefault && code == If::defaultValue ) ) {
             expectRefused( object, name, code, nullptr, notSupported( name ) );

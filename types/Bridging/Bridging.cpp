@@ -13,7 +13,8 @@ Config::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 
-Ryx::UnitRegistration< Config > const unit( "Bridging::IgmpSnooping" );
+using Unit = Ryx::UnitRegistration< Config >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Bridging::IgmpSnooping" );
 
 } // namespace
 

@@ -15,7 +15,8 @@ CauseStatus::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 
-Ryx::UnitRegistration< CauseIntfStatus, CauseStatus > const unit( "Errdisable" );
+using Unit = Ryx::UnitRegistration< CauseIntfStatus, CauseStatus >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Errdisable" );
 
 } // namespace
 

@@ -38,13 +38,14 @@ operator<<( std::ostream& out, IntfEnabledState value ) {
 
 namespace {
 
-Ryx::UnitRegistration<
+using Unit = Ryx::UnitRegistration<
    IntfEnabledState,
    IntfConfig,
    EthLagIntfConfig,
    VlanIntfConfig,
    IntfConfigDirBase,
-   AllEthPhyIntfConfigDir > const unit( "Interface" );
+   AllEthPhyIntfConfigDir >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Interface" );
 
 } // namespace
 

@@ -37,13 +37,14 @@ operator<<( std::ostream& out, LinkStatus value ) {
 
 namespace {
 
-Ryx::UnitRegistration<
+using Unit = Ryx::UnitRegistration<
    LinkStatus,
    IntfStatus,
    EthIntfStatus,
    EthPhyIntfStatus,
    PeerIntfStatus,
-   EthLagIntfStatus > const unit( "Interface" );
+   EthLagIntfStatus >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Interface" );
 
 } // namespace
 

@@ -43,13 +43,14 @@ AllIntfStatusDir::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 
-Ryx::UnitRegistration<
+using Unit = Ryx::UnitRegistration<
    IntfStatusDirBase,
    AllEthPhyIntfStatusDir,
    EthLagIntfStatusDir,
    PeerIntfStatusDir,
    EthIntfStatusDir,
-   AllIntfStatusDir > const unit( "Interface" );
+   AllIntfStatusDir >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Interface" );
 
 } // namespace
 

@@ -26,7 +26,8 @@ IpAddr::_fwkType() {
 
 namespace {
 
-Ryx::UnitRegistration< IntfId, EthAddr, IpAddr > const unit( "Kovel" );
+using Unit = Ryx::UnitRegistration< IntfId, EthAddr, IpAddr >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Kovel" );
 
 } // namespace
 

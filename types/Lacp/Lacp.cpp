@@ -19,7 +19,8 @@ Config::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 
-Ryx::UnitRegistration< LacpPCConfig, Config > const unit( "Lacp" );
+using Unit = Ryx::UnitRegistration< LacpPCConfig, Config >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Lacp" );
 
 } // namespace
 

@@ -21,7 +21,8 @@ LacpOverrideDir::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 
-Ryx::UnitRegistration< Config, LacpOverrideDir > const unit( "Lag::Input" );
+using Unit = Ryx::UnitRegistration< Config, LacpOverrideDir >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Lag::Input" );
 
 } // namespace
 

@@ -18,7 +18,8 @@ operator<<( std::ostream& out, LacpMode value ) {
 
 namespace {
 
-Ryx::UnitRegistration< LacpMode, EthPhyIntfLagConfig > const unit( "Lag" );
+using Unit = Ryx::UnitRegistration< LacpMode, EthPhyIntfLagConfig >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Lag" );
 
 } // namespace
 

@@ -30,8 +30,8 @@ operator<<( std::ostream& out, MlagState value ) {
 
 namespace {
 
-Ryx::UnitRegistration< MlagState, IntfConfig, Config, Status, ProtoStatus > const
-   unit( "Mlag" );
+using Unit = Ryx::UnitRegistration< MlagState, IntfConfig, Config, Status, ProtoStatus >;
+[[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Mlag" );
 
 } // namespace
 

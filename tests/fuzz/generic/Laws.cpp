@@ -143,12 +143,10 @@ checkSet( Operation const& operation, Ryx::RyxAttr const& attr, Object const& re
 
 void
 checkDeleted( Operation const& operation, Ryx::RyxAttr const& attr ) {
-   if ( !attr.has( Flags::isCollection ) ) {
-      require( !read( operation.object, attr ), attr.name(), " deleted, still there" );
-   } else if ( operation.index ) {
+   if ( attr.has( Flags::isCollection ) ) {
       require( !has( operation.object, attr, operation.index ), attr.name(), " deleted" );
    } else {
-      require( shownMembers( operation.object, attr ).empty(), attr.name(), " emptied" );
+      require( !read( operation.object, attr ), attr.name(), " deleted, still there" );
    }
 }
 
@@ -213,7 +211,7 @@ operate( Operation const& operation ) {
    std::string const expected = foreseen( operation, attr );
    std::string const before = shownState( operation.object );
    Object result;
-   std::string const why = support::refusal( [ & ] {
+   std::string const why = support::refusal< Ryx::GenericIfException >( [ & ] {
       result = operation.object->attributeOp(
          { operation.id, operation.code }, operation.index, operation.value );
    } );

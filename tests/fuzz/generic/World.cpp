@@ -67,6 +67,10 @@ takeApart( Object const& object ) {
    for ( auto const& attr : object->type()->allAttributes() ) {
       bool const hasObjects =
          attr->valueType() && attr->valueType()->kind() == Ryx::ValueKind::object;
+      if ( hasObjects && useOf( *attr ) == Use::collection ) {
+         support::delAll( object, attr->name().string() );
+         continue;
+      }
       auto const code = support::isSupported( useOf( *attr ), Ryx::GenericIf::del )
          ? Ryx::GenericIf::del
          : Ryx::GenericIf::set;
