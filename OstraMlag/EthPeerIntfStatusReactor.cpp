@@ -39,8 +39,9 @@ EthPeerIntfStatusReactor::handleEthPeerIntf( Kovel::IntfId intfId ) {
       return;
    }
    trace( { 8, deleteOneLine }, "Deleting ", intfId );
-   ethIntfStatusDir()->intfStatusDel( intfId );
-   allIntfStatusDir()->intfStatusDel( intfId );
+   auto const [ eth, all ] = localDirs();
+   eth->intfStatusDel( intfId );
+   all->intfStatusDel( intfId );
 }
 
 void
@@ -49,8 +50,9 @@ EthPeerIntfStatusReactor::localEntryIs(
    // The local directories share the object; only its owner changes it.
    Ryx::Ptr< Interface::PeerIntfStatus > const shared(
       const_cast< Interface::PeerIntfStatus* >( status.ptr() ) );
-   ethIntfStatusDir()->intfStatusIs( shared );
-   allIntfStatusDir()->intfStatusIs( shared );
+   auto const [ eth, all ] = localDirs();
+   eth->intfStatusIs( shared );
+   all->intfStatusIs( shared );
 }
 
 void

@@ -64,6 +64,7 @@ Agent::ethPeerIntfStatusReactorIs(
       return present;
    }
    auto watched = present ? present->notifier() : nullptr;
+   bool const wasRegistered = present && present->isRegisteredNotifiee();
    if ( present ) {
       present->notifierIs( notifier );
    }
@@ -80,6 +81,7 @@ Agent::ethPeerIntfStatusReactorIs(
       // Without another one the present one goes on as it was, if it is still present.
       if ( present && present == ethPeerIntfStatusReactor_ ) {
          present->notifierIs( watched );
+         present->isRegisteredNotifieeIs( wasRegistered );
       }
       throw;
    }

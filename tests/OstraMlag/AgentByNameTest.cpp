@@ -64,7 +64,8 @@ class AgentByName : public testing::Test {
       return support::listOf( list );
    }
    std::string setRefused( std::string const& child, Object const& value ) const {
-      return refusal( [ & ] { support::set( object, child, value ); } );
+      return refusal< Ryx::GenericIfException >(
+         [ & ] { support::set( object, child, value ); } );
    }
    void expectNoChildren() const {
       EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
@@ -143,9 +144,11 @@ TEST_F( AgentByName, IsConstructedUnderItsNameAndRefusesOtherArguments ) {
 TEST_F( AgentByName, InstantiatesReadsAndDeletesThePeerReactor ) {
    EXPECT_FALSE( support::get( object, children[ 0 ] ) );
    EXPECT_FALSE( support::del( object, children[ 0 ] ) );
-   support::set( object, children[ 0 ], reactorArguments() );
+   Object const made =
+      operation( object, children[ 0 ], Ryx::GenericIf::set, nullptr, reactorArguments() );
    auto const reactor = agent->ethPeerIntfStatusReactor();
    ASSERT_TRUE( reactor );
+   EXPECT_EQ( made->object(), reactor.ptr() );
    EXPECT_EQ( reactor->notifier(), dirs.peer );
    EXPECT_EQ( reactor->ethIntfStatusDir(), dirs.eth );
    EXPECT_EQ( reactor->allIntfStatusDir(), dirs.all );
@@ -250,6 +253,47 @@ TEST_F( AgentByName, AMissingRequiredInputIsANullValidPtrAndNothingIsStored ) {
    }
    EXPECT_EQ( setRefused( children[ 1 ], support::listOf( {} ) ), "null ValidPtr" );
    expectNoChildren();
+}
+
+TEST_F( AgentByName, AMissingLocalDirectoryLeavesTheOtherAsItWas ) {
+   dirs.peerIs( "PeerEthernet1" );
+   for ( char const* name : { "ethIntfStatusDir", "allIntfStatusDir" } ) {
+      EXPECT_EQ(
+         setRefused( children[ 0 ], with( reactorArguments(), name, nullptr ) ),
+         "null ValidPtr" );
+      EXPECT_EQ( dirs.having( "PeerEthernet1" ), Calls() ) << name;
+   }
+   expectNoChildren();
+}
+
+TEST_F( AgentByName, ARefusedReplacementLeavesTheChildAsItWas ) {
+   support::set( object, children[ 0 ], reactorArguments() );
+   auto const reactor = agent->ethPeerIntfStatusReactor();
+   dirs.peerIs( "PeerEthernet1" );
+   for ( bool const isOn : { true, false } ) {
+      reactor->hasNotificationActiveIs( isOn );
+      EXPECT_EQ(
+         setRefused(
+            children[ 0 ], with( reactorArguments(), "allIntfStatusDir", nullptr ) ),
+         "null ValidPtr" );
+      EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
+      EXPECT_EQ( reactor->notifier(), dirs.peer );
+      EXPECT_EQ( reactor->hasNotificationActive(), isOn );
+      EXPECT_EQ( reactor->isRegisteredNotifiee(), isOn );
+   }
+}
+
+TEST_F( AgentByName, ARefusedReplacementLeavesTheMachineAsItWas ) {
+   support::set( object, children[ 1 ], machineArguments() );
+   auto const machine = agent->mlagErrdisableSm();
+   for ( bool const isOn : { true, false } ) {
+      machine->hasNotificationActiveIs( isOn );
+      EXPECT_EQ(
+         setRefused( children[ 1 ], with( machineArguments(), "mlagStatus", nullptr ) ),
+         "null ValidPtr" );
+      EXPECT_EQ( agent->mlagErrdisableSm(), machine );
+      EXPECT_EQ( machine->hasNotificationActive(), isOn );
+   }
 }
 
 TEST_F( AgentByName, AConstInstanceIsReadButNotModified ) {

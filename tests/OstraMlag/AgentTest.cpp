@@ -318,14 +318,16 @@ TEST_F( AgentTest, AMachineThatCannotBeMadeLeavesTheOldOneAtWork ) {
    EXPECT_EQ( setMachine(), machine );
 }
 
+// A directory that takes no entry.
+class Refusing final : public Interface::AllIntfStatusDir {
+ public:
+   Refusing() : AllIntfStatusDir( "all" ) {}
+   void intfStatusIs( Ptr< Interface::IntfStatus > const& ) override {
+      Ryx::throwRangeException( "refused" );
+   }
+};
+
 TEST_F( AgentTest, AReactorThatCannotBeMadeIsNotStored ) {
-   class Refusing final : public Interface::AllIntfStatusDir {
-    public:
-      Refusing() : AllIntfStatusDir( "all" ) {}
-      void intfStatusIs( Ptr< Interface::IntfStatus > const& ) override {
-         Ryx::throwRangeException( "refused" );
-      }
-   };
    dirs.peerIs( "PeerEthernet1" );
    auto const all = dirs.all;
    dirs.all = Ryx::make< Refusing >();
@@ -337,6 +339,23 @@ TEST_F( AgentTest, AReactorThatCannotBeMadeIsNotStored ) {
    EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
    EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
    EXPECT_TRUE( reactor->hasNotificationActive() );
+   EXPECT_TRUE( reactor->isRegisteredNotifiee() );
+}
+
+TEST_F( AgentTest, AReactorThatIsSwitchedOffStaysOffWhenAnotherCannotBeMade ) {
+   auto const reactor = setReactor();
+   auto const peer =
+      std::exchange( dirs.peer, Ryx::make< Interface::PeerIntfStatusDir >( "other" ) );
+   dirs.peerIs( "PeerEthernet1" );
+   reactor->hasNotificationActiveIs( false );
+   dirs.all = Ryx::make< Refusing >();
+   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
+   EXPECT_EQ( reactor->notifier(), peer );
+   EXPECT_FALSE( reactor->hasNotificationActive() );
+   EXPECT_FALSE( reactor->isRegisteredNotifiee() );
+   EXPECT_EQ( peer->notifieeCount(), 0u );
+   reactor->hasNotificationActiveIs( true );
+   EXPECT_EQ( peer->notifieeCount(), 1u );
 }
 
 // Calls `action` for every status that is written.
@@ -353,12 +372,12 @@ TEST_F( AgentTest, AReactorThatIsRemovedWhileAnotherCannotBeMadeStaysOff ) {
       std::exchange( dirs.peer, Ryx::make< Interface::PeerIntfStatusDir >( "other" ) );
    dirs.peerIs( "PeerEthernet1" );
    dirs.eth = Ryx::make< Interface::EthIntfStatusDir >( "eth2" );
-   dirs.all = nullptr;
+   dirs.all = Ryx::make< Refusing >();
    auto const observer = Ryx::make< EthObserver >();
    observer->action = [ & ] { agent->ethPeerIntfStatusReactorDel(); };
    observer->notifierIs( dirs.eth );
    observer->isRegisteredNotifieeIs( true );
-   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
+   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
    EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
    EXPECT_FALSE( reactor->isRegisteredNotifiee() );
    EXPECT_EQ( oldPeer->notifieeCount(), 0u );

@@ -267,6 +267,20 @@ TEST( PeerReactor, AFailureOfTheAllInterfacesDirectoryLeavesTheEthernetOneUpdate
    EXPECT_EQ( reactor->exceptions.size(), 2u );
 }
 
+TEST( PeerReactor, WithOneDirectoryMissingTheOtherIsNotWritten ) {
+   Directories dirs;
+   auto const all = std::exchange( dirs.all, nullptr );
+   auto const reactor = Ryx::make< Reporting >( dirs.peer, dirs.eth, dirs.all );
+   dirs.peerIs( "PeerEthernet1" );
+   EXPECT_FALSE( dirs.eth->intfStatus( IntfId( "PeerEthernet1" ) ) );
+   dirs.all = all;
+   auto const whole = dirs.makeReactor();
+   whole->hasNotificationActiveIs( false );
+   dirs.peer->intfStatusDel( IntfId( "PeerEthernet1" ) );
+   EXPECT_EQ( dirs.having( "PeerEthernet1" ), ( Calls{ "eth", "all" } ) );
+   EXPECT_EQ( reactor->exceptions.size(), 2u );
+}
+
 TEST( PeerReactor, AFailureDuringTheInitialCopyLeavesTheConstructorAndNothingBehind ) {
    Directories dirs;
    dirs.peerIs( "PeerEthernet1" );
