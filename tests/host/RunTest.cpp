@@ -268,7 +268,7 @@ TEST( Run, WakeUpBehindTheEndOfTheClockIsNever ) {
 }
 
 TEST( Run, FailureOfThePluginStillHasItsEnd ) {
-   Ryx::registerObject< Broken >();
+   Ryx::UnitRegistration< Broken > const unit( "test" );
    ostra::Mounts mounts;
    ostra::Scenario const scenario =
       readScenario( ostra::parseDocument( "x", "{}" ), mounts, {} );

@@ -29,7 +29,6 @@ warningsOf( std::string const& scenario ) {
       ostra::readScenario( document, mounts, []() -> ostra::RyxType const& {
          throw std::logic_error( "no agent here" );
       } );
-   mounts.apply( read.mounts );
    auto lines = ostra::warnings( document, read, mounts );
    for ( std::string& line : lines ) {
       EXPECT_THAT( line, StartsWith( std::string( prefix ) ) );
