@@ -31,13 +31,28 @@ pinnedStates() noexcept {
    return *only;
 }
 
+[[gnu::cold, gnu::noinline]] void
+forgetPinned( PtrInterface const* object ) noexcept {
+   auto& table = pinnedStates();
+   std::lock_guard const lock( table.mutex );
+   table.states.erase( object );
+}
+
+// Sets or clears a flag of an object whose word was found pinned.
+[[gnu::cold, gnu::noinline]] void
+pinnedFlagIs( PtrInterface const* object, std::uint32_t bit, bool on ) noexcept {
+   auto& table = pinnedStates();
+   std::lock_guard const lock( table.mutex );
+   if ( std::uint32_t* const state = table.find( object ) ) {
+      *state = on ? *state | bit : *state & ~bit;
+   }
+}
+
 } // namespace
 
 PtrInterface::~PtrInterface() {
    if ( isNondestructing() ) [[unlikely]] {
-      auto& table = pinnedStates();
-      std::lock_guard const lock( table.mutex );
-      table.states.erase( this );
+      forgetPinned( this );
    }
 }
 
@@ -97,7 +112,7 @@ PtrInterface::unpin() {
    }
 }
 
-std::uint32_t
+[[gnu::cold, gnu::noinline]] std::uint32_t
 PtrInterface::pinnedState() const noexcept {
    auto& table = pinnedStates();
    std::lock_guard const lock( table.mutex );
@@ -105,7 +120,7 @@ PtrInterface::pinnedState() const noexcept {
    return state ? *state : word();
 }
 
-void
+[[gnu::cold, gnu::noinline]] void
 PtrInterface::newPinnedReference() const noexcept {
    auto& table = pinnedStates();
    {
@@ -121,7 +136,7 @@ PtrInterface::newPinnedReference() const noexcept {
    newReference();
 }
 
-bool
+[[gnu::cold, gnu::noinline]] bool
 PtrInterface::lastPinnedReferenceDeleted() const noexcept {
    auto& table = pinnedStates();
    {
@@ -154,12 +169,8 @@ PtrInterface::ryxHeldIs( bool held ) noexcept {
 
 void
 PtrInterface::flagIs( std::uint32_t bit, bool on ) const noexcept {
-   if ( isNondestructing() ) {
-      auto& table = pinnedStates();
-      std::lock_guard const lock( table.mutex );
-      if ( std::uint32_t* const state = table.find( this ) ) {
-         *state = on ? *state | bit : *state & ~bit;
-      }
+   if ( isNondestructing() ) [[unlikely]] {
+      pinnedFlagIs( this, bit, on );
    } else if ( on ) {
       word_.fetch_or( bit, std::memory_order_relaxed );
    } else {
@@ -172,10 +183,14 @@ PtrInterface::handleZeroRef() const noexcept {
    auto* self = const_cast< PtrInterface* >( this );
    // Referenced while the last words are said, and held while it is destroyed: references
    // that come and go meanwhile must not release the object a second time.
-   newReference();
+   if ( isNondestructing() ) [[unlikely]] {
+      newPinnedReference();
+   } else {
+      word_.fetch_add( 1, std::memory_order_relaxed );
+   }
    self->zeroReferencesIs( true );
    if ( lastReferenceDeleted() ) {
-      flagIs( heldBit, true );
+      word_.fetch_or( heldBit, std::memory_order_relaxed );
       delete self;
    }
 }
