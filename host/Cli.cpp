@@ -20,6 +20,7 @@
 #include <cstring>
 #include <iostream>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace ostra {
@@ -243,10 +244,23 @@ execute( int argc, char** argv, std::ostream& out ) {
    }
 }
 
+// What is opened later must not come to stand where a closed standard stream is looked for:
+// each of those is given something that can only be used the other way.
+void
+fillClosedStreams() {
+   for ( int const stream : { STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO } ) {
+      if ( fcntl( stream, F_GETFD ) == -1 ) {
+         // The lowest number that is free is the stream's.
+         open( "/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY );
+      }
+   }
+}
+
 } // namespace
 
 int
 runCommandLine( int argc, char** argv ) {
+   fillClosedStreams();
    std::signal( SIGPIPE, SIG_IGN );
    OutputBuffer buffer( STDOUT_FILENO );
    OutOfMemory const outOfMemory( buffer );

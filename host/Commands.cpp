@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <string_view>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -24,6 +25,13 @@
 namespace ostra {
 
 namespace {
+
+// Empty for a variable that is not set.
+std::string_view
+environment( char const* name ) {
+   char const* const value = std::getenv( name );
+   return value ? value : "";
+}
 
 bool
 hasColour( Colour colour ) {
@@ -35,8 +43,8 @@ hasColour( Colour colour ) {
    case Colour::automatic:
       break;
    }
-   char const* const refused = std::getenv( "NO_COLOR" );
-   return isatty( STDOUT_FILENO ) == 1 && ( !refused || !*refused );
+   return isatty( STDOUT_FILENO ) == 1 && environment( "NO_COLOR" ).empty() &&
+      environment( "TERM" ) != "dumb";
 }
 
 // That of the terminal, if it is narrower than the text is otherwise.

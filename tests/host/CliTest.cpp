@@ -289,6 +289,28 @@ TEST( Cli, OutputThatCannotBeWrittenIsAFailure ) {
    EXPECT_EQ( outcome.err, "ostra: cannot write: No space left on device\n" );
 }
 
+TEST( Cli, ClosedStreamIsAFailureAndNotAWait ) {
+   for ( char const* command : { "run", "types", "--help", "--version" } ) {
+      Outcome const outcome = ostraRun( std::string( command ) + " >&-" );
+      EXPECT_EQ( outcome.status, 1 ) << command;
+      EXPECT_EQ( outcome.err, "ostra: cannot write: Bad file descriptor\n" ) << command;
+   }
+   Outcome const outcome = ostraRun( "check - <&-" );
+   EXPECT_EQ( outcome.status, 2 );
+   EXPECT_EQ( outcome.err, "<stdin>: cannot be read: Bad file descriptor\n" );
+}
+
+TEST( Cli, DumbTerminalGetsNoColours ) {
+   auto const onTerminal = []( std::string const& kind ) {
+      return shell(
+                "export ostra; TERM=" + kind +
+                " script -qec '$ostra run --until 0' /dev/null" )
+         .out;
+   };
+   EXPECT_NE( onTerminal( "xterm" ).find( '\x1b' ), std::string::npos );
+   EXPECT_EQ( onTerminal( "dumb" ).find( '\x1b' ), std::string::npos );
+}
+
 // Of the instant at which it starts: nothing waits.
 TEST( Cli, RealTimeTellsTheSame ) {
    Outcome const outcome = ostraRun( "run --until 0 --real-time --format ndjson" );
