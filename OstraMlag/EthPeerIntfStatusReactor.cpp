@@ -39,7 +39,8 @@ EthPeerIntfStatusReactor::handleEthPeerIntf( Kovel::IntfId intfId ) {
       return;
    }
    trace( { 8, deleteOneLine }, "Deleting ", intfId );
-   auto const [ eth, all ] = localDirs();
+   EthDir const eth = Ryx::validPtr( ethIntfStatusDir_ );
+   AllDir const all = Ryx::validPtr( allIntfStatusDir_ );
    eth->intfStatusDel( intfId );
    all->intfStatusDel( intfId );
 }
@@ -50,7 +51,8 @@ EthPeerIntfStatusReactor::localEntryIs(
    // The local directories share the object; only its owner changes it.
    Ryx::Ptr< Interface::PeerIntfStatus > const shared(
       const_cast< Interface::PeerIntfStatus* >( status.ptr() ) );
-   auto const [ eth, all ] = localDirs();
+   EthDir const eth = Ryx::validPtr( ethIntfStatusDir_ );
+   AllDir const all = Ryx::validPtr( allIntfStatusDir_ );
    eth->intfStatusIs( shared );
    all->intfStatusIs( shared );
 }
