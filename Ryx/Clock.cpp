@@ -96,7 +96,7 @@ Clock::earliestChild( std::size_t place ) const noexcept {
    std::size_t earliest = first;
    Seconds time = armed_[ first ].time;
    bool tied = false;
-   // Steps without a branch: which of them is the earliest cannot be foretold.
+   // Steps without a branch: no processor can predict which is the earliest.
    for ( std::size_t child = first + 1; child < end; ++child ) {
       Seconds const other = armed_[ child ].time;
       tied |= other == time;

@@ -47,7 +47,7 @@ addEvents( Json const& at, Json const& change, Json& events ) {
    }
 }
 
-// An observer that counts what it is told, and what it is not told for want of memory.
+// An observer that counts what it is told, and what it is not told when memory is out.
 template< class Base >
 class Counting final : public Base {
  public:

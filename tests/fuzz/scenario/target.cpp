@@ -6,7 +6,7 @@
 //  1. It is accepted, or refused with exit status 2 and a message that names a place that
 //     the file has.
 //  2. What is accepted can be played: nothing is thrown, every record is a line of JSON,
-//     time does not go back, every event comes in its turn and at its time, and the last
+//     time does not go back, every event comes in order and at its time, and the last
 //     line is the end.
 //  3. The state at the end is taken as the mounts of another run and reads the same there.
 
