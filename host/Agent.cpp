@@ -111,6 +111,26 @@ Agent::apply( Item const& item ) {
    }
 }
 
+Json
+Agent::at( std::span< std::string const > path ) const {
+   GenericPtr value = agent_;
+   while ( value && !path.empty() ) {
+      RyxAttr const* const attribute = value->type()->attr( Ryx::Name( path[ 0 ] ) );
+      path = path.subspan( 1 );
+      if ( !attribute || ( isCollection( *attribute ) && path.empty() ) ) {
+         return nullptr;
+      }
+      if ( isCollection( *attribute ) ) {
+         value = readMember( *value, *attribute, keyOf( *attribute, path[ 0 ] ) );
+         path = path.subspan( 1 );
+      } else {
+         value = ostra::read( *value, *attribute );
+      }
+   }
+   bool const isObject = value && value->object();
+   return isObject ? Json( true ) : scalarToJson( value );
+}
+
 void
 Agent::set( RyxAttr const& child ) {
    if ( !agent_ ) {

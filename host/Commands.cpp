@@ -56,7 +56,7 @@ lineWidth() {
                   : widestLine;
 }
 
-// The records' way out, and what it takes to show them before the run waits.
+// The records' way out, and what it takes to tell them before the time goes on.
 struct Output {
    std::unique_ptr< RecordSink > sink;
    std::function< void() > settle;
@@ -136,8 +136,8 @@ runScenario( RunOptions const& options, std::ostream& out ) {
       pacer = std::make_unique< RealPacer >( machineTime.emplace() );
    }
    auto const settle = [ & ] {
+      output.settle();
       if ( options.realTime ) {
-         output.settle();
          out.flush();
       }
       return out.good();

@@ -28,12 +28,12 @@ holdNoun( HoldKind kind ) {
 
 void
 HoldLedger::begin( Hold const& hold ) {
-   open_.try_emplace( hold.id, hold );
+   open_[ hold.kind == HoldKind::standby ].try_emplace( hold.id, hold );
 }
 
 std::optional< Hold >
-HoldLedger::take( Kovel::IntfId id ) {
-   auto const node = open_.extract( id );
+HoldLedger::take( std::size_t standby, Kovel::IntfId id ) {
+   auto const node = open_[ standby ].extract( id );
    return node ? std::optional( node.mapped() ) : std::nullopt;
 }
 
@@ -42,11 +42,22 @@ HoldLedger::close( Hold const& hold, long long to, std::string const& why ) {
    closed_[ Key{ hold.kind, hold.from, to, why } ].push_back( hold.id );
 }
 
+std::vector< Hold >
+HoldLedger::open() const {
+   std::vector< Hold > holds;
+   for ( Open const& some : open_ ) {
+      for ( auto const& [ id, hold ] : some ) {
+         holds.push_back( hold );
+      }
+   }
+   return holds;
+}
+
 std::vector< Span >
 HoldLedger::spans() const {
    auto all = closed_;
-   for ( auto const& [ id, hold ] : open_ ) {
-      all[ Key{ hold.kind, hold.from, never, "still held" } ].push_back( id );
+   for ( Hold const& hold : open() ) {
+      all[ Key{ hold.kind, hold.from, never, "still held" } ].push_back( hold.id );
    }
    std::vector< Span > spans;
    for ( auto const& [ key, ids ] : all ) {

@@ -87,6 +87,8 @@ void
 Moment::clear() {
    held_.clear();
    released_.clear();
+   heldAgain_.clear();
+   releasedIds_.clear();
    forced_ = {};
    ethStatus_ = {};
    allStatus_ = {};
@@ -100,10 +102,13 @@ Moment::delayRuns() const {
 
 void
 Moment::hold( HoldKind kind, IntfId id, HoldTime from ) {
-   if ( !ledger_.isHeld( id ) ) {
-      held_.push_back( { id, kind, from, facts_.portChannelOf( id ) } );
-      ledger_.begin( held_.back() );
+   bool const isStandby = kind == HoldKind::standby;
+   if ( isStandby ? ledger_.isInStandby( id ) : ledger_.isErrdisabled( id ) ) {
+      return;
    }
+   auto& held = releasedIds_.contains( { isStandby, id } ) ? heldAgain_ : held_;
+   held.push_back( { id, kind, from } );
+   ledger_.begin( held.back() );
 }
 
 void
@@ -112,20 +117,21 @@ Moment::holdPort( IntfId id, HoldTime from ) {
 }
 
 void
-Moment::release( IntfId id ) {
-   if ( auto const hold = ledger_.take( id ) ) {
+Moment::release( std::optional< Hold > const& hold ) {
+   if ( hold ) {
       released_.push_back( *hold );
+      releasedIds_.insert( { hold->kind == HoldKind::standby, hold->id } );
    }
 }
 
 void
 Moment::writePort( long long at, IntfId id, bool held ) {
-   held ? holdPort( id, at ) : release( id );
+   held ? holdPort( id, at ) : release( ledger_.takeErrdisabled( id ) );
 }
 
 void
 Moment::writeStandby( long long at, IntfId id, bool standby ) {
-   standby ? hold( HoldKind::standby, id, at ) : release( id );
+   standby ? hold( HoldKind::standby, id, at ) : release( ledger_.takeStandby( id ) );
 }
 
 } // namespace ostra

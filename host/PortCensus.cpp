@@ -3,35 +3,42 @@
 
 #include <host/PortCensus>
 
-#include <Kovel/InternalIntfId>
-#include <Kovel/MgmtIntfId>
-
 namespace ostra {
 
 using Kovel::IntfId;
 
-PortCensus::PortCensus( SwitchFacts const& facts ) : peerLink( facts.peerLink() ) {
-   for ( IntfId const port : facts.ports() ) {
-      IntfId const portChannel = facts.portChannelOf( port );
-      if ( portChannel ) {
-         ++memberCounts[ portChannel ];
-      }
-      if ( Kovel::InternalIntfId::isInternalIntfId( port ) ) {
-         internal.push_back( port );
-      } else if ( Kovel::MgmtIntfId::isMgmtIntfId( port ) ) {
-         management.push_back( port );
-      } else if ( peerLink && ( port == peerLink || portChannel == peerLink ) ) {
-         peerLinkPorts.push_back( port );
-      }
+void
+PortCensus::add( IntfId port, PortStanding const& standing ) {
+   switch ( standing.kind ) {
+   case PortStanding::Kind::held:
+      break;
+   case PortStanding::Kind::internal:
+      internal.push_back( port );
+      break;
+   case PortStanding::Kind::management:
+      management.push_back( port );
+      break;
+   case PortStanding::Kind::peerLink:
+      peerLink.push_back( port );
+      break;
+   case PortStanding::Kind::standby:
+      standby.push_back( port );
+      ++standbyCounts_[ standing.portChannel ];
+      break;
+   case PortStanding::Kind::notHeld:
+      auto const group =
+         notHeld.try_emplace( standing.why, NotHeld{ standing.isAlarming, {} } ).first;
+      group->second.ports.push_back( port );
+      break;
    }
 }
 
 std::size_t
-PortCensus::memberCount( std::vector< IntfId > const& portChannels ) const {
+PortCensus::standbyCount( std::vector< IntfId > const& portChannels ) const {
    std::size_t count = 0;
    for ( IntfId const portChannel : portChannels ) {
-      auto const found = memberCounts.find( portChannel );
-      count += found == memberCounts.end() ? 0 : found->second;
+      auto const found = standbyCounts_.find( portChannel );
+      count += found == standbyCounts_.end() ? 0 : found->second;
    }
    return count;
 }

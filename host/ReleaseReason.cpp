@@ -3,6 +3,7 @@
 
 #include <host/ReleaseReason>
 
+#include <host/PortStanding>
 #include <host/Words>
 
 #include <fmt/format.h>
@@ -11,9 +12,6 @@
 
 namespace ostra {
 
-namespace {
-
-// Why a switch in that state releases what it holds; empty for one that waits.
 std::string
 whyStateReleases( SwitchFacts const& facts ) {
    if ( !facts.missingConfig().empty() ) {
@@ -24,8 +22,6 @@ whyStateReleases( SwitchFacts const& facts ) {
    }
    return facts.isSecondary() && !facts.holdsInSecondary() ? "secondary without hold" : "";
 }
-
-} // namespace
 
 std::string
 whyNothingIsHeld( SwitchFacts const& facts ) {
@@ -40,22 +36,61 @@ whyNothingIsHeld( SwitchFacts const& facts ) {
    return facts.isDelayRunning() ? "no port to hold is there yet" : "its delays are over";
 }
 
+namespace {
+
+using Ids = std::set< Kovel::IntfId >;
+
+// The entries of a collection that the patch removes, or of which `ends` holds.
+template< class Ends >
+Ids
+entriesOf( Json const& patch, char const* collection, Ends ends ) {
+   Ids ids;
+   Json::json_pointer const path( collection );
+   if ( patch.is_object() && patch.contains( path ) ) {
+      for ( auto const& [ key, value ] : patch.at( path ).items() ) {
+         if ( value.is_null() || ends( value ) ) {
+            ids.emplace( key );
+         }
+      }
+   }
+   return ids;
+}
+
+} // namespace
+
 ReleaseReason::ReleaseReason(
    SwitchFacts const& facts, HoldLedger const& ledger, Json const& event, bool starting )
       : facts_( facts ),
         ledger_( ledger ),
         event_( event ),
         starting_( starting ),
-        common_( ofAll() ) {}
+        common_( ofAll() ) {
+   ended_[ 0 ] =
+      entriesOf( event, "/mlagissuCause/intfStatus", []( Json const& ) { return false; } );
+   ended_[ 1 ] =
+      entriesOf( event, "/lacpConfig/portChannel", []( Json const& portChannel ) {
+         return !portChannel.value( "stayInStandby", true );
+      } );
+}
 
 std::string
 ReleaseReason::of( Hold const& hold ) const {
-   bool const isPort = hold.kind != HoldKind::standby;
-   if ( isPort && touches( "ethPhyIntfStatus" ) && !facts_.isPresent( hold.id ) ) {
+   bool const isStandby = hold.kind == HoldKind::standby;
+   if ( ended_[ isStandby ].contains( hold.id ) ) {
+      return "by the event";
+   }
+   if ( isStandby ) {
+      return common_;
+   }
+   if ( touches( "ethPhyIntfStatus" ) && !facts_.isPresent( hold.id ) ) {
       return "interface gone";
    }
-   if ( isPort && hold.portChannel && ledger_.isHeld( hold.portChannel ) ) {
-      return "in LACP standby instead";
+   if ( touches( "lacpOverride" ) ) {
+      Kovel::IntfId const portChannel = facts_.portChannelOf( hold.id );
+      if ( portChannel && facts_.isMeantForStandby( portChannel ) ) {
+         return ledger_.isInStandby( portChannel ) ? "in LACP standby instead"
+                                                   : whyNotInStandby( facts_, portChannel );
+      }
    }
    return common_;
 }

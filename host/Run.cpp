@@ -46,7 +46,7 @@ Run::play() {
       MountsWatch const watch( parts_.mounts, [ this ]( WriteRecord const& record ) {
          parts_.sink.write( now(), record );
       } );
-      parts_.sink.start( { parts_.scenario.name }, parts_.mounts );
+      parts_.sink.start( { parts_.scenario.name }, state_ );
       try {
          parts_.agent.setAll();
          passInstants();

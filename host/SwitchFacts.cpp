@@ -109,6 +109,24 @@ SwitchFacts::delay( PortClass portClass ) const {
       state_.at( { "mlagConfig", own ? "reloadDelayNonMlag" : "reloadDelay" } ) );
 }
 
+bool
+SwitchFacts::isMachineThere() const {
+   return !state_.at( { "agent", "mlagErrdisableSm" } ).is_null();
+}
+
+bool
+SwitchFacts::isHeld( PortClass portClass ) const {
+   return isTrue( { "agent",
+                    "mlagErrdisableSm",
+                    portClass == PortClass::mlag ? "mlagPortsErrdisabled"
+                                                 : "nonMlagPortsErrdisabled" } );
+}
+
+bool
+SwitchFacts::isMeantForStandby( IntfId portChannel ) const {
+   return isTrue( { "agent", "mlagErrdisableSm", "lagsInStandby", portChannel.string() } );
+}
+
 long long
 SwitchFacts::mlagState() const {
    Json const state = state_.at( { "mlagStatus", "mlagState" } );

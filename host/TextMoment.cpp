@@ -50,41 +50,47 @@ TextMoment::entry( Ink ink, char const* label, std::string const& text, Ids cons
    }
 }
 
-std::string
-TextMoment::standbyText( Ids const& ids ) const {
-   if ( !first_ ) {
-      return " in LACP standby";
-   }
-   return " in LACP standby instead of errdisabling " +
-      counted( first_->memberCount( ids ), "member" );
+// Whether standby stands in for errdisabling the members, as the plug-in has it. The report
+// tells of members in the first moment only.
+bool
+TextMoment::isInstead( Hold const& hold ) const {
+   return isFirst_ && hold.kind == HoldKind::standby &&
+      facts_.isMeantForStandby( hold.id ) && census_.standbyCount( { hold.id } ) != 0;
 }
 
 std::string
-TextMoment::heldText( Hold const& hold, Ids const& ids ) const {
-   bool const isMlag = hold.kind == HoldKind::mlagPort;
-   std::string text = counted( ids.size(), holdNoun( hold.kind ) );
-   if ( hold.kind == HoldKind::standby ) {
-      text += standbyText( ids );
-   } else {
-      text += " errdisabled";
-      text += first_
-         ? " " + periodText( facts_.delay( isMlag ? PortClass::mlag : PortClass::nonMlag ) )
-         : "";
+TextMoment::standbyText( Ids const& ids, bool isInstead ) const {
+   std::string const text = counted( ids.size(), "port-channel" ) + " in LACP standby";
+   return isInstead ? text + " instead of errdisabling " +
+         counted( census_.standbyCount( ids ), "member" )
+                    : text;
+}
+
+std::string
+TextMoment::heldText( HoldKind kind, Ids const& ids, bool isInstead ) const {
+   if ( kind == HoldKind::standby ) {
+      return standbyText( ids, isInstead );
    }
-   return hold.from ? text : text + ", since before the run";
+   std::string const text = counted( ids.size(), holdNoun( kind ) ) + " errdisabled";
+   auto const portClass = kind == HoldKind::mlagPort ? PortClass::mlag : PortClass::nonMlag;
+   bool const isTimed = isFirst_ && facts_.isHeld( portClass );
+   return isTimed ? text + " " + periodText( facts_.delay( portClass ) ) : text;
 }
 
 void
 TextMoment::printHeld( std::vector< Hold > const& held ) {
-   std::map< std::pair< HoldKind, HoldTime >, std::pair< Hold, Ids > > groups;
+   std::map< std::tuple< HoldKind, HoldTime, bool >, Ids > groups;
    for ( auto const& hold : held ) {
-      auto const group = groups.try_emplace( { hold.kind, hold.from }, hold, Ids() ).first;
-      group->second.second.push_back( hold.id );
+      groups[ { hold.kind, hold.from, isInstead( hold ) } ].push_back( hold.id );
    }
-   for ( auto const& [ key, group ] : groups ) {
-      bool const isStandby = key.first == HoldKind::standby;
-      auto const& [ hold, ids ] = group;
-      entry( Ink::held, isStandby ? "standby" : "held", heldText( hold, ids ), ids );
+   for ( auto const& [ key, ids ] : groups ) {
+      auto const& [ kind, from, isInstead ] = key;
+      std::string const text = heldText( kind, ids, isInstead );
+      entry(
+         Ink::held,
+         kind == HoldKind::standby ? "standby" : "held",
+         from ? text : text + ", since before the run",
+         ids );
    }
 }
 
@@ -129,42 +135,79 @@ TextMoment::printDelay( Moment const& moment ) {
    auto const runs = moment.delayRuns();
    if ( runs && !*runs ) {
       lines_.entry( at_, Ink::freed, "over", "the reload delay is over" );
-   } else if ( runs && !first_ ) {
+   } else if ( runs && !isFirst_ ) {
       lines_.entry( at_, Ink::held, "started", "a reload delay begins" );
    }
 }
 
+// In the first moment nothing is held.
 void
-TextMoment::printNeverHeld() {
-   Ids peerLink = first_->peerLinkPorts;
-   std::string const members = peerLink.empty()
-      ? ""
-      : fmt::format( " and its {}", counted( peerLink.size(), "member" ) );
-   if ( first_->peerLink ) {
-      peerLink.push_back( first_->peerLink );
+TextMoment::printNothing() {
+   if ( !facts_.isDelayRunning() || census_.notHeld.empty() ) {
+      lines_.entry( at_, Ink::alarm, "held", "nothing: " + whyNothingIsHeld( facts_ ) );
    }
-   entry( Ink::faint, "never held", "the peer link" + members, peerLink );
+}
+
+// The first moment names the peer link itself, unless it was held before.
+void
+TextMoment::printPeerLink( Moment const& moment ) {
+   Kovel::IntfId const peerLink = facts_.peerLink();
+   auto const& held = moment.held();
+   bool const wasHeld = std::any_of(
+      held.begin(), held.end(), [ & ]( Hold const& hold ) { return hold.id == peerLink; } );
+   bool const isNamed = isFirst_ && peerLink && !wasHeld;
+   Ids ids = census_.peerLink;
+   std::erase( ids, peerLink );
+   std::string const members = counted( ids.size(), isNamed ? "member" : "port" );
+   if ( !isNamed ) {
+      entry( Ink::faint, "never held", members + " of the peer link", census_.peerLink );
+      return;
+   }
+   std::string const text = ids.empty() ? "" : " and its " + members;
+   ids.push_back( peerLink );
+   entry( Ink::faint, "never held", "the peer link" + text, ids );
+}
+
+void
+TextMoment::printNotHeld() {
+   for ( auto const& [ why, group ] : census_.notHeld ) {
+      std::string const text = counted( group.ports.size(), "port" ) + ", " + why;
+      entry( group.isAlarming ? Ink::alarm : Ink::faint, "not held", text, group.ports );
+   }
+   if ( !isFirst_ ) {
+      std::string const text = counted( census_.standby.size(), "port" );
+      entry(
+         Ink::held,
+         "standby",
+         text + " of a port-channel in LACP standby",
+         census_.standby );
+   }
+}
+
+void
+TextMoment::printNeverHeld( Moment const& moment ) {
+   printPeerLink( moment );
    auto const print = [ & ]( char const* what, Ids const& ids ) {
       entry( Ink::faint, "never held", counted( ids.size(), what ), ids );
    };
-   print( "management port", first_->management );
-   print( "internal port", first_->internal );
+   print( "management port", census_.management );
+   print( "internal port", census_.internal );
 }
 
 void
 TextMoment::print( Moment const& moment, ReleaseReason const& reason ) {
    printHeld( moment.held() );
-   if ( first_ && moment.held().empty() ) {
-      lines_.entry( at_, Ink::alarm, "held", "nothing: " + whyNothingIsHeld( facts_ ) );
+   if ( isFirst_ && moment.held().empty() ) {
+      printNothing();
    }
    printReleased( moment.released(), reason );
+   printHeld( moment.heldAgain() );
    printForced( moment.forced() );
    printPeers( moment.ethStatus().begun(), moment.allStatus().begun(), "now in" );
    printPeers( moment.ethStatus().ended(), moment.allStatus().ended(), "gone from" );
    printDelay( moment );
-   if ( first_ ) {
-      printNeverHeld();
-   }
+   printNotHeld();
+   printNeverHeld( moment );
 }
 
 } // namespace ostra

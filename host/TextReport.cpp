@@ -4,6 +4,7 @@
 #include <host/TextReport>
 
 #include <host/EventText>
+#include <host/PortRoll>
 #include <host/ReleaseReason>
 #include <host/TextHeading>
 #include <host/TextMoment>
@@ -21,7 +22,7 @@ namespace ostra {
 
 struct TextReport::Run {
    explicit Run( StateView const& view )
-         : state( view ), facts( view ), census( facts ), moment( facts, ledger ) {
+         : state( view ), facts( view ), roll( facts, ledger ), moment( facts, ledger ) {
       moment.begin();
       auto const ids = facts.keys( { "igmpsnoopingConfig", "forceEnabledPorts" } );
       forced.insert( ids.begin(), ids.end() );
@@ -29,37 +30,18 @@ struct TextReport::Run {
 
    StateView const& state;
    SwitchFacts const facts;
-   PortCensus const census;
    HoldLedger ledger;
+   PortRoll roll;
    Moment moment;
    // Of the moment that is not told yet.
    long long at = 0;
    // What the event before in the same instant does; null for none.
    Json event;
    bool isFirstMoment = true;
-   bool isMachineThere = true;
    std::set< Kovel::IntfId > forced;
    // See Ending.
    std::vector< std::string > missingConfig;
 };
-
-namespace {
-
-// Whether the plug-in's state machine is there after an event.
-bool
-isMachineThereAfter( Json const& event, bool wasThere ) {
-   auto const agent = event.find( "agent" );
-   if ( agent == event.end() ) {
-      return wasThere;
-   }
-   if ( agent->is_null() || agent->empty() ) {
-      return !agent->is_null();
-   }
-   auto const machine = agent->find( "mlagErrdisableSm" );
-   return machine == agent->end() ? wasThere : !machine->is_null();
-}
-
-} // namespace
 
 TextReport::TextReport( std::ostream& out, TextOptions options )
       : lines_( out, Style( options.colour ), options.width ), trace_( options.trace ) {}
@@ -70,7 +52,6 @@ void
 TextReport::start( StartRecord const& record, StateView const& state ) {
    run_ = std::make_unique< Run >( state );
    printHeading( lines_, record.name, run_->facts );
-   lines_.flush();
 }
 
 void
@@ -87,9 +68,14 @@ TextReport::settle() {
    Run& run = *run_;
    bool const first = std::exchange( run.isFirstMoment, false );
    ReleaseReason const reason( run.facts, run.ledger, run.event, first );
-   TextMoment( lines_, run.at, run.facts, first ? &run.census : nullptr )
+   for ( auto const* holds :
+         { &run.moment.held(), &run.moment.released(), &run.moment.heldAgain() } ) {
+      for ( auto const& hold : *holds ) {
+         run.roll.hold( hold );
+      }
+   }
+   TextMoment( lines_, run.at, run.facts, run.roll.call( first ), first )
       .print( run.moment, reason );
-   lines_.flush();
    keep( run.moment, reason, first );
    run.moment.clear();
 }
@@ -122,7 +108,7 @@ TextReport::event( long long at, EventRecord const& record ) {
    reach( at );
    settle();
    run_->event = record.patch();
-   run_->isMachineThere = isMachineThereAfter( run_->event, run_->isMachineThere );
+   run_->roll.event( run_->event );
    std::string const text = eventText( run_->event, run_->state );
    lines_.entry( at, Ink::event, fmt::format( "event {}", record.index ), text );
 }
@@ -156,17 +142,17 @@ TextReport::trace( long long at, TraceLineRecord const& record ) {
 }
 
 void
-TextReport::end( long long at, EndRecord const& ) {
+TextReport::end( long long at, EndRecord const& record ) {
    reach( at );
    settle();
    Run const& run = *run_;
    Ending const ending = { at,
-                           run.ledger.spans(),
+                           record.isTimerLeft,
+                           run.ledger,
+                           run.roll.neverHeld(),
                            { run.forced.begin(), run.forced.end() },
-                           run.isMachineThere,
                            run.missingConfig };
    printSummary( lines_, ending, run.facts );
-   lines_.flush();
 }
 
 } // namespace ostra

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <utility>
 
 namespace ostra {
 
@@ -78,15 +80,16 @@ takeSmallest( std::vector< Span const* >& spans ) {
 }
 
 void
-printRows( TextLines& lines, HoldKind kind, Ending const& ending ) {
-   auto spans = spansOf( kind, ending.spans );
+printRows(
+   TextLines& lines, HoldKind kind, std::vector< Span > const& all, long long end ) {
+   auto spans = spansOf( kind, all );
    std::size_t const others = takeSmallest( spans );
    std::string const name = kindName( kind );
    if ( spans.empty() ) {
       lines.line( tableLine( { name, "0", "-", "-", "-", "-" } ) );
    }
    for ( Span const* span : spans ) {
-      lines.line( tableLine( rowOf( *span, ending.at ) ) );
+      lines.line( tableLine( rowOf( *span, end ) ) );
    }
    if ( others != 0 ) {
       std::string const count = std::to_string( others );
@@ -98,60 +101,79 @@ void
 printTable( TextLines& lines, Ending const& ending ) {
    Row const head = { "", "count", "held from", "released at", "held for", "why" };
    lines.line( lines.style()( Ink::faint, tableLine( head ) ) );
+   auto const spans = ending.ledger.spans();
    for ( HoldKind const kind : kinds ) {
-      printRows( lines, kind, ending );
+      printRows( lines, kind, spans, ending.at );
    }
 }
 
+// What those wait for that are still held.
 std::string
-whyStillHeld( HoldKind kind, bool isMachineThere, SwitchFacts const& facts ) {
-   if ( !isMachineThere ) {
-      return "with nothing there to release them";
+waitText( Hold const& hold, SwitchFacts const& facts ) {
+   if ( !facts.isMachineThere() ) {
+      return "with nothing there to release";
    }
    if ( !facts.isDelayRunning() ) {
       return "although the reload delay is over";
    }
-   auto const portClass =
-      kind == HoldKind::nonMlagPort ? PortClass::nonMlag : PortClass::mlag;
+   bool const isStandby = hold.kind == HoldKind::standby;
+   if ( isStandby && !facts.isMeantForStandby( hold.id ) ) {
+      return "not put in standby by this state machine";
+   }
+   auto const portClass = isStandby ? PortClass::mlag : facts.classOf( hold.id );
+   if ( !facts.isHeld( portClass ) ) {
+      return portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
+                                          : "although the delay of non-MLAG ports is over";
+   }
    return "waiting " + periodText( facts.delay( portClass ) );
 }
 
-Ids
-stillHeld( HoldKind kind, std::vector< Span > const& spans ) {
-   Ids ids;
-   for ( auto const& span : spans ) {
-      if ( span.kind == kind && !span.to ) {
-         ids.insert( ids.end(), span.ids.begin(), span.ids.end() );
-      }
+void
+printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
+   std::map< std::pair< HoldKind, std::string >, Ids > groups;
+   for ( Hold const& hold : ending.ledger.open() ) {
+      groups[ { hold.kind, waitText( hold, facts ) } ].push_back( hold.id );
    }
-   return ids;
+   bool const isNobodyThere = !facts.isMachineThere();
+   for ( auto const& [ key, ids ] : groups ) {
+      auto const& [ kind, wait ] = key;
+      std::string const them = ids.size() == 1 ? "it" : "them";
+      std::string text = fmt::format(
+         "{} still held when the run ends, {}",
+         counted( ids.size(), holdNoun( kind ) ),
+         wait );
+      if ( isNobodyThere ) {
+         text += " " + them;
+      } else if ( !ending.isTimerLeft ) {
+         text += ", and no timer will release " + them;
+      }
+      lines.field( "WARNING", text + ": " + intfRanges( ids ), Ink::alarm );
+   }
 }
 
 void
-printStillHeld(
-   TextLines& lines, HoldKind kind, Ending const& ending, SwitchFacts const& facts ) {
-   auto const ids = stillHeld( kind, ending.spans );
-   if ( !ids.empty() ) {
+printNeverHeld( TextLines& lines, PortCensus const& census ) {
+   for ( auto const& [ why, group ] : census.notHeld ) {
       std::string const text = fmt::format(
-         "{} still held when the run ends, {}: {}",
-         counted( ids.size(), holdNoun( kind ) ),
-         whyStillHeld( kind, ending.isMachineThere, facts ),
-         intfRanges( ids ) );
-      lines.field( "WARNING", text, Ink::alarm );
+         "{}, {}: {}",
+         counted( group.ports.size(), "port" ),
+         why,
+         intfRanges( group.ports ) );
+      lines.field( "not held", text, group.isAlarming ? Ink::alarm : Ink::faint );
    }
 }
 
 void
 printResult( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
-   for ( HoldKind const kind : kinds ) {
-      printStillHeld( lines, kind, ending, facts );
-   }
+   printStillHeld( lines, ending, facts );
+   auto const spans = ending.ledger.spans();
    auto const isOver = []( Span const& span ) { return span.to.has_value(); };
-   if ( std::all_of( ending.spans.begin(), ending.spans.end(), isOver ) ) {
+   if ( std::all_of( spans.begin(), spans.end(), isOver ) ) {
       char const* const text =
-         ending.spans.empty() ? "nothing was held" : "nothing is held any more";
+         spans.empty() ? "nothing was held" : "nothing is held any more";
       lines.field( "done", text, Ink::freed );
    }
+   printNeverHeld( lines, ending.neverHeld );
 }
 
 void

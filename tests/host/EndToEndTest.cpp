@@ -6,6 +6,7 @@
 //
 //    ostra run examples/resume.yaml --format ndjson >tests/host/streams/resume.ndjson
 
+#include "Accounts"
 #include "Program"
 
 #include <gmock/gmock.h>
@@ -77,6 +78,21 @@ TEST_P( Example, IsValidAndReadsAsAText ) {
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_EQ( outcome.err, "" );
    EXPECT_NE( outcome.out, "" );
+}
+
+TEST_P( Example, AccountsForEveryPort ) {
+   std::string const path = OSTRA_EXAMPLES "/" + GetParam() + ".yaml";
+   auto const mountsAtTheEndOf = []( std::string const& arguments ) {
+      return jsonLines( ostraRun( "run --format ndjson " + arguments ).out )
+         .back()
+         .at( "state" );
+   };
+   EXPECT_EQ(
+      ostra::misaccounts(
+         ostraRun( "run " + path ).out,
+         mountsAtTheEndOf( "--until 0 " + path ),
+         mountsAtTheEndOf( path ) ),
+      "" );
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -87,8 +87,8 @@ TEST_F( TextReleaseTest, WhatIsStillHeldAtTheEndIsAWarning ) {
    mounts[ "mlagConfig" ][ "reloadDelayNonMlag" ] = "inf";
    startAndSkipHeading( mounts );
    delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet3", "Ethernet4" } );
-   release( 300'000, { "Ethernet1" } );
+   hold( 0, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
+   release( 300'000, { "Ethernet1", "Ethernet2" } );
    EXPECT_NE(
       text().find( "2 non-MLAG ports errdisabled without end: Ethernet3-4\n" ),
       std::string::npos );
@@ -96,7 +96,7 @@ TEST_F( TextReleaseTest, WhatIsStillHeldAtTheEndIsAWarning ) {
 Summary at 00:06:40.000
 
                    count  held from     released at   held for      why
-  MLAG ports           1  00:00:00.000  00:05:00.000  00:05:00.000  delay over
+  MLAG ports           2  00:00:00.000  00:05:00.000  00:05:00.000  delay over
   non-MLAG ports       2  00:00:00.000  -             00:06:40.000  still held
   LACP standby         0  -             -             -             -
 
@@ -111,7 +111,7 @@ TEST_F( TextReleaseTest, PortsThatNobodyCanReleaseAreAWarningOfTheirOwn ) {
    event( 30'000, 0, R"({"agent":{"mlagErrdisableSm":null}})" );
    EXPECT_NE(
       textOfEnd( 400'000 ).find(
-         "1 MLAG port still held when the run ends, with nothing there to release them:" ),
+         "1 MLAG port still held when the run ends, with nothing there to release it:" ),
       std::string::npos );
 }
 
@@ -125,9 +125,8 @@ TEST_F( TextReleaseTest, WhatIsHeldFromBeforeTheRunIsTold ) {
    EXPECT_TRUE( text().starts_with(
       "00:00:00.000  held        1 MLAG port errdisabled for 300 s, since before the run: "
       "Ethernet1\n"
-      "              standby     1 port-channel in LACP standby instead of errdisabling "
-      "0 members, since\n"
-      "                          before the run: Port-Channel11\n" ) )
+      "              standby     1 port-channel in LACP standby, since before the run: "
+      "Port-Channel11\n" ) )
       << out_.str();
    release( 270'000, { "Ethernet1" } );
    delayRuns( 270'000, false );
@@ -136,8 +135,7 @@ TEST_F( TextReleaseTest, WhatIsHeldFromBeforeTheRunIsTold ) {
       end.find( "     1  before        00:04:30.000  -             delay over\n" ),
       std::string::npos )
       << end;
-   EXPECT_NE( end.find( "although the reload delay is over:\n" ), std::string::npos )
-      << end;
+   EXPECT_NE( end.find( "although the reload delay is over:" ), std::string::npos ) << end;
 }
 
 TEST_F( TextReleaseTest, TheClassOfAPortIsTheOneItWasHeldIn ) {

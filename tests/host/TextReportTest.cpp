@@ -94,6 +94,7 @@ TEST_F( TextReportTest, LacpStandbyInsteadOfErrdisabledMembers ) {
    out_.str( "" );
    hold( 0, { "Ethernet3", "Ethernet4" } );
    standby( 0, "Port-Channel10", true );
+   report_->settle();
    standby( 300'000, "Port-Channel10", false );
    EXPECT_EQ(
       text(),

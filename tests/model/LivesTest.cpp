@@ -3,6 +3,7 @@
 
 // Random lives of a switch, played on the plug-in and on the model side by side.
 
+#include <host/Accounts>
 #include <model/AnyLife>
 #include <model/Player>
 #include <model/Replay>
@@ -79,6 +80,24 @@ TEST( Lives, AreScenariosThatTheHostPlaysAlike ) {
       if ( HasFailure() ) {
          return;
       }
+      std::filesystem::remove( path );
+   }
+}
+
+// OSTRA_LIVES_REPORTS names how many; a thousand otherwise.
+TEST( Lives, HaveReportsThatAccountForEveryPort ) {
+   char const* const number = std::getenv( "OSTRA_LIVES_REPORTS" );
+   std::uint64_t const lives = number ? std::stoull( number ) : 1000;
+   for ( std::uint64_t seed = 0; seed < lives; ++seed ) {
+      Life const life = lifeOf( seed );
+      Player player( life );
+      player.play();
+      std::string const path = model::keptScenario( player.history(), "account" );
+      std::string const wrong = ostra::misaccounts(
+         model::report( path, "text" ),
+         model::mountsOf( player.history().boot ),
+         model::mountsOf( player.history().end ) );
+      ASSERT_EQ( wrong, "" ) << "ostra run " << path;
       std::filesystem::remove( path );
    }
 }

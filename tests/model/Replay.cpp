@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include <unistd.h>
 
@@ -25,14 +26,22 @@ keptScenario( History const& history, std::string const& name ) {
    return path.string();
 }
 
+std::string
+report( std::string const& path, std::string const& format ) {
+   std::string const output = path + "." + format;
+   std::string const command = "COLUMNS= '" OSTRA_BINARY "' run '" + path +
+      "' --plugin '" OSTRA_PLUGIN "' --format " + format + " >'" + output + "' 2>&1";
+   EXPECT_EQ( std::system( command.c_str() ), 0 ) << path;
+   std::ostringstream text;
+   text << std::ifstream( output ).rdbuf();
+   std::filesystem::remove( output );
+   return text.str();
+}
+
 Outcome
 played( std::string const& path ) {
-   std::string const command =
-      "'" OSTRA_BINARY "' run '" + path + "' --format ndjson --plugin '" OSTRA_PLUGIN "'";
-   std::string const output = path + ".ndjson";
-   EXPECT_EQ( std::system( ( command + " >'" + output + "' 2>&1" ).c_str() ), 0 ) << path;
    Outcome outcome;
-   std::ifstream in( output );
+   std::istringstream in( report( path, "ndjson" ) );
    for ( std::string line; std::getline( in, line ); ) {
       Json const record = Json::parse( line );
       if ( record.at( "type" ) == "write" || record.at( "type" ) == "log" ) {
@@ -41,8 +50,6 @@ played( std::string const& path ) {
          outcome.state = record.at( "state" );
       }
    }
-   in.close();
-   std::filesystem::remove( output );
    return outcome;
 }
 
