@@ -14,7 +14,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
@@ -47,13 +46,12 @@ hasColour( Colour colour ) {
       environment( "TERM" ) != "dumb";
 }
 
-// That of the terminal, if it is narrower than the text is otherwise.
-std::size_t
-lineWidth() {
+// In columns; none when the output goes elsewhere.
+std::optional< std::size_t >
+terminalWidth() {
    winsize size{};
    bool const isKnown = ioctl( STDOUT_FILENO, TIOCGWINSZ, &size ) == 0 && size.ws_col != 0;
-   return isKnown ? std::clamp< std::size_t >( size.ws_col, narrowestLine, widestLine )
-                  : widestLine;
+   return isKnown ? std::optional< std::size_t >( size.ws_col ) : std::nullopt;
 }
 
 // The records' way out, and what it takes to tell them before the time goes on.
@@ -69,7 +67,8 @@ makeOutput( RunOptions const& options, std::ostream& out ) {
    }
    TextOptions const text{ .colour = hasColour( options.colour ),
                            .trace = options.trace.has_value(),
-                           .width = lineWidth() };
+                           .width =
+                              lineWidth( environment( "COLUMNS" ), terminalWidth() ) };
    auto report = std::make_unique< TextReport >( out, text );
    TextReport* const borrowed = report.get();
    return { std::move( report ), [ borrowed ] { borrowed->settle(); } };

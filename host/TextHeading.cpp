@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <sstream>
+
 namespace ostra {
 
 namespace {
@@ -58,11 +60,22 @@ delaysText( SwitchFacts const& facts ) {
       delayText( facts.delay( PortClass::nonMlag ) ) );
 }
 
+// A name of several lines as one.
+std::string
+titleText( std::string const& name ) {
+   std::istringstream words( name );
+   std::string title;
+   for ( std::string word; words >> word; ) {
+      title += ( title.empty() ? "" : " " ) + word;
+   }
+   return title.empty() ? "A switch reload" : title;
+}
+
 } // namespace
 
 void
 printHeading( TextLines& lines, std::string const& name, SwitchFacts const& facts ) {
-   lines.title( name.empty() ? "A switch reload" : name );
+   lines.title( titleText( name ) );
    lines.line( "" );
    lines.field( "MLAG", mlagText( facts ) );
    lines.field( "MLAG state", stateText( facts ) );

@@ -170,9 +170,14 @@ TextMoment::printPeerLink( Moment const& moment ) {
 
 void
 TextMoment::printNotHeld() {
-   for ( auto const& [ why, group ] : census_.notHeld ) {
-      std::string const text = counted( group.ports.size(), "port" ) + ", " + why;
-      entry( group.isAlarming ? Ink::alarm : Ink::faint, "not held", text, group.ports );
+   for ( bool const isAlarming : { true, false } ) {
+      for ( auto const& [ why, group ] : census_.notHeld ) {
+         if ( group.isAlarming == isAlarming ) {
+            std::string const text = counted( group.ports.size(), "port" ) + ", " + why;
+            Ink const ink = isAlarming ? Ink::alarm : Ink::faint;
+            entry( ink, "not held", text, group.ports );
+         }
+      }
    }
    if ( !isFirst_ ) {
       std::string const text = counted( census_.standby.size(), "port" );
@@ -202,11 +207,11 @@ TextMoment::print( Moment const& moment, ReleaseReason const& reason ) {
    }
    printReleased( moment.released(), reason );
    printHeld( moment.heldAgain() );
+   printNotHeld();
    printForced( moment.forced() );
    printPeers( moment.ethStatus().begun(), moment.allStatus().begun(), "now in" );
    printPeers( moment.ethStatus().ended(), moment.allStatus().ended(), "gone from" );
    printDelay( moment );
-   printNotHeld();
    printNeverHeld( moment );
 }
 

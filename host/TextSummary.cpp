@@ -4,6 +4,7 @@
 #include <host/TextSummary>
 
 #include <host/IntfRanges>
+#include <host/TextTable>
 #include <host/Words>
 
 #include <fmt/format.h>
@@ -26,8 +27,6 @@ constexpr std::array kinds = { HoldKind::mlagPort,
                                HoldKind::nonMlagPort,
                                HoldKind::standby };
 
-using Row = std::array< std::string, 6 >;
-
 // "MLAG ports", "non-MLAG ports", "LACP standby".
 std::string
 kindName( HoldKind kind ) {
@@ -35,14 +34,7 @@ kindName( HoldKind kind ) {
                                     : std::string( holdNoun( kind ) ) + "s";
 }
 
-std::string
-tableLine( Row const& row ) {
-   auto const& [ what, count, from, to, length, why ] = row;
-   return fmt::format(
-      "  {:<16}{:>6}  {:<14}{:<14}{:<14}{}", what, count, from, to, length, why );
-}
-
-Row
+TextTable::Row
 rowOf( Span const& span, long long end ) {
    long long const to = span.to.value_or( end );
    return { kindName( span.kind ),
@@ -80,31 +72,29 @@ takeSmallest( std::vector< Span const* >& spans ) {
 }
 
 void
-printRows(
-   TextLines& lines, HoldKind kind, std::vector< Span > const& all, long long end ) {
+addRows( TextTable& table, HoldKind kind, std::vector< Span > const& all, long long end ) {
    auto spans = spansOf( kind, all );
    std::size_t const others = takeSmallest( spans );
    std::string const name = kindName( kind );
    if ( spans.empty() ) {
-      lines.line( tableLine( { name, "0", "-", "-", "-", "-" } ) );
+      table.add( { name, "0", "-", "-", "-", "-" } );
    }
    for ( Span const* span : spans ) {
-      lines.line( tableLine( rowOf( *span, end ) ) );
+      table.add( rowOf( *span, end ) );
    }
    if ( others != 0 ) {
-      std::string const count = std::to_string( others );
-      lines.line( tableLine( { name, count, "-", "-", "-", "at other times" } ) );
+      table.add( { name, std::to_string( others ), "-", "-", "-", "at other times" } );
    }
 }
 
 void
 printTable( TextLines& lines, Ending const& ending ) {
-   Row const head = { "", "count", "held from", "released at", "held for", "why" };
-   lines.line( lines.style()( Ink::faint, tableLine( head ) ) );
+   TextTable table;
    auto const spans = ending.ledger.spans();
    for ( HoldKind const kind : kinds ) {
-      printRows( lines, kind, spans, ending.at );
+      addRows( table, kind, spans, ending.at );
    }
+   table.print( lines );
 }
 
 // What those wait for that are still held.

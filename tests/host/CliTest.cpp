@@ -386,6 +386,24 @@ TEST( Cli, SignalEndsARealTimeRunThatNobodyReads ) {
    }
 }
 
+TEST( Cli, ColumnsSayHowWideTheTextIs ) {
+   auto const widest = []( std::string const& command ) {
+      std::istringstream text( shell( command ).out );
+      std::size_t width = 0;
+      for ( std::string line; std::getline( text, line ); ) {
+         width = std::max( width, line.size() - line.ends_with( '\r' ) );
+      }
+      return width;
+   };
+   EXPECT_EQ( widest( "COLUMNS=70 \"$ostra\" run --until 0" ), 70u );
+   EXPECT_GT( widest( "COLUMNS= \"$ostra\" run --until 0" ), 80u );
+   EXPECT_EQ(
+      widest(
+         "export ostra; COLUMNS=70 script -qec 'stty cols 90; COLUMNS=70 \"$ostra\" run "
+         "--until 0' /dev/null" ),
+      70u );
+}
+
 TEST( Cli, TextFitsANarrowTerminal ) {
    for ( auto const& [ columns, lines ] :
          { std::pair{ "80", "peer link and its 2 members: Ethernet55-56/1,\r\n" },

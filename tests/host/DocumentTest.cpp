@@ -379,6 +379,8 @@ TEST( Failure, OneLineShowsControlCharacters ) {
                       "1m" ),
       "a\\xc2\\x9b1m" );
    EXPECT_EQ( ostra::oneLine( "a\xe2\x80\xa8" ), "a\\xe2\\x80\\xa8" );
+   EXPECT_EQ( ostra::oneLine( "a\xe2\x80\xae" ), "a\\xe2\\x80\\xae" );
+   EXPECT_EQ( ostra::oneLine( "a\xe2\x81\xa6" ), "a\\xe2\\x81\\xa6" );
 }
 
 TEST( Failure, OneLineShowsOctetsThatAreNoCharacters ) {

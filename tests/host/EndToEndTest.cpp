@@ -95,6 +95,14 @@ TEST_P( Example, AccountsForEveryPort ) {
       "" );
 }
 
+TEST_P( Example, FitsTheNarrowestTerminal ) {
+   std::string const path = OSTRA_EXAMPLES "/" + GetParam() + ".yaml";
+   std::istringstream report( ostra::shell( "COLUMNS=1 \"$ostra\" run " + path ).out );
+   for ( std::string line; std::getline( report, line ); ) {
+      EXPECT_LE( line.size(), 60u ) << line;
+   }
+}
+
 INSTANTIATE_TEST_SUITE_P(
    EndToEnd,
    Example,

@@ -215,9 +215,9 @@ TEST_F( TextAccountTest, ANewStateMachineHasEveryPortToldOfThatStandsElsewhere )
          hold( 500'000, { "Ethernet3", "Ethernet4" } );
       } ),
       testing::EndsWith( R"(held        2 non-MLAG ports errdisabled: Ethernet3-4
-              started     a reload delay begins
               not held    2 ports, meant for LACP standby, but the port-channel is not in
                           lacpConfig: Ethernet1-2
+              started     a reload delay begins
 )" ) );
    EXPECT_THAT( textOfEnd( 600'000 ), Not( HasSubstr( "not held" ) ) );
 }

@@ -108,6 +108,17 @@ TEST_F( TextReportTest, LacpStandbyInsteadOfErrdisabledMembers ) {
 )" );
 }
 
+TEST_F( TextReportTest, ANameOfSeveralLinesIsATitleOfOne ) {
+   state_.emplace( smallSwitch() );
+   report_.emplace( out_, TextOptions() );
+   report_->start( { " leaf1\n  reloads\x1b[2J\t\xff\n" }, *state_ );
+   EXPECT_TRUE( out_.str().starts_with( "leaf1 reloads\\x1b[2J \\xff\n\n  MLAG" ) )
+      << out_.str();
+   out_.str( "" );
+   report_->start( { "\n" }, *state_ );
+   EXPECT_TRUE( out_.str().starts_with( "A switch reload\n" ) ) << out_.str();
+}
+
 TEST_F( TextReportTest, PeerInterfacesComeAndGo ) {
    startAndSkipHeading( smallSwitch() );
    text();
