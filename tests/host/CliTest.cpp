@@ -395,12 +395,12 @@ TEST( Cli, ColumnsSayHowWideTheTextIs ) {
       }
       return width;
    };
-   EXPECT_EQ( widest( "COLUMNS=70 \"$ostra\" run --until 0" ), 70u );
+   EXPECT_LE( widest( "COLUMNS=70 \"$ostra\" run --until 0" ), 70u );
+   EXPECT_GT( widest( "COLUMNS=70 \"$ostra\" run --until 0" ), 60u );
    EXPECT_GT( widest( "COLUMNS= \"$ostra\" run --until 0" ), 80u );
-   EXPECT_EQ(
-      widest(
-         "export ostra; COLUMNS=70 script -qec 'stty cols 90; COLUMNS=70 \"$ostra\" run "
-         "--until 0' /dev/null" ),
+   EXPECT_LE(
+      widest( "export ostra; script -qec 'stty cols 90; COLUMNS=70 \"$ostra\" run "
+              "--colour never --until 0' /dev/null" ),
       70u );
 }
 
