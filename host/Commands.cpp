@@ -132,7 +132,7 @@ runScenario( RunOptions const& options, std::ostream& out ) {
    std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {
-      pacer = std::make_unique< RealPacer >( machineTime.emplace() );
+      pacer = std::make_unique< RealPacer >( machineTime.emplace( STDOUT_FILENO ) );
    }
    auto const settle = [ & ] {
       output.settle();

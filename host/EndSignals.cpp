@@ -5,6 +5,8 @@
 
 #include <initializer_list>
 
+#include <sys/signalfd.h>
+
 namespace ostra {
 
 sigset_t
@@ -19,6 +21,11 @@ endSignals() noexcept {
       }
    }
    return signals;
+}
+
+int
+toRead( sigset_t const& signals ) noexcept {
+   return signalfd( -1, &signals, SFD_CLOEXEC );
 }
 
 } // namespace ostra

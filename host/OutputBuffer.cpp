@@ -15,18 +15,8 @@
 
 namespace ostra {
 
-namespace {
-
-int
-endSignalsToRead() noexcept {
-   sigset_t const signals = endSignals();
-   return signalfd( -1, &signals, SFD_CLOEXEC );
-}
-
-} // namespace
-
 OutputBuffer::OutputBuffer( int descriptor ) noexcept
-      : descriptor_( descriptor ), signals_( endSignalsToRead() ) {
+      : descriptor_( descriptor ), signals_( toRead( endSignals() ) ) {
    setp( buffer_.data(), buffer_.data() + buffer_.size() );
 }
 

@@ -7,7 +7,9 @@
 
 #include <algorithm>
 
+#include <poll.h>
 #include <time.h>
+#include <unistd.h>
 
 namespace ostra {
 
@@ -15,12 +17,14 @@ using std::chrono::floor;
 using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
-MachineTime::MachineTime() : signals_( endSignals() ) {
+MachineTime::MachineTime( int output )
+      : output_( output ), signals_( endSignals() ), signalsToRead_( toRead( signals_ ) ) {
    sigprocmask( SIG_BLOCK, &signals_, &before_ );
 }
 
 MachineTime::~MachineTime() {
    sigprocmask( SIG_SETMASK, &before_, nullptr );
+   close( signalsToRead_ );
 }
 
 nanoseconds
@@ -33,7 +37,15 @@ MachineTime::isInterrupted( nanoseconds wait ) {
    auto const seconds = floor< std::chrono::seconds >( wait );
    timespec const timeout{ .tv_sec = seconds.count(),
                            .tv_nsec = ( wait - seconds ).count() };
-   return sigtimedwait( &signals_, nullptr, &timeout ) > 0;
+   // Of the output, only that it is of no use any more.
+   pollfd ready[] = { { output_, 0, 0 }, { signalsToRead_, POLLIN, 0 } };
+   if ( ppoll( ready, std::size( ready ), &timeout, nullptr ) <= 0 ) {
+      return false;
+   }
+   // The signal, if it is one, has done what it was sent for.
+   timespec const now{};
+   sigtimedwait( &signals_, nullptr, &now );
+   return true;
 }
 
 Milliseconds

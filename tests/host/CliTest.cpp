@@ -283,6 +283,16 @@ TEST( Cli, ReaderThatLeavesEarlyEndsItQuietly ) {
    EXPECT_EQ( shell( "{ \"$ostra\" types; echo $? >&2; } | head -c 10" ).err, "0\n" );
 }
 
+TEST( Cli, ReaderThatLeavesEarlyEndsTheWaitToo ) {
+   for ( char const* format : { "text", "ndjson" } ) {
+      Outcome const outcome = shell(
+         "{ timeout 20 \"$ostra\" run --real-time --format "s + format +
+         "; echo $? >&2; } | head -1" );
+      EXPECT_NE( outcome.out, "" );
+      EXPECT_EQ( outcome.err, "0\n" ) << format;
+   }
+}
+
 TEST( Cli, OutputThatCannotBeWrittenIsAFailure ) {
    Outcome const outcome = ostraRun( "run >/dev/full" );
    expectRefused( outcome, 1 );

@@ -9,6 +9,8 @@
 
 #include <csignal>
 
+#include <unistd.h>
+
 using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 using testing::ElementsAre;
@@ -86,7 +88,7 @@ TEST_F( RealPacerTest, InterruptEndsEvenTheLongestWait ) {
 }
 
 TEST( MachineTime, NeverGoesBack ) {
-   ostra::MachineTime time;
+   ostra::MachineTime time( STDOUT_FILENO );
    auto const before = time.now();
    EXPECT_GE( time.now(), before );
    EXPECT_FALSE( time.isInterrupted( 0ns ) );
@@ -95,7 +97,7 @@ TEST( MachineTime, NeverGoesBack ) {
 TEST( MachineTime, SignalInterruptsTheWait ) {
    for ( int const signal : { SIGINT, SIGTERM, SIGHUP } ) {
       ostra::SignalAction const action( signal, SIG_DFL );
-      ostra::MachineTime time;
+      ostra::MachineTime time( STDOUT_FILENO );
       std::raise( signal );
       EXPECT_TRUE( time.isInterrupted( 24h ) );
    }
@@ -103,7 +105,29 @@ TEST( MachineTime, SignalInterruptsTheWait ) {
 
 TEST( MachineTime, SignalThatIsIgnoredInterruptsNothing ) {
    ostra::SignalAction const action( SIGHUP, SIG_IGN );
-   ostra::MachineTime time;
+   ostra::MachineTime time( STDOUT_FILENO );
    std::raise( SIGHUP );
    EXPECT_FALSE( time.isInterrupted( 0ns ) );
+}
+
+TEST( MachineTime, OutputThatNobodyReadsInterruptsTheWait ) {
+   int ends[ 2 ];
+   ASSERT_EQ( pipe( ends ), 0 );
+   ostra::MachineTime time( ends[ 1 ] );
+   EXPECT_FALSE( time.isInterrupted( 1ms ) );
+   close( ends[ 0 ] );
+   EXPECT_TRUE( time.isInterrupted( 24h ) );
+   close( ends[ 1 ] );
+}
+
+TEST( MachineTime, WaitsAsLongAsItIsTold ) {
+   int ends[ 2 ];
+   ASSERT_EQ( pipe( ends ), 0 );
+   ostra::MachineTime time( ends[ 1 ] );
+   nanoseconds const begin = time.now();
+   EXPECT_FALSE( time.isInterrupted( 20ms ) );
+   EXPECT_GE( time.now() - begin, 19ms );
+   EXPECT_LT( time.now() - begin, 10s );
+   close( ends[ 0 ] );
+   close( ends[ 1 ] );
 }
