@@ -164,6 +164,12 @@ throwTypeException( std::string_view name, std::string_view expectedType ) {
 }
 
 void
+throwNullException( std::string_view name, std::string_view expectedType ) {
+   throw GenericIfException(
+      quoted( name ) + " is null, not of type " + quoted( expectedType ) );
+}
+
+void
 throwUnknownAttrException( RyxType const* type, AttributeId id ) {
    throw GenericIfException(
       ( type ? type->name().string() : "object" ) + " has no attribute " +

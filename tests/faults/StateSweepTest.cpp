@@ -192,6 +192,7 @@ TEST( DirectoryFaults, AnObjectIsReplacedWithoutMemory ) {
 
 // The same by name.
 struct ByName : WatchedConfig {
+   static constexpr bool isAllOrNothing = true;
    support::Object adapter = support::adapted( config );
    support::Object key = support::valueOf( "Kovel::IntfId", "Port-Channel10" );
 };

@@ -29,6 +29,11 @@ wrongType( std::string const& name, std::string const& expected ) {
    return "\"" + name + "\" is not of type \"" + expected + "\"";
 }
 
+std::string
+isNull( std::string const& name, std::string const& expected ) {
+   return "\"" + name + "\" is null, not of type \"" + expected + "\"";
+}
+
 Ryx::RyxType const&
 type( std::string const& name ) {
    Ryx::RyxType const* const found = Ryx::RyxType::type( Ryx::Name( name ) );

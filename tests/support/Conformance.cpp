@@ -150,7 +150,7 @@ checkFields( Ryx::RyxType const& type ) {
       EXPECT_EQ( refusal( [ & ] { get( value, name, value ); } ), badIndex( name ) );
       EXPECT_EQ(
          refusal( [ & ] { set( value, name, nullptr ); } ),
-         wrongType( name, attr->valueType()->name().string() ) );
+         isNull( name, attr->valueType()->name().string() ) );
    }
    EXPECT_THROW(
       value->attributeOp( { 9999, 0 }, nullptr, nullptr ), Ryx::GenericIfException );

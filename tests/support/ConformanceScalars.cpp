@@ -83,7 +83,8 @@ checkScalars( Ryx::RyxType const& type ) {
          wrongType( subject.attribute, attr.valueType()->name().string() );
       std::string const before = text( subject.get() );
       subject.expectRefusal( strangeValue( attr ), expected );
-      subject.expectRefusal( nullptr, expected );
+      subject.expectRefusal(
+         nullptr, isNull( subject.attribute, attr.valueType()->name().string() ) );
       EXPECT_EQ( text( subject.get() ), before );
       EXPECT_EQ(
          text(

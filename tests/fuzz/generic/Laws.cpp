@@ -197,7 +197,8 @@ has( Object const& object, Ryx::RyxAttr const& collection, Object const& index )
 
 void
 requireArgumentRefusal( std::string const& message ) {
-   bool const ofType = message.find( "\" is not of type \"" ) != std::string::npos;
+   bool const ofType = message.find( "\" is not of type \"" ) != std::string::npos ||
+      message.find( "\" is null, not of type \"" ) != std::string::npos;
    bool const ofMutator = startsWith( message, "null _" ) &&
       message.find( " parameter to mutator for " ) != std::string::npos;
    bool const promised = ofType || ofMutator || message == "null ValidPtr" ||
