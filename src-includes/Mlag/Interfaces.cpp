@@ -206,7 +206,7 @@ MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
          " to errdisable cause ",
          NameOf{ *mlagissuCause_ } );
       if ( startChanges_ ) {
-         startChanges_->held.push_back( intfId );
+         startChanges_->cause.add( intfId );
       }
       mlagissuCause_->intfStatusIs( intfId, Ryx::now() );
    }
@@ -220,40 +220,54 @@ MlagErrdisableSm::settleSnooping( Kovel::IntfId intfId, Kovel::IntfId portChanne
          "Removing ",
          portChannel,
          " from igmpsnooping forceEnabledPorts" );
-      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+      endForcing( portChannel );
       return;
    }
    trace(
       intfStatusSite( 9 ), "Adding ", portChannel, " to igmpsnooping forceEnabledPorts " );
+   bool const wasForced = portChannelTracker_.borrowed( portChannel ) ||
+      igmpsnoopingConfig_->forceEnabledPorts( portChannel );
+   if ( startChanges_ && !wasForced ) {
+      startChanges_->snooping.add( portChannel );
+   }
    igmpsnoopingConfig_->forceEnabledPortsIs( portChannel, true );
    try {
-      recordMember( intfId, portChannel );
+      recordMember( intfId, portChannel, wasForced );
    } catch ( ... ) {
-      forgetUnrecorded( portChannel );
+      // Without a recorded member nobody would ever end the forcing.
+      if ( !wasForced && !portChannelTracker_.borrowed( portChannel ) ) {
+         igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+      }
       throw;
    }
 }
 
 void
-MlagErrdisableSm::recordMember( Kovel::IntfId intfId, Kovel::IntfId portChannel ) {
-   auto tracker = portChannelTracker( portChannel );
-   if ( !tracker ) {
-      tracker =
-         PortChannelTracker::PortChannelTrackerIs( portChannel, igmpsnoopingConfig_ );
-      portChannelTrackerIs( tracker );
+MlagErrdisableSm::recordMember(
+   Kovel::IntfId intfId, Kovel::IntfId portChannel, bool wasForced ) {
+   if ( auto const present = portChannelTracker( portChannel ) ) {
+      memberToPortChannelIs( intfId, present );
+      return;
    }
-   memberToPortChannelIs( intfId, tracker );
+   auto const tracker =
+      PortChannelTracker::PortChannelTrackerIs( portChannel, igmpsnoopingConfig_ );
+   try {
+      portChannelTrackerIs( tracker );
+      memberToPortChannelIs( intfId, tracker );
+   } catch ( ... ) {
+      portChannelTrackerDel( portChannel );
+      if ( wasForced ) {
+         tracker->release();
+      }
+      throw;
+   }
 }
 
-// Without a recorded member nobody would ever take the port-channel out of
-// forceEnabledPorts.
 void
-MlagErrdisableSm::forgetUnrecorded( Kovel::IntfId portChannel ) {
-   auto const tracker = portChannelTracker( portChannel );
-   if ( !tracker ) {
-      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
-   } else if ( !hasRecordedMembers( *tracker ) ) {
-      portChannelTrackerDel( portChannel );
+MlagErrdisableSm::endForcing( Kovel::IntfId portChannel ) {
+   auto record = igmpsnoopingConfig_->forceEnabledPortsTake( portChannel );
+   if ( startChanges_ ) {
+      startChanges_->snooping.remove( std::move( record ) );
    }
 }
 
@@ -275,7 +289,7 @@ MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    auto const* const directory = lagInputIntfStatus_.borrowed();
    auto const status = directory ? directory->intfStatus( portChannel ) : nullptr;
    if ( !status || !trackLink( status ) ) {
-      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+      endForcing( portChannel );
    }
 }
 

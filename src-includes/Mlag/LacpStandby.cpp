@@ -79,7 +79,7 @@ void
 MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
    trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
    prepareStandby( portChannel );
-   igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+   endForcing( portChannel );
    if ( lagsInStandby( portChannel ) ) {
       return;
    }

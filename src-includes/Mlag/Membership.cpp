@@ -26,7 +26,7 @@ PortChannelTracker::~PortChannelTracker() {
 void
 PortChannelTracker::handleDestroyed() {
    trace( 8, __PRETTY_FUNCTION__, " for ", intfId_ );
-   if ( igmpsnoopingConfig_ ) {
+   if ( igmpsnoopingConfig_ && isGuard_ ) {
       igmpsnoopingConfig_->forceEnabledPortsDel( intfId_ );
    }
 }

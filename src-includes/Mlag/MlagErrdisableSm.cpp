@@ -72,18 +72,17 @@ mlagErrdisableSmFactory(
    Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   return Ryx::validPtr( Ryx::make< MlagErrdisableSm >(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig ) );
+   return Ryx::validPtr( Ryx::make< MlagErrdisableSm >( SmInputs{ mlagConfig,
+                                                                  mlagStatus,
+                                                                  ethPhyIntfStatus,
+                                                                  ethPhyIntfConfig,
+                                                                  lagInputIntfStatus,
+                                                                  lacpOverride,
+                                                                  mlagissuCause,
+                                                                  igmpsnoopingConfig,
+                                                                  mlagProtoStatus,
+                                                                  lagInputConfig,
+                                                                  lacpConfig } ) );
 }
 
 void
@@ -130,14 +129,26 @@ MlagErrdisableSm::start() {
    }
 }
 
-// What a machine that will not be there to release it has held: another one's holds stay.
+// The outputs become what they were. The machine will not be there to release what it has
+// held, and another one goes on with what it has released.
 void
-MlagErrdisableSm::takeBack( StartChanges const& changes ) {
+MlagErrdisableSm::takeBack( StartChanges& changes ) {
    for ( Kovel::IntfId const portChannel : changes.standby ) {
       stayInStandbyIs( portChannel, false );
    }
-   for ( Kovel::IntfId const intfId : changes.held ) {
+   for ( Kovel::IntfId const intfId : changes.cause.added ) {
       mlagissuCause_->intfStatusDel( intfId );
+   }
+   changes.cause.restore(
+      [ & ]( auto record ) { mlagissuCause_->intfStatusPut( std::move( record ) ); } );
+   for ( Kovel::IntfId const portChannel : changes.snooping.added ) {
+      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
+   }
+   changes.snooping.restore( [ & ]( auto record ) {
+      igmpsnoopingConfig_->forceEnabledPortsPut( std::move( record ) );
+   } );
+   for ( auto it = portChannelTrackerIteratorConst(); it; ++it ) {
+      it->value()->release();
    }
    mlagProtoStatus_->portsErrdisabledIs( changes.portsErrdisabled );
    mlagProtoStatus_->portsErrdisabledWhenIs( changes.portsErrdisabledWhen );

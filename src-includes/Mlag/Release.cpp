@@ -86,13 +86,21 @@ MlagErrdisableSm::releasePorts( bool mlag ) {
    for ( auto it = mlagissuCause_->intfStatusIteratorConst(); it; ++it ) {
       Kovel::IntfId const intfId = it.key();
       if ( mlagLink( intfId ) == mlag ) {
-         mlagissuCause_->intfStatusDel( intfId );
+         releasePort( intfId );
          maybeTrackIntfStatus( intfId );
       } else {
          left = true;
       }
    }
    return left;
+}
+
+void
+MlagErrdisableSm::releasePort( Kovel::IntfId intfId ) {
+   auto record = mlagissuCause_->intfStatusTake( intfId );
+   if ( startChanges_ ) {
+      startChanges_->cause.remove( std::move( record ) );
+   }
 }
 
 void

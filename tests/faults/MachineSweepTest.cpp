@@ -9,6 +9,7 @@
 #include <Mlag/SmReactors>
 #include <OstraMlag/EthPeerIntfStatusReactor>
 #include <OstraMlag/OstraMlag>
+#include <support/ByName>
 #include <support/MachineInputs>
 #include <support/SimulatedTime>
 
@@ -116,15 +117,66 @@ TEST( MachineFaults, AStartThatFailsDoesNotDisturbTheMachineThatRuns ) {
          EXPECT_GT( nth, 1u );
          return;
       }
-      // Its trackers take the port-channel along.
       EXPECT_EQ( before, "held forced delay 100.000000" );
-      EXPECT_TRUE( scene.state().starts_with( "held " ) );
-      EXPECT_TRUE( scene.state().ends_with( "delay 100.000000" ) );
+      EXPECT_EQ( scene.state(), before );
       scene.time.value = 400;
       Ryx::activityManager()->clock()->handleTime();
       // What is forced waits for the port-channel's link.
       EXPECT_TRUE( scene.state() == "inf" || scene.state() == "forced inf" );
    }
+}
+
+// An agent's machine that is replaced by one that releases a port and then holds another.
+struct Replace : Switch {
+   static constexpr bool isAllOrNothing = true;
+   Replace() {
+      ethPhyIntfStatus->intfStatusIs( Ryx::make< Interface::EthPhyIntfStatus >( free ) );
+      setIn( *agent );
+      time.value = 200;
+      other = *this;
+      // Nothing but the length of the other class's period is different.
+      other.mlagConfig = Ryx::make< Mlag::Config >( "other" );
+      auto const& from = *mlagConfig;
+      auto& to = *other.mlagConfig;
+      to.enabledIs( from.enabled() );
+      to.domainIdIs( from.domainId() );
+      to.localInterfaceIs( from.localInterface() );
+      to.peerAddressIs( from.peerAddress() );
+      to.peerLinkIntfIs( from.peerLinkIntf() );
+      to.intfConfigIs( portChannel, from.intfConfig( portChannel ) );
+      to.reloadDelayIs( from.reloadDelay() );
+      to.reloadDelayNonMlagConfiguredIs( true );
+      to.reloadDelayNonMlagIs( 50 );
+   }
+   void act() { other.setIn( *agent ); }
+   std::string state() const {
+      bool const isReplaced = agent->mlagErrdisableSm()->mlagConfig() == other.mlagConfig;
+      return Switch::state() + ( isReplaced ? " replaced " : " " ) +
+         std::to_string( mlagissuCause->intfStatus( port ).when ) + " " +
+         std::to_string( mlagissuCause->intfStatus( free ).when );
+   }
+
+   SimulatedTime time{ 100 };
+   IntfId const free{ "Ethernet2" };
+   support::MachineInputs other;
+   Ptr< OstraMlag::Agent > agent = OstraMlag::agentFactory( "agent" );
+};
+
+TEST( MachineFaults, AMachineThatCannotBeReplacedGoesOnAndSoDoTheOutputs ) {
+   sweep< Replace >();
+}
+
+// Its place is taken by one that puts the port-channel into standby.
+struct ReplaceByStandby : Replace {
+   ReplaceByStandby() {
+      other.mlagConfig->lacpStandbyIs( true );
+      other.lacpOverride = Ryx::make< Lag::Input::LacpOverrideDir >( "other" );
+      other.lacpOverride->lagIdConfigIs( portChannel, mlagStatus->systemId() );
+   }
+};
+
+TEST( MachineFaults, AMachineThatCannotBeReplacedByAStandbyGoesOn ) {
+   sweep< ReplaceByStandby >();
 }
 
 struct SetStandby : Held {
@@ -220,6 +272,35 @@ struct Watch : Held {
       return watched ? "watched" : "not watched";
    }
 };
+// By name an operation that cannot be answered is not done.
+struct ByName : Held {
+   static constexpr bool isAllOrNothing = true;
+   support::Object adapter = support::adapted( sm );
+};
+struct SnapshotByName : ByName {
+   void act() { support::setMember( adapter, "portChannelToMember", key, nullptr ); }
+   std::string state() const {
+      return sm->portChannelToMember( IntfId( "Port-Channel20" ) ) ? "made" : "not made";
+   }
+   support::Object key = support::valueOf( "Kovel::IntfId", "Port-Channel20" );
+};
+struct RemoveByName : ByName {
+   void act() {
+      support::del(
+         adapter, "intfConfig", support::valueOf( "Kovel::IntfId", "Ethernet1" ) );
+   }
+   std::string state() const { return sm->intfConfig( port ) ? "there" : "removed"; }
+};
+struct RemoveInputByName : ByName {
+   void act() { support::del( adapter, "lacpOverride" ); }
+   std::string state() const { return sm->lacpOverride() ? "there" : "removed"; }
+};
+struct CallByName : ByName {
+   void act() { support::get( adapter, "doClearErrdisableMlagIntfStatus_" ); }
+   std::string state() const {
+      return mlagissuCause->intfStatusHas( port ) ? "held" : "released";
+   }
+};
 struct ReplaceInput : Held {
    void act() { sm->mlagStatusIs( other ); }
    std::string state() const { return sm->mlagStatus() == other ? "new" : "old"; }
@@ -232,6 +313,22 @@ TEST( MachineFaults, AMemberObjectIsMadeOrNot ) {
 
 TEST( MachineFaults, AStatusIsWatchedOrNot ) {
    sweep< Watch >();
+}
+
+TEST( MachineFaults, AMemberObjectIsMadeByNameOrNot ) {
+   sweep< SnapshotByName >();
+}
+
+TEST( MachineFaults, AMemberIsRemovedByNameOrNot ) {
+   sweep< RemoveByName >();
+}
+
+TEST( MachineFaults, AnInputIsRemovedByNameOrNot ) {
+   sweep< RemoveInputByName >();
+}
+
+TEST( MachineFaults, AnOperationIsCalledByNameOrNot ) {
+   sweep< CallByName >();
 }
 
 TEST( MachineFaults, AnInputIsReplacedOrNot ) {
@@ -286,6 +383,32 @@ struct ReplacePeer : Peer {
    ReplacePeer() { set( first, ethFirst ); }
    void act() { set( second, ethSecond ); }
 };
+
+// By name.
+struct SetPeerByName : Peer {
+   static constexpr bool isAllOrNothing = true;
+   void act() {
+      support::set(
+         adapter,
+         "ethPeerIntfStatusReactor",
+         support::listOf( { { "notifier", support::adapted( first ) },
+                            { "ethIntfStatusDir", support::adapted( ethFirst ) },
+                            { "allIntfStatusDir", support::adapted( all ) } } ) );
+   }
+   support::Object adapter = support::adapted( agent );
+};
+struct RemovePeerByName : SetPeerByName {
+   RemovePeerByName() { SetPeerByName::act(); }
+   void act() { support::del( adapter, "ethPeerIntfStatusReactor" ); }
+};
+
+TEST( AgentFaults, APeerReactorIsMadeByNameOrNot ) {
+   sweep< SetPeerByName >();
+}
+
+TEST( AgentFaults, APeerReactorIsRemovedByNameOrNot ) {
+   sweep< RemovePeerByName >();
+}
 
 TEST( AgentFaults, APeerReactorIsMadeOrNot ) {
    sweep< SetPeer >();
