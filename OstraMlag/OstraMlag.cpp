@@ -10,6 +10,16 @@ namespace OstraMlag {
 
 namespace {
 
+// Switched on, as all children are.
+Ryx::Ptr< Agent::ErrdisableSm >
+newMachine( Mlag::Ostra::SmInputs const& inputs ) {
+   auto created = inputs.apply( []( auto const&... input ) {
+      return Mlag::Ostra::mlagErrdisableSmFactory( input... );
+   } );
+   created->hasNotificationActiveIs( true );
+   return created;
+}
+
 // An observer of the end of the child before may have removed the new one already, which
 // must then stay switched off.
 template< class Child >
@@ -63,28 +73,17 @@ Agent::ethPeerIntfStatusReactorIs(
       present->notifierIs( notifier );
       return present;
    }
-   auto watched = present ? present->notifier() : nullptr;
-   bool const wasRegistered = present && present->isRegisteredNotifiee();
-   if ( present ) {
+   // Where another one is refused the present one has not been touched.
+   auto created = Ryx::validPtr(
+      newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+   if ( present && present == ethPeerIntfStatusReactor_ ) {
       present->notifierIs( notifier );
    }
-   try {
-      auto created = Ryx::validPtr(
-         newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
-      // Observers of their end are told before the new one is switched on.
-      watched = nullptr;
-      present = nullptr;
-      ethPeerIntfStatusReactor_ = created;
-      switchOnStored( created, ethPeerIntfStatusReactor_ );
-      return created;
-   } catch ( ... ) {
-      // Without another one the present one goes on as it was, if it is still present.
-      if ( present && present == ethPeerIntfStatusReactor_ ) {
-         present->notifierIs( watched );
-         present->isRegisteredNotifieeIs( wasRegistered );
-      }
-      throw;
-   }
+   // Observers of their end are told before the new one is switched on.
+   present = nullptr;
+   ethPeerIntfStatusReactor_ = created;
+   switchOnStored( created, ethPeerIntfStatusReactor_ );
+   return created;
 }
 
 Ryx::Ptr< EthPeerIntfStatusReactor >
@@ -121,34 +120,15 @@ Agent::mlagErrdisableSmIs(
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
    Ryx::Ptr< Agent > const alive( this );
-   if (
-      mlagErrdisableSm_ &&
-      mlagErrdisableSm_->inputs() ==
-         Mlag::Ostra::SmInputs{ mlagConfig,
-                                mlagStatus,
-                                ethPhyIntfStatus,
-                                ethPhyIntfConfig,
-                                lagInputIntfStatus,
-                                lacpOverride,
-                                mlagissuCause,
-                                igmpsnoopingConfig,
-                                mlagProtoStatus,
-                                lagInputConfig,
-                                lacpConfig } ) {
+   Mlag::Ostra::SmInputs const inputs{
+      mlagConfig,         mlagStatus,     ethPhyIntfStatus, ethPhyIntfConfig,
+      lagInputIntfStatus, lacpOverride,   mlagissuCause,    igmpsnoopingConfig,
+      mlagProtoStatus,    lagInputConfig, lacpConfig
+   };
+   if ( mlagErrdisableSm_ && mlagErrdisableSm_->inputs() == inputs ) {
       return mlagErrdisableSm_;
    }
-   auto created = Ryx::validPtr( newMlagErrdisableSm(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig ) );
+   auto created = Ryx::validPtr( newMachine( inputs ) );
    mlagErrdisableSm_ = created;
    switchOnStored( created, mlagErrdisableSm_ );
    return created;
@@ -167,20 +147,17 @@ Agent::newMlagErrdisableSm(
    Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   auto created = Mlag::Ostra::mlagErrdisableSmFactory(
-      mlagConfig,
-      mlagStatus,
-      ethPhyIntfStatus,
-      ethPhyIntfConfig,
-      lagInputIntfStatus,
-      lacpOverride,
-      mlagissuCause,
-      igmpsnoopingConfig,
-      mlagProtoStatus,
-      lagInputConfig,
-      lacpConfig );
-   created->hasNotificationActiveIs( true );
-   return created;
+   return newMachine( { mlagConfig,
+                        mlagStatus,
+                        ethPhyIntfStatus,
+                        ethPhyIntfConfig,
+                        lagInputIntfStatus,
+                        lacpOverride,
+                        mlagissuCause,
+                        igmpsnoopingConfig,
+                        mlagProtoStatus,
+                        lagInputConfig,
+                        lacpConfig } );
 }
 
 Ryx::Ptr< Agent::ErrdisableSm >

@@ -383,6 +383,39 @@ TEST_F( AgentTest, AReactorThatIsRemovedWhileAnotherCannotBeMadeStaysOff ) {
    EXPECT_EQ( oldPeer->notifieeCount(), 0u );
 }
 
+// Sets another reactor, once, when it hears of a peer status before the present one does.
+class PeerObserver final : public Interface::PeerIntfStatusDir::NotifieeConst {
+ public:
+   using NotifieeConst::onIntfStatus;
+   void onIntfStatus( IntfId ) override {
+      if ( auto const once = std::exchange( action, nullptr ) ) {
+         once();
+      }
+   }
+   std::function< void() > action;
+};
+
+TEST_F( AgentTest, AReplacementThatIsRefusedWithinADeliveryLeavesThePresentOneItsTurn ) {
+   auto const observer = Ryx::make< PeerObserver >();
+   observer->notifierIs( dirs.peer );
+   observer->isRegisteredNotifieeIs( true );
+   auto const reactor = setReactor();
+   auto const old = dirs;
+   observer->action = [ & ] {
+      dirs.peer = Ryx::make< Interface::PeerIntfStatusDir >( "other" );
+      dirs.peerIs( "PeerEthernet9" );
+      dirs.all = nullptr;
+      EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
+      dirs = old;
+   };
+   auto const status = dirs.peerIs( "PeerEthernet1" );
+   EXPECT_FALSE( observer->action );
+   EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
+   EXPECT_EQ( dirs.eth->intfStatus( IntfId( "PeerEthernet1" ) ), status );
+   EXPECT_EQ( dirs.all->intfStatus( IntfId( "PeerEthernet1" ) ), status );
+   EXPECT_FALSE( dirs.eth->intfStatus( IntfId( "PeerEthernet9" ) ) );
+}
+
 // Hears of the agent itself.
 class AgentObserver final : public Agent::NotifieeConst {
  public:
