@@ -4,6 +4,7 @@
 #include <Ryx/PluginLibrary>
 
 #include <Ryx/Exception>
+#include <Ryx/RefusedUnit>
 #include <Ryx/VersionNote>
 
 #include <bit>
@@ -148,6 +149,32 @@ loadedFrom( void* handle, String8 const& name ) {
    return dlinfo( handle, RTLD_DI_LINKMAP, &map ) == 0 && *map->l_name ? map->l_name : name;
 }
 
+// Where the object with that address has been loaded to.
+void const*
+loadedAt( void const* address ) {
+   Dl_info info;
+   return dladdr( address, &info ) ? info.dli_fbase : nullptr;
+}
+
+// Throws the reason of the first unit that was refused after `known`, or in the library: one
+// that stayed in memory when it was refused before has no other chance.
+void
+checkRegistration( void* handle, RefusedUnit const* known ) {
+   link_map const* map = nullptr;
+   dlinfo( handle, RTLD_DI_LINKMAP, &map );
+   RefusedUnit const* first = nullptr;
+   bool isNew = true;
+   for ( auto const* unit = RefusedUnit::last(); unit; unit = unit->before() ) {
+      isNew = isNew && unit != known;
+      if ( isNew || ( map && loadedAt( unit ) == loadedAt( map->l_ld ) ) ) {
+         first = unit;
+      }
+   }
+   if ( first ) {
+      throwRangeException( first->reason() );
+   }
+}
+
 bool
 hasPath( String8 const& name ) {
    return name.find( '/' ) != String8::npos;
@@ -165,6 +192,7 @@ PluginLibrary::PluginLibrary( String8 const& path ) {
    if ( LibraryFile file( path ); hasPath( path ) && file.isReadable() ) {
       checkVersion( file.frameworkVersion() );
    }
+   RefusedUnit const* const refusedBefore = RefusedUnit::last();
    handle_ = dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL );
    if ( !handle_ ) {
       throwLoaderError( path );
@@ -172,6 +200,7 @@ PluginLibrary::PluginLibrary( String8 const& path ) {
    try {
       path_ = loadedFrom( handle_, path );
       checkVersion( builtFor( path_ ) );
+      checkRegistration( handle_, refusedBefore );
    } catch ( ... ) {
       dlclose( handle_ );
       throw;

@@ -25,6 +25,7 @@ RyxAttr::RyxAttr(
 
 namespace {
 
+// In the words of a message: "attribute 258 "colour"".
 String8
 numbered( RyxAttr const& attr ) {
    return std::to_string( attr.id() ) + " \"" + attr.name().string() + "\"";
@@ -38,16 +39,19 @@ typed( String8 const& what, RyxType const* type ) {
 
 } // namespace
 
-// The attribute cannot become another one: those who use it have read what it is.
+// The attribute cannot become another one: those who use it have read what it is. Nor can a
+// type declare the one of its base again.
 void
-RyxAttr::refuseOther( RyxAttr const& other ) const {
+RyxAttr::refuseOther( RyxAttr const& other, RyxType const& type ) const {
    auto const refuse = [ & ]( String8 const& difference ) {
       throwRangeException(
-         "attribute " + numbered( other ) + " of " + owningType_->name().string() +
+         "attribute " + numbered( other ) + " of " + type.name().string() +
          " is already registered " + difference );
    };
-   if ( id_ != other.id_ || name_ != other.name_ ) {
-      refuse( "as " + numbered( *this ) );
+   bool const isInherited = owningType_ != &type;
+   if ( id_ != other.id_ || name_ != other.name_ || isInherited ) {
+      String8 const base = isInherited ? " of " + owningType_->name().string() : "";
+      refuse( "as " + numbered( *this ) + base );
    }
    if ( valueType_ != other.valueType_ ) {
       refuse( typed( "value type", valueType_ ) );
@@ -78,11 +82,18 @@ RyxAttr::attrIs(
    attr->indexType_ = indexType;
    attr->arguments_ = std::move( arguments );
    attr->flags_ = flags;
-   for ( auto const& known : type->attributeQ_ ) {
-      if ( known->id_ == id || known->name_ == attr->name_ ) {
-         known->refuseOther( *attr );
-         return known;
+   for ( RyxType const* of = type.ptr(); of; of = of->baseType_ ) {
+      for ( auto const& known : of->attributeQ_ ) {
+         if ( known->id_ == id || known->name_ == attr->name_ ) {
+            known->refuseOther( *attr, *type );
+            return known;
+         }
       }
+   }
+   if ( type->isRegistered_ ) {
+      throwRangeException(
+         type->name().string() + " is already registered without attribute " +
+         numbered( *attr ) );
    }
    type->attributeQ_.push_back( attr );
    return attr;
@@ -128,17 +139,50 @@ RyxType::scope() const {
    return colons == String8::npos ? Name() : Name( full.substr( 0, colons ) );
 }
 
+// Stores one fact of a type, or compares it with what is known.
+template< class Fact >
 void
-RyxType::shapeIs( RyxType* baseType, std::size_t size, ValueKind kind ) {
-   baseType_ = baseType;
-   size_ = size;
-   kind_ = kind;
+RyxType::factIs( Fact& known, Fact fact, std::string_view difference ) {
+   if ( !isRegistered_ ) {
+      known = std::move( fact );
+   } else if ( known != fact ) {
+      throwRangeException(
+         name_.string() + " is already registered " + String8( difference ) );
+   }
+}
+
+void
+RyxType::isEntityIs( bool entity ) {
+   factIs( flags_.isEntity, entity, flags_.isEntity ? "as an entity" : "as no entity" );
+}
+
+void
+RyxType::shapeIs( RyxType* baseType, ValueKind kind ) {
+   factIs( kind_, kind, "as a type of another kind" );
+   factIs( baseType_, baseType, typed( "base type", baseType_ ) );
+}
+
+void
+RyxType::sizeIs( std::size_t size ) {
+   factIs( size_, size, "with a size of " + std::to_string( size_ ) + " bytes" );
+}
+
+void
+RyxType::attributeCountIs( std::size_t count ) const {
+   if ( attributeQ_.size() != count ) {
+      throwRangeException( name_.string() + " is already registered with more attributes" );
+   }
+}
+
+void
+RyxType::enumeratorsAre( std::vector< Name > names ) {
+   factIs( enumerators_, std::move( names ), "with other enumerators" );
 }
 
 void
 RyxType::constructorIs( RyxType* constructedType, std::vector< RyxArgument > arguments ) {
-   constructedType_ = constructedType;
-   constructorArguments_ = std::move( arguments );
+   factIs( constructedType_, constructedType, "with another constructor" );
+   factIs( constructorArguments_, std::move( arguments ), "with another constructor" );
 }
 
 RyxType::Code const&
@@ -164,6 +208,21 @@ RyxType::codeIs( void const* unit, Code const& code ) {
 void
 RyxType::codeDel( void const* unit ) noexcept {
    std::erase_if( codes_, [ unit ]( auto const& entry ) { return entry.first == unit; } );
+}
+
+void
+RyxType::registrationDel( void const* unit ) noexcept {
+   codeDel( unit );
+   if ( !isRegistered_ ) {
+      baseType_ = nullptr;
+      flags_ = {};
+      size_ = 0;
+      kind_ = ValueKind::none;
+      enumerators_.clear();
+      attributeQ_.clear();
+      constructedType_ = nullptr;
+      constructorArguments_.clear();
+   }
 }
 
 RyxType::AttributeQ

@@ -127,10 +127,16 @@ TEST_F( UnitRegistrationTest, AUnitThatDescribesATypeOtherwiseIsRefused ) {
    RyxType const* const colour = RyxType::type( "Test::Unit::Colour" );
    auto const size = lamp->size();
    using OtherUnit = Ryx::UnitRegistration< Colour, OtherLamp >;
-   EXPECT_EQ(
-      support::refusal( [] { OtherUnit other( "Test::Unit" ); } ),
-      "attribute 258 \"brightness\" of Test::Unit::Lamp is already registered as 258 "
-      "\"colour\"" );
+   {
+      OtherUnit const other( "Test::Unit" );
+      EXPECT_EQ(
+         other.refusal(),
+         "attribute 258 \"brightness\" of Test::Unit::Lamp is already registered as 258 "
+         "\"colour\"" );
+      EXPECT_NE( Ryx::RefusedUnit::last(), nullptr );
+   }
+   EXPECT_EQ( Ryx::RefusedUnit::last(), nullptr );
+   EXPECT_EQ( unit->refusal(), "" );
    EXPECT_EQ( lamp->size(), size );
    EXPECT_EQ( lamp->attributeQ().size(), 2u );
    EXPECT_TRUE( Ryx::IntrospectionReactor::global().scopes().empty() );

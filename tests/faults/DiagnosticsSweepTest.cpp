@@ -154,6 +154,10 @@ template< class... Types >
 void
 registerUnit() {
    Ryx::UnitRegistration< Types... > const unit( "Faults" );
+   if ( !unit.refusal().empty() ) {
+      EXPECT_EQ( unit.refusal(), "out of memory" );
+      throw std::bad_alloc();
+   }
 }
 
 void
@@ -167,7 +171,7 @@ expectRegistered( std::string_view name ) {
    EXPECT_TRUE( type->isNondestructing() );
 }
 
-// What has been registered stays, so that each failure comes a little further.
+// What a refused unit has said of its types is taken back.
 template< class... Types >
 void
 registerWithFaults() {

@@ -203,6 +203,19 @@ TEST( Cli, PluginWhoseAgentHasNotTheTwoChildrenIsStatus3 ) {
       ": OstraMlag::Agent has no child mlagErrdisableSm\n" );
 }
 
+TEST( Cli, PluginThatContradictsWhatIsRegisteredIsStatus3 ) {
+   for ( char const* command : { "run", "check", "types" } ) {
+      Outcome const outcome =
+         ostraRun( command + " --plugin " OSTRA_CONTRADICTING_PLUGIN " -"s, "{}" );
+      expectRefused( outcome, 3 );
+      EXPECT_EQ(
+         outcome.err,
+         "plug-in " OSTRA_CONTRADICTING_PLUGIN
+         ": attribute 258 \"speed\" of Mlag::Config is already registered as 258 "
+         "\"enabled\"\n" );
+   }
+}
+
 TEST( Cli, CheckLoadsAPluginThatIsNamed ) {
    for ( char const* plugin : { "/nonexistent.so", OSTRA_CHILDLESS_PLUGIN } ) {
       expectRefused( ostraRun( "check --plugin "s + plugin + " -", "{}" ), 3 );

@@ -110,6 +110,21 @@ TEST( PluginLibrary, ThatCannotBeLoadedIsRefusedWithTheLoadersReason ) {
    EXPECT_EQ( PluginLibrary::builtFor( "/tmp" ), "" );
 }
 
+// Each time, and nothing of what it says stays.
+TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
+   auto const* const config = Ryx::RyxType::type( Ryx::Name( "Mlag::Config" ) );
+   auto const attributes = config->attributeQ();
+   for ( int i = 0; i < 2; ++i ) {
+      EXPECT_EQ(
+         loading( OSTRA_CONTRADICTING_PLUGIN ),
+         "attribute 258 \"speed\" of Mlag::Config is already registered as 258 "
+         "\"enabled\"" );
+   }
+   EXPECT_EQ( config->attributeQ(), attributes );
+   EXPECT_NE( config->code().construct, nullptr );
+   EXPECT_EQ( loading( OSTRA_PLUGIN ), "" );
+}
+
 // A broken file has a version or none; whatever it has is read from within it.
 TEST( PluginLibrary, BrokenFilesSayNoVersion ) {
    PatchedCopy const copy( Ryx::frameworkVersion, Ryx::frameworkVersion );
