@@ -32,18 +32,6 @@ Clock::nextTimeMin() const noexcept {
    return armed_.front().time;
 }
 
-unsigned
-Clock::handleTime() {
-   Ptr< Clock const > const alive( this );
-   unsigned calls = 0;
-   while ( !armed_.empty() && armed_.front().time <= now() ) {
-      Ptr< NotifieeConst > const due( armed_.front().notifiee );
-      due->wake();
-      ++calls;
-   }
-   return calls;
-}
-
 // Makes room for one more.
 void
 Clock::watcherIs() const {
@@ -146,6 +134,30 @@ Clock::disarm( NotifieeConst* notifiee ) const noexcept {
    if ( last.notifiee != notifiee ) {
       settle( last, place );
    }
+}
+
+unsigned
+Clock::handleTime() {
+   unsigned calls = 0;
+   if ( !isDue() ) {
+      return calls;
+   }
+   Delivery delivery( *this );
+   do {
+      NotifieeConst& due = *armed_.front().notifiee;
+      Delivery::Turn const turn( delivery, due );
+      if ( !due.isDeferred() || !due.queue() ) [[likely]] {
+         due.leave();
+         due.unfired_ = false;
+         try {
+            due.onTime();
+         } catch ( ... ) {
+            delivery.handleException( due, timeAttributeId );
+         }
+      }
+      ++calls;
+   } while ( isDue() );
+   return calls;
 }
 
 Clock::NotifieeConst::~NotifieeConst() {
@@ -257,19 +269,18 @@ Clock::NotifieeConst::rearm() const noexcept {
    }
 }
 
-void
-Clock::NotifieeConst::wake() {
-   ActivityConfig* const activity = isDeferred() ? ryxFwkActivity() : nullptr;
-   if ( activity ) {
-      activity->notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
+// False when it has lost its activity since it registered.
+bool
+Clock::NotifieeConst::queue() {
+   ActivityConfig* const activity = ryxFwkActivity();
+   if ( !activity ) {
+      return false;
    }
+   activity->notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
    leave();
    unfired_ = false;
-   if ( activity ) {
-      timePending_ = true;
-   } else {
-      callExpecting( *this, timeAttributeId, [ this ] { onTime(); } );
-   }
+   timePending_ = true;
+   return true;
 }
 
 } // namespace Ryx

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <Ryx/Notifiee>
+#include <Ryx/Delivery>
 
-#include <new>
 #include <utility>
 
 namespace Ryx {
@@ -38,122 +37,51 @@ Notifier::zeroReferencesIs( bool ) {
 void
 Notifier::link( NotifieeConst* notifiee ) const noexcept {
    ( tail_ ? tail_->next_ : head_ ) = notifiee;
-   tail_ = notifiee;
+   notifiee->before_ = std::exchange( tail_, notifiee );
    ++count_;
    notifiee->registration_ = ++modifications_;
 }
 
 void
 Notifier::unlink( NotifieeConst* notifiee ) const noexcept {
-   NotifieeConst* before = nullptr;
-   NotifieeConst** link = &head_;
-   while ( *link != notifiee ) {
-      before = *link;
-      link = &before->next_;
-   }
-   *link = notifiee->next_;
-   notifiee->next_ = nullptr;
-   if ( tail_ == notifiee ) {
-      tail_ = before;
-   }
+   Delivery::listChanges( *this );
+   NotifieeConst* const before = notifiee->before_;
+   NotifieeConst* const next = std::exchange( notifiee->next_, nullptr );
+   ( before ? before->next_ : head_ ) = next;
+   ( next ? next->before_ : tail_ ) = before;
    --count_;
    ++modifications_;
 }
 
 void
 Notifier::park( NotifieeConst* notifiee ) const noexcept {
-   notifiee->next_ = parked;
-   parked = notifiee;
+   if ( parked ) {
+      parked->before_ = notifiee;
+   }
+   notifiee->next_ = std::exchange( parked, notifiee );
+   notifiee->before_ = nullptr;
    hasParked_ = 1;
 }
 
 void
 Notifier::unpark( NotifieeConst* notifiee ) noexcept {
-   NotifieeConst** link = &parked;
-   while ( *link != notifiee ) {
-      link = &( *link )->next_;
+   NotifieeConst* const before = notifiee->before_;
+   NotifieeConst* const next = std::exchange( notifiee->next_, nullptr );
+   ( before ? before->next_ : parked ) = next;
+   if ( next ) {
+      next->before_ = before;
    }
-   *link = notifiee->next_;
-   notifiee->next_ = nullptr;
 }
 
 void
 Notifier::abandonParked() const noexcept {
-   NotifieeConst** link = &parked;
-   while ( NotifieeConst* notifiee = *link ) {
+   NotifieeConst* next = nullptr;
+   for ( NotifieeConst* notifiee = parked; notifiee; notifiee = next ) {
+      next = notifiee->next_;
       if ( notifiee->notifier_ == this ) {
-         *link = std::exchange( notifiee->next_, nullptr );
+         unpark( notifiee );
          notifiee->notifierLost();
-      } else {
-         link = &notifiee->next_;
       }
-   }
-}
-
-bool
-Delivery::hasRoom() noexcept {
-   auto** const room = new ( std::nothrow ) NotifieeConst*[ size_ ];
-   if ( room ) {
-      snapshot_ = room;
-   }
-   return room;
-}
-
-// Takes as many as fit of those that were registered when the delivery began; false when
-// none is left. How far it is along the list is reckoned from the last one taken, so that
-// registrations may wrap around.
-bool
-Delivery::takePiece() noexcept {
-   size_ = 0;
-   for ( auto* notifiee = notifier_->head_; notifiee && size_ < inlineSize;
-         notifiee = notifiee->next_ ) {
-      if ( notifiee->registration_ - taken_ - 1 < modifications_ - taken_ ) {
-         hold( notifiee, singleThreaded() );
-         snapshot_[ size_++ ] = notifiee;
-         taken_ = notifiee->registration_;
-      }
-   }
-   return size_ > 0;
-}
-
-void
-Delivery::release( NotifieeConst const& notifiee ) const noexcept {
-   Expect::Pause const pause( scope_ );
-   notifiee.handleZeroRef();
-}
-
-void
-Delivery::handleException( NotifieeConst& notifiee, AttributeId id ) const noexcept {
-   Expect::Pause const pause( scope_ );
-   handleCallbackException( notifiee, id );
-}
-
-bool
-Delivery::wantsMember( NotifieeConst const& notifiee ) {
-   return !notifiee.deferred_ && notifiee.isStreamAdapter();
-}
-
-void
-Delivery::notifyOtherwise(
-   NotifieeConst& notifiee, AttributeId id, String8 const& member ) {
-   if ( notifiee.deferred_ ) {
-      notifiee.defer( id );
-   } else if ( !notifiee.isStreamAdapter() ) {
-      return;
-   } else if ( member.empty() ) {
-      notifiee.onAttribute( id );
-   } else {
-      notifiee.onCollectionNotification( member );
-   }
-}
-
-void
-handleCallbackException( PtrInterface::NotifieeConst& notifiee, AttributeId id ) noexcept {
-   try {
-      notifiee.onNotificationException( id );
-   } catch ( ... ) {
-      // It had its say about its own exception; the setter must not see either.
-      return;
    }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <Ryx/PtrInterface>
+#include <Ryx/Delivery>
 
 #include <mutex>
 #include <unordered_map>
@@ -180,6 +180,9 @@ PtrInterface::flagIs( std::uint32_t bit, bool on ) const noexcept {
 
 void
 PtrInterface::handleZeroRef() const noexcept {
+   if ( Delivery::isAny() && Delivery::keeps( *this ) ) {
+      return;
+   }
    auto* self = const_cast< PtrInterface* >( this );
    // Referenced while the last words are said, and held while it is destroyed: references
    // that come and go meanwhile must not release the object a second time.

@@ -6,9 +6,7 @@
 #include "CoreDoubles"
 
 #include <gtest/gtest.h>
-#include <support/AllocationCounter>
 
-#include <array>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -269,158 +267,73 @@ TEST_F( DeliveryTest, CallsAnyNumberInOrder ) {
    EXPECT_EQ( other->notifieeCount(), 0u );
 }
 
-// What a delivery asks of the memory.
-
-class CountingWatcher final : public Port::NotifieeConst {
- public:
-   void onSpeed() override { ++heard; }
-   static inline unsigned heard = 0;
-};
-
-std::size_t
-allocationsOfASet( std::uint32_t watchers ) {
-   auto const port = Ryx::make< Port >( 1u );
-   std::vector< Ptr< CountingWatcher > > all;
-   for ( std::uint32_t i = 0; i < watchers; ++i ) {
-      all.push_back( Ryx::make< CountingWatcher >() );
-      all.back()->notifierIs( port );
-      all.back()->isRegisteredNotifieeIs( true );
+TEST_F( DeliveryTest, OneThatIsDestroyedFarBehindLivesUntilItsTurn ) {
+   std::vector< Ptr< PortWatcher > > many;
+   for ( int i = 0; i < 40; ++i ) {
+      many.push_back( watch( std::to_string( i ), calls, other ) );
    }
-   CountingWatcher::heard = 0;
-   support::AllocationCounter const counter;
+   int const before = PortWatcher::live;
+   many[ 3 ]->action = [ & ] { many[ 30 ] = nullptr; };
+   many[ 29 ]->action = [ & ] { EXPECT_EQ( PortWatcher::live, before ); };
+   many[ 31 ]->action = [ & ] { EXPECT_EQ( PortWatcher::live, before - 1 ); };
+   other->speedIs( 1 );
+   EXPECT_EQ( calls.size(), 39u );
+   EXPECT_EQ( other->notifieeCount(), 39u );
+}
+
+TEST_F( DeliveryTest, OfDeliveriesInEachOtherEachKnowsWhoLeaves ) {
+   b->action = [ & ] {
+      b->action = [ & ] {
+         c = nullptr;
+         a->isRegisteredNotifieeIs( false );
+      };
+      port->speedIs( 2 );
+   };
    port->speedIs( 1 );
-   EXPECT_EQ( CountingWatcher::heard, watchers );
-   return counter.allocations();
+   EXPECT_EQ( calls, ( Calls{ "a speed 1", "b speed 1", "a speed 2", "b speed 2" } ) );
+   EXPECT_EQ( port->notifieeCount(), 1u );
 }
 
-TEST( DeliveryMemory, ASetThatNobodyWatchesAllocatesNothing ) {
-   EXPECT_EQ( allocationsOfASet( 0 ), 0u );
+// Not by the end of the last reference.
+TEST_F( DeliveryTest, ALastWordThatIsAskedForIsToldAtOnce ) {
+   Port* const raw = port.ptr();
+   auto const weak = doubles::watchWeakly( "weak", calls, other );
+   weak->action = [ & ] { other->zeroReferencesIs( true ); };
+   a->action = [ raw ] { raw->zeroReferencesIs( true ); };
+   other->speedIs( 1 );
+   port->speedIs( 1 );
+   EXPECT_EQ(
+      calls,
+      ( Calls{ "weak speed 1",
+               "weak zero",
+               "a speed 1",
+               "a zero",
+               "b zero",
+               "c zero",
+               "b speed 1",
+               "c speed 1" } ) );
 }
 
-TEST( DeliveryMemory, UpTo16NotifieesNeedNoAllocation ) {
-   EXPECT_EQ( allocationsOfASet( 1 ), 0u );
-   EXPECT_EQ( allocationsOfASet( 16 ), 0u );
-}
-
-TEST( DeliveryMemory, MoreNotifieesNeedOneAllocationForAll ) {
-   EXPECT_EQ( allocationsOfASet( 17 ), 1u );
-   EXPECT_EQ( allocationsOfASet( 100 ), 1u );
-}
-
-// Far more watchers than a snapshot has room for without memory.
-class WithoutMemory : public ::testing::Test {
- public:
-   // Says in which order it was called, and does as told.
-   class Caller final : public Port::NotifieeConst {
-    public:
-      explicit Caller( WithoutMemory* test ) : test_( test ) {}
-      void onSpeed() override {
-         test_->called[ test_->calls++ ] = this;
-         if ( act ) {
-            act();
-         }
-      }
-      std::function< void() > act;
-
-    private:
-      WithoutMemory* test_;
+TEST_F( DeliveryTest, TheNotifierThatIsLetGoLivesUntilItsOutermostDeliveryEnds ) {
+   int const before = Port::live;
+   Ptr< Port > gone = Ryx::make< Port >( 9u );
+   auto const first = doubles::watchWeakly( "first", calls, gone );
+   auto const second = doubles::watchWeakly( "second", calls, gone );
+   first->action = [ & ] {
+      first->action = [ & ] { gone = nullptr; };
+      gone->speedIs( 2 );
+      EXPECT_EQ( Port::live, before + 1 );
    };
-
-   static constexpr std::size_t count = 100;
-
-   WithoutMemory() {
-      for ( auto& caller : callers ) {
-         caller = Ryx::make< Caller >( this );
-         caller->notifierIs( port );
-         caller->isRegisteredNotifieeIs( true );
-      }
-   }
-   void setWithoutMemory( unsigned speed ) {
-      support::AllocationFailure const failure;
-      port->speedIs( speed );
-   }
-   // Each once, in the order of registration, but for those between `from` and `to`.
-   void expectAllBut( std::size_t from, std::size_t to ) const {
-      std::vector< Caller* > expected;
-      for ( std::size_t i = 0; i < count; ++i ) {
-         if ( i < from || i >= to ) {
-            expected.push_back( callers[ i ].ptr() );
-         }
-      }
-      EXPECT_EQ( std::vector< Caller* >( called.data(), called.data() + calls ), expected );
-   }
-
-   Ptr< Port > port = Ryx::make< Port >( 1u );
-   std::array< Ptr< Caller >, count > callers;
-   std::array< Caller*, 2 * count > called{};
-   std::size_t calls = 0;
-};
-
-TEST_F( WithoutMemory, EveryNotifieeIsToldInOrder ) {
-   setWithoutMemory( 1 );
-   expectAllBut( 0, 0 );
-   EXPECT_EQ( port->references(), 1 + count );
-   EXPECT_EQ( callers.front()->references(), 1u );
-   EXPECT_EQ( callers.back()->references(), 1u );
-}
-
-TEST_F( WithoutMemory, NotifieesDeregisteredMeanwhileAreNotTold ) {
-   callers[ 2 ]->act = [ this ] {
-      for ( std::size_t i = 10; i < 70; ++i ) {
-         callers[ i ]->isRegisteredNotifieeIs( false );
-      }
-   };
-   setWithoutMemory( 1 );
-   expectAllBut( 10, 70 );
-}
-
-TEST_F( WithoutMemory, NotifieesTakenOutAndPutBackAreNotTold ) {
-   callers[ 2 ]->act = [ this ] {
-      for ( std::size_t i = 10; i < 70; ++i ) {
-         callers[ i ]->isRegisteredNotifieeIs( false );
-         callers[ i ]->isRegisteredNotifieeIs( true );
-      }
-   };
-   setWithoutMemory( 1 );
-   expectAllBut( 10, 70 );
-}
-
-TEST_F( WithoutMemory, NobodyIsToldWhenAllAreDeregisteredMeanwhile ) {
-   callers[ 15 ]->act = [ this ] {
-      for ( auto const& caller : callers ) {
-         caller->isRegisteredNotifieeIs( false );
-      }
-   };
-   setWithoutMemory( 1 );
-   expectAllBut( 16, count );
-}
-
-TEST_F( WithoutMemory, ThoseWhoTookTheirTurnMayGo ) {
-   callers[ 15 ]->act = [ this ] {
-      for ( std::size_t i = 0; i < 16; ++i ) {
-         callers[ i ]->isRegisteredNotifieeIs( false );
-      }
-   };
-   setWithoutMemory( 1 );
-   expectAllBut( 0, 0 );
-}
-
-TEST_F( WithoutMemory, NotifieesRegisteredMeanwhileAreNotTold ) {
-   auto const late = Ryx::make< Caller >( this );
-   late->notifierIs( port );
-   callers[ 0 ]->act = [ & ] { late->isRegisteredNotifieeIs( true ); };
-   setWithoutMemory( 1 );
-   expectAllBut( 0, 0 );
-}
-
-TEST_F( WithoutMemory, ANestedSetIsDeliveredWhole ) {
-   // Setting it again to the same ends the nesting.
-   callers[ 20 ]->act = [ this ] { port->speedIs( 2 ); };
-   setWithoutMemory( 1 );
-   EXPECT_EQ( calls, 2 * count );
-   EXPECT_EQ( called[ 21 ], callers.front().ptr() );
-   EXPECT_EQ( called[ 20 + count ], callers.back().ptr() );
-   EXPECT_EQ( called[ 2 * count - 1 ], callers.back().ptr() );
+   gone->speedIs( 1 );
+   EXPECT_EQ(
+      calls,
+      ( Calls{ "first speed 1",
+               "first speed 2",
+               "second speed 2",
+               "second speed 2",
+               "first zero",
+               "second zero" } ) );
+   EXPECT_EQ( Port::live, before );
 }
 
 } // namespace

@@ -224,6 +224,29 @@ TEST_F( Pinning, ANotifieeMayUnpinItselfInItsCallback ) {
 }
 
 // Promise 2.
+TEST_F( Pinning, ANotifieeThatNobodyReferencesIsCalled ) {
+   auto const port = make< Port >( 1u );
+   auto const first = watch( "first", calls, port );
+   auto pinned = watch( "pinned", calls, port );
+   auto leaving = watch( "leaving", calls, port );
+   auto* const raw = pinned.ptr();
+   raw->isNondestructingIs( true );
+   pinned = nullptr;
+   port->speedIs( 1 );
+   first->action = [ & ] { leaving = nullptr; };
+   port->speedIs( 2 );
+   EXPECT_EQ(
+      calls,
+      ( Calls{ "first speed 1",
+               "pinned speed 1",
+               "leaving speed 1",
+               "first speed 2",
+               "pinned speed 2" } ) );
+   raw->isNondestructingIs( false );
+   EXPECT_EQ( port->notifieeCount(), 1u );
+}
+
+// Promise 2.
 TEST_F( Pinning, ANotifierMayBeUnpinnedWhileItTellsOfItsPinning ) {
    auto port = make< Port >( 1u );
    auto const watcher = watchWeakly( "w", calls, port );

@@ -2,14 +2,21 @@
 // Copyright 2026 The MlagOstra authors
 
 // The one thing that is promised about threads: pointers to an object may be copied and
-// released on any of them, also while one of them pins and unpins it. Built with ThreadSanitizer by tests/threads/run.
+// released on any of them, by one that was started within a callback and while one of them
+// pins and unpins it, too. Built with ThreadSanitizer by tests/threads/run.
 
-#include <Ryx/Entity>
+#include <Ryx/Clock>
+#include <Ryx/State>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <latch>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -140,10 +147,221 @@ pinMeanwhile() {
    expect( node->references() == 1, "every copy was counted, pinned or not" );
 }
 
+// A notifier, and a notifiee that does what it is told when it is called.
+class Lamp final : public Ryx::EntityOf< Lamp > {
+ public:
+   static constexpr std::string_view fwkTypeName = "Threads::Lamp";
+
+   class NotifieeConst : public Ryx::NotifieeConstOf< Lamp, Ryx::Entity::NotifieeConst > {
+    public:
+      virtual void onLit() {}
+   };
+   static constexpr auto attributes() {
+      return Ryx::AttributeList<
+         Ryx::Value< "lit", &Lamp::lit_, &NotifieeConst::onLit > >();
+   }
+   ~Lamp() override { ++gone; }
+
+   void litIs( unsigned v ) { set< &Lamp::lit_ >( v ); }
+
+ private:
+   unsigned lit_ = 0;
+};
+
+class Watcher final : public Lamp::NotifieeConst {
+ public:
+   Watcher( Ryx::Ptr< Lamp > const& lamp, std::string name, std::string& called )
+         : name_( std::move( name ) ), called_( called ) {
+      isWeakReferenceIs( true );
+      notifierIs( lamp );
+      isRegisteredNotifieeIs( true );
+   }
+   ~Watcher() override { called_ += '-' + name_; }
+
+   void onLit() override {
+      called_ += name_;
+      if ( action ) {
+         std::exchange( action, nullptr )();
+      }
+   }
+   std::function< void() > action;
+
+ private:
+   std::string name_;
+   std::string& called_;
+};
+
+class Timer final : public Ryx::Clock::NotifieeConst {
+ public:
+   explicit Timer( std::function< void() > given ) : action( std::move( given ) ) {}
+   ~Timer() override { ++gone; }
+   void onTime() override { action(); }
+
+   std::function< void() > action;
+};
+
+// A lamp with three watchers, the second of which starts the first thread of the process.
+struct Row {
+   // Lets go of `given` on a thread that the callback waits for.
+   template< class Given >
+   void letGoElsewhere( Given& given ) {
+      b->action = [ &given ] { std::thread( [ &given ] { given = nullptr; } ).join(); };
+   }
+   void light() {
+      lamp->litIs( 1 );
+      if ( thread.joinable() ) {
+         thread.join();
+      }
+   }
+
+   std::string called;
+   Ryx::Ptr< Lamp > lamp = Ryx::make< Lamp >();
+   Ryx::Ptr< Watcher > a = Ryx::make< Watcher >( lamp, "a", called );
+   Ryx::Ptr< Watcher > b = Ryx::make< Watcher >( lamp, "b", called );
+   Ryx::Ptr< Watcher > c = Ryx::make< Watcher >( lamp, "c", called );
+   std::thread thread;
+};
+
+void
+letGoOfALaterNotifiee() {
+   Row row;
+   row.letGoElsewhere( row.c );
+   row.light();
+   expect( row.called == "ab-c", "a later one that was let go elsewhere is not called" );
+}
+
+// What the deliveries do not need may go at any time.
+void
+letGoOfOthersMeanwhile() {
+   Row row;
+   Row inner;
+   std::vector< Ryx::Ptr< Node > > nodes;
+   for ( unsigned i = 0; i < copies; ++i ) {
+      nodes.push_back( Ryx::make< Node >() );
+      nodes.back()->write();
+   }
+   row.b->action = [ & ] {
+      row.thread = std::thread( [ &nodes ] { nodes.clear(); } );
+      auto const late = Ryx::make< Watcher >( row.lamp, "late", row.called );
+      for ( unsigned i = 1; i < 100; ++i ) {
+         inner.lamp->litIs( i );
+      }
+      row.a = nullptr;
+   };
+   row.light();
+   expect( row.called == "ab-a-latec", "callbacks go on as ever" );
+   expect( gone == copies, "every object went once, written" );
+}
+
+void
+letGoOfTheNotifieeThatIsCalled() {
+   Row row;
+   row.letGoElsewhere( row.b );
+   Watcher* const raw = row.b.ptr();
+   row.a->action = [ &row, raw ] {
+      auto start = std::exchange( raw->action, nullptr );
+      raw->action = [ &row, start ] {
+         start();
+         expect( row.called == "ab", "the one that is called lives until it returns" );
+      };
+   };
+   row.light();
+   expect( row.called == "ab-bc", "it goes before the next is called" );
+}
+
+void
+letGoOfTheNotifier() {
+   Row row;
+   row.letGoElsewhere( row.lamp );
+   row.c->action = [] { expect( gone == 0, "the notifier lives until all were called" ); };
+   row.light();
+   expect( row.called == "abc" && gone == 1, "the notifier goes once" );
+}
+
+// Deliveries that begin later leave the outer one alone, and it them.
+void
+letGoWithinADeliveryInADelivery() {
+   Row row;
+   Row inner;
+   row.letGoElsewhere( row.c );
+   auto start = std::exchange( row.b->action, nullptr );
+   row.b->action = [ &inner, start ] {
+      start();
+      inner.letGoElsewhere( inner.c );
+      inner.light();
+      inner.light();
+   };
+   row.light();
+   expect( inner.called == "ab-c", "the inner delivery is like any other" );
+   expect( row.called == "ab-c", "the outer one is, too" );
+}
+
+void
+letGoOfATimer() {
+   auto const clock = Ryx::make< Ryx::Clock >();
+   Ryx::Ptr< Timer > timer;
+   std::thread thread;
+   timer = Ryx::make< Timer >( [ &timer, &thread ] {
+      thread = std::thread( [ &timer ] { timer = nullptr; } );
+      thread.join();
+      expect( gone == 0, "a timer lives until its call returns" );
+   } );
+   timer->notifierIs( clock );
+   timer->isRegisteredNotifieeIs( true );
+   auto const other = Ryx::make< Timer >( [] { expect( gone == 1, "and no longer" ); } );
+   other->notifierIs( clock );
+   other->isRegisteredNotifieeIs( true );
+   expect( clock->handleTime() == 2, "both timers are called" );
+}
+
+struct Scene {
+   char const* name;
+   void ( *play )();
+};
+
+// Each for a process of its own, which has had one thread only.
+constexpr Scene scenes[] = {
+   { "later notifiee", letGoOfALaterNotifiee },
+   { "others meanwhile", letGoOfOthersMeanwhile },
+   { "notifiee that is called", letGoOfTheNotifieeThatIsCalled },
+   { "notifier", letGoOfTheNotifier },
+   { "delivery in a delivery", letGoWithinADeliveryInADelivery },
+   { "timer", letGoOfATimer },
+};
+
+int
+playScene( std::string const& name ) {
+   expect( Ryx::singleThreaded(), "a scene begins with one thread" );
+   for ( Scene const& scene : scenes ) {
+      if ( scene.name == name ) {
+         scene.play();
+         return 0;
+      }
+   }
+   return 1;
+}
+
+void
+playScenes( char const* program ) {
+   for ( Scene const& scene : scenes ) {
+      pid_t const child = fork();
+      if ( child == 0 ) {
+         execl( program, program, scene.name, nullptr );
+         _exit( 1 );
+      }
+      int status = 1;
+      expect( waitpid( child, &status, 0 ) == child && status == 0, scene.name );
+   }
+}
+
 } // namespace
 
 int
-main() {
+main( int argc, char** argv ) {
+   if ( argc > 1 ) {
+      return playScene( argv[ 1 ] );
+   }
+   playScenes( argv[ 0 ] );
    // What was counted while there was one thread goes on being counted when there are more.
    auto const before = Ryx::make< Node >();
    auto const copy = before;
