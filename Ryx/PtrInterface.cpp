@@ -112,6 +112,29 @@ PtrInterface::unpin() {
    }
 }
 
+[[gnu::noinline]] void
+PtrInterface::newSharedReference() const noexcept {
+   std::uint32_t w = word();
+   do {
+      if ( pinned( w ) ) [[unlikely]] {
+         newPinnedReference();
+         return;
+      }
+   } while ( !word_.compare_exchange_weak( w, w + 1, std::memory_order_relaxed ) );
+}
+
+[[gnu::noinline]] bool
+PtrInterface::lastSharedReferenceDeleted() const noexcept {
+   std::uint32_t w = word();
+   do {
+      if ( pinned( w ) ) [[unlikely]] {
+         return lastPinnedReferenceDeleted();
+      }
+   } while ( !word_.compare_exchange_weak(
+      w, w - 1, std::memory_order_acq_rel, std::memory_order_relaxed ) );
+   return released( w - 1 );
+}
+
 [[gnu::cold, gnu::noinline]] std::uint32_t
 PtrInterface::pinnedState() const noexcept {
    auto& table = pinnedStates();
@@ -169,8 +192,11 @@ PtrInterface::ryxHeldIs( bool held ) noexcept {
 
 void
 PtrInterface::flagIs( std::uint32_t bit, bool on ) const noexcept {
-   if ( isNondestructing() ) [[unlikely]] {
+   std::uint32_t const w = word();
+   if ( pinned( w ) ) [[unlikely]] {
       pinnedFlagIs( this, bit, on );
+   } else if ( singleThreaded() ) {
+      word_.store( on ? w | bit : w & ~bit, std::memory_order_relaxed );
    } else if ( on ) {
       word_.fetch_or( bit, std::memory_order_relaxed );
    } else {
@@ -186,14 +212,11 @@ PtrInterface::handleZeroRef() const noexcept {
    auto* self = const_cast< PtrInterface* >( this );
    // Referenced while the last words are said, and held while it is destroyed: references
    // that come and go meanwhile must not release the object a second time.
-   if ( isNondestructing() ) [[unlikely]] {
-      newPinnedReference();
-   } else {
-      word_.fetch_add( 1, std::memory_order_relaxed );
-   }
+   newReference();
    self->zeroReferencesIs( true );
    if ( lastReferenceDeleted() ) {
-      word_.fetch_or( heldBit, std::memory_order_relaxed );
+      // Nobody else can have it any more.
+      word_.store( word() | heldBit, std::memory_order_relaxed );
       delete self;
    }
 }
