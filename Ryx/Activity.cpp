@@ -9,11 +9,18 @@ namespace Ryx {
 
 ActivityConfig::ActivityConfig() = default;
 
-// What is still pending waits for the next change, and for the activity that tells of it.
+// What is still pending waits for the next change, and for the activity that tells of it. A
+// time that has come is the clock's again: there may be no other.
 ActivityConfig::~ActivityConfig() {
    for ( Waiting const& waiting : queue_ ) {
-      if ( !waiting.isOver() ) {
-         waiting.notifiee->ticket_ = 0;
+      if ( waiting.isOver() ) {
+         continue;
+      }
+      waiting.notifiee->ticket_ = 0;
+      if (
+         auto const* timer =
+            dynamic_cast< Clock::NotifieeConst const* >( waiting.notifiee.ptr() ) ) {
+         timer->activityLost();
       }
    }
 }
@@ -21,6 +28,13 @@ ActivityConfig::~ActivityConfig() {
 bool
 ActivityConfig::Waiting::isOver() const noexcept {
    return notifiee->ticket_ != ticket;
+}
+
+// Of one to which the caller has the queue's reference: whether it would be there without.
+bool
+ActivityConfig::isWanted( PtrInterface::NotifieeConst const& notifiee ) noexcept {
+   return notifiee.isHeldByMoreThan( 1 ) ||
+      notifiee.flag( PtrInterface::NotifieeConst::heldBit );
 }
 
 void
@@ -43,7 +57,7 @@ ActivityConfig::handleActivity() {
       auto const waiting = it++;
       bool const isOver = waiting->isOver();
       Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( waiting->notifiee );
-      if ( isOver || notifiee->references() == 1 ) {
+      if ( isOver || !isWanted( *notifiee ) ) {
          continue;
       }
       if ( !notifiee->isRegisteredNotifiee() ) {

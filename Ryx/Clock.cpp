@@ -256,6 +256,13 @@ Clock::NotifieeConst::timeDropped() const noexcept {
    }
 }
 
+// What was queued has not fired, and is due again.
+void
+Clock::NotifieeConst::activityLost() const noexcept {
+   withdraw();
+   rearm();
+}
+
 // Brings the clock's heap up to date with the notifiee.
 void
 Clock::NotifieeConst::rearm() const noexcept {

@@ -150,6 +150,50 @@ TEST_F( ActivityTest, ANotifieeThatAnEarlierCallbackDroppedIsNotCalled ) {
    EXPECT_EQ( box->notifieeCount(), 1u );
 }
 
+TEST_F( ActivityTest, APinnedNotifieeThatNobodyReferencesIsCalled ) {
+   auto a = observer( "a" );
+   Deferring* const raw = a.ptr();
+   raw->isNondestructingIs( true );
+   box->parentIs( Ryx::make< Box >() );
+   a = nullptr;
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   box->parentIs( nullptr );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, ( Calls{ "a parent", "a parent" } ) );
+   raw->isNondestructingIs( false );
+   EXPECT_EQ( box->notifieeCount(), 0u );
+}
+
+TEST_F( ActivityTest, AHeldNotifieeThatNobodyReferencesIsCalled ) {
+   auto a = observer( "a" );
+   Deferring* const raw = a.ptr();
+   raw->ryxHeldIs( true );
+   box->parentIs( Ryx::make< Box >() );
+   a = nullptr;
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "a parent" } );
+   raw->ryxHeldIs( false );
+   EXPECT_EQ( box->notifieeCount(), 0u );
+}
+
+TEST_F( ActivityTest, ANotifieeThatOnlyASnapshotHoldsIsNotCalled ) {
+   Ptr< Ryx::ActivityConfig > const queue = std::exchange( activity, nullptr );
+   auto const atOnce = observer( "at once" );
+   activity = queue;
+   auto queued = observer( "queued" );
+   activity = nullptr;
+   auto const leaving = observer( "leaving" );
+   box->parentIs( Ryx::make< Box >() );
+   atOnce->action = [ & ] {
+      leaving->isRegisteredNotifieeIs( false );
+      queued = nullptr;
+      EXPECT_EQ( queue->handleActivity(), 0u );
+   };
+   box->parentIs( nullptr );
+   EXPECT_EQ( calls, ( Calls{ "at once parent", "leaving parent", "at once parent" } ) );
+   EXPECT_EQ( box->notifieeCount(), 1u );
+}
+
 TEST_F( ActivityTest, ACallbackMayLetGoOfTheActivity ) {
    {
       auto const a = observer( "a" );

@@ -33,7 +33,7 @@ class DeferredTimerTest : public ClockTest {
       EXPECT_EQ( activity->handleActivity(), 0u );
    }
 
-   Ptr< Ryx::ActivityConfig > const activity = Ryx::make< Ryx::ActivityConfig >();
+   Ptr< Ryx::ActivityConfig > activity = Ryx::make< Ryx::ActivityConfig >();
    Ptr< Timer > const timer = unboundTimer( "a" );
 };
 
@@ -112,6 +112,43 @@ TEST_F( DeferredTimerTest, HearsOfTheClockAndThenOfTheTime ) {
    EXPECT_EQ( calls, Calls{ "a" } );
    clock->isNondestructingIs( false );
    activity->handleActivity();
+}
+
+TEST_F( DeferredTimerTest, ThatLosesItsActivityIsCalledByTheNextOne ) {
+   activity = nullptr;
+   timer->activity = Ryx::make< Ryx::ActivityConfig >();
+   EXPECT_EQ( clock->nextTimeMin(), 0 );
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( calls, Calls() );
+   EXPECT_EQ( timer->activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_EQ( clock->handleTime(), 0u );
+}
+
+TEST_F( DeferredTimerTest, ThatLosesItsActivityForGoodIsCalledByTheClock ) {
+   activity = nullptr;
+   timer->activity = nullptr;
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   EXPECT_EQ( clock->handleTime(), 0u );
+}
+
+TEST_F( DeferredTimerTest, ThatWasDisarmedAndLosesItsActivityIsNotCalled ) {
+   timer->timeMinIs( Ryx::never );
+   activity = nullptr;
+   timer->activity = nullptr;
+   EXPECT_EQ( clock->handleTime(), 0u );
+   EXPECT_EQ( calls, Calls() );
+}
+
+TEST_F( DeferredTimerTest, ThatIsDeregisteredAndLosesItsActivityIsCalledOnceRegistered ) {
+   timer->isRegisteredNotifieeIs( false );
+   activity = nullptr;
+   timer->activity = nullptr;
+   EXPECT_EQ( clock->handleTime(), 0u );
+   timer->isRegisteredNotifieeIs( true );
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
 }
 
 // A timer that does something when it is asked for its activity.
