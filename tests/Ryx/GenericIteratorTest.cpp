@@ -132,6 +132,7 @@ TEST_F( GenericIteratorTest, ReachingOrSteppingPastTheEndThrows ) {
    EXPECT_FALSE( it->nonNull() );
    using Refusal = Ryx::GenericIfException;
    EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterObj(); } ), "null ValidPtr" );
+   EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterDel(); } ), "null ValidPtr" );
    EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterInc(); } ), "null ValidPtr" );
 }
 

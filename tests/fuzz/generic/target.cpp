@@ -159,7 +159,7 @@ remove( World const& world, Place const& place ) {
       require( why == support::constInstance, "removed from a const instance: ", why );
       require( !was || has( object, *place.collection, key ), "removed, though refused" );
    } else {
-      require( why.empty(), "removed: ", why );
+      require( why == ( key ? "" : "null ValidPtr" ), "removed: ", why );
       bool const stays = key && has( object, *place.collection, key );
       bool const replaced = was && place.since != world.changes;
       require( !stays || replaced, "still there" );
