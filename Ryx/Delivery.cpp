@@ -14,7 +14,7 @@ std::atomic< Delivery* > Delivery::innermost_ = nullptr;
 
 namespace {
 
-// A thread that was started within a delivery may find it under way: their row is gone along
+// A thread that was started within a delivery may find it under way: their chain is walked
 // and shortened by one thread at a time.
 class OneAtATime {
  public:
