@@ -97,7 +97,9 @@ MlagErrdisableSm::mlagLink( Kovel::IntfId intfId, Membership const& membership )
 
 bool
 MlagErrdisableSm::isMlagInterface( Kovel::IntfId intfId ) const {
-   return inputHere< &Sm::mlagConfig_ >().intfConfig( intfId ) != Mlag::IntfConfig();
+   // The id is all that a configuration has, and the default one has none.
+   static_assert( decltype( Mlag::IntfConfig::fields() )::size == 1 );
+   return !inputHere< &Sm::mlagConfig_ >().intfConfig( intfId ).mlagId.empty();
 }
 
 bool
@@ -122,14 +124,8 @@ MlagErrdisableSm::mlagPortChannelByMember( Kovel::IntfId intfId ) const {
 
 Kovel::IntfId
 MlagErrdisableSm::mlagPortChannel( Membership const& membership ) const {
-   if (
-      !membership.portChannel ||
-      inputHere< &Sm::mlagConfig_ >()
-         .intfConfig( *membership.portChannel )
-         .mlagId.empty() ) {
-      return Kovel::IntfId();
-   }
-   return *membership.portChannel;
+   bool const isMlag = membership.portChannel && isMlagInterface( *membership.portChannel );
+   return isMlag ? *membership.portChannel : Kovel::IntfId();
 }
 
 bool
@@ -160,15 +156,18 @@ MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
       return;
    }
    Membership const membership = membershipOf( intfId );
-   if ( periodOver( mlagLink( intfId, membership ) ) ) {
+   bool const isMlag = mlagLink( intfId, membership );
+   if ( periodOver( isMlag ) ) {
       trace( 8, "timer expired" );
       return;
    }
    if ( isPeerLink( intfId, membership ) ) {
       return;
    }
-   Kovel::IntfId const portChannel = mlagPortChannel( membership );
-   if ( isLacpStandby( intfId ) && isLacpOverride( portChannel ) ) {
+   // What mlagPortChannel would look up again.
+   Kovel::IntfId const portChannel =
+      isMlag ? membership.portChannel.value_or( Kovel::IntfId() ) : Kovel::IntfId();
+   if ( isLacpStandby( intfId, membership ) && isLacpOverride( portChannel ) ) {
       setLacpStandby( portChannel );
       return;
    }
@@ -274,15 +273,16 @@ MlagErrdisableSm::endForcing( Kovel::IntfId portChannel ) {
 void
 MlagErrdisableSm::maybeTrackIntfStatus( Kovel::IntfId intfId ) {
    trace( 8, __PRETTY_FUNCTION__ );
+   Membership const membership = membershipOf( intfId );
    // Of a port in no port-channel only the trace would tell whether it is enabled.
-   if ( !tracing( 8 ) && !membershipOf( intfId ).portChannel ) {
+   if ( !tracing( 8 ) && !membership.portChannel ) {
       return;
    }
    if ( !adminEnabled( intfId ) ) {
       return;
    }
    trace( 8, "Clearing errdisable status for ", intfId );
-   Kovel::IntfId const portChannel = mlagPortChannelByMember( intfId );
+   Kovel::IntfId const portChannel = mlagPortChannel( membership );
    if ( !portChannel ) {
       return;
    }

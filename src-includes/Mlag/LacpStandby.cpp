@@ -11,12 +11,18 @@ namespace Mlag::Ostra {
 
 bool
 MlagErrdisableSm::isLacpStandby( Kovel::IntfId intfId ) const {
-   trace( 8, __PRETTY_FUNCTION__, " ", intfId );
-   if ( !inputHere< &Sm::mlagConfig_ >().lacpStandby() ) {
-      return false;
-   }
-   Membership const membership = membershipOf( intfId );
-   return !isPeerLink( intfId, membership ) &&
+   return isLacpStandby( intfId, membershipOf( intfId ) );
+}
+
+bool
+MlagErrdisableSm::isLacpStandby(
+   Kovel::IntfId intfId, Membership const& membership ) const {
+   // The operation traces the same whoever has read the membership.
+   constexpr char signature[] =
+      "bool Mlag::Ostra::MlagErrdisableSm::isLacpStandby(Kovel::IntfId) const";
+   trace( 8, signature, " ", intfId );
+   return inputHere< &Sm::mlagConfig_ >().lacpStandby() &&
+      !isPeerLink( intfId, membership ) &&
       inputHere< &Sm::mlagStatus_ >().mlagState() == MlagState::mlagSecondary &&
       mlagProtoStatus_->holdInSecondary() && mlagPortChannel( membership ) &&
       membership.mode == Lag::LacpMode::lacpActive;
