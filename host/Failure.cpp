@@ -24,12 +24,24 @@ isControl( char32_t code ) {
    return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || isOfLines || isOfDirection;
 }
 
+bool
+isPlain( char c ) {
+   return c >= 0x20 && c < 0x7f;
+}
+
 } // namespace
 
 std::string
 oneLine( std::string_view text ) {
    std::string line;
    while ( !text.empty() ) {
+      // Nearly all of it is plain.
+      auto const plain = std::find_if_not( text.begin(), text.end(), isPlain );
+      line.append( text.begin(), plain );
+      text.remove_prefix( static_cast< std::size_t >( plain - text.begin() ) );
+      if ( text.empty() ) {
+         break;
+      }
       Character const character = firstCharacter( text );
       std::size_t const length = std::max< std::size_t >( character.length, 1 );
       if ( character.length != 0 && !isControl( character.code ) ) {

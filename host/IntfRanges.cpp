@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <array>
-#include <tuple>
-#include <utility>
+#include <compare>
+#include <cstddef>
 
 namespace ostra {
 
@@ -31,44 +31,57 @@ struct Piece {
    std::array< std::uint32_t, IntfId::maxNumberCount > to{};
 };
 
-// Beside each other come pieces that differ in that number alone, in the number's order.
-auto
-orderFor( unsigned place ) {
-   return [ place ]( Piece const& a, Piece const& b ) {
-      auto const key = [ place ]( Piece piece ) {
-         std::uint32_t const number = std::exchange( piece.from[ place ], 0 );
-         piece.to[ place ] = 0;
-         return std::tuple( piece.first.kind(), piece.count, piece.from, piece.to, number );
-      };
-      return key( a ) < key( b );
-   };
+// Of two pieces without that number: the kinds, then how many numbers they have, then these.
+std::strong_ordering
+compareBeside( Piece const& a, Piece const& b, unsigned place ) {
+   auto order = a.first.kind() <=> b.first.kind();
+   order = order != 0 ? order : a.count <=> b.count;
+   for ( unsigned i = 0; i < a.count && order == 0; ++i ) {
+      order = i == place ? order : a.from[ i ] <=> b.from[ i ];
+   }
+   for ( unsigned i = 0; i < a.count && order == 0; ++i ) {
+      order = i == place ? order : a.to[ i ] <=> b.to[ i ];
+   }
+   return order;
 }
 
-// Whether `next` begins behind `piece` in that number and is the same in all others.
-bool
-goesOn( Piece const& piece, Piece next, unsigned place ) {
-   if ( next.from[ place ] != piece.to[ place ] + 1 ) {
-      return false;
+// Sorting takes longer than finding that nothing is to be sorted, as mostly is so.
+template< class Less >
+void
+sortPieces( std::vector< Piece >& pieces, Less less ) {
+   if ( !std::is_sorted( pieces.begin(), pieces.end(), less ) ) {
+      std::sort( pieces.begin(), pieces.end(), less );
    }
-   next.from[ place ] = piece.from[ place ];
-   next.to[ place ] = piece.to[ place ];
-   return next.first.kind() == piece.first.kind() && next.count == piece.count &&
-      next.from == piece.from && next.to == piece.to;
 }
 
 // Joins the pieces that are neighbours in that number.
-std::vector< Piece >
-folded( std::vector< Piece > pieces, unsigned place ) {
-   std::sort( pieces.begin(), pieces.end(), orderFor( place ) );
-   std::vector< Piece > joined;
-   for ( Piece const& piece : pieces ) {
-      if ( !joined.empty() && goesOn( joined.back(), piece, place ) ) {
-         joined.back().to[ place ] = piece.to[ place ];
+void
+fold( std::vector< Piece >& pieces, unsigned place ) {
+   // Beside each other come pieces that differ in that number alone, in the number's order.
+   sortPieces( pieces, [ place ]( Piece const& a, Piece const& b ) {
+      auto const order = compareBeside( a, b, place );
+      return order != 0 ? order < 0 : a.from[ place ] < b.from[ place ];
+   } );
+   std::size_t joined = 0;
+   for ( std::size_t i = 1; i < pieces.size(); ++i ) {
+      Piece& last = pieces[ joined ];
+      bool const goesOn = pieces[ i ].from[ place ] == last.to[ place ] + 1;
+      if ( goesOn && compareBeside( last, pieces[ i ], place ) == 0 ) {
+         last.to[ place ] = pieces[ i ].to[ place ];
       } else {
-         joined.push_back( piece );
+         pieces[ ++joined ] = pieces[ i ];
       }
    }
-   return joined;
+   pieces.erase( pieces.begin() + std::ptrdiff_t( joined + 1 ), pieces.end() );
+}
+
+unsigned
+mostNumbers( std::vector< Piece > const& pieces ) {
+   unsigned most = 0;
+   for ( Piece const& piece : pieces ) {
+      most = std::max( most, piece.count );
+   }
+   return most;
 }
 
 std::string
@@ -96,12 +109,10 @@ intfRanges( Ids ids ) {
    std::sort( ids.begin(), ids.end() );
    ids.erase( std::unique( ids.begin(), ids.end() ), ids.end() );
    std::vector< Piece > pieces( ids.begin(), ids.end() );
-   for ( unsigned place = IntfId::maxNumberCount; place-- > 0; ) {
-      pieces = folded( std::move( pieces ), place );
+   for ( unsigned place = mostNumbers( pieces ); place-- > 0; ) {
+      fold( pieces, place );
    }
-   std::sort( pieces.begin(), pieces.end(), []( Piece const& a, Piece const& b ) {
-      return a.first < b.first;
-   } );
+   sortPieces( pieces, []( Piece const& a, Piece const& b ) { return a.first < b.first; } );
    std::string all;
    IntfId previous;
    for ( Piece const& piece : pieces ) {

@@ -88,41 +88,71 @@ addRows( TextTable& table, HoldKind kind, std::vector< Span > const& all, long l
 }
 
 void
-printTable( TextLines& lines, Ending const& ending ) {
+printTable( TextLines& lines, std::vector< Span > const& spans, long long end ) {
    TextTable table;
-   auto const spans = ending.ledger.spans();
    for ( HoldKind const kind : kinds ) {
-      addRows( table, kind, spans, ending.at );
+      addRows( table, kind, spans, end );
    }
    table.print( lines );
 }
 
-// What those wait for that are still held.
-std::string
-waitText( Hold const& hold, SwitchFacts const& facts ) {
+// What those wait for that are still held. What holds for all of them is read once.
+class Waits {
+ public:
+   explicit Waits( SwitchFacts const& facts );
+
+   std::string of( Hold const& hold ) const;
+
+ private:
+   std::string ofClass( PortClass portClass ) const;
+
+   SwitchFacts const& facts_;
+   // Empty where it depends on the class, and on who put a port-channel in standby.
+   std::string common_;
+   std::string mlag_;
+   std::string nonMlag_;
+};
+
+Waits::Waits( SwitchFacts const& facts ) : facts_( facts ) {
    if ( !facts.isMachineThere() ) {
-      return "with nothing there to release";
+      common_ = "with nothing there to release";
+   } else if ( !facts.isDelayRunning() ) {
+      common_ = "although the reload delay is over";
+   } else {
+      mlag_ = ofClass( PortClass::mlag );
+      nonMlag_ = ofClass( PortClass::nonMlag );
    }
-   if ( !facts.isDelayRunning() ) {
-      return "although the reload delay is over";
+}
+
+std::string
+Waits::ofClass( PortClass portClass ) const {
+   if ( facts_.isHeld( portClass ) ) {
+      return "waiting " + periodText( facts_.delay( portClass ) );
    }
-   bool const isStandby = hold.kind == HoldKind::standby;
-   if ( isStandby && !facts.isMeantForStandby( hold.id ) ) {
-      return "not put in standby by this state machine";
+   return portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
+                                       : "although the delay of non-MLAG ports is over";
+}
+
+std::string
+Waits::of( Hold const& hold ) const {
+   if ( !common_.empty() ) {
+      return common_;
    }
-   auto const portClass = isStandby ? PortClass::mlag : facts.classOf( hold.id );
-   if ( !facts.isHeld( portClass ) ) {
-      return portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
-                                          : "although the delay of non-MLAG ports is over";
+   if ( hold.kind == HoldKind::standby ) {
+      return facts_.isMeantForStandby( hold.id )
+         ? mlag_
+         : "not put in standby by this state machine";
    }
-   return "waiting " + periodText( facts.delay( portClass ) );
+   bool const isMlag = mlag_ == nonMlag_ || facts_.classOf( hold.id ) == PortClass::mlag;
+   return isMlag ? mlag_ : nonMlag_;
 }
 
 void
 printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
    std::map< std::pair< HoldKind, std::string >, Ids > groups;
+   Waits const waits( facts );
    for ( Hold const& hold : ending.ledger.open() ) {
-      groups[ { hold.kind, waitText( hold, facts ) } ].push_back( hold.id );
+      groups[ { hold.kind, waits.of( hold ) } ].push_back( hold.id );
    }
    bool const isNobodyThere = !facts.isMachineThere();
    for ( auto const& [ key, ids ] : groups ) {
@@ -154,9 +184,12 @@ printNeverHeld( TextLines& lines, PortCensus const& census ) {
 }
 
 void
-printResult( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
+printResult(
+   TextLines& lines,
+   Ending const& ending,
+   std::vector< Span > const& spans,
+   SwitchFacts const& facts ) {
    printStillHeld( lines, ending, facts );
-   auto const spans = ending.ledger.spans();
    auto const isOver = []( Span const& span ) { return span.to.has_value(); };
    if ( std::all_of( spans.begin(), spans.end(), isOver ) ) {
       char const* const text =
@@ -194,9 +227,10 @@ printSummary( TextLines& lines, Ending const& ending, SwitchFacts const& facts )
    lines.line( "" );
    lines.title( "Summary at " + clockText( ending.at ) );
    lines.line( "" );
-   printTable( lines, ending );
+   auto const spans = ending.ledger.spans();
+   printTable( lines, spans, ending.at );
    lines.line( "" );
-   printResult( lines, ending, facts );
+   printResult( lines, ending, spans, facts );
    printMissingConfig( lines, ending.missingConfig );
    printForced( lines, ending.forced );
 }
