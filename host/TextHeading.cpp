@@ -43,9 +43,11 @@ standbyText( SwitchFacts const& facts ) {
    if ( facts.at( { "mlagConfig", "lacpStandby" } ) != Json( true ) ) {
       return "off";
    }
-   return fmt::format(
-      "on, for port-channels whose LACP override is {}",
-      flowText( facts.at( { "mlagStatus", "systemId" } ) ) );
+   std::string const systemId = flowText( facts.at( { "mlagStatus", "systemId" } ) );
+   // All zeros stand for none, which no override matches.
+   return systemId.find_first_not_of( "0:" ) == std::string::npos
+      ? "on, for no port-channel as there is no MLAG system id"
+      : "on, for port-channels whose LACP override is " + systemId;
 }
 
 std::string

@@ -119,6 +119,21 @@ TEST_F( TextReportTest, ANameOfSeveralLinesIsATitleOfOne ) {
    EXPECT_TRUE( out_.str().starts_with( "A switch reload\n" ) ) << out_.str();
 }
 
+TEST_F( TextReportTest, WithoutASystemIdStandbyIsForNoPortChannel ) {
+   auto mounts = smallSwitch();
+   mounts[ "mlagConfig" ][ "lacpStandby" ] = true;
+   start( mounts );
+   EXPECT_NE(
+      text().find( "on, for port-channels whose LACP override is 02:00:00:00:10:01\n" ),
+      std::string::npos );
+   out_.str( "" );
+   mounts[ "mlagStatus" ][ "systemId" ] = "00:00:00:00:00:00";
+   start( mounts );
+   EXPECT_NE(
+      text().find( "on, for no port-channel as there is no MLAG system id\n" ),
+      std::string::npos );
+}
+
 TEST_F( TextReportTest, PeerInterfacesComeAndGo ) {
    startAndSkipHeading( smallSwitch() );
    text();
