@@ -55,6 +55,11 @@ refuse( std::string_view name, std::string_view expected, std::string_view where
    refuse( name, Ryx::String8( expected ).append( " \"" ).append( where ).append( "\"" ) );
 }
 
+bool
+isDigit( char c ) {
+   return c >= '0' && c <= '9';
+}
+
 IntfId::Kind
 readKind( std::string_view name, std::string_view prefix ) {
    auto const found = std::find( prefixes.begin() + 1, prefixes.end(), prefix );
@@ -102,11 +107,11 @@ class NumberReader {
 
  private:
    std::string_view takeDigits() {
-      auto const end =
-         std::min( name_.find_first_not_of( "0123456789", position_ ), name_.size() );
-      std::string_view const digits = name_.substr( position_, end - position_ );
-      position_ = end;
-      return digits;
+      std::size_t const begin = position_;
+      while ( position_ < name_.size() && isDigit( name_[ position_ ] ) ) {
+         ++position_;
+      }
+      return name_.substr( begin, position_ - begin );
    }
 
    std::string_view name_;
@@ -132,7 +137,8 @@ IntfId::IntfId( std::string_view name ) {
    if ( name.empty() ) {
       return;
    }
-   auto const prefixEnd = std::min( name.find_first_of( "0123456789" ), name.size() );
+   auto const prefixEnd = static_cast< std::size_t >(
+      std::find_if( name.begin(), name.end(), isDigit ) - name.begin() );
    Kind const kind = readKind( name, name.substr( 0, prefixEnd ) );
    kindAndFirst_ = std::uint64_t( kind ) << kindShift;
 
