@@ -80,7 +80,7 @@ Agent::arguments( RyxAttr const& child ) const {
          throw Failure(
             ExitStatus::badPlugin,
             fmt::format(
-               "the plug-in's {} needs a {}, which no mount is",
+               "plug-in: {} needs a {}: expected one of the mounts' types",
                child.name().string(),
                argument.type->name().string() ) );
       }

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstring>
 #include <iostream>
@@ -42,6 +43,16 @@ constexpr char expectedFile[] = "a file, or - for standard input";
 // What is longer has no place in the numbers by which a document is kept.
 constexpr std::size_t greatestMaxInput = DocumentTree::longestText / mebibyte;
 
+// Decimal digits and nothing else.
+template< class Number >
+std::optional< Number >
+wholeNumber( std::string const& text ) {
+   Number number = 0;
+   char const* const end = text.data() + text.size();
+   auto const [ rest, error ] = std::from_chars( text.data(), end, number );
+   return error == std::errc() && rest == end ? std::optional( number ) : std::nullopt;
+}
+
 constexpr int highestTraceLevel = int( Ryx::TraceHandle::levels ) - 1;
 
 class CommandLine {
@@ -60,8 +71,10 @@ class CommandLine {
    void execute( std::ostream& out ) const {
       std::string const command = parser_.command();
       if ( command == "run" ) {
+         refuseTwoReaders( run_.input );
          runScenario( run_, out );
       } else if ( command == "check" ) {
+         refuseTwoReaders( check_.input );
          checkScenario( check_, out, std::cerr );
       } else if ( command == "types" ) {
          listTypes( types_, out );
@@ -71,6 +84,15 @@ class CommandLine {
    }
 
  private:
+   void refuseTwoReaders( InputOptions const& input ) const {
+      if ( input.scenario == "-" && input.mounts == "-" ) {
+         refuse(
+            fmt::format( "ostra {}: --mounts", parser_.command() ),
+            inQuotes( "-" ),
+            "a file, as standard input is the scenario" );
+      }
+   }
+
    CLI::Option& addScenario( CLI::App& command, InputOptions& input ) {
       return parser_.addText(
          command,
@@ -115,10 +137,9 @@ class CommandLine {
             defaultMaxInput / mebibyte ),
          fmt::format( "a number of MiB from 1 to {}", greatestMaxInput ),
          [ &input ]( std::string const& text ) {
-            std::size_t mebibytes = 0;
-            bool const isNumber = CLI::detail::lexical_cast( text, mebibytes );
+            std::size_t const mebibytes = wholeNumber< std::size_t >( text ).value_or( 0 );
             input.maxInput = mebibytes * mebibyte;
-            return isNumber && mebibytes >= 1 && mebibytes <= greatestMaxInput;
+            return mebibytes >= 1 && mebibytes <= greatestMaxInput;
          } );
    }
 
@@ -133,10 +154,9 @@ class CommandLine {
             highestTraceLevel ),
          fmt::format( "a level from 0 to {}", highestTraceLevel ),
          [ this ]( std::string const& text ) {
-            int level = -1;
-            bool const isNumber = CLI::detail::lexical_cast( text, level );
+            int const level = wholeNumber< int >( text ).value_or( -1 );
             run_.trace = level;
-            return isNumber && level >= 0 && level <= highestTraceLevel;
+            return level >= 0 && level <= highestTraceLevel;
          } );
    }
 
@@ -149,7 +169,10 @@ class CommandLine {
          std::string( expectedScenarioMoment ),
          [ this ]( std::string const& text ) {
             run_.until = scenarioMoment( text );
-            return run_.until.has_value();
+            if ( !run_.until ) {
+               refuse( "ostra run: --until", inQuotes( text ), expectedInsteadOf( text ) );
+            }
+            return true;
          } );
    }
 

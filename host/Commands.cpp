@@ -121,6 +121,7 @@ pluginForTypes( std::optional< std::string > const& path ) {
 void
 runScenario( RunOptions const& options, std::ostream& out ) {
    Input input( options.input );
+   input.releaseDocument();
    if ( options.until ) {
       input.scenario().until = options.until;
    }

@@ -17,14 +17,14 @@ std::string
 describe( DocumentNode const& node ) {
    switch ( node.kind() ) {
    case NodeKind::null:
-      return "null";
+      return node.text().empty() ? "nothing" : "null";
    case NodeKind::list:
       return "a list";
    case NodeKind::map:
       return "a map";
    case NodeKind::boolean:
    case NodeKind::number:
-      return std::string( node.text() );
+      return shortened( node.text() );
    case NodeKind::text:
       break;
    }
@@ -116,7 +116,17 @@ Item::path() const {
    if ( index_ ) {
       return fmt::format( "{}[{}]", above, *index_ );
    }
-   return above.empty() ? std::string( key() ) : fmt::format( "{}.{}", above, key() );
+   return above.empty() ? shortened( key() )
+                        : fmt::format( "{}.{}", above, shortened( key() ) );
+}
+
+std::vector< std::string >
+Item::keys() const {
+   auto keys = parent_ ? parent_->keys() : std::vector< std::string >();
+   if ( parent_ && !index_ ) {
+      keys.emplace_back( key() );
+   }
+   return keys;
 }
 
 void

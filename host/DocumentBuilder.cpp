@@ -5,6 +5,7 @@
 
 #include <host/Document>
 #include <host/Failure>
+#include <host/SyntaxError>
 
 #include <fmt/format.h>
 
@@ -18,7 +19,8 @@ using Cell = DocumentTree::Cell;
 using Contents = DocumentTree::Contents;
 
 constexpr std::size_t deepest = 500;
-constexpr std::string_view textTag = "tag:yaml.org,2002:str";
+// What "!!" stands for.
+constexpr std::string_view commonTag = "tag:yaml.org,2002:";
 
 bool
 isScalar( NodeKind kind ) {
@@ -83,20 +85,18 @@ DocumentBuilder::DocumentBuilder( DocumentTree& tree, std::size_t maxInput )
 void
 DocumentBuilder::startDocument( Offset offset ) {
    if ( hasDocument_ ) {
-      tree_.fail( offset, "a second document: expected only one" );
+      tree_.fail( offset, secondDocument );
    }
    hasDocument_ = true;
 }
 
 void
 DocumentBuilder::scalar( Span span, Properties const& properties, Scalar const& scalar ) {
-   if ( !properties.tag.empty() && properties.tag != "!" && properties.tag != textTag ) {
-      refuseTag( span.begin, properties.tag );
-   }
+   refuseTag( span.begin, properties.tag );
    if ( scalar.isQuoted ) {
       refuseUnindented( span );
    }
-   Cell const cell = cellOf( span, properties, scalar );
+   Cell const cell = cellOf( span, scalar );
    if ( cell.isPlain && expectsKey() && scalar.contents == "<<" ) {
       tree_.fail( span.begin, "merge key \"<<\": expected the entries themselves" );
    }
@@ -133,9 +133,7 @@ DocumentBuilder::open(
    Offset begin,
    Properties const& properties,
    std::optional< Offset > indented ) {
-   if ( !properties.tag.empty() && properties.tag != "!" ) {
-      refuseTag( begin, properties.tag );
-   }
+   refuseTag( begin, properties.tag );
    nest( begin, 1 );
    Index const index = tree_.add( { begin, 0, kind } );
    int const around = open_.empty() ? -1 : open_.back().indent;
@@ -171,7 +169,19 @@ DocumentBuilder::expectsKey() const {
 
 void
 DocumentBuilder::refuseTag( Offset offset, std::string_view tag ) const {
-   tree_.fail( offset, fmt::format( "tag {}: expected none", inQuotes( tag ) ) );
+   if ( tag.empty() ) {
+      return;
+   }
+   std::string written( tag );
+   if ( tag.starts_with( commonTag ) ) {
+      written.replace( 0, commonTag.size(), "!!" );
+   }
+   tree_.fail(
+      offset,
+      fmt::format(
+         "tag {}: expected {}",
+         inQuotes( written ),
+         written == "!!str" ? "the text in quotes" : "none" ) );
 }
 
 // A quote whose end was forgotten takes the lines that follow for its own, to the next
@@ -180,7 +190,9 @@ void
 DocumentBuilder::refuseUnindented( Span span ) {
    std::string_view const written =
       tree_.text().substr( span.begin, span.end - span.begin );
-   if ( written.find_first_of( "\r\n" ) == written.npos ) {
+   bool const isLong = std::any_of(
+      written.begin(), written.end(), []( char c ) { return c == '\n' || c == '\r'; } );
+   if ( !isLong ) {
       return;
    }
    longQuote_ = { span.begin, span.end };
@@ -206,14 +218,13 @@ DocumentBuilder::missingPlace( Offset end ) const {
 }
 
 Cell
-DocumentBuilder::cellOf( Span span, Properties const& properties, Scalar const& scalar ) {
-   bool const isPlain = scalar.isPlain && properties.tag.empty();
+DocumentBuilder::cellOf( Span span, Scalar const& scalar ) {
    bool const isMissing = scalar.isPlain && span.begin == span.end;
    Cell cell{ isMissing ? missingPlace( span.end ) : span.begin,
               static_cast< Index >( scalar.contents.size() ),
-              isPlain ? plainKind( scalar.contents ) : NodeKind::text,
+              scalar.isPlain ? plainKind( scalar.contents ) : NodeKind::text,
               scalar.isQuoted ? Contents::behindQuote : Contents::here,
-              isPlain };
+              scalar.isPlain };
    Offset const begin = cell.offset + ( scalar.isQuoted ? 1 : 0 );
    if (
       isMissing ||
@@ -239,7 +250,11 @@ DocumentBuilder::add( Cell const& cell, std::string_view anchor, std::size_t len
 void
 DocumentBuilder::nest( Offset offset, std::size_t height ) {
    if ( open_.size() + height > deepest ) {
-      tree_.fail( offset, "nested too deeply" );
+      tree_.fail(
+         offset,
+         fmt::format(
+            "nested too deeply: expected at most {} lists and maps in each other",
+            deepest ) );
    }
    if ( !open_.empty() ) {
       open_.back().height = std::max( open_.back().height, height );

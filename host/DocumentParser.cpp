@@ -4,6 +4,7 @@
 // The tree is built from the parser's events and not from its nodes: they tell quoted
 // scalars from plain ones, give every place, and keep duplicate keys apart.
 
+#include <host/CharacterError>
 #include <host/Document>
 #include <host/DocumentBuilder>
 #include <host/SyntaxError>
@@ -106,7 +107,7 @@ class Parser {
       Offset const begin = offset( event.start_mark );
       switch ( event.type ) {
       case YAML_DOCUMENT_START_EVENT:
-         builder_.startDocument( begin );
+         startDocument( begin, event.data.document_start );
          break;
       case YAML_SCALAR_EVENT:
          takeScalar( event );
@@ -115,24 +116,20 @@ class Parser {
          builder_.alias(
             { begin, offset( event.end_mark ) }, view( event.data.alias.anchor ) );
          break;
-      case YAML_SEQUENCE_START_EVENT: {
-         auto const& list = event.data.sequence_start;
-         builder_.open(
+      case YAML_SEQUENCE_START_EVENT:
+         open(
             NodeKind::list,
-            begin,
-            { view( list.anchor ), view( list.tag ) },
-            indentation( event, list.style == YAML_BLOCK_SEQUENCE_STYLE ) );
+            event,
+            event.data.sequence_start,
+            event.data.sequence_start.style == YAML_BLOCK_SEQUENCE_STYLE );
          break;
-      }
-      case YAML_MAPPING_START_EVENT: {
-         auto const& map = event.data.mapping_start;
-         builder_.open(
+      case YAML_MAPPING_START_EVENT:
+         open(
             NodeKind::map,
-            begin,
-            { view( map.anchor ), view( map.tag ) },
-            indentation( event, map.style == YAML_BLOCK_MAPPING_STYLE ) );
+            event,
+            event.data.mapping_start,
+            event.data.mapping_start.style == YAML_BLOCK_MAPPING_STYLE );
          break;
-      }
       case YAML_SEQUENCE_END_EVENT:
       case YAML_MAPPING_END_EVENT:
          builder_.close( offset( event.end_mark ) );
@@ -140,6 +137,24 @@ class Parser {
       default:
          break;
       }
+   }
+
+   template< class Start >
+   void startDocument( Offset begin, Start const& start ) {
+      if ( start.tag_directives.start != start.tag_directives.end ) {
+         std::size_t const directive = tree_.text().find( "%TAG", begin );
+         refuseDirective( tree_, static_cast< Offset >( directive ) );
+      }
+      builder_.startDocument( begin );
+   }
+
+   template< class Start >
+   void open( NodeKind kind, yaml_event_t const& event, Start const& start, bool isBlock ) {
+      builder_.open(
+         kind,
+         offset( event.start_mark ),
+         { view( start.anchor ), view( start.tag ) },
+         indentation( event, isBlock ) );
    }
 
    void takeScalar( yaml_event_t const& event ) {

@@ -13,6 +13,7 @@ namespace ostra {
 
 namespace {
 
+// Longer than the name of any interface.
 constexpr std::size_t longestQuote = 60;
 
 // Breaks a line, or changes what a terminal shows or how.
@@ -57,15 +58,33 @@ oneLine( std::string_view text ) {
 }
 
 std::string
-inQuotes( std::string_view text ) {
+shortened( std::string_view text ) {
    if ( text.size() <= longestQuote ) {
-      return fmt::format( "\"{}\"", text );
+      return std::string( text );
    }
    std::size_t end = longestQuote;
    while ( end > 0 && isContinuationByte( text[ end ] ) ) {
       --end;
    }
-   return fmt::format( "\"{}...\"", text.substr( 0, end ) );
+   return fmt::format( "{}...", text.substr( 0, end ) );
+}
+
+std::string
+inQuotes( std::string_view text ) {
+   return fmt::format( "\"{}\"", shortened( text ) );
+}
+
+std::string
+shortenedIn( std::string message, std::string_view text ) {
+   if ( text.size() <= longestQuote ) {
+      return message;
+   }
+   std::string const less = shortened( text );
+   for ( std::size_t at = message.find( text ); at != message.npos;
+         at = message.find( text, at + less.size() ) ) {
+      message.replace( at, text.size(), less );
+   }
+   return message;
 }
 
 } // namespace ostra

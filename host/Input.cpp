@@ -18,15 +18,6 @@ scenarioDocument( InputOptions const& options ) {
    return parseDocument( std::move( file.name ), std::move( file.text ), options.maxInput );
 }
 
-void
-refuseTwoReaders( InputOptions const& options ) {
-   if ( options.scenario == "-" && options.mounts == "-" ) {
-      throw Failure(
-         ExitStatus::badInput,
-         "ostra: --mounts: \"-\": expected a file, as standard input is the scenario" );
-   }
-}
-
 } // namespace
 
 RyxType const&
@@ -38,18 +29,23 @@ LazyPlugin::agentType() {
 }
 
 Input::Input( InputOptions const& options )
-      : plugin_( options.plugin ),
-        document_( scenarioDocument( options ) ),
-        scenario_( read( options ) ) {}
+      : plugin_( options.plugin ), scenario_( read( options ) ) {}
 
 Scenario
 Input::read( InputOptions const& options ) {
-   refuseTwoReaders( options );
    if ( options.mounts ) {
       readState( readFile( *options.mounts, options.maxInput ), mounts_, options.maxInput );
    }
-   return readScenario(
-      document_, mounts_, [ this ]() -> RyxType const& { return plugin_.agentType(); } );
+   return readScenario( scenarioDocument( options ), mounts_, [ this ]() -> RyxType const& {
+      return plugin_.agentType();
+   } );
+}
+
+void
+Input::releaseDocument() {
+   if ( scenario_.events.empty() ) {
+      scenario_.document.reset();
+   }
 }
 
 } // namespace ostra

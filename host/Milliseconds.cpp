@@ -30,15 +30,14 @@ isBeyondClock( double seconds ) {
    return std::isfinite( seconds ) && std::abs( seconds ) > secondsOf( lastScenarioMoment );
 }
 
-[[noreturn]] void
-refuseMoment( Item const& item, std::string_view expected ) {
-   double const seconds = numberOf( item );
-   if ( isBeyondClock( seconds ) ) {
-      Milliseconds const last = seconds < 0 ? -lastScenarioMoment : lastScenarioMoment;
-      item.refuse( fmt::format(
-         "at {} {}", seconds < 0 ? "least" : "most", toJson( secondsOf( last ) ).dump() ) );
+std::string
+expectedFor( double seconds, std::string_view otherwise ) {
+   if ( !isBeyondClock( seconds ) ) {
+      return std::string( otherwise );
    }
-   item.refuse( expected );
+   return seconds < 0
+      ? fmt::format( "at least {}", toJson( secondsOf( -lastScenarioMoment ) ).dump() )
+      : fmt::format( "at most {}", toJson( secondsOf( lastScenarioMoment ) ).dump() );
 }
 
 std::optional< Milliseconds >
@@ -81,7 +80,7 @@ Milliseconds
 momentOf( Item const& item ) {
    auto const found = exactMoment( numberOf( item ) );
    if ( !found ) {
-      refuseMoment( item, expectedMoment );
+      item.refuse( expectedFor( numberOf( item ), expectedMoment ) );
    }
    return *found;
 }
@@ -90,9 +89,15 @@ Milliseconds
 scenarioMomentOf( Item const& item ) {
    auto const found = scenarioMoment( numberOf( item ) );
    if ( !found ) {
-      refuseMoment( item, expectedScenarioMoment );
+      item.refuse( expectedFor( numberOf( item ), expectedScenarioMoment ) );
    }
    return *found;
+}
+
+std::string
+expectedInsteadOf( std::string const& text ) {
+   double const seconds = numberOf( plainKind( text ), text );
+   return expectedFor( seconds < 0 ? 0 : seconds, expectedScenarioMoment );
 }
 
 std::optional< Milliseconds >

@@ -82,13 +82,13 @@ Mounts::names() {
 }
 
 void
-Mounts::patch( Item const& item, bool isApplied ) {
+Mounts::patch( Item const& item, bool isApplied, VacuousRemovals* removals ) {
    std::size_t const mount = index( item.key() );
    if ( mount == mountKinds.size() ) {
       refuseUnknownKey( item, names() );
    }
    GenericIf& object = *objects_[ mount ];
-   Patcher( context_ )
+   Patcher( context_, removals )
       .object(
          item, *object.type(), std::string( item.key() ), isApplied ? &object : nullptr );
 }
@@ -104,9 +104,9 @@ Mounts::applyMount( Item const& item ) {
 }
 
 void
-Mounts::apply( Item const& item ) {
+Mounts::apply( Item const& item, VacuousRemovals* removals ) {
    item.forEachEntry(
-      "a map of mounts", [ this ]( Item const& entry ) { applyMount( entry ); } );
+      "a map of mounts", [ & ]( Item const& entry ) { patch( entry, true, removals ); } );
 }
 
 Json

@@ -39,7 +39,7 @@ readKey( Item const& item, RyxAttr const& collection ) {
    try {
       return keyOf( collection, std::string( item.key() ) );
    } catch ( Ryx::RangeException const& error ) {
-      item.refuseKey( error.message() );
+      item.refuseKey( shortenedIn( error.message(), item.key() ) );
    }
 }
 
@@ -116,7 +116,7 @@ Patcher::reference( Item const& item, RyxAttr const& attribute ) {
    try {
       return context_.referenced( *attribute.valueType(), item.node().text() );
    } catch ( Ryx::RangeException const& error ) {
-      item.refuseBecause( error.message() );
+      item.refuseBecause( shortenedIn( error.message(), item.node().text() ) );
    }
 }
 
@@ -169,6 +169,9 @@ void
 Patcher::member( Item const& item, RyxAttr const& collection, GenericIf* target ) {
    GenericPtr const key = readKey( item, collection );
    if ( item.isNull() ) {
+      if ( target && removals_ && !readMember( *target, collection, key ) ) {
+         removals_->push_back( item.keys() );
+      }
       if ( target ) {
          target->attributeOp( { collection.id(), GenericIf::del }, key, nullptr );
       }

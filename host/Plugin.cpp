@@ -43,30 +43,58 @@ asPath( std::string const& path ) {
    return path.find( '/' ) == std::string::npos ? "./" + path : path;
 }
 
+// `name`: the plug-in as the user knows it.
 [[noreturn]] void
-fail( std::string const& path, std::string const& why ) {
-   throw Failure( ExitStatus::badPlugin, fmt::format( "plug-in {}: {}", path, why ) );
+fail( std::string const& name, std::string const& why, std::string const& expected ) {
+   throw Failure(
+      ExitStatus::badPlugin,
+      fmt::format( "plug-in {}: {}: expected {}", name, why, expected ) );
+}
+
+std::string
+expectedLibrary() {
+   return fmt::format( "a library that defines {}", agentTypeName );
+}
+
+// Opening anything else could wait for ever.
+void
+checkIsFile( std::string const& name, std::string const& path ) {
+   std::error_code error;
+   auto const status = std::filesystem::status( path, error );
+   if ( std::filesystem::exists( status ) && !std::filesystem::is_regular_file( status ) ) {
+      fail( name, "no regular file", expectedLibrary() );
+   }
 }
 
 Ryx::PluginLibrary
-load( std::string const& path ) {
+load( std::string const& name, std::string const& path ) {
+   checkIsFile( name, path );
    try {
       return Ryx::PluginLibrary( path );
    } catch ( Ryx::RangeException const& refusal ) {
-      fail( path, refusal.what() );
+      std::string const why = refusal.what();
+      std::string const separator = ": expected ";
+      std::size_t const end = why.find( separator );
+      fail(
+         name,
+         why.substr( 0, end ),
+         end == why.npos ? expectedLibrary() : why.substr( end + separator.size() ) );
    }
 }
 
 RyxType const&
-agentTypeOf( std::string const& path ) {
+agentTypeOf( std::string const& name ) {
    RyxType const* const type = RyxType::type( Ryx::Name( agentTypeName ) );
    if ( !type || !type->code().construct ) {
-      fail( path, fmt::format( "expected a library that defines {}", agentTypeName ) );
+      fail( name, "no such plug-in", expectedLibrary() );
    }
-   for ( std::string_view name : childNames ) {
-      RyxAttr const* const child = type->attr( Ryx::Name( name ) );
+   for ( std::string_view childName : childNames ) {
+      RyxAttr const* const child = type->attr( Ryx::Name( childName ) );
       if ( !child || !child->has( Flags::isInstantiating ) ) {
-         fail( path, fmt::format( "{} has no child {}", agentTypeName, name ) );
+         fail(
+            name,
+            fmt::format( "{} has no child {}", agentTypeName, childName ),
+            fmt::format( "{}", fmt::join( childNames, " and " ) ) );
       }
    }
    return *type;
@@ -75,7 +103,9 @@ agentTypeOf( std::string const& path ) {
 } // namespace
 
 Plugin::Plugin( std::optional< std::string > const& path )
-      : library_( load( path ? asPath( *path ) : defaultPath() ) ),
-        agentType_( &agentTypeOf( library_.path() ) ) {}
+      : library_(
+           path ? load( *path, asPath( *path ) )
+                : load( OSTRA_PLUGIN_FILE, defaultPath() ) ),
+        agentType_( &agentTypeOf( path ? *path : library_.path() ) ) {}
 
 } // namespace ostra

@@ -64,7 +64,7 @@ plainText( Item const& item ) {
       return std::string( node.text() );
    case NodeKind::boolean:
    case NodeKind::number:
-      item.refuse( fmt::format( "a text, which {} is in quotes", node.text() ) );
+      item.refuse( "a text, which that is in quotes" );
    default:
       item.refuse( "a text" );
    }
@@ -93,9 +93,14 @@ GenericPtr
 readScalar( Item const& item, RyxType const& type ) {
    std::string const text = scalarText( item, type );
    try {
-      return type.code().parse( text );
+      GenericPtr value = type.code().parse( text );
+      // An address of nothing is written out.
+      if ( text.empty() && !value->strRep().empty() ) {
+         item.refuse( fmt::format( "a value, {} for none", value->strRep() ) );
+      }
+      return value;
    } catch ( Ryx::RangeException const& error ) {
-      item.refuseBecause( error.message() );
+      item.refuseBecause( shortenedIn( error.message(), text ) );
    }
 }
 

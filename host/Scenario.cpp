@@ -37,11 +37,18 @@ class ScenarioReader {
       } else if ( key == "until" ) {
          scenario_.until = scenarioMomentOf( entry );
       } else if ( key == "mounts" ) {
-         mounts_.apply( entry );
+         readMounts( entry );
       } else if ( key == "events" ) {
          readEvents( entry );
       } else {
          refuseUnknownKey( entry, scenarioKeys );
+      }
+   }
+
+   void readMounts( Item const& entry ) {
+      mounts_.apply( entry, &scenario_.vacuousRemovals );
+      for ( auto& path : scenario_.vacuousRemovals ) {
+         path.erase( path.begin() );
       }
    }
 
@@ -124,6 +131,15 @@ withoutEarlierRecords( std::string text ) {
    return text;
 }
 
+// Where the text of a run for people begins its first moment, as nothing else that is read
+// does; npos for any other text.
+std::size_t
+reportLine( std::string_view text ) {
+   constexpr std::string_view firstMoment = "\n00:00:00.000 ";
+   std::size_t const found = text.find( firstMoment );
+   return found == text.npos ? found : found + 1;
+}
+
 bool
 isRecord( DocumentNode const& node ) {
    for ( Entry const entry : node.entries() ) {
@@ -152,6 +168,19 @@ readScenario( Document const& document, Mounts& mounts, AgentTypeSource const& a
 
 void
 readState( File file, Mounts& mounts, std::size_t maxInput ) {
+   if ( std::size_t const line = reportLine( file.text ); line != std::string::npos ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "{}:{}:1: a report for people: expected that of --format ndjson, or its last "
+            "line",
+            file.name,
+            1 +
+               std::count(
+                  file.text.begin(),
+                  file.text.begin() + static_cast< std::ptrdiff_t >( line ),
+                  '\n' ) ) );
+   }
    Document const document = parseDocument(
       std::move( file.name ), withoutEarlierRecords( std::move( file.text ) ), maxInput );
    Item const root( document );

@@ -4,7 +4,7 @@
 #include <host/SyntaxError>
 
 #include <host/Failure>
-#include <host/Utf8>
+#include <host/SourceLine>
 
 #include <fmt/format.h>
 
@@ -17,57 +17,10 @@ namespace {
 
 using Offset = DocumentTree::Offset;
 
-constexpr std::string_view blanks = " \t";
-constexpr std::string_view breaks = "\r\n";
+// As far as the parser looks for the colon of a key.
+constexpr std::size_t longestKey = 1024;
 
-struct Line {
-   Offset begin;
-   std::string_view text;
-
-   std::size_t indent() const {
-      return std::min( text.find_first_not_of( ' ' ), text.size() );
-   }
-   bool isEmpty() const {
-      std::size_t const first = text.find_first_not_of( blanks );
-      return first == text.npos || text[ first ] == '#';
-   }
-};
-
-Line
-lineAt( std::string_view text, Offset offset ) {
-   std::size_t const before =
-      offset == 0 ? text.npos : text.find_last_of( breaks, offset - 1 );
-   std::size_t const begin = before == text.npos ? 0 : before + 1;
-   std::size_t const end = std::min( text.find_first_of( breaks, offset ), text.size() );
-   return { static_cast< Offset >( begin ), text.substr( begin, end - begin ) };
-}
-
-// The nearest line above that has something in it.
-std::optional< Line >
-lineAbove( std::string_view text, Line const& below ) {
-   for ( Line line = below; line.begin > 0; ) {
-      line = lineAt( text, line.begin - 1 );
-      if ( !line.isEmpty() ) {
-         return line;
-      }
-   }
-   return std::nullopt;
-}
-
-// The colon of a key that has no space behind it: "enabled:true" at the start of a line or
-// behind a dash.
-std::optional< Offset >
-tightColon( Line const& line ) {
-   std::size_t const begin = line.text.find_first_not_of( " \t-" );
-   std::size_t const colon = line.text.find_first_not_of(
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/_-",
-      std::min( begin, line.text.size() ) );
-   bool const isTight = colon != line.text.npos && colon > begin &&
-      line.text[ colon ] == ':' && colon + 1 < line.text.size() &&
-      blanks.find( line.text[ colon + 1 ] ) == blanks.npos;
-   return isTight ? std::optional( line.begin + static_cast< Offset >( colon ) )
-                  : std::nullopt;
-}
+constexpr char tabs[] = "a tab: expected spaces for indentation";
 
 class Explanation {
  public:
@@ -75,7 +28,7 @@ class Explanation {
          : error_( error ),
            tree_( tree ),
            text_( tree.text() ),
-           line_( lineAt( text_, error.problemOffset ) ) {}
+           line_( SourceLine::at( text_, error.problemOffset ) ) {}
 
    [[noreturn]] void fail() const {
       struct Case {
@@ -84,32 +37,35 @@ class Explanation {
       };
       static constexpr std::array< Case, 16 > cases = { {
          { "found unexpected end of stream", &Explanation::endOfQuote },
+         { "found unexpected document indicator", &Explanation::endOfQuote },
          { "found character that cannot start any token", &Explanation::strangeStart },
-         { "found a tab character that violates indentation", &Explanation::tab },
-         { "found a tab character where an indentation space is expected",
-           &Explanation::tab },
-         { "mapping values are not allowed in this context", &Explanation::secondColon },
+         { "mapping values are not allowed", &Explanation::secondColon },
          { "could not find expected ':'", &Explanation::noColon },
          { "did not find expected key", &Explanation::noKey },
          { "did not find expected '-' indicator", &Explanation::noKey },
-         { "did not find expected ',' or '}'", &Explanation::openBracket },
-         { "did not find expected ',' or ']'", &Explanation::openBracket },
+         { "did not find expected ','", &Explanation::openBracket },
          { "did not find expected node content", &Explanation::noValue },
-         { "block sequence entries are not allowed in this context",
-           &Explanation::misplacedDash },
-         { "found unexpected ':'", &Explanation::tightColonHere },
-         { "found unknown escape character", &Explanation::unknownEscape },
-         { "did not find expected hexdecimal number", &Explanation::cutEscape },
-         { "did not find expected alphabetic or numeric character",
-           &Explanation::strangeName },
+         { "did not find expected alphabetic", &Explanation::strangeName },
+         { "did not find expected comment", &Explanation::noLineEnd },
+         { "found an indentation indicator", &Explanation::noIndentation },
+         { "did not find expected <document start>", &Explanation::behindDocument },
+         { "found undefined tag handle", &Explanation::tag },
+         { "found duplicate", &Explanation::directive },
+         { "found incompatible", &Explanation::directive },
       } };
+      if ( error_.context.ends_with( "directive" ) ) {
+         directive();
+      } else if ( error_.context.ends_with( "tag" ) ) {
+         tag();
+      }
       auto const known =
          std::find_if( cases.begin(), cases.end(), [ this ]( Case const& entry ) {
-            return entry.problem == error_.problem;
+            return error_.problem.starts_with( entry.problem );
          } );
       if ( known != cases.end() ) {
          ( this->*known->explain )();
       }
+      explainInWords();
       say(
          error_.problemOffset,
          "{}{}{}",
@@ -119,6 +75,32 @@ class Explanation {
    }
 
  private:
+   // Where the problem alone tells it all.
+   void explainInWords() const {
+      using Words = std::pair< std::string_view, char const* >;
+      static constexpr std::array< Words, 7 > problems = { {
+         { "found a tab character", tabs },
+         { "found unexpected ':'", "a colon without a space behind it: expected one" },
+         { "mapping keys are not allowed", "\"?\": expected a key without it" },
+         { "block sequence entries are not allowed",
+           "\"-\": expected the items of a list in lines of their own" },
+         { "found unknown escape character",
+           "an escape that is none: expected \"\\\\\" for a backslash" },
+         { "did not find expected hexdecimal number",
+           "an escape without all its digits: expected 2 behind \"\\x\", 4 behind \"\\u\" "
+           "and 8 behind \"\\U\"" },
+         { "found invalid Unicode character",
+           "an escape for no character: expected one up to \\U0010ffff, and none of "
+           "\\ud800 "
+           "to \\udfff alone" },
+      } };
+      for ( auto const& [ problem, words ] : problems ) {
+         if ( error_.problem.starts_with( problem ) ) {
+            say( error_.problemOffset, "{}", words );
+         }
+      }
+   }
+
    template< class... Parts >
    [[noreturn]] void
    say( Offset offset, fmt::format_string< Parts... > format, Parts&&... parts ) const {
@@ -132,21 +114,27 @@ class Explanation {
       return error_.problemOffset == line_.begin + line_.indent();
    }
 
-   bool isAtEnd() const {
-      std::string_view const rest = text_.substr( error_.problemOffset );
-      return rest.find_first_not_of( " \t\r\n" ) == rest.npos;
+   bool isAtEnd( Offset offset ) const {
+      return text_.find_first_not_of( " \t\r\n", offset ) == text_.npos;
    }
+   bool isAtEnd() const { return isAtEnd( error_.problemOffset ); }
 
-   // What stands at the problem, as a message calls it.
-   std::string found() const {
-      if ( isAtEnd() ) {
+   // What stands there, as a message calls it.
+   std::string found( Offset offset ) const {
+      if ( isAtEnd( offset ) ) {
          return "the end of the file";
       }
-      std::string_view const rest = text_.substr( error_.problemOffset );
+      std::string_view const rest = text_.substr( offset );
+      bool const isQuote = rest.front() == '"' || rest.front() == '\'';
+      std::size_t const close = isQuote ? rest.find( rest.front(), 1 ) : rest.npos;
+      if ( close < rest.find_first_of( "\r\n" ) ) {
+         return inQuotes( rest.substr( 1, close - 1 ) );
+      }
       std::size_t const end =
          std::min( rest.find_first_of( " \t\r\n,:[]{}" ), rest.size() );
       return inQuotes( rest.substr( 0, std::max< std::size_t >( end, 1 ) ) );
    }
+   std::string found() const { return found( error_.problemOffset ); }
 
    // The quote that was not closed where it was meant to be ends in the line of the problem.
    void longQuote() const {
@@ -164,8 +152,16 @@ class Explanation {
       }
    }
 
-   void tightColonIn( Line const& line ) const {
-      if ( auto const colon = tightColon( line ) ) {
+   // A colon too far behind what would be its key is none to the parser.
+   void longKey( SourceLine const& line, Offset key, Offset colon ) const {
+      std::string_view const written = line.text.substr( key - line.begin, colon - key );
+      if ( text_[ colon ] == ':' && written.size() > longestKey ) {
+         say( key, "{}: expected a key of at most {} octets", found( key ), longestKey );
+      }
+   }
+
+   void tightColonIn( SourceLine const& line ) const {
+      if ( auto const colon = line.tightColon() ) {
          say( *colon, "a colon without a space behind it: expected one" );
       }
    }
@@ -176,14 +172,10 @@ class Explanation {
       }
    }
 
-   void tab() const {
-      say( error_.problemOffset, "a tab: expected spaces for indentation" );
-   }
-
    void strangeStart() const {
       char const c = text_[ error_.problemOffset ];
       if ( c == '\t' ) {
-         tab();
+         say( error_.problemOffset, "{}", tabs );
       }
       say(
          error_.problemOffset,
@@ -192,6 +184,7 @@ class Explanation {
    }
 
    void secondColon() const {
+      longKey( line_, line_.keyBegin( error_.problemOffset ), error_.problemOffset );
       std::string_view const before =
          line_.text.substr( 0, error_.problemOffset - line_.begin );
       if ( before.find( ": " ) != before.npos ) {
@@ -200,7 +193,7 @@ class Explanation {
             "a second colon: expected a text with a colon and a space in quotes, or one "
             "key a line" );
       }
-      auto const above = lineAbove( text_, line_ );
+      auto const above = line_.above( text_ );
       if ( above ) {
          tightColonIn( *above );
       }
@@ -216,9 +209,16 @@ class Explanation {
    }
 
    void noColon() const {
-      Line const line = lineAt( text_, error_.contextOffset );
+      SourceLine const line = SourceLine::at( text_, error_.contextOffset );
       tightColonIn( line );
       std::string_view const rest = line.text.substr( error_.contextOffset - line.begin );
+      std::size_t const colon = rest.find( ':', longestKey );
+      if ( colon != rest.npos ) {
+         longKey(
+            line,
+            error_.contextOffset,
+            error_.contextOffset + static_cast< Offset >( colon ) );
+      }
       say(
          error_.contextOffset,
          "{}: expected a key with a colon and a space behind it",
@@ -231,9 +231,9 @@ class Explanation {
          say( error_.problemOffset, "{}: expected the end of the line", found() );
       }
       tightColonIn( line_ );
-      Line const around = lineAt( text_, error_.contextOffset );
+      SourceLine const around = SourceLine::at( text_, error_.contextOffset );
       std::size_t const outer = error_.contextOffset - around.begin;
-      auto const above = lineAbove( text_, line_ );
+      auto const above = line_.above( text_ );
       std::size_t const inner = above ? above->indent() : outer;
       if ( line_.indent() == outer ) {
          bool const isList = error_.problem.find( '-' ) != error_.problem.npos;
@@ -259,13 +259,49 @@ class Explanation {
          say(
             error_.contextOffset, "\"{}\" without an end: expected \"{}\"", open, closed );
       }
+      foreignComment();
+      bool const isColon = text_[ error_.problemOffset ] == ':';
+      Offset const at =
+         isColon ? line_.keyBegin( error_.problemOffset ) : error_.problemOffset;
+      if ( isColon ) {
+         longKey( line_, at, error_.problemOffset );
+      } else if ( open == '{' && lacksValue() ) {
+         say( at, "{}: expected a colon before it", found() );
+      }
       say(
-         error_.problemOffset,
+         at,
          "{}: expected \",\" or \"{}\", for the \"{}\" in line {}",
-         found(),
+         found( at ),
          closed,
          open,
          lineNumber( error_.contextOffset ) );
+   }
+
+   // Whether the last thing that was read is a key without a value.
+   bool lacksValue() const {
+      DocumentTree::Index const last = tree_.size() - 1;
+      return tree_.size() != 0 && tree_.cell( last ).kind == NodeKind::null &&
+         tree_.contents( last ).empty();
+   }
+
+   // As other languages begin one: the parser takes it for a text, or stops at it.
+   void foreignComment() const {
+      Offset offset = error_.problemOffset;
+      // The last scalar may be a key, whose value is missing behind it.
+      for ( DocumentTree::Index i = tree_.size(); i > 0 && i + 2 > tree_.size(); --i ) {
+         DocumentTree::Cell const& cell = tree_.cell( i - 1 );
+         bool const isText = cell.isPlain && cell.kind == NodeKind::text;
+         if ( isText && isForeignComment( text_.substr( cell.offset ) ) ) {
+            offset = cell.offset;
+         }
+      }
+      std::string_view const rest = text_.substr( offset );
+      if ( isForeignComment( rest ) ) {
+         say(
+            offset,
+            "a comment that begins with \"{}\": expected \"#\"",
+            rest.substr( 0, 2 ) );
+      }
    }
 
    void noValue() const {
@@ -277,31 +313,58 @@ class Explanation {
       say( error_.problemOffset, "{}: expected a value", found() );
    }
 
-   void misplacedDash() const {
-      say(
-         error_.problemOffset,
-         "\"-\": expected the items of a list in lines of their own" );
+   void noLineEnd() const {
+      say( error_.problemOffset, "{}: expected the end of the line", found() );
    }
 
-   void tightColonHere() const {
-      say( error_.problemOffset, "a colon without a space behind it: expected one" );
+   void noIndentation() const {
+      say( error_.problemOffset, "{}: expected an indentation of 1 to 9", found() );
    }
 
-   void unknownEscape() const {
-      say(
-         error_.problemOffset,
-         "an escape that is none: expected \"\\\\\" for a backslash" );
+   void directive() const {
+      refuseDirective(
+         tree_, error_.context.empty() ? error_.problemOffset : error_.contextOffset );
    }
 
-   void cutEscape() const {
-      say(
-         error_.problemOffset,
-         "an escape without all its digits: expected 2 behind \"\\x\", 4 behind \"\\u\" "
-         "and 8 "
-         "behind \"\\U\"" );
+   void tag() const {
+      bool const isScanned = error_.context.ends_with( "tag" );
+      Offset const offset = isScanned ? error_.contextOffset : error_.problemOffset;
+      tree_.fail( offset, fmt::format( "tag {}: expected none", found( offset ) ) );
+   }
+
+   // The document was over already.
+   void behindDocument() const {
+      auto const above = line_.above( text_ );
+      if ( isFirstInLine() && above && above->text.starts_with( "..." ) ) {
+         tree_.fail( error_.problemOffset, secondDocument );
+      }
+      if ( isFirstInLine() && above && above->text.starts_with( "%" ) ) {
+         say( error_.problemOffset, "{}: expected \"---\" behind directives", found() );
+      }
+      if ( isFirstInLine() && above && above->indent() > line_.indent() ) {
+         say(
+            error_.problemOffset,
+            "indented by {}: expected {}, as a line above is",
+            line_.indent(),
+            firstIndent() );
+      }
+      say( error_.problemOffset, "{}: expected the end of the file", found() );
+   }
+
+   // Of the lines above, the one that is indented least.
+   std::size_t firstIndent() const {
+      std::size_t least = text_.size();
+      for ( auto line = line_.above( text_ ); line; line = line->above( text_ ) ) {
+         least = std::min( least, line->indent() );
+      }
+      return least;
    }
 
    void strangeName() const {
+      constexpr std::string_view blanks = " \t\r\n";
+      if ( isAtEnd() || blanks.find( text_[ error_.problemOffset ] ) != blanks.npos ) {
+         say( error_.problemOffset, "an anchor or alias without a name: expected one" );
+      }
       say(
          error_.problemOffset,
          "{} in the name of an anchor or alias: expected letters, digits, - and _",
@@ -311,7 +374,7 @@ class Explanation {
    SyntaxError const& error_;
    DocumentTree const& tree_;
    std::string_view const text_;
-   Line const line_;
+   SourceLine const line_;
 };
 
 } // namespace
@@ -321,43 +384,19 @@ SyntaxError::fail( DocumentTree const& tree ) const {
    Explanation( *this, tree ).fail();
 }
 
-void
-failAtCharacter( DocumentTree const& tree, std::size_t offset ) {
-   std::string_view const text = tree.text();
-   auto at = static_cast< Offset >( std::min( offset, text.size() ) );
-   if ( text.starts_with( "\xff\xfe" ) || text.starts_with( "\xfe\xff" ) ) {
-      tree.fail( 0, "UTF-16: expected UTF-8" );
-   }
-   // The parser's place is where it misses an octet; what is wrong begins before it.
-   while ( at > 0 && at < text.size() && text[ at ] >= ' ' && text[ at ] <= '~' ) {
-      --at;
-   }
-   Character const character = firstCharacter( text.substr( at ) );
-   if ( character.length == 0 && at < text.size() ) {
-      tree.fail(
-         at,
-         fmt::format(
-            "byte \\x{:02x}: expected UTF-8",
-            static_cast< unsigned char >( text[ at ] ) ) );
-   }
-   tree.fail(
-      at,
-      fmt::format(
-         "character U+{:04X}: expected it as an escape, in double quotes",
-         static_cast< std::uint32_t >( character.code ) ) );
+bool
+isForeignComment( std::string_view text ) {
+   return text.starts_with( "//" ) || text.starts_with( "/*" );
 }
 
 void
-refuseForeignBreaks( DocumentTree const& tree ) {
-   if ( isAscii( tree.text() ) ) {
-      return;
-   }
-   for ( std::string_view const character :
-         { "\xc2\x85", "\xe2\x80\xa8", "\xe2\x80\xa9" } ) {
-      if ( auto const at = tree.text().find( character ); at != std::string_view::npos ) {
-         failAtCharacter( tree, at );
-      }
-   }
+refuseDirective( DocumentTree const& tree, DocumentTree::Offset offset ) {
+   std::string_view const line = SourceLine::at( tree.text(), offset ).text;
+   tree.fail(
+      offset,
+      fmt::format(
+         "directive {}: expected none, or \"%YAML 1.2\"",
+         inQuotes( line.substr( 0, line.find_last_not_of( " \t" ) + 1 ) ) ) );
 }
 
 } // namespace ostra

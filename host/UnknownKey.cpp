@@ -3,6 +3,8 @@
 
 #include <host/UnknownKey>
 
+#include <host/SyntaxError>
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -77,6 +79,9 @@ nearest( std::string_view text, KnownKeys const& keys ) {
 void
 refuseUnknownKey( Item const& entry, KnownKeys const& keys, std::string const& expected ) {
    std::string_view const key = entry.key();
+   if ( isForeignComment( key ) ) {
+      entry.refuseKey( "no key but a comment: expected it to begin with \"#\"" );
+   }
    std::size_t const colon = key.find( ':' );
    bool const isTight = colon != key.npos &&
       std::find( keys.begin(), keys.end(), key.substr( 0, colon ) ) != keys.end();

@@ -8,11 +8,14 @@
 
 #include <utility>
 
+#include <sys/stat.h>
+
 using ostra::jsonLines;
 using ostra::ostraRun;
 using ostra::Outcome;
 using ostra::RunningProgram;
 using ostra::shell;
+using ostra::temporaryFile;
 using namespace std::string_literals;
 using testing::AllOf;
 using testing::ContainsRegex;
@@ -75,6 +78,14 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "run --until soon", "ostra run: --until: \"soon\": "s + moment },
       { "run --until -1", "ostra run: --until: \"-1\": "s + moment },
       { "run --until 0.0001", "ostra run: --until: \"0.0001\": "s + moment },
+      { "run --until 1e20",
+        "ostra run: --until: \"1e20\": expected at most 2251799813685.248" },
+      { "run --trace 0x8", "ostra run: --trace: \"0x8\": "s + level },
+      { "run - --mounts -",
+        "ostra run: --mounts: \"-\": expected a file, as standard input is the scenario" },
+      { "check --mounts - -",
+        "ostra check: --mounts: \"-\": expected a file, as standard input is the "
+        "scenario" },
       { "run --until", "ostra run: --until: no value: "s + moment },
       { "run --real-time=5", "ostra run: --real-time: a value: expected none" },
       { "run --version=maybe", "ostra run: --version: a value: expected none" },
@@ -134,7 +145,7 @@ TEST( Cli, InputWithoutEndIsRefused ) {
       endless.err,
       "/dev/zero: longer than 1 MiB: expected at most that, or a greater --max-input\n" );
    expectRefused( ostraRun( "run --max-input 1 --mounts /dev/zero" ), 2 );
-   for ( char const* size : { "0", "-1", "4096", "1M", "''" } ) {
+   for ( char const* size : { "0", "-1", "4096", "1M", "0x10", "''" } ) {
       Outcome const outcome = ostraRun( std::string( "check --max-input " ) + size + " x" );
       expectRefused( outcome, 2 );
       EXPECT_THAT( outcome.err, HasSubstr( "expected a number of MiB from 1 to 4095" ) );
@@ -162,6 +173,22 @@ TEST( Cli, PluginThatCannotBeLoadedIsStatus3 ) {
    EXPECT_THAT( missing.err, StartsWith( "plug-in /nonexistent.so: cannot open" ) );
    expectRefused( ostraRun( "run --plugin " OSTRA_EXAMPLES "/leaf-reload.yaml" ), 3 );
    expectRefused( ostraRun( "types --plugin nonexistent.so" ), 3 );
+   EXPECT_EQ(
+      ostraRun( "run --plugin nonexistent.so" ).err,
+      "plug-in nonexistent.so: cannot open shared object file: No such file or directory: "
+      "expected a library that defines OstraMlag::Agent\n" );
+   EXPECT_EQ(
+      ostraRun( "run --plugin /tmp" ).err,
+      "plug-in /tmp: no regular file: expected a library that defines OstraMlag::Agent\n" );
+}
+
+TEST( Cli, PluginThatIsAPipeIsRefusedWithoutAWait ) {
+   ostra::TemporaryDirectory const directory;
+   std::string const pipe = directory.path() + "/pipe";
+   ASSERT_EQ( mkfifo( pipe.c_str(), 0600 ), 0 );
+   Outcome const outcome = ostraRun( "run --plugin '" + pipe + "'" );
+   expectRefused( outcome, 3 );
+   EXPECT_THAT( outcome.err, HasSubstr( "no regular file" ) );
 }
 
 TEST( Cli, LibraryThatIsNoPluginIsStatus3 ) {
@@ -199,8 +226,9 @@ TEST( Cli, PluginWhoseAgentHasNotTheTwoChildrenIsStatus3 ) {
    expectRefused( outcome, 3 );
    EXPECT_EQ(
       outcome.err,
-      "plug-in " OSTRA_CHILDLESS_PLUGIN
-      ": OstraMlag::Agent has no child mlagErrdisableSm\n" );
+      "plug-in " OSTRA_CHILDLESS_PLUGIN ": OstraMlag::Agent has no child mlagErrdisableSm: "
+      "expected ethPeerIntfStatusReactor and "
+      "mlagErrdisableSm\n" );
 }
 
 TEST( Cli, PluginThatContradictsWhatIsRegisteredIsStatus3 ) {
@@ -212,7 +240,7 @@ TEST( Cli, PluginThatContradictsWhatIsRegisteredIsStatus3 ) {
          outcome.err,
          "plug-in " OSTRA_CONTRADICTING_PLUGIN
          ": attribute 258 \"speed\" of Mlag::Config is already registered as 258 "
-         "\"enabled\"\n" );
+         "\"enabled\": expected a library that defines OstraMlag::Agent\n" );
    }
 }
 
@@ -248,6 +276,18 @@ TEST( Cli, CheckTellsWhatTheScenarioHas ) {
       "{}}}}" );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_EQ( outcome.out, "<stdin>: ok, 1 event, 1 port, until 20.5 s\n" );
+}
+
+TEST( Cli, AReportForPeopleIsNoState ) {
+   std::string const path = temporaryFile( "report.txt", ostraRun( "run" ).out );
+   Outcome const outcome = ostraRun( "run --mounts '" + path + "'" );
+   expectRefused( outcome, 2 );
+   EXPECT_THAT(
+      outcome.err,
+      MatchesRegex(
+         path +
+         ":[0-9]+:1: a report for people: expected that of --format ndjson, or its "
+         "last line\n" ) );
 }
 
 TEST( Cli, StateCanBeRead ) {

@@ -72,7 +72,7 @@ TEST( Document, WhatReadersDisagreeOnIsText ) {
 }
 
 TEST( Document, QuotedScalarsAreTexts ) {
-   for ( char const* text : { "\"10\"", "'true'", "'null'", "!!str 5", "\".inf\"" } ) {
+   for ( char const* text : { "\"10\"", "'true'", "'null'", "\".inf\"" } ) {
       EXPECT_EQ( kindOf( text ), NodeKind::text ) << text;
    }
 }
@@ -158,6 +158,12 @@ TEST( Document, RefusesWhatItDoesNotUnderstand ) {
       complaint( "a: &x {b: 1}\nc:\n  <<: *x\n" ),
       "x.yaml:3:3: merge key \"<<\": expected the entries themselves" );
    EXPECT_EQ( complaint( "a: !ip 1" ), "x.yaml:1:4: tag \"!ip\": expected none" );
+   EXPECT_EQ( complaint( "a: ! 1" ), "x.yaml:1:4: tag \"!\": expected none" );
+   EXPECT_EQ( complaint( "a: !!int 1" ), "x.yaml:1:4: tag \"!!int\": expected none" );
+   EXPECT_EQ(
+      complaint( "a: !!str 5" ), "x.yaml:1:4: tag \"!!str\": expected the text in quotes" );
+   EXPECT_EQ( complaint( "a: !<x\n" ), "x.yaml:1:4: tag \"!<x\": expected none" );
+   EXPECT_EQ( complaint( "a: !x!y 1\n" ), "x.yaml:1:4: tag \"!x!y\": expected none" );
    EXPECT_EQ(
       complaint( "? {a: 1}\n: 2\n" ),
       "x.yaml:1:3: a key that is null, a list or a map: expected a text" );
@@ -171,9 +177,74 @@ TEST( Document, RefusesWhatItDoesNotUnderstand ) {
       "x.yaml:1:4: alias \"y\": expected an anchor of that name above" );
 }
 
+TEST( Document, RefusesDirectivesThatMeanSomething ) {
+   std::string const expected = "\": expected none, or \"%YAML 1.2\"";
+   EXPECT_EQ( parsed( "%YAML 1.2\n---\na: 1\n" ).at( "a" ), 1 );
+   EXPECT_EQ( parsed( "%YAML 1.1\n---\na: 1\n" ).at( "a" ), 1 );
+   for ( std::string const directive :
+         { "%YAML 9.9", "%FOO", "%FOO bar", "%YAML", "%TAG", "%TAG ! tag:x,2000:" } ) {
+      EXPECT_EQ(
+         complaint( directive + "\n---\na: 1\n" ),
+         "x.yaml:1:1: directive \"" + directive + expected );
+   }
+   EXPECT_EQ(
+      complaint( "%YAML 1.2\n%TAG ! x:\n---\na: 1\n" ),
+      "x.yaml:2:1: directive \"%TAG ! x:" + expected );
+   EXPECT_EQ(
+      complaint( "%YAML 1.2\na: 1\n" ),
+      "x.yaml:2:1: not YAML: \"a\": expected \"---\" behind directives" );
+}
+
+TEST( Document, NothingFollowsTheDocument ) {
+   std::string const end = ": expected the end of the file";
+   EXPECT_EQ( complaint( "{a: 1}}\n" ), "x.yaml:1:7: not YAML: \"}\"" + end );
+   EXPECT_EQ( complaint( "{a: 1}\n}\n" ), "x.yaml:2:1: not YAML: \"}\"" + end );
+   EXPECT_EQ( complaint( "{a: 1} b\n" ), "x.yaml:1:8: not YAML: \"b\"" + end );
+   EXPECT_EQ(
+      complaint( "a: 1\n...\nb: 2\n" ),
+      "x.yaml:3:1: a second document: expected only one" );
+   EXPECT_EQ(
+      complaint( "  a: 1\n\nb: 2\n" ),
+      "x.yaml:3:1: not YAML: indented by 0: expected 2, as a line above is" );
+}
+
+TEST( Document, WhatIsWrongInJsonIsNamed ) {
+   auto const expectRefused = []( std::string const& text, std::string const& why ) {
+      EXPECT_EQ( complaint( text ), "x.yaml:" + why ) << text;
+   };
+   expectRefused( R"({"a" "x"})", R"(1:6: not YAML: "x": expected a colon before it)" );
+   expectRefused( R"({"a" 3})", R"(1:6: not YAML: "3": expected a colon before it)" );
+   std::string const comma = R"(: expected "," or "}", for the "{" in line 1)";
+   expectRefused( R"({"a": "x" "b": 3})", R"(1:11: not YAML: "b")" + comma );
+   expectRefused( R"({"a": 1 "b": 3})", R"(1:9: not YAML: "b")" + comma );
+   expectRefused( "{\"a\": 1\n \"b\": 3}", R"(2:2: not YAML: "b")" + comma );
+   std::string const comment = R"(: expected "#")";
+   expectRefused(
+      "{\"a\": 1, // c\n \"b\": 3}",
+      R"(1:10: not YAML: a comment that begins with "//")" + comment );
+   expectRefused(
+      "{\"a\": \"x\" /* c */}",
+      R"(1:11: not YAML: a comment that begins with "/*")" + comment );
+}
+
+TEST( Document, KeysThatAreTooLongForTheParserAreNamed ) {
+   std::string const key( 1025, 'k' );
+   std::string const why = ": not YAML: \"" + key.substr( 0, 60 ) +
+      "...\": expected a key of at most 1024 octets";
+   EXPECT_EQ( complaint( key + ": 1\n" ), "x.yaml:1:1" + why );
+   EXPECT_EQ( complaint( "a: 1\n" + key + ": 1\n" ), "x.yaml:2:1" + why );
+   EXPECT_EQ( complaint( "\"" + key + "\": 1\n" ), "x.yaml:1:1" + why );
+   EXPECT_EQ( complaint( "{" + key + ": 1}\n" ), "x.yaml:1:2" + why );
+   EXPECT_EQ( complaint( std::string( 1024, 'k' ) + ": 1\n" ), "" );
+}
+
 TEST( Document, WhatNoFileMayHaveIsNamedWithItsPlace ) {
    EXPECT_EQ( complaint( "a: \"\xff\"" ), "x.yaml:1:5: byte \\xff: expected UTF-8" );
    EXPECT_EQ( complaint( "a: 1\nb: \xc3(" ), "x.yaml:2:4: byte \\xc3: expected UTF-8" );
+   EXPECT_EQ( complaint( "a: \xc3\nb: 1" ), "x.yaml:1:4: byte \\xc3: expected UTF-8" );
+   EXPECT_EQ( complaint( "a: x\xe2\x82\nb: 1" ), "x.yaml:1:5: byte \\xe2: expected UTF-8" );
+   EXPECT_EQ( complaint( "a: \"\xe2\x82\"" ), "x.yaml:1:5: byte \\xe2: expected UTF-8" );
+   EXPECT_EQ( complaint( "a: x\xe2\x82" ), "x.yaml:1:5: byte \\xe2: expected UTF-8" );
    EXPECT_EQ(
       complaint( std::string( "\xff\xfe\x61\x00", 4 ) ),
       "x.yaml:1:1: UTF-16: expected UTF-8" );
@@ -209,6 +280,15 @@ TEST( Document, BrokenSyntaxIsOneLineWithItsPlace ) {
          { "a: [1,,2]", "1:7: not YAML: \",\": expected a value" },
          { "b: 1\nab\n",
            "2:1: not YAML: \"ab\": expected a key with a colon and a space behind it" },
+         { "a: |x\n  b\n", "1:5: not YAML: \"x\": expected the end of the line" },
+         { "a: |0\n  b\n", "1:5: not YAML: \"0\": expected an indentation of 1 to 9" },
+         { "a: ? b\n", "1:4: not YAML: \"?\": expected a key without it" },
+         { "a: &\n", "1:5: not YAML: an anchor or alias without a name: expected one" },
+         { "a: \"b\n---\n\"",
+           "1:4: not YAML: a quote without an end: expected it to be closed" },
+         { "a: \"\\ud800\"",
+           "1:7: not YAML: an escape for no character: expected one up to \\U0010ffff, and "
+           "none of \\ud800 to \\udfff alone" },
          { "a: \"\\q\"",
            "1:5: not YAML: an escape that is none: expected \"\\\\\" for a "
            "backslash" } } ) {
@@ -225,7 +305,7 @@ TEST( Document, BracketWithoutItsEndIsNamed ) {
       "x.yaml:2:4: not YAML: \"[\" without an end: expected \"]\"" );
    EXPECT_EQ(
       complaint( "a: [1, 2\nb: 3\n" ),
-      "x.yaml:2:2: not YAML: \":\": expected \",\" or \"]\", for the \"[\" in line 1" );
+      "x.yaml:2:1: not YAML: \"b\": expected \",\" or \"]\", for the \"[\" in line 1" );
    EXPECT_EQ(
       complaint( "a: {b: 1}}\n" ),
       "x.yaml:1:10: not YAML: \"}\": expected the end of the line" );
@@ -312,7 +392,10 @@ TEST( Document, NestingByAliasesIsRefusedToo ) {
       return text;
    };
    EXPECT_EQ( complaint( chain( 400 ) ), "" );
-   EXPECT_EQ( complaint( chain( 200000 ) ), "x.yaml:500:11: nested too deeply" );
+   EXPECT_EQ(
+      complaint( chain( 200000 ) ),
+      "x.yaml:500:11: nested too deeply: expected at most 500 lists and maps in each "
+      "other" );
 }
 
 TEST( Document, AliasesCountAsIfWrittenOut ) {

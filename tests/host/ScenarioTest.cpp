@@ -23,6 +23,40 @@ mountComplaint( std::string const& mount ) {
 
 } // namespace
 
+TEST( Scenario, LongTextsAreCutInComplaints ) {
+   std::string const text( 100, '1' );
+   for ( std::string const& scenario : std::initializer_list< std::string >{
+            text + ": 1",
+            "mounts: { " + text + ": 1 }",
+            "mounts: { mlagConfig: { enabled: " + text + " } }",
+            "mounts: { mlagConfig: { domainId: " + text + " } }",
+            "mounts: { mlagConfig: { reloadDelay: \"" + text + "\" } }",
+            "mounts: { mlagConfig: { peerAddress: \"" + text + "\" } }",
+            "mounts: { mlagConfig: { localInterface: V" + text + " } }",
+            "mounts: { mlagStatus: { systemId: \"" + text + "\" } }",
+            "mounts: { mlagStatus: { mlagState: \"" + text + "\" } }",
+            "mounts: { ethPhyIntfStatus: { intfStatus: { Q" + text + ": {} } } }" } ) {
+      std::string const why = complaint( scenario );
+      EXPECT_THAT( why, HasSubstr( text.substr( 0, 59 ) ) ) << scenario;
+      EXPECT_THAT( why, testing::Not( HasSubstr( text.substr( 0, 61 ) ) ) ) << scenario;
+   }
+}
+
+TEST( Scenario, AnAddressIsNoEmptyText ) {
+   EXPECT_THAT(
+      complaint( "mounts: { mlagConfig: { peerAddress: \"\" } }" ),
+      testing::EndsWith( "peerAddress: \"\": expected a value, 0.0.0.0 for none" ) );
+   EXPECT_EQ(
+      complaint( "mounts: { mlagConfig: { peerAddress: 0.0.0.0, domainId: \"\" } }" ), "" );
+}
+
+TEST( Scenario, AForeignCommentIsNoKey ) {
+   EXPECT_EQ(
+      complaint( "{ /* c */ \"until\": 3 }" ),
+      "x.yaml:1:3: /* c */ \"until\": no key but a comment: expected it to begin with "
+      "\"#\"" );
+}
+
 TEST( Scenario, EverythingIsOptional ) {
    EXPECT_EQ( complaint( "{}" ), "" );
    EXPECT_EQ(
@@ -90,12 +124,12 @@ TEST( Scenario, AttributesWithoutBehaviourAreUnknown ) {
 TEST( Scenario, MissingMapsAndListsAreRefused ) {
    EXPECT_EQ(
       complaint( "" ),
-      "x.yaml:1:1: null: expected a map of name, startTime, until, mounts, events" );
+      "x.yaml:1:1: nothing: expected a map of name, startTime, until, mounts, events" );
    EXPECT_EQ(
       complaint( "- 1" ),
       "x.yaml:1:1: a list: expected a map of name, startTime, until, mounts, events" );
    EXPECT_EQ(
-      complaint( "mounts:" ), "x.yaml:1:1: mounts: null: expected a map of mounts" );
+      complaint( "mounts:" ), "x.yaml:1:1: mounts: nothing: expected a map of mounts" );
    EXPECT_EQ(
       complaint( "events: {}" ), "x.yaml:1:9: events: a map: expected a list of events" );
    EXPECT_EQ(
@@ -172,7 +206,7 @@ TEST( Scenario, TextsAreNoNumbersAndNoBooleans ) {
    EXPECT_EQ( mountComplaint( "mlagConfig: {domainId: pod 1}" ), "" );
    EXPECT_EQ(
       mountComplaint( "mlagConfig: {domainId: 5}" ),
-      "mounts.mlagConfig.domainId: 5: expected a text, which 5 is in quotes" );
+      "mounts.mlagConfig.domainId: 5: expected a text, which that is in quotes" );
    EXPECT_THAT(
       mountComplaint( "mlagConfig: {domainId: true}" ), HasSubstr( "in quotes" ) );
    EXPECT_THAT( mountComplaint( "mlagConfig: {domainId: null}" ), HasSubstr( "a text" ) );
