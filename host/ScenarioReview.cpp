@@ -56,6 +56,9 @@ constexpr char portKind[] = "port";
 constexpr char portChannelKind[] = "port-channel";
 constexpr char linkKind[] = "port-channel or port";
 
+constexpr char absence[] = "no status in ethPhyIntfStatus: {}";
+constexpr char nothingToRemove[] = "{} is not there to be removed";
+
 // The member of that name; null when there is none.
 Json const&
 at( Json const& object, std::string const& key ) {
@@ -81,6 +84,7 @@ std::array< ScenarioReview::Keys, ScenarioReview::collectionCount > const
         portChannelKind,
         false,
         true },
+      { "mlagissuCause", "intfStatus", isPort, portKind, false, false },
       { "peerIntfStatusDir", "intfStatus", isAny, "interface", true, false },
    } };
 
@@ -90,6 +94,7 @@ ScenarioReview::patchIs( Json const& patch ) {
       addMembers( Collection( i ), patch );
    }
    addMlagConfig( at( patch, "mlagConfig" ) );
+   addAgent( patch );
    ++patches_;
 }
 
@@ -111,24 +116,53 @@ ScenarioReview::addMember(
    Collection collection, std::string const& key, Json const& value ) {
    Keys const& keys = collections[ collection ];
    Id const id( key );
-   present_[ collection ].insert( id );
+   bool const isPutIn = present_[ collection ].insert( id ).second;
    bool const isNew = seen_[ collection ].emplace( id, patches_ ).second;
    if ( isNew && !keys.takes( id ) ) {
       doubtKey( patches_, collection, id, fmt::format( "{} is no {}", key, keys.kind ) );
    }
+   checkMemberReference( collection, key, value, isPutIn );
    if ( collection == lagConfigs ) {
       addLag( key, value );
    } else if ( collection == mlags ) {
-      addMlagId( key, value );
+      addMlagId( key, value, isPutIn );
    }
 }
 
 void
 ScenarioReview::addRemoval( Collection collection, std::string const& key ) {
    Id const id( key );
+   referring_[ collection ].erase( id );
    if ( !present_[ collection ].erase( id ) && collections[ collection ].isInput ) {
-      doubtKey(
-         patches_, collection, id, fmt::format( "{} is not there to be removed", key ) );
+      doubtKey( patches_, collection, id, fmt::format( nothingToRemove, key ) );
+   }
+}
+
+void
+ScenarioReview::addAgent( Json const& patch ) {
+   auto const agent = patch.find( "agent" );
+   if ( agent == patch.end() ) {
+      return;
+   }
+   if ( agent->is_null() && !hasAgent_ ) {
+      doubt( patches_, { "agent" }, fmt::format( nothingToRemove, "the agent" ), true );
+   }
+   hasAgent_ = !agent->is_null();
+   if ( agent->empty() ) {
+      hasAllChildren_ = hasAgent_;
+      otherChildren_.clear();
+      return;
+   }
+   for ( auto const& [ child, value ] : agent->items() ) {
+      bool const isThere = otherChildren_.count( child ) == ( hasAllChildren_ ? 0 : 1 );
+      if ( value.is_null() && !isThere ) {
+         doubt( patches_, { "agent", child }, fmt::format( nothingToRemove, child ), true );
+      }
+      if ( value.is_null() == hasAllChildren_ ) {
+         otherChildren_.insert( child );
+      } else {
+         otherChildren_.erase( child );
+      }
    }
 }
 
@@ -164,9 +198,11 @@ ScenarioReview::addMlagConfig( Json const& config ) {
 }
 
 void
-ScenarioReview::addMlagId( std::string const& key, Json const& config ) {
+ScenarioReview::addMlagId( std::string const& key, Json const& config, bool isNew ) {
    Json const& id = at( config, "mlagId" );
-   if ( patches_ == Doubt::mounts && id.is_string() ) {
+   if ( id == "" || ( isNew && id.is_null() ) ) {
+      doubtKey( patches_, mlags, Id( key ), "an empty mlagId is no MLAG configuration" );
+   } else if ( patches_ == Doubt::mounts ) {
       mlagIds_[ id.get< std::string >() ].insert( Id( key ) );
    }
 }
@@ -174,6 +210,12 @@ ScenarioReview::addMlagId( std::string const& key, Json const& config ) {
 void
 ScenarioReview::checkReference(
    char const* name, Json const& config, bool ( *takes )( Id ), char const* kind ) {
+   bool const isSet = references_.count( name ) != 0;
+   if ( checkClearing( { "mlagConfig", name }, config, isSet ) ) {
+      references_.insert( name );
+   } else {
+      references_.erase( name );
+   }
    Id const id = intfIdOf( at( config, name ) );
    if ( id && !takes( id ) ) {
       doubt(
@@ -181,6 +223,39 @@ ScenarioReview::checkReference(
          { "mlagConfig", name },
          fmt::format( "{} is no {}", id.string(), kind ) );
    }
+}
+
+void
+ScenarioReview::checkMemberReference(
+   Collection collection, std::string const& key, Json const& config, bool isNew ) {
+   char const* const name = collection == lagConfigs ? "lag"
+      : collection == portConfigs                    ? "defaultConfig"
+                                                     : nullptr;
+   if ( !name ) {
+      return;
+   }
+   Id const id( key );
+   Keys const& keys = collections[ collection ];
+   // One that is put in says that it has none, if it likes.
+   bool const isSet = isNew || referring_[ collection ].count( id ) != 0;
+   bool const has = checkClearing( { keys.mount, keys.name, key, name }, config, isSet );
+   if ( has && !( isNew && at( config, name ).is_null() ) ) {
+      referring_[ collection ].insert( id );
+   } else {
+      referring_[ collection ].erase( id );
+   }
+}
+
+bool
+ScenarioReview::checkClearing( Path const& path, Json const& owner, bool isSet ) {
+   auto const found = owner.is_object() ? owner.find( path.back() ) : owner.end();
+   if ( found == owner.end() ) {
+      return isSet;
+   }
+   if ( found->is_null() && !isSet && patches_ != Doubt::mounts ) {
+      doubt( patches_, path, "there is none to be cleared" );
+   }
+   return !found->is_null();
 }
 
 void
@@ -197,6 +272,7 @@ ScenarioReview::doubts() {
    checkStatuses();
    checkPeerLinks();
    checkConfigurations();
+   checkPresence();
    checkMlagIds();
    checkNonMlagDelay();
    return std::move( doubts_ );
@@ -291,15 +367,39 @@ ScenarioReview::checkConfigurations() {
    }
 }
 
+// Ports that are named and never become present, in one for each place where they are.
+void
+ScenarioReview::checkPresence() {
+   for ( Collection const collection : { portConfigs, lagConfigs, causes } ) {
+      std::vector< Id > without;
+      for ( auto const& [ id, patch ] : seen_[ collection ] ) {
+         if ( isPort( id ) && !isSeen( ports, id ) ) {
+            without.push_back( id );
+         }
+      }
+      if ( !without.empty() ) {
+         Id const first = without.front();
+         doubtKey(
+            seen_[ collection ].at( first ),
+            collection,
+            first,
+            fmt::format( absence, intfRanges( std::move( without ) ) ) );
+      }
+   }
+   for ( auto const& [ id, patch ] : peerLinks_ ) {
+      if ( isPort( id ) && !isSeen( ports, id ) ) {
+         doubt(
+            patch, { "mlagConfig", "peerLinkIntf" }, fmt::format( absence, id.string() ) );
+      }
+   }
+}
+
 // An id pairs one port-channel here with one of the peer.
 void
 ScenarioReview::checkMlagIds() {
    for ( auto const& [ mlagId, ids ] : mlagIds_ ) {
       for ( Id const id : ids ) {
-         if ( mlagId.empty() ) {
-            doubtKey(
-               Doubt::mounts, mlags, id, "an empty mlagId is no MLAG configuration" );
-         } else if ( id != *ids.begin() ) {
+         if ( id != *ids.begin() ) {
             doubt(
                Doubt::mounts,
                { "mlagConfig", "intfConfig", id.string(), "mlagId" },

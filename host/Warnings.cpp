@@ -4,10 +4,12 @@
 #include <host/Warnings>
 
 #include <host/ScenarioReview>
+#include <host/SwitchFacts>
 #include <host/Words>
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <functional>
 #include <span>
 
@@ -78,13 +80,56 @@ addLateEvents( Scenario const& scenario, std::vector< Doubt >& doubts ) {
       late += scenario.until && event.at > *scenario.until ? 1u : 0u;
    }
    if ( late != 0 ) {
-      std::string const rest =
-         late == 1 ? "" : fmt::format( ", nor do the {} behind it", late - 1 );
+      std::string const rest = late == 1 ? ""
+         : late == 2                     ? ", nor does the one behind it"
+                     : fmt::format( ", nor do the {} behind it", late - 1 );
       doubts.push_back( { 1 + scenario.events.size() - late,
                           { "at" },
                           fmt::format( "does not happen: the run ends before it{}", rest ),
                           false } );
    }
+}
+
+// MLAG that is switched on and not configured as a whole is as good as off.
+void
+addMissingConfig( Mounts const& mounts, std::vector< Doubt >& doubts ) {
+   auto const missing = SwitchFacts( mounts ).missingConfig();
+   bool const isEnabled =
+      std::find( missing.begin(), missing.end(), "enabled" ) == missing.end();
+   if ( isEnabled && !missing.empty() ) {
+      doubts.push_back(
+         { Doubt::mounts,
+           { "mlagConfig", "enabled" },
+           fmt::format( "no port is held without {}", fmt::join( missing, ", " ) ),
+           false } );
+   }
+}
+
+void
+addRemovals( Scenario const& scenario, std::vector< Doubt >& doubts ) {
+   for ( std::vector< std::string > const& path : scenario.vacuousRemovals ) {
+      doubts.push_back( { Doubt::mounts,
+                          path,
+                          "null removes it, and it is not there: expected {} to put it in",
+                          true } );
+   }
+}
+
+// A warning, and where it stands: behind those without a place.
+struct Line {
+   std::size_t place = 0;
+   std::string text;
+};
+
+Line
+lineOf( Document const& document, Doubt const& doubt ) {
+   auto const path = pathOf( doubt );
+   Line line{ 0, fmt::format( "{}: {}", fmt::join( path, "." ), doubt.what ) };
+   visitAt( Item( document ), path, [ & ]( Item const& item ) {
+      line = { 1 + ( doubt.isOfKey ? item.keyOffset() : item.node().offset() ),
+               complaint( item, doubt ) };
+   } );
+   return line;
 }
 
 } // namespace
@@ -98,16 +143,20 @@ warnings( Document const& document, Scenario const& scenario, Mounts const& moun
    }
    auto doubts = review.doubts();
    addLateEvents( scenario, doubts );
-   std::vector< std::string > lines;
+   addMissingConfig( mounts, doubts );
+   addRemovals( scenario, doubts );
+   std::vector< Line > lines;
    for ( Doubt const& doubt : doubts ) {
-      auto const path = pathOf( doubt );
-      std::string line = fmt::format( "{}: {}", fmt::join( path, "." ), doubt.what );
-      visitAt( Item( document ), path, [ & ]( Item const& item ) {
-         line = complaint( item, doubt );
-      } );
-      lines.push_back( "warning: " + line );
+      lines.push_back( lineOf( document, doubt ) );
    }
-   return lines;
+   std::stable_sort( lines.begin(), lines.end(), []( Line const& a, Line const& b ) {
+      return a.place < b.place;
+   } );
+   std::vector< std::string > texts;
+   for ( Line const& line : lines ) {
+      texts.push_back( "warning: " + line.text );
+   }
+   return texts;
 }
 
 } // namespace ostra
