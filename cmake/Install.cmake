@@ -89,15 +89,23 @@ endfunction()
 function( mlagostra_install_package )
    install( EXPORT MlagOstraTargets NAMESPACE MlagOstra::
       DESTINATION ${mlagostra_package_dir} COMPONENT Development )
+   set( mlagostra_types_dir ${CMAKE_INSTALL_DATADIR}/mlagostra/types )
    configure_package_config_file( cmake/MlagOstraConfig.cmake.in
       ${PROJECT_BINARY_DIR}/MlagOstraConfig.cmake
-      INSTALL_DESTINATION ${mlagostra_package_dir} )
+      INSTALL_DESTINATION ${mlagostra_package_dir}
+      PATH_VARS mlagostra_types_dir )
    write_basic_package_version_file( ${PROJECT_BINARY_DIR}/MlagOstraConfigVersion.cmake
       COMPATIBILITY ${mlagostra_compatibility} )
    install( FILES
       ${PROJECT_BINARY_DIR}/MlagOstraConfig.cmake
       ${PROJECT_BINARY_DIR}/MlagOstraConfigVersion.cmake
+      cmake/MlagOstraTypes.cmake
       DESTINATION ${mlagostra_package_dir} COMPONENT Development )
+   # What mlagostra_types() needs.
+   file( GLOB schemas CONFIGURE_DEPENDS types/*.yaml )
+   install( FILES ${schemas} DESTINATION ${mlagostra_types_dir} COMPONENT Development )
+   install( DIRECTORY types/generator DESTINATION ${mlagostra_types_dir}
+      COMPONENT Development USE_SOURCE_PERMISSIONS PATTERN generate EXCLUDE )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
    install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+// Generated from Errdisable.yaml: edit that file.
+// clang-format off
+
+#include <Errdisable/CauseIntfStatus>
 #include <Errdisable/CauseStatus>
 
 #include <Ryx/Registration>

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+// Generated from Lacp.yaml: edit that file.
+// clang-format off
+
+#include <Lacp/LacpPCConfig>
 #include <Lacp/Config>
 
 #include <Ryx/Registration>

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+// Generated from Lag.Input.yaml: edit that file.
+// clang-format off
+
 #include <Lag/Input/Config>
 #include <Lag/Input/LacpOverrideDir>
 

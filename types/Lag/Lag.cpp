@@ -1,20 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+// Generated from Lag.yaml: edit that file.
+// clang-format off
+
+#include <Lag/LacpMode>
 #include <Lag/EthPhyIntfLagConfig>
 
 #include <Ryx/Registration>
 
 namespace Lag {
 
-EthPhyIntfLagConfig::~EthPhyIntfLagConfig() = default;
-
-EthPhyIntfLagConfig::NotifieeConst::~NotifieeConst() = default;
-
 std::ostream&
 operator<<( std::ostream& out, LacpMode value ) {
    return out << Ryx::valueToStrep( value );
 }
+
+EthPhyIntfLagConfig::~EthPhyIntfLagConfig() = default;
+
+EthPhyIntfLagConfig::NotifieeConst::~NotifieeConst() = default;
 
 namespace {
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
+// Generated from Bridging.IgmpSnooping.yaml: edit that file.
+// clang-format off
+
 #include <Bridging/IgmpSnooping/Config>
 
 #include <Ryx/Registration>

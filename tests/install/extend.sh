@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Copyright 2026 The MlagOstra authors
+
+# Does what docs/extend.md says, from an empty folder and an installation, and compares what
+# is printed with what the page shows:
+# extend.sh BUILD_DIRECTORY SOURCE_DIRECTORY COMPILER [FLAG...]
+
+set -euo pipefail
+build=$1
+source=$2
+page=$source/docs/extend.md
+compiler=$3
+flags=("${@:4}")
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+. "$source/tests/install/installed.sh"
+
+# The page's blocks: one behind "`NAME`:" is that file, those that are sh are the commands,
+# the one without a language is what they print.
+mkdir "$work/folder"
+awk -v folder="$work/folder" '
+   /^`[^`]+`:$/ { name = substr( $0, 2, length( $0 ) - 3 ) }
+   /^```/ && inside { inside = 0; name = ""; next }
+   /^```/ {
+      inside = 1
+      file = name != "" ? name : $0 == "```sh" ? "commands" : "printed"
+      next
+   }
+   inside { print > ( folder "/" file ) }' "$page"
+for file in optics.yaml main.cpp CMakeLists.txt commands printed; do
+   [ -s "$work/folder/$file" ] || fail "the page does not show $file"
+done
+
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+cd "$work/folder"
+export PREFIX=$work/prefix CXX=$compiler CXXFLAGS=${flags[*]} CMAKE_GENERATOR=Ninja
+bash -e commands >"$work/output" 2>&1 || { cat "$work/output" >&2; exit 1; }
+tail -n "$(wc -l <printed)" "$work/output" | diff printed -
+
+# A schema that changed is written again, and one that did not is left alone.
+cmake --build build >"$work/again"
+grep -q "no work to do" "$work/again" || fail "a build with nothing to do does something"
+sed -i 's/vendor/maker/' optics.yaml
+cmake --build build >/dev/null
+grep -q makerIs build/mlagostra-types/optics/Optics/Transceiver ||
+   fail "the schema changed and the header did not"
+
+# All that a schema can say compiles.
+everything=$source/tests/generator
+types=$work/prefix/share/mlagostra/types
+"$types/generator/mlagostra-types" --output "$work/all" $(printf -- '--uses %s ' "$types"/*.yaml) \
+   "$everything/everything.yaml"
+syntax=("$compiler" -std=c++20 -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Werror
+   "${flags[@]}" -fsyntax-only -I"$work/prefix/include" -I"$everything/include" -I"$work/all")
+"${syntax[@]}" "$work/all/Test/Everything.cpp"
+(cd "$work/all" && find . -type f ! -name '*.cpp' -printf '#include <%P>\n') | while read -r include; do
+   printf '%s\n' "$include" | "${syntax[@]}" -x c++ -
+done
+
+# What is wrong in a schema is said in one line.
+sed -i 's/type: double/type: decimal/' optics.yaml
+! cmake -B build >"$work/refused" 2>&1 || fail "a type that is not known is accepted"
+grep -q "optics.yaml:8: Transceiver.temperature: decimal is not known as a type$" "$work/refused" || { cat "$work/refused" >&2; exit 1; }
