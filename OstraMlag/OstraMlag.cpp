@@ -30,6 +30,19 @@ switchOnStored( Ryx::Ptr< Child > const& created, Ryx::Ptr< Child > const& store
    }
 }
 
+// Throws where a new reactor could not make its first copy, before the present one is
+// touched: one that is taken out of a delivery and put back misses it.
+void
+requireDirectories(
+   Ryx::Ptr< Interface::PeerIntfStatusDir const > const& notifier,
+   Ryx::Ptr< Interface::EthIntfStatusDir > const& ethIntfStatusDir,
+   Ryx::Ptr< Interface::AllIntfStatusDir > const& allIntfStatusDir ) {
+   if ( notifier && notifier->intfStatusIteratorConst() ) {
+      Ryx::validPtr( ethIntfStatusDir );
+      Ryx::validPtr( allIntfStatusDir );
+   }
+}
+
 } // namespace
 
 Agent::NotifieeConst::~NotifieeConst() = default;
@@ -67,23 +80,36 @@ Agent::ethPeerIntfStatusReactorIs(
    // An observer of what the reactor writes may drop the agent.
    Ryx::Ptr< Agent > const alive( this );
    auto present = ethPeerIntfStatusReactor_;
-   if (
-      present && present->allIntfStatusDir() == allIntfStatusDir &&
-      present->ethIntfStatusDir() == ethIntfStatusDir ) {
+   bool const isKept = present && present->allIntfStatusDir() == allIntfStatusDir &&
+      present->ethIntfStatusDir() == ethIntfStatusDir;
+   if ( !isKept ) {
+      requireDirectories( notifier, ethIntfStatusDir, allIntfStatusDir );
+   }
+   auto watched = present ? present->notifier() : nullptr;
+   bool const wasRegistered = present && present->isRegisteredNotifiee();
+   if ( present ) {
       present->notifierIs( notifier );
+   }
+   if ( isKept ) {
       return present;
    }
-   // Where another one is refused the present one has not been touched.
-   auto created = Ryx::validPtr(
-      newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
-   if ( present && present == ethPeerIntfStatusReactor_ ) {
-      present->notifierIs( notifier );
+   try {
+      auto created = Ryx::validPtr(
+         newEthPeerIntfStatusReactor( notifier, ethIntfStatusDir, allIntfStatusDir ) );
+      // Observers of their end are told before the new one is switched on.
+      watched = nullptr;
+      present = nullptr;
+      ethPeerIntfStatusReactor_ = created;
+      switchOnStored( created, ethPeerIntfStatusReactor_ );
+      return created;
+   } catch ( ... ) {
+      // Without another one the present one goes on as it was, if it is still present.
+      if ( present && present == ethPeerIntfStatusReactor_ ) {
+         present->notifierIs( watched );
+         present->isRegisteredNotifieeIs( wasRegistered );
+      }
+      throw;
    }
-   // Observers of their end are told before the new one is switched on.
-   present = nullptr;
-   ethPeerIntfStatusReactor_ = created;
-   switchOnStored( created, ethPeerIntfStatusReactor_ );
-   return created;
 }
 
 Ryx::Ptr< EthPeerIntfStatusReactor >

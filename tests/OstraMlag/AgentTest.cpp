@@ -416,6 +416,31 @@ TEST_F( AgentTest, AReplacementThatIsRefusedWithinADeliveryLeavesThePresentOneIt
    EXPECT_FALSE( dirs.eth->intfStatus( IntfId( "PeerEthernet9" ) ) );
 }
 
+// Asks, once, when it hears of the first copy.
+class CopyObserver final : public Interface::EthIntfStatusDir::NotifieeConst {
+ public:
+   using NotifieeConst::onIntfStatus;
+   void onIntfStatus( IntfId ) override { action(); }
+   std::function< void() > action;
+};
+
+TEST_F( AgentTest, ThePresentReactorIsRepointedBeforeAnotherIsMade ) {
+   auto const reactor = setReactor();
+   dirs.peer = Ryx::make< Interface::PeerIntfStatusDir >( "other" );
+   dirs.peerIs( "PeerEthernet9" );
+   dirs.eth = Ryx::make< Interface::EthIntfStatusDir >( "otherEth" );
+   auto const observer = Ryx::make< CopyObserver >();
+   observer->notifierIs( dirs.eth );
+   observer->isRegisteredNotifieeIs( true );
+   Ptr< Interface::PeerIntfStatusDir const > watched;
+   observer->action = [ & ] {
+      EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
+      watched = reactor->notifier();
+   };
+   EXPECT_NE( setReactor(), reactor );
+   EXPECT_EQ( watched, dirs.peer );
+}
+
 // Hears of the agent itself.
 class AgentObserver final : public Agent::NotifieeConst {
  public:
