@@ -104,7 +104,7 @@ TEST( SetterFaults, ARemovalIsToldEvenWhenTheValueCannotBeGivenBack ) {
 }
 
 TEST( SetterFaults, AllMembersAreRemovedAndTold ) {
-   sweep< RemoveAllMembers >();
+   sweepWithoutMemory< RemoveAllMembers >();
 }
 
 TEST( SetterFaults, PinningIsTold ) {
@@ -112,7 +112,7 @@ TEST( SetterFaults, PinningIsTold ) {
 }
 
 TEST( SetterFaults, AParentIsTold ) {
-   sweep< Adopt >();
+   sweepWithoutMemory< Adopt >();
 }
 
 // A table that grows and shrinks.

@@ -62,4 +62,4 @@ done
 # What is wrong in a schema is said in one line.
 sed -i 's/type: double/type: decimal/' optics.yaml
 ! cmake -B build >"$work/refused" 2>&1 || fail "a type that is not known is accepted"
-grep -q "optics.yaml:8: Transceiver.temperature: decimal is not known as a type$" "$work/refused" || { cat "$work/refused" >&2; exit 1; }
+grep -q "optics.yaml:9: Transceiver.temperature: decimal is not known as a type$" "$work/refused" || { cat "$work/refused" >&2; exit 1; }
