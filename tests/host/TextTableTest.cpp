@@ -19,7 +19,8 @@ textOf( std::size_t width, std::string const& from, std::string const& why ) {
    table.add( { "MLAG ports", "2", from, "00:05:00.000", "00:05:00.000", why } );
    table.add( { "LACP standby", "0", "-", "-", "-", "-" } );
    table.print( lines );
-   return out.str();
+   // The expected texts begin in a line of their own.
+   return "\n" + out.str();
 }
 
 TEST( TextTable, HasTheReasonsBesideTheTimes ) {
@@ -27,7 +28,7 @@ TEST( TextTable, HasTheReasonsBesideTheTimes ) {
                    count  held from     released at   held for      why
   MLAG ports           2  00:00:00.000  00:05:00.000  00:05:00.000  delay over
   LACP standby         0  -             -             -             -
-)" + 1 );
+)" );
 }
 
 TEST( TextTable, LongReasonsGoOnBelow ) {
@@ -37,7 +38,7 @@ TEST( TextTable, LongReasonsGoOnBelow ) {
   MLAG ports           2  00:00:00.000  00:05:00.000  00:05:00.000  meant for LACP standby, but not
                                                                     in lacpConfig
   LACP standby         0  -             -             -             -
-)" + 1 );
+)" );
 }
 
 TEST( TextTable, LongTimesMakeTheirColumnWider ) {
@@ -45,7 +46,7 @@ TEST( TextTable, LongTimesMakeTheirColumnWider ) {
                    count  held from       released at   held for      why
   MLAG ports           2  1000:00:00.000  00:05:00.000  00:05:00.000  delay over
   LACP standby         0  -               -             -             -
-)" + 1 );
+)" );
 }
 
 TEST( TextTable, InNarrowLinesTheLengthsAreLeftOut ) {
@@ -53,7 +54,7 @@ TEST( TextTable, InNarrowLinesTheLengthsAreLeftOut ) {
                    count  held from     released at   why
   MLAG ports           2  00:00:00.000  00:05:00.000  MLAG not configured
   LACP standby         0  -             -             -
-)" + 1 );
+)" );
 }
 
 TEST( TextTable, InTheNarrowestLinesReasonsGoBelow ) {
@@ -64,7 +65,7 @@ TEST( TextTable, InTheNarrowestLinesReasonsGoBelow ) {
                           MLAG not configured, whatever that
                           means
   LACP standby         0  -               -
-)" + 1 );
+)" );
 }
 
 } // namespace
