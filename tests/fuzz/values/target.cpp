@@ -16,6 +16,7 @@
 
 #include <Interface/IntfEnabledState>
 #include <Interface/LinkStatus>
+#include <Kovel/Traits>
 #include <Lag/LacpMode>
 #include <Mlag/MlagState>
 #include <Ryx/Exception>
