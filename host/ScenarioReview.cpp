@@ -200,7 +200,8 @@ ScenarioReview::addMlagConfig( Json const& config ) {
 void
 ScenarioReview::addMlagId( std::string const& key, Json const& config, bool isNew ) {
    Json const& id = at( config, "mlagId" );
-   if ( id == "" || ( isNew && id.is_null() ) ) {
+   bool const isEmpty = id.is_string() && id.get_ref< std::string const& >().empty();
+   if ( isEmpty || ( isNew && id.is_null() ) ) {
       doubtKey( patches_, mlags, Id( key ), "an empty mlagId is no MLAG configuration" );
    } else if ( patches_ == Doubt::mounts ) {
       mlagIds_[ id.get< std::string >() ].insert( Id( key ) );

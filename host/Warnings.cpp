@@ -146,6 +146,7 @@ warnings( Document const& document, Scenario const& scenario, Mounts const& moun
    addMissingConfig( mounts, doubts );
    addRemovals( scenario, doubts );
    std::vector< Line > lines;
+   lines.reserve( doubts.size() );
    for ( Doubt const& doubt : doubts ) {
       lines.push_back( lineOf( document, doubt ) );
    }
@@ -153,6 +154,7 @@ warnings( Document const& document, Scenario const& scenario, Mounts const& moun
       return a.place < b.place;
    } );
    std::vector< std::string > texts;
+   texts.reserve( lines.size() );
    for ( Line const& line : lines ) {
       texts.push_back( "warning: " + line.text );
    }
