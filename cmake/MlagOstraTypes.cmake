@@ -3,6 +3,21 @@
 
 # State types from schemas, for projects that use the package.
 
+# Sets <out> to a Python that has what the generator needs: the first in the path may be one
+# that does not see the system's packages.
+function( mlagostra_python out )
+   foreach( python ${Python3_EXECUTABLE} python3 /usr/bin/python3 )
+      execute_process( COMMAND ${python} -c "import jinja2, yaml"
+         RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET )
+      if( status EQUAL 0 )
+         set( ${out} ${python} PARENT_SCOPE )
+         return()
+      endif()
+   endforeach()
+   message( FATAL_ERROR "mlagostra_types: Python with PyYAML and Jinja2 is needed "
+      "(Debian: apt-get install python3-yaml python3-jinja2)" )
+endfunction()
+
 # mlagostra_types( <target> <schema>... [USES <schema>...] ): adds to a target the C++ of the
 # types that the schemas declare. They may name each other's types, those of this package, and
 # those of the schemas behind USES, which another target has. Headers are included as
@@ -19,7 +34,7 @@ function( mlagostra_types target )
          "mlagostra_types( ${target} ): is called a second time: name all schemas in one call" )
    endif()
    set_property( TARGET ${target} PROPERTY MLAGOSTRA_TYPES ${output} )
-   find_package( Python3 REQUIRED COMPONENTS Interpreter )
+   mlagostra_python( python )
    file( GLOB generator ${MLAGOSTRA_TYPES_DIR}/generator/* )
    file( GLOB known ${MLAGOSTRA_TYPES_DIR}/*.yaml )
    foreach( list arg_UNPARSED_ARGUMENTS arg_USES )
@@ -31,7 +46,7 @@ function( mlagostra_types target )
    set( schemas ${arg_UNPARSED_ARGUMENTS_paths} )
    set( used ${known} ${arg_USES_paths} )
    list( TRANSFORM used PREPEND "--uses=" OUTPUT_VARIABLE uses )
-   set( command ${Python3_EXECUTABLE} ${MLAGOSTRA_TYPES_DIR}/generator/mlagostra-types
+   set( command ${python} ${MLAGOSTRA_TYPES_DIR}/generator/mlagostra-types
       --output ${output} ${uses} ${schemas} )
 
    # What is in a schema decides which files there are.
