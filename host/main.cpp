@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <host/Cli>
+#include <host/cli/Cli>
 
 int
 main( int argc, char** argv ) {

@@ -12,10 +12,10 @@
 
 #include <fuzz/Require>
 
-#include <host/Diagnostics>
-#include <host/NdjsonSink>
-#include <host/Run>
-#include <host/TextReport>
+#include <host/run/Diagnostics>
+#include <host/run/NdjsonSink>
+#include <host/run/Run>
+#include <host/text/TextReport>
 
 #include <Ryx/RyxType>
 

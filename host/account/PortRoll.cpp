@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/account/PortRoll>
+
+#include <utility>
+
+namespace ostra {
+
+using Kovel::IntfId;
+using Kind = PortStanding::Kind;
+
+namespace {
+
+// What a port of that kind is, for which it is never held; null for others.
+char const*
+neverHeldRole( Kind kind ) {
+   switch ( kind ) {
+   case Kind::internal:
+      return "internal";
+   case Kind::management:
+      return "for management";
+   case Kind::peerLink:
+      return "in the peer link";
+   case Kind::held:
+   case Kind::standby:
+   case Kind::notHeld:
+      break;
+   }
+   return nullptr;
+}
+
+} // namespace
+
+void
+PortRoll::event( Json const& patch ) {
+   appearing_.clear();
+   Json::json_pointer const path( "/ethPhyIntfStatus/intfStatus" );
+   if ( !patch.contains( path ) ) {
+      return;
+   }
+   for ( auto const& [ key, value ] : patch.at( path ).items() ) {
+      IntfId const port( key );
+      if ( value.is_null() ) {
+         told_.erase( port );
+         heldOnce_.erase( port );
+      } else if ( !facts_.isPresent( port ) ) {
+         appearing_.push_back( port );
+      }
+   }
+}
+
+void
+PortRoll::hold( Hold const& hold ) {
+   if ( hold.kind != HoldKind::standby ) {
+      heldNow_.insert( hold.id );
+      heldOnce_.insert( hold.id );
+      heldEver_.insert( hold.id );
+      told_.erase( hold.id );
+   }
+}
+
+PortRoll::Ports
+PortRoll::portsToTell( bool isFirst ) {
+   bool const isThere = facts_.isMachineThere();
+   isStart_ = !std::exchange( wasMachineThere_, isThere ) && isThere;
+   Ports appearing = std::exchange( appearing_, {} );
+   return isStart_ || isFirst ? facts_.ports() : appearing;
+}
+
+// Of a port that was held nobody says that it never is.
+PortStanding
+PortRoll::standingOf( Standings const& standings, IntfId port ) const {
+   PortStanding standing = standings.of( port );
+   char const* const role = neverHeldRole( standing.kind );
+   return role && heldEver_.contains( port )
+      ? PortStanding{ Kind::notHeld, standing.portChannel, role }
+      : standing;
+}
+
+PortCensus
+PortRoll::call( bool isFirst ) {
+   PortCensus census;
+   Ports const ports = portsToTell( isFirst );
+   if ( !ports.empty() ) {
+      Standings const standings( facts_, ledger_, isStart_ );
+      for ( IntfId const port : ports ) {
+         PortStanding const standing = standingOf( standings, port );
+         if ( standing.kind == Kind::held || heldNow_.contains( port ) ) {
+            continue;
+         }
+         auto const [ told, isNew ] = told_.try_emplace( port, standing );
+         if ( isNew || told->second != standing ) {
+            told->second = standing;
+            census.add( port, standing );
+         }
+      }
+   }
+   heldNow_.clear();
+   return census;
+}
+
+PortCensus
+PortRoll::neverHeld() const {
+   Standings const standings( facts_, ledger_, false );
+   PortCensus census;
+   for ( IntfId const port : facts_.ports() ) {
+      auto const found = told_.find( port );
+      bool const wasHeld = found == told_.end() || heldOnce_.contains( port );
+      if ( wasHeld || standings.of( port ).kind != Kind::notHeld ) {
+         continue;
+      }
+      PortStanding const& told = found->second;
+      if ( told.kind == Kind::notHeld ) {
+         census.add( port, told );
+      } else if ( told.kind == Kind::peerLink ) {
+         census.add( port, { Kind::notHeld, {}, "in the peer link before" } );
+      } else if ( ledger_.isInStandby( told.portChannel ) ) {
+         census.add(
+            port, { Kind::notHeld, {}, "its port-channel in LACP standby before" } );
+      }
+   }
+   return census;
+}
+
+} // namespace ostra

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/account/PortStanding>
+
+#include <host/account/ReleaseReason>
+
+#include <Kovel/InternalIntfId>
+#include <Kovel/MgmtIntfId>
+
+namespace ostra {
+
+namespace {
+
+using Kovel::IntfId;
+using Kind = PortStanding::Kind;
+
+std::string
+whyNone( SwitchFacts const& facts, bool isStart ) {
+   if ( !facts.isMachineThere() ) {
+      return "the state machine is not there";
+   }
+   if ( facts.isDelayRunning() ) {
+      return "";
+   }
+   std::string const why = isStart ? whyStateReleases( facts ) : "";
+   return why.empty() ? "the reload delay is over" : why;
+}
+
+} // namespace
+
+std::string
+whyNotInStandby( SwitchFacts const& facts, IntfId portChannel ) {
+   bool const isConfigured =
+      !facts.at( { "lacpConfig", "portChannel", portChannel.string() } ).is_null();
+   return isConfigured
+      ? "meant for LACP standby, but stayInStandby of the port-channel is false"
+      : "meant for LACP standby, but the port-channel is not in lacpConfig";
+}
+
+Standings::Standings( SwitchFacts const& facts, HoldLedger const& ledger, bool isStart )
+      : facts_( facts ),
+        ledger_( ledger ),
+        peerLink_( facts.peerLink() ),
+        holdsMlag_( facts.isHeld( PortClass::mlag ) ),
+        holdsNonMlag_( facts.isHeld( PortClass::nonMlag ) ),
+        whyNone_( whyNone( facts, isStart ) ) {}
+
+PortStanding
+Standings::of( IntfId port ) const {
+   if ( ledger_.isErrdisabled( port ) ) {
+      return { Kind::held, {} };
+   }
+   IntfId const portChannel = facts_.portChannelOf( port );
+   if ( peerLink_ && ( port == peerLink_ || portChannel == peerLink_ ) ) {
+      return { Kind::peerLink, portChannel };
+   }
+   if ( Kovel::InternalIntfId::isInternalIntfId( port ) ) {
+      return { Kind::internal, portChannel };
+   }
+   if ( Kovel::MgmtIntfId::isMgmtIntfId( port ) ) {
+      return { Kind::management, portChannel };
+   }
+   if ( portChannel && ledger_.isInStandby( portChannel ) ) {
+      return { Kind::standby, portChannel };
+   }
+   return notHeld( port, portChannel );
+}
+
+PortStanding
+Standings::notHeld( IntfId port, IntfId portChannel ) const {
+   if ( !whyNone_.empty() ) {
+      return { Kind::notHeld, portChannel, whyNone_ };
+   }
+   if ( portChannel && facts_.isMeantForStandby( portChannel ) ) {
+      return { Kind::notHeld, portChannel, whyNotInStandby( facts_, portChannel ), true };
+   }
+   bool const isMlag = facts_.classOf( port ) == PortClass::mlag;
+   if ( isMlag ? holdsMlag_ : holdsNonMlag_ ) {
+      return { Kind::notHeld, portChannel, "although the delay runs", true };
+   }
+   return { Kind::notHeld,
+            portChannel,
+            isMlag ? "the delay of MLAG ports is over"
+                   : "the delay of non-MLAG ports is over" };
+}
+
+} // namespace ostra

@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/base/Words>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace ostra {
+
+namespace {
+
+template< std::size_t n >
+std::string
+nameIn( std::array< std::string_view, n > const& names, long long number ) {
+   if ( number < 0 || number >= static_cast< long long >( n ) ) {
+      return std::to_string( number );
+   }
+   return std::string( names[ static_cast< std::size_t >( number ) ] );
+}
+
+std::string
+join(
+   std::vector< std::string > const& items,
+   std::string_view open,
+   std::string_view close ) {
+   return fmt::format( "{} {} {}", open, fmt::join( items, ", " ), close );
+}
+
+std::string
+flowMap( Json const& map ) {
+   std::vector< std::string > items;
+   for ( auto const& [ key, value ] : map.items() ) {
+      items.push_back( fmt::format( "{}: {}", key, flowText( value ) ) );
+   }
+   return join( items, "{", "}" );
+}
+
+std::string
+flowList( Json const& list ) {
+   std::vector< std::string > items;
+   for ( auto const& value : list ) {
+      items.push_back( flowText( value ) );
+   }
+   return join( items, "[", "]" );
+}
+
+} // namespace
+
+std::string
+clockText( long long milliseconds ) {
+   long long const seconds = milliseconds / 1000;
+   return fmt::format(
+      "{:02}:{:02}:{:02}.{:03}",
+      seconds / 3600,
+      seconds / 60 % 60,
+      seconds % 60,
+      milliseconds % 1000 );
+}
+
+std::string
+delayText( double seconds ) {
+   return std::isinf( seconds ) ? "without end" : fmt::format( "{} s", seconds );
+}
+
+std::string
+periodText( double seconds ) {
+   return ( std::isinf( seconds ) ? "" : "for " ) + delayText( seconds );
+}
+
+std::string
+counted( std::size_t count, std::string_view one ) {
+   return fmt::format( "{} {}{}", count, one, count == 1 ? "" : "s" );
+}
+
+std::string
+severityName( int severity ) {
+   static constexpr std::array< std::string_view, 8 > names = {
+      "emerg", "alert", "crit", "error", "warning", "notice", "info", "debug"
+   };
+   return nameIn( names, severity );
+}
+
+std::string
+mlagStateName( long long mlagState ) {
+   static constexpr std::array< std::string_view, 5 > names = {
+      "unknown", "disabled", "inactive", "primary", "secondary"
+   };
+   return nameIn( names, mlagState );
+}
+
+double
+secondsOf( Json const& value ) {
+   if ( value.is_string() ) {
+      return std::numeric_limits< double >::infinity();
+   }
+   return value.is_number() ? value.get< double >() : 0;
+}
+
+std::string
+flowText( Json const& value ) {
+   if ( value.is_string() ) {
+      return value.get< std::string >();
+   }
+   if ( value.is_structured() && value.empty() ) {
+      return value.is_object() ? "{}" : "[]";
+   }
+   if ( value.is_object() ) {
+      return flowMap( value );
+   }
+   return value.is_array() ? flowList( value ) : value.dump();
+}
+
+} // namespace ostra

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/CliParser>
+
+#include <host/base/Failure>
+#include <host/text/TextLines>
+
+#include <fmt/format.h>
+
+namespace ostra {
+
+namespace {
+
+// The help fits a terminal of 80 columns.
+constexpr std::size_t helpWidth = 80;
+constexpr std::size_t nameWidth = 24;
+
+std::string
+wrappedText( std::string_view text, std::size_t width ) {
+   return fmt::format( "{}", fmt::join( wrapped( text, width ), "\n" ) );
+}
+
+// The text beside a name.
+std::string
+besideText( std::string_view text ) {
+   return wrappedText( text, helpWidth - nameWidth );
+}
+
+void
+addAnswers( CLI::App& app ) {
+   app.set_help_flag( "-h,--help", "Print this help and exit" )->disable_flag_override();
+   app.set_version_flag( "--version", "ostra " OSTRA_VERSION, "Print the version and exit" )
+      ->disable_flag_override();
+   app.get_formatter()->column_width( nameWidth );
+}
+
+// The option that a message of the library begins with.
+std::string
+optionOf( std::string const& message ) {
+   return message.substr( 0, message.find_first_of( ": " ) );
+}
+
+} // namespace
+
+void
+refuse( std::string_view where, std::string_view what, std::string_view expected ) {
+   throw Failure(
+      ExitStatus::badInput, fmt::format( "{}: {}: expected {}", where, what, expected ) );
+}
+
+CliParser::CliParser(
+   std::string name, std::string const& description, std::string commands )
+      : app_( wrappedText( description, helpWidth ), std::move( name ) ),
+        commands_( std::move( commands ) ) {
+   addAnswers( app_ );
+   app_.require_subcommand( 0, 1 );
+}
+
+CLI::App&
+CliParser::addCommand( std::string const& name, std::string const& text ) {
+   CLI::App* const command = app_.add_subcommand( name, besideText( text ) );
+   addAnswers( *command );
+   return *command;
+}
+
+CLI::Option&
+CliParser::addValue(
+   CLI::App& command,
+   std::string const& names,
+   std::string const& value,
+   std::string const& help,
+   std::string const& expected,
+   Reader const& reader ) {
+   std::string const name = names.substr( 0, names.find( ',' ) );
+   CLI::Option* const option = command.add_option_function< std::string >(
+      names,
+      [ this, name, expected, reader ]( std::string const& text ) {
+         if ( !reader( text ) ) {
+            refuse( place() + ": " + name, inQuotes( text ), expected );
+         }
+      },
+      besideText( help ) );
+   option->option_text( value )->take_last();
+   expected_[ option ] = expected;
+   return *option;
+}
+
+CLI::Option&
+CliParser::addText(
+   CLI::App& command,
+   std::string const& name,
+   std::string const& value,
+   std::string const& help,
+   std::string const& expected,
+   std::optional< std::string >& text ) {
+   return addValue(
+      command, name, value, help, expected, [ &text ]( std::string const& given ) {
+         text = given;
+         return !given.empty();
+      } );
+}
+
+void
+CliParser::addFlag(
+   CLI::App& command, std::string const& name, bool& given, std::string const& help ) {
+   command.add_flag( name, given, besideText( help ) )->disable_flag_override();
+}
+
+void
+CliParser::parse( int argc, char** argv ) {
+   try {
+      app_.parse( argc, argv );
+   } catch ( CLI::ExtrasError const& ) {
+      refuseExtra();
+   } catch ( CLI::ArgumentMismatch const& mismatch ) {
+      refuseMismatch( mismatch.what() );
+   } catch ( CLI::RequiredError const& absence ) {
+      refuseAbsence( absence.what() );
+   }
+}
+
+void
+CliParser::answer( CLI::ParseError const& question, std::ostream& out ) const {
+   app_.exit( question, out, out );
+}
+
+CLI::App const&
+CliParser::givenApp() const {
+   auto const commands = app_.get_subcommands();
+   return commands.empty() ? app_ : *commands.front();
+}
+
+std::string
+CliParser::command() const {
+   return &givenApp() == &app_ ? std::string() : givenApp().get_name();
+}
+
+std::string
+CliParser::place() const {
+   std::string const given = command();
+   return given.empty() ? app_.get_name() : app_.get_name() + " " + given;
+}
+
+void
+CliParser::refuseExtra() const {
+   std::string const extra = app_.remaining( true ).front();
+   if ( extra.size() > 1 && extra.front() == '-' ) {
+      refuse(
+         place(),
+         "unknown option " + inQuotes( extra ),
+         fmt::format( "one that `{} --help` lists", place() ) );
+   }
+   refuse(
+      place(),
+      inQuotes( extra ),
+      command().empty() ? commands_ : "nothing more, as one name is given already" );
+}
+
+void
+CliParser::refuseMismatch( std::string const& message ) const {
+   std::string const name = optionOf( message );
+   auto const known = expected_.find( givenApp().get_option_no_throw( name ) );
+   if ( known == expected_.end() ) {
+      // A flag, which the library names without its dashes.
+      refuse( place() + ": --" + name, "a value", "none" );
+   }
+   refuse( place() + ": " + name, "no value", known->second );
+}
+
+void
+CliParser::refuseAbsence( std::string const& message ) const {
+   std::string const name = optionOf( message );
+   refuse( place(), "no " + name, expected_.at( givenApp().get_option_no_throw( name ) ) );
+}
+
+} // namespace ostra

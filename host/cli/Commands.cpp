@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/Commands>
+
+#include <host/base/Words>
+#include <host/check/Warnings>
+#include <host/cli/Input>
+#include <host/run/Diagnostics>
+#include <host/run/NdjsonSink>
+#include <host/run/Run>
+#include <host/state/TypeList>
+#include <host/text/TextReport>
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace ostra {
+
+namespace {
+
+// Empty for a variable that is not set.
+std::string_view
+environment( char const* name ) {
+   char const* const value = std::getenv( name );
+   return value ? value : "";
+}
+
+bool
+hasColour( Colour colour ) {
+   switch ( colour ) {
+   case Colour::always:
+      return true;
+   case Colour::never:
+      return false;
+   case Colour::automatic:
+      break;
+   }
+   return isatty( STDOUT_FILENO ) == 1 && environment( "NO_COLOR" ).empty() &&
+      environment( "TERM" ) != "dumb";
+}
+
+// In columns; none when the output goes elsewhere.
+std::optional< std::size_t >
+terminalWidth() {
+   winsize size{};
+   bool const isKnown = ioctl( STDOUT_FILENO, TIOCGWINSZ, &size ) == 0 && size.ws_col != 0;
+   return isKnown ? std::optional< std::size_t >( size.ws_col ) : std::nullopt;
+}
+
+// The records' way out, and what it takes to tell them before the time goes on.
+struct Output {
+   std::unique_ptr< RecordSink > sink;
+   std::function< void() > settle;
+};
+
+Output
+makeOutput( RunOptions const& options, std::ostream& out ) {
+   if ( options.format == RunFormat::ndjson ) {
+      return { std::make_unique< NdjsonSink >( out ), [] {} };
+   }
+   TextOptions const text{ .colour = hasColour( options.colour ),
+                           .trace = options.trace.has_value(),
+                           .width =
+                              lineWidth( environment( "COLUMNS" ), terminalWidth() ) };
+   auto report = std::make_unique< TextReport >( out, text );
+   TextReport* const borrowed = report.get();
+   return { std::move( report ), [ borrowed ] { borrowed->settle(); } };
+}
+
+std::string
+describe( Scenario const& scenario, Mounts const& mounts ) {
+   std::string text = fmt::format(
+      "{}, {}",
+      counted( scenario.events.size(), "event" ),
+      counted( mounts.keys( { "ethPhyIntfStatus", "intfStatus" } ).size(), "port" ) );
+   if ( scenario.until ) {
+      text += fmt::format( ", until {} s", toJson( secondsOf( *scenario.until ) ).dump() );
+   }
+   return text;
+}
+
+std::vector< RyxType* >
+namedTypes( std::optional< std::string > const& name ) {
+   if ( !name ) {
+      return RyxType::types();
+   }
+   RyxType* const type = RyxType::type( Ryx::Name( *name ) );
+   if ( !type ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra types: NAME: {}: expected the name of a type, which "
+            "`ostra types` lists",
+            inQuotes( *name ) ) );
+   }
+   return { type };
+}
+
+// A plug-in that nobody named may be missing: the state types can be told without it.
+std::optional< Plugin >
+pluginForTypes( std::optional< std::string > const& path ) {
+   try {
+      return std::optional< Plugin >( std::in_place, path );
+   } catch ( Failure const& ) {
+      if ( path ) {
+         throw;
+      }
+      return std::nullopt;
+   }
+}
+
+} // namespace
+
+void
+runScenario( RunOptions const& options, std::ostream& out ) {
+   Input input( options.input );
+   input.releaseDocument();
+   if ( options.until ) {
+      input.scenario().until = options.until;
+   }
+   ScenarioTime time( input.scenario().startTime );
+   Output const output = makeOutput( options, out );
+   Agent agent( input.agentType(), input.mounts() );
+   // Gone before the agent: what its end traces comes after the end of the records.
+   Diagnostics const diagnostics( *output.sink, time, options.trace );
+   std::optional< MachineTime > machineTime;
+   std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
+   if ( options.realTime ) {
+      pacer = std::make_unique< RealPacer >( machineTime.emplace( STDOUT_FILENO ) );
+   }
+   auto const settle = [ & ] {
+      output.settle();
+      if ( options.realTime ) {
+         out.flush();
+      }
+      return out.good();
+   };
+   Run( { input.scenario(), input.mounts(), agent, time, *output.sink, *pacer, settle } )
+      .play();
+}
+
+void
+checkScenario( CheckOptions const& options, std::ostream& out, std::ostream& err ) {
+   Input input( options.input );
+   if ( options.input.plugin ) {
+      // One that is named has to be fit for the run.
+      Agent( input.agentType(), input.mounts() );
+   }
+   auto const lines = warnings( input.document(), input.scenario(), input.mounts() );
+   for ( std::string const& line : lines ) {
+      err << line << '\n';
+   }
+   if ( options.isStrict && !lines.empty() ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "{}: {}: expected none, as --strict is given",
+            input.scenarioName(),
+            counted( lines.size(), "warning" ) ) );
+   }
+   out << fmt::format(
+      "{}: ok, {}\n", input.scenarioName(), describe( input.scenario(), input.mounts() ) );
+}
+
+void
+listTypes( TypesOptions const& options, std::ostream& out ) {
+   auto const plugin = pluginForTypes( options.plugin );
+   auto const types = namedTypes( options.name );
+   if ( options.format == TypesFormat::json ) {
+      Json json = Json::array();
+      for ( RyxType const* type : types ) {
+         json.push_back( typeJson( *type ) );
+      }
+      out << json.dump( 2 ) << '\n';
+      return;
+   }
+   for ( RyxType const* type : types ) {
+      out << ( type == types.front() ? "" : "\n" ) << typeText( *type );
+   }
+}
+
+} // namespace ostra

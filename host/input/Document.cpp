@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/input/Document>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ostra {
+
+namespace {
+
+// What stands there, as an error message calls it.
+std::string
+describe( DocumentNode const& node ) {
+   switch ( node.kind() ) {
+   case NodeKind::null:
+      return node.text().empty() ? "nothing" : "null";
+   case NodeKind::list:
+      return "a list";
+   case NodeKind::map:
+      return "a map";
+   case NodeKind::boolean:
+   case NodeKind::number:
+      return shortened( node.text() );
+   case NodeKind::text:
+      break;
+   }
+   return inQuotes( node.text() );
+}
+
+bool
+isLetter( char c ) {
+   return ( c >= 'a' && c <= 'z' ) || ( c >= 'A' && c <= 'Z' );
+}
+
+} // namespace
+
+bool
+DocumentNode::isEmptyMap() const noexcept {
+   return kind() == Kind::map && cell().extent == index_ + 1;
+}
+
+std::string_view
+DocumentNode::text() const noexcept {
+   return tree_->contents( index_ );
+}
+
+bool
+DocumentNode::isTrue() const noexcept {
+   return kind() == Kind::boolean && ( text().front() == 't' || text().front() == 'T' );
+}
+
+double
+DocumentNode::number() const noexcept {
+   return plainNumber( text() );
+}
+
+Json
+toJson( double number ) {
+   // Up to there every whole number is a double of its own.
+   constexpr double exact = 9007199254740992.0;
+   if ( std::isinf( number ) ) {
+      return number > 0 ? "inf" : "-inf";
+   }
+   if ( std::abs( number ) < exact && number == std::trunc( number ) ) {
+      return static_cast< long long >( number );
+   }
+   return number;
+}
+
+Json
+toJson( DocumentNode const& node ) {
+   Json json;
+   switch ( node.kind() ) {
+   case NodeKind::null:
+      break;
+   case NodeKind::boolean:
+      json = node.isTrue();
+      break;
+   case NodeKind::number:
+      json = toJson( node.number() );
+      break;
+   case NodeKind::text:
+      json = node.text();
+      break;
+   case NodeKind::list:
+      json = Json::array();
+      for ( DocumentNode const item : node.items() ) {
+         json.push_back( toJson( item ) );
+      }
+      break;
+   case NodeKind::map:
+      json = Json::object();
+      for ( Entry const entry : node.entries() ) {
+         appendMember( json, std::string( entry.key ), toJson( entry.value ) );
+      }
+      break;
+   }
+   return json;
+}
+
+void
+appendMember( Json& object, std::string const& key, Json value ) {
+   object.get_ref< Json::object_t& >().emplace_back( key, std::move( value ) );
+}
+
+std::string
+Item::path() const {
+   if ( !parent_ ) {
+      return {};
+   }
+   std::string const above = parent_->path();
+   if ( index_ ) {
+      return fmt::format( "{}[{}]", above, *index_ );
+   }
+   return above.empty() ? shortened( key() )
+                        : fmt::format( "{}.{}", above, shortened( key() ) );
+}
+
+std::vector< std::string >
+Item::keys() const {
+   auto keys = parent_ ? parent_->keys() : std::vector< std::string >();
+   if ( parent_ && !index_ ) {
+      keys.emplace_back( key() );
+   }
+   return keys;
+}
+
+void
+Item::fail( DocumentTree::Offset offset, std::string_view why ) const {
+   std::string const where = path();
+   node_.tree().fail(
+      offset, fmt::format( "{}{}{}", where, where.empty() ? "" : ": ", why ) );
+}
+
+void
+Item::refuse( std::string_view expected ) const {
+   refuseBecause( fmt::format( "{}: expected {}", describe( node_ ), expected ) );
+}
+
+void
+Item::refuseTightColon() const {
+   if ( node_.kind() != NodeKind::text || !node_.isPlain() ) {
+      return;
+   }
+   std::string_view const text = node_.text();
+   std::size_t const colon = text.find( ':' );
+   bool const isKey = colon != text.npos && colon > 0 && colon + 1 < text.size() &&
+      text[ colon + 1 ] != ':' &&
+      std::all_of( text.begin(),
+                   text.begin() + static_cast< std::ptrdiff_t >( colon ),
+                   isLetter );
+   if ( isKey ) {
+      refuse( "a space behind the colon" );
+   }
+}
+
+void
+Item::refuseBecause( std::string_view why ) const {
+   fail( node_.offset(), why );
+}
+
+void
+Item::refuseKey( std::string_view why ) const {
+   fail( keyOffset_, why );
+}
+
+} // namespace ostra

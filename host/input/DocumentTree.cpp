@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/input/DocumentTree>
+
+#include <host/base/Failure>
+#include <host/base/JsonEscapes>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+// The first octet of the line, and how many lines are above it. A line ends with a line
+// feed, a carriage return, or both.
+std::pair< std::size_t, std::size_t >
+lineAt( std::string_view text, std::size_t offset ) {
+   std::size_t begin = 0;
+   std::size_t above = 0;
+   for ( std::size_t i = 0; i < offset; ++i ) {
+      bool const isPair = text[ i ] == '\r' && i + 1 < text.size() && text[ i + 1 ] == '\n';
+      if ( text[ i ] == '\n' || ( text[ i ] == '\r' && !isPair ) ) {
+         begin = i + 1;
+         ++above;
+      }
+   }
+   return { begin, above };
+}
+
+} // namespace
+
+DocumentTree::DocumentTree( std::string name, std::string text )
+      : name_( std::move( name ) ), text_( std::move( text ) ) {
+   constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+   if ( std::string_view( text_ ).starts_with( byteOrderMark ) ) {
+      text_.erase( 0, byteOrderMark.size() );
+   }
+   text_ = yamlEscapes( std::move( text_ ), joints_ );
+   // No text has more nodes by much. What is not used takes no memory.
+   constexpr std::size_t octetsOfANode = 4;
+   cells_.reserve( text_.size() / octetsOfANode + 1 );
+}
+
+std::string_view
+DocumentTree::contents( Index index ) const noexcept {
+   Cell const& cell = cells_[ index ];
+   switch ( cell.contents ) {
+   case Contents::here:
+      return text().substr( cell.offset, cell.extent );
+   case Contents::behindQuote:
+      return text().substr( cell.offset + 1, cell.extent );
+   default:
+      return aside_[ cell.extent ];
+   }
+}
+
+Place
+DocumentTree::place( Offset offset ) const {
+   auto const [ begin, above ] = lineAt( text_, offset );
+   auto const first = std::upper_bound( joints_.begin(), joints_.end(), begin );
+   auto const last = std::upper_bound( first, joints_.end(), offset );
+   auto const shorter = static_cast< std::size_t >( last - first ) * jointLength;
+   return { above + 1, offset - begin + shorter + 1 };
+}
+
+void
+DocumentTree::fail( Offset offset, std::string_view why ) const {
+   Place const at = place( offset );
+   throw Failure(
+      ExitStatus::badInput, fmt::format( "{}:{}:{}: {}", name_, at.line, at.column, why ) );
+}
+
+DocumentTree::Index
+DocumentTree::add( Cell const& cell ) {
+   cells_.push_back( cell );
+   return size() - 1;
+}
+
+DocumentTree::Index
+DocumentTree::putAside( std::string_view contents ) {
+   aside_.emplace_back( contents );
+   return static_cast< Index >( aside_.size() - 1 );
+}
+
+} // namespace ostra

@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/state/Mounts>
+
+#include <algorithm>
+#include <span>
+
+namespace ostra {
+
+namespace {
+
+using Path = std::span< std::string const >;
+
+// What a path leads to: a value, or a collection of an object.
+struct Found {
+   GenericPtr value;
+   RyxAttr const* attribute = nullptr;
+   GenericPtr owner = nullptr;
+};
+
+Found
+find( GenericPtr const& from, Path path ) {
+   Found found{ from };
+   while ( !path.empty() && found.value ) {
+      GenericPtr const owner = found.value;
+      RyxAttr const* const attribute = settableAttribute( *owner->type(), path[ 0 ] );
+      if ( !attribute ) {
+         return {};
+      }
+      path = path.subspan( 1 );
+      if ( !isCollection( *attribute ) ) {
+         found = { read( *owner, *attribute ), attribute };
+      } else if ( path.empty() ) {
+         return { nullptr, attribute, owner };
+      } else {
+         found = { readMember( *owner, *attribute, keyOf( *attribute, path[ 0 ] ) ),
+                   attribute };
+         path = path.subspan( 1 );
+      }
+   }
+   return path.empty() ? found : Found();
+}
+
+} // namespace
+
+Mounts::Mounts() {
+   for ( std::size_t i = 0; i < mountKinds.size(); ++i ) {
+      RyxType const* const type = RyxType::type( Ryx::Name( mountKinds[ i ].type ) );
+      objects_[ i ] = construct( *type, std::string( mountKinds[ i ].name ) );
+   }
+}
+
+GenericPtr
+Mounts::objectOf( RyxType const& type ) const {
+   auto const found =
+      std::find_if( objects_.begin(), objects_.end(), [ & ]( GenericPtr const& object ) {
+         return object->type()->isA( &type );
+      } );
+   return found == objects_.end() ? nullptr : *found;
+}
+
+std::size_t
+Mounts::index( std::string_view name ) {
+   auto const found =
+      std::find_if( mountKinds.begin(), mountKinds.end(), [ & ]( MountKind const& kind ) {
+         return kind.name == name;
+      } );
+   return static_cast< std::size_t >( found - mountKinds.begin() );
+}
+
+KnownKeys const&
+Mounts::names() {
+   static KnownKeys const names = [] {
+      KnownKeys all;
+      for ( MountKind const& kind : mountKinds ) {
+         all.emplace_back( kind.name );
+      }
+      return all;
+   }();
+   return names;
+}
+
+void
+Mounts::patch( Item const& item, bool isApplied, VacuousRemovals* removals ) {
+   std::size_t const mount = index( item.key() );
+   if ( mount == mountKinds.size() ) {
+      refuseUnknownKey( item, names() );
+   }
+   GenericIf& object = *objects_[ mount ];
+   Patcher( context_, removals )
+      .object(
+         item, *object.type(), std::string( item.key() ), isApplied ? &object : nullptr );
+}
+
+void
+Mounts::checkMount( Item const& item ) {
+   patch( item, false );
+}
+
+void
+Mounts::applyMount( Item const& item ) {
+   patch( item, true );
+}
+
+void
+Mounts::apply( Item const& item, VacuousRemovals* removals ) {
+   item.forEachEntry(
+      "a map of mounts", [ & ]( Item const& entry ) { patch( entry, true, removals ); } );
+}
+
+Json
+Mounts::state() const {
+   Json state = Json::object();
+   for ( std::size_t i = 0; i < mountKinds.size(); ++i ) {
+      appendMember(
+         state, std::string( mountKinds[ i ].name ), objectToJson( *objects_[ i ] ) );
+   }
+   return state;
+}
+
+Json
+Mounts::at( std::vector< std::string > const& path ) const {
+   if ( path.empty() ) {
+      return state();
+   }
+   std::size_t const mount = index( path.front() );
+   if ( mount == mountKinds.size() ) {
+      return nullptr;
+   }
+   Found const found = find( objects_[ mount ], Path( path ).subspan( 1 ) );
+   if ( found.owner ) {
+      return collectionToJson( *found.owner, *found.attribute );
+   }
+   return found.attribute ? valueToJson( *found.attribute, found.value )
+                          : ( found.value ? objectToJson( *found.value ) : Json() );
+}
+
+std::vector< std::string >
+Mounts::keys( std::vector< std::string > const& path ) const {
+   std::size_t const mount = path.empty() ? mountKinds.size() : index( path.front() );
+   if ( mount == mountKinds.size() ) {
+      return {};
+   }
+   Found const found = find( objects_[ mount ], Path( path ).subspan( 1 ) );
+   return found.owner ? keysOf( *found.owner, *found.attribute )
+                      : std::vector< std::string >();
+}
+
+} // namespace ostra

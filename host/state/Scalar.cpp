@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/state/Patch>
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <limits>
+
+namespace ostra {
+
+namespace {
+
+std::string
+expectedEnumerators( RyxType const& type ) {
+   std::string expected;
+   for ( std::size_t i = 0; i < type.enumerators().size(); ++i ) {
+      expected += fmt::format(
+         "{}{} ({})", i == 0 ? "" : ", ", i, type.enumerators()[ i ].string() );
+   }
+   return expected;
+}
+
+// The text from which the type parses the number.
+std::string
+numberText( Item const& item, std::string_view expected ) {
+   DocumentNode const& node = item.node();
+   if ( node.kind() == NodeKind::text && node.text() == "inf" ) {
+      return "inf";
+   }
+   double const number = node.kind() == NodeKind::number
+      ? node.number()
+      : std::numeric_limits< double >::quiet_NaN();
+   if ( std::isnan( number ) || number == -std::numeric_limits< double >::infinity() ) {
+      item.refuse( expected );
+   }
+   return fmt::format( "{}", number );
+}
+
+std::string
+enumeratorText( Item const& item, RyxType const& type ) {
+   DocumentNode const& node = item.node();
+   auto const count = static_cast< double >( type.enumerators().size() );
+   if ( node.kind() == NodeKind::number ) {
+      double const number = node.number();
+      if ( number >= 0 && number < count && number == std::trunc( number ) ) {
+         return fmt::format( "{}", static_cast< unsigned >( number ) );
+      }
+   }
+   for ( Ryx::Name const& name : type.enumerators() ) {
+      if ( node.kind() == NodeKind::text && node.text() == name.string() ) {
+         return name.string();
+      }
+   }
+   item.refuse( expectedEnumerators( type ) );
+}
+
+std::string
+plainText( Item const& item ) {
+   DocumentNode const& node = item.node();
+   switch ( node.kind() ) {
+   case NodeKind::text:
+      return std::string( node.text() );
+   case NodeKind::boolean:
+   case NodeKind::number:
+      item.refuse( "a text, which that is in quotes" );
+   default:
+      item.refuse( "a text" );
+   }
+}
+
+std::string
+scalarText( Item const& item, RyxType const& type ) {
+   switch ( type.kind() ) {
+   case Ryx::ValueKind::boolean:
+      if ( item.node().kind() != NodeKind::boolean ) {
+         item.refuse( "true or false" );
+      }
+      return item.node().isTrue() ? "true" : "false";
+   case Ryx::ValueKind::number:
+      return numberText( item, "a number, or .inf for never ending" );
+   case Ryx::ValueKind::enumeration:
+      return enumeratorText( item, type );
+   default:
+      return plainText( item );
+   }
+}
+
+} // namespace
+
+GenericPtr
+readScalar( Item const& item, RyxType const& type ) {
+   std::string const text = scalarText( item, type );
+   try {
+      GenericPtr value = type.code().parse( text );
+      // An address of nothing is written out.
+      if ( text.empty() && !value->strRep().empty() ) {
+         item.refuse( fmt::format( "a value, {} for none", value->strRep() ) );
+      }
+      return value;
+   } catch ( Ryx::RangeException const& error ) {
+      item.refuseBecause( shortenedIn( error.message(), text ) );
+   }
+}
+
+} // namespace ostra

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/text/TextHeading>
+
+#include <host/base/Words>
+
+#include <fmt/format.h>
+
+#include <sstream>
+
+namespace ostra {
+
+namespace {
+
+std::string
+mlagText( SwitchFacts const& facts ) {
+   auto const missing = facts.missingConfig();
+   if ( !missing.empty() ) {
+      return fmt::format( "not configured, missing {}", fmt::join( missing, ", " ) );
+   }
+   return fmt::format(
+      "domain {}, local interface {}, peer {}",
+      flowText( facts.at( { "mlagConfig", "domainId" } ) ),
+      flowText( facts.at( { "mlagConfig", "localInterface" } ) ),
+      flowText( facts.at( { "mlagConfig", "peerAddress" } ) ) );
+}
+
+std::string
+stateText( SwitchFacts const& facts ) {
+   std::string name = mlagStateName( facts.mlagState() );
+   if ( facts.isPrimary() ) {
+      return name + ", holds no ports";
+   }
+   if ( facts.isSecondary() ) {
+      return name + ( facts.holdsInSecondary() ? ", holds its ports" : ", holds no ports" );
+   }
+   return name;
+}
+
+std::string
+standbyText( SwitchFacts const& facts ) {
+   if ( facts.at( { "mlagConfig", "lacpStandby" } ) != Json( true ) ) {
+      return "off";
+   }
+   std::string const systemId = flowText( facts.at( { "mlagStatus", "systemId" } ) );
+   // All zeros stand for none, which no override matches.
+   return systemId.find_first_not_of( "0:" ) == std::string::npos
+      ? "on, for no port-channel as there is no MLAG system id"
+      : "on, for port-channels whose LACP override is " + systemId;
+}
+
+std::string
+delaysText( SwitchFacts const& facts ) {
+   std::string const mlag = delayText( facts.delay( PortClass::mlag ) );
+   if ( !facts.hasOwnNonMlagDelay() ) {
+      return mlag + " for all ports";
+   }
+   return fmt::format(
+      "{} for MLAG ports, {} for non-MLAG ports",
+      mlag,
+      delayText( facts.delay( PortClass::nonMlag ) ) );
+}
+
+// A name of several lines as one.
+std::string
+titleText( std::string const& name ) {
+   std::istringstream words( name );
+   std::string title;
+   for ( std::string word; words >> word; ) {
+      title += ( title.empty() ? "" : " " ) + word;
+   }
+   return title.empty() ? "A switch reload" : title;
+}
+
+} // namespace
+
+void
+printHeading( TextLines& lines, std::string const& name, SwitchFacts const& facts ) {
+   lines.title( titleText( name ) );
+   lines.line( "" );
+   lines.field( "MLAG", mlagText( facts ) );
+   lines.field( "MLAG state", stateText( facts ) );
+   auto const peerLink = facts.peerLink();
+   lines.field( "peer link", peerLink ? peerLink.string() : "none" );
+   lines.field( "reload delay", delaysText( facts ) );
+   lines.field( "LACP standby", standbyText( facts ) );
+   lines.line( "" );
+}
+
+} // namespace ostra

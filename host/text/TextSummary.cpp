@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/text/TextSummary>
+
+#include <host/base/IntfRanges>
+#include <host/base/Words>
+#include <host/text/TextTable>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+using Ids = std::vector< Kovel::IntfId >;
+
+// Of more spans of one kind than that, the smallest are told in one line.
+constexpr std::size_t maxRows = 8;
+
+constexpr std::array kinds = { HoldKind::mlagPort,
+                               HoldKind::nonMlagPort,
+                               HoldKind::standby };
+
+// "MLAG ports", "non-MLAG ports", "LACP standby".
+std::string
+kindName( HoldKind kind ) {
+   return kind == HoldKind::standby ? "LACP standby"
+                                    : std::string( holdNoun( kind ) ) + "s";
+}
+
+TextTable::Row
+rowOf( Span const& span, long long end ) {
+   long long const to = span.to.value_or( end );
+   return { kindName( span.kind ),
+            std::to_string( span.ids.size() ),
+            span.from ? clockText( *span.from ) : "before",
+            span.to ? clockText( to ) : "-",
+            span.from ? clockText( to - *span.from ) : "-",
+            span.why };
+}
+
+// In the order of `spans`, to which the pointers point.
+std::vector< Span const* >
+spansOf( HoldKind kind, std::vector< Span > const& spans ) {
+   std::vector< Span const* > some;
+   for ( auto const& span : spans ) {
+      if ( span.kind == kind ) {
+         some.push_back( &span );
+      }
+   }
+   return some;
+}
+
+// Takes the smallest of too many spans out. Returns how many interfaces those have.
+std::size_t
+takeSmallest( std::vector< Span const* >& spans ) {
+   std::stable_sort( spans.begin(), spans.end(), []( Span const* a, Span const* b ) {
+      return a->ids.size() > b->ids.size();
+   } );
+   std::size_t taken = 0;
+   for ( ; spans.size() > maxRows; spans.pop_back() ) {
+      taken += spans.back()->ids.size();
+   }
+   std::sort( spans.begin(), spans.end() );
+   return taken;
+}
+
+void
+addRows( TextTable& table, HoldKind kind, std::vector< Span > const& all, long long end ) {
+   auto spans = spansOf( kind, all );
+   std::size_t const others = takeSmallest( spans );
+   std::string const name = kindName( kind );
+   if ( spans.empty() ) {
+      table.add( { name, "0", "-", "-", "-", "-" } );
+   }
+   for ( Span const* span : spans ) {
+      table.add( rowOf( *span, end ) );
+   }
+   if ( others != 0 ) {
+      table.add( { name, std::to_string( others ), "-", "-", "-", "at other times" } );
+   }
+}
+
+void
+printTable( TextLines& lines, std::vector< Span > const& spans, long long end ) {
+   TextTable table;
+   for ( HoldKind const kind : kinds ) {
+      addRows( table, kind, spans, end );
+   }
+   table.print( lines );
+}
+
+// What those wait for that are still held. What holds for all of them is read once.
+class Waits {
+ public:
+   explicit Waits( SwitchFacts const& facts );
+
+   std::string of( Hold const& hold ) const;
+
+ private:
+   std::string ofClass( PortClass portClass ) const;
+
+   SwitchFacts const& facts_;
+   // Empty where it depends on the class, and on who put a port-channel in standby.
+   std::string common_;
+   std::string mlag_;
+   std::string nonMlag_;
+};
+
+Waits::Waits( SwitchFacts const& facts ) : facts_( facts ) {
+   if ( !facts.isMachineThere() ) {
+      common_ = "with nothing there to release";
+   } else if ( !facts.isDelayRunning() ) {
+      common_ = "although the reload delay is over";
+   } else {
+      mlag_ = ofClass( PortClass::mlag );
+      nonMlag_ = ofClass( PortClass::nonMlag );
+   }
+}
+
+std::string
+Waits::ofClass( PortClass portClass ) const {
+   if ( facts_.isHeld( portClass ) ) {
+      return "waiting " + periodText( facts_.delay( portClass ) );
+   }
+   return portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
+                                       : "although the delay of non-MLAG ports is over";
+}
+
+std::string
+Waits::of( Hold const& hold ) const {
+   if ( !common_.empty() ) {
+      return common_;
+   }
+   if ( hold.kind == HoldKind::standby ) {
+      return facts_.isMeantForStandby( hold.id )
+         ? mlag_
+         : "not put in standby by this state machine";
+   }
+   bool const isMlag = mlag_ == nonMlag_ || facts_.classOf( hold.id ) == PortClass::mlag;
+   return isMlag ? mlag_ : nonMlag_;
+}
+
+void
+printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
+   std::map< std::pair< HoldKind, std::string >, Ids > groups;
+   Waits const waits( facts );
+   for ( Hold const& hold : ending.ledger.open() ) {
+      groups[ { hold.kind, waits.of( hold ) } ].push_back( hold.id );
+   }
+   bool const isNobodyThere = !facts.isMachineThere();
+   for ( auto const& [ key, ids ] : groups ) {
+      auto const& [ kind, wait ] = key;
+      std::string const them = ids.size() == 1 ? "it" : "them";
+      std::string text = fmt::format(
+         "{} still held when the run ends, {}",
+         counted( ids.size(), holdNoun( kind ) ),
+         wait );
+      if ( isNobodyThere ) {
+         text += " " + them;
+      } else if ( !ending.isTimerLeft ) {
+         text += ", and no timer will release " + them;
+      }
+      lines.field( "WARNING", text + ": " + intfRanges( ids ), Ink::alarm );
+   }
+}
+
+void
+printNeverHeld( TextLines& lines, PortCensus const& census ) {
+   for ( auto const& [ why, group ] : census.notHeld ) {
+      std::string const text = fmt::format(
+         "{}, {}: {}",
+         counted( group.ports.size(), "port" ),
+         why,
+         intfRanges( group.ports ) );
+      lines.field( "not held", text, group.isAlarming ? Ink::alarm : Ink::faint );
+   }
+}
+
+void
+printResult(
+   TextLines& lines,
+   Ending const& ending,
+   std::vector< Span > const& spans,
+   SwitchFacts const& facts ) {
+   printStillHeld( lines, ending, facts );
+   auto const isOver = []( Span const& span ) { return span.to.has_value(); };
+   if ( std::all_of( spans.begin(), spans.end(), isOver ) ) {
+      char const* const text =
+         spans.empty() ? "nothing was held" : "nothing is held any more";
+      lines.field( "done", text, Ink::freed );
+   }
+   printNeverHeld( lines, ending.neverHeld );
+}
+
+void
+printMissingConfig( TextLines& lines, std::vector< std::string > const& missing ) {
+   if ( !missing.empty() ) {
+      std::string const text = fmt::format(
+         "no port is held without a full MLAG configuration, missing {}",
+         fmt::join( missing, ", " ) );
+      lines.field( "WARNING", text, Ink::alarm );
+   }
+}
+
+void
+printForced( TextLines& lines, Ids const& forced ) {
+   if ( !forced.empty() ) {
+      std::string const text = fmt::format(
+         "IGMP snooping is still forced on {}: {}",
+         counted( forced.size(), "port-channel" ),
+         intfRanges( forced ) );
+      lines.field( "note", text );
+   }
+}
+
+} // namespace
+
+void
+printSummary( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
+   lines.line( "" );
+   lines.title( "Summary at " + clockText( ending.at ) );
+   lines.line( "" );
+   auto const spans = ending.ledger.spans();
+   printTable( lines, spans, ending.at );
+   lines.line( "" );
+   printResult( lines, ending, spans, facts );
+   printMissingConfig( lines, ending.missingConfig );
+   printForced( lines, ending.forced );
+}
+
+} // namespace ostra
