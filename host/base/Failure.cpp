@@ -57,6 +57,15 @@ oneLine( std::string_view text ) {
    return line;
 }
 
+Complaint
+complaintOf( std::string_view where, std::string_view why ) {
+   constexpr std::string_view separator = ": expected ";
+   std::size_t const end = why.rfind( separator );
+   return { oneLine( where ),
+            oneLine( why.substr( 0, end ) ),
+            end == why.npos ? "" : oneLine( why.substr( end + separator.size() ) ) };
+}
+
 std::string
 shortened( std::string_view text ) {
    if ( text.size() <= longestQuote ) {

@@ -129,7 +129,8 @@ runScenario( RunOptions const& options, std::ostream& out ) {
    Output const output = makeOutput( options, out );
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
-   Diagnostics const diagnostics( *output.sink, time, options.trace );
+   Diagnostics const diagnostics(
+      *output.sink, [ &time ] { return time.moment(); }, options.trace );
    std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {

@@ -131,9 +131,7 @@ Item::keys() const {
 
 void
 Item::fail( DocumentTree::Offset offset, std::string_view why ) const {
-   std::string const where = path();
-   node_.tree().fail(
-      offset, fmt::format( "{}{}{}", where, where.empty() ? "" : ": ", why ) );
+   node_.tree().fail( offset, why, path() );
 }
 
 void

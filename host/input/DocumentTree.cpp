@@ -68,10 +68,13 @@ DocumentTree::place( Offset offset ) const {
 }
 
 void
-DocumentTree::fail( Offset offset, std::string_view why ) const {
+DocumentTree::fail( Offset offset, std::string_view why, std::string_view path ) const {
    Place const at = place( offset );
+   std::string const position = fmt::format( "{}:{}", at.line, at.column );
    throw Failure(
-      ExitStatus::badInput, fmt::format( "{}:{}:{}: {}", name_, at.line, at.column, why ) );
+      ExitStatus::badInput,
+      fmt::format( "{}:{}: {}{}{}", name_, position, path, path.empty() ? "" : ": ", why ),
+      complaintOf( path.empty() ? position : path, why ) );
 }
 
 DocumentTree::Index

@@ -3,6 +3,8 @@
 
 #include <host/run/Diagnostics>
 
+#include <utility>
+
 namespace ostra {
 
 namespace {
@@ -11,9 +13,8 @@ constexpr char allHandles[] = "*";
 
 } // namespace
 
-Diagnostics::Diagnostics(
-   RecordSink& sink, ScenarioTime const& time, std::optional< int > traceLevel )
-      : sink_( sink ), time_( time ) {
+Diagnostics::Diagnostics( RecordSink& sink, Time time, std::optional< int > traceLevel )
+      : sink_( sink ), time_( std::move( time ) ) {
    Ryx::logSinkIs( this );
    Ryx::traceSinkIs( this );
    Ryx::traceEnabledIs( allHandles, traceLevel.has_value() );
@@ -31,14 +32,13 @@ Diagnostics::~Diagnostics() {
 void
 Diagnostics::log( Ryx::LogRecord const& record ) {
    sink_.log(
-      time_.moment(),
-      { record.identifier, static_cast< int >( record.severity ), record.text } );
+      time_(), { record.identifier, static_cast< int >( record.severity ), record.text } );
 }
 
 void
 Diagnostics::trace( Ryx::TraceRecord const& record ) {
    sink_.trace(
-      time_.moment(),
+      time_(),
       { record.handleName,
         record.level,
         record.file,

@@ -4,14 +4,15 @@
 #include <host/run/NdjsonSink>
 
 #include <host/base/Milliseconds>
+#include <host/run/RecordJson>
 
 namespace ostra {
 
 namespace {
 
 Json
-record( Milliseconds at, char const* type ) {
-   return { { "t", toJson( secondsOf( at ) ) }, { "type", type } };
+timed( Milliseconds at ) {
+   return { { "t", toJson( secondsOf( at ) ) } };
 }
 
 } // namespace
@@ -23,51 +24,38 @@ NdjsonSink::start( StartRecord const&, StateView const& state ) {
 
 void
 NdjsonSink::write( long long at, WriteRecord const& write ) {
-   Json json = record( at, "write" );
-   appendMember( json, "path", write.path );
-   appendMember( json, "value", write.value );
-   line( json );
+   line( at, write );
 }
 
 void
 NdjsonSink::event( long long at, EventRecord const& event ) {
-   Json json = record( at, "event" );
-   appendMember( json, "index", event.index );
-   line( json );
+   line( at, event );
 }
 
 void
 NdjsonSink::log( long long at, LogMessageRecord const& message ) {
-   Json json = record( at, "log" );
-   appendMember( json, "id", message.id );
-   appendMember( json, "severity", message.severity );
-   appendMember( json, "text", message.text );
-   line( json );
+   line( at, message );
 }
 
 void
 NdjsonSink::trace( long long at, TraceLineRecord const& trace ) {
-   Json json = record( at, "trace" );
-   appendMember( json, "handle", trace.handle );
-   appendMember( json, "level", trace.level );
-   appendMember( json, "file", trace.file );
-   appendMember( json, "line", trace.line );
-   appendMember( json, "function", trace.function );
-   appendMember( json, "text", trace.text );
-   line( json );
+   line( at, trace );
 }
 
 void
 NdjsonSink::end( long long at, EndRecord const& ) {
-   Json json = record( at, "end" );
+   Json json = timed( at );
+   appendMember( json, "type", "end" );
    appendMember( json, "state", state_->at( {} ) );
-   line( json );
+   out_ << lineOf( json ) << '\n';
 }
 
+template< class Record >
 void
-NdjsonSink::line( Json const& json ) {
-   // A text that is no UTF-8 must not end the run.
-   out_ << json.dump( -1, ' ', false, Json::error_handler_t::replace ) << '\n';
+NdjsonSink::line( long long at, Record const& record ) {
+   Json json = timed( at );
+   append( json, record );
+   out_ << lineOf( json ) << '\n';
 }
 
 } // namespace ostra

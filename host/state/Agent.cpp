@@ -131,6 +131,22 @@ Agent::at( std::span< std::string const > path ) const {
    return isObject ? Json( true ) : scalarToJson( value );
 }
 
+GenericPtr
+Agent::call(
+   std::string_view child, std::string_view operation, GenericPtr const& value ) const {
+   GenericPtr const called =
+      agent_ ? ostra::read( *agent_, *type_.attr( Ryx::Name( child ) ) ) : nullptr;
+   if ( !called ) {
+      return nullptr;
+   }
+   RyxAttr const& attribute = *called->type()->attr( Ryx::Name( operation ) );
+   auto arguments = Ryx::make< Ryx::GenericIfList >();
+   if ( value ) {
+      arguments->argumentIs( attribute.arguments().front().name.string(), value );
+   }
+   return called->attributeOp( { attribute.id(), GenericIf::get }, nullptr, arguments );
+}
+
 void
 Agent::set( RyxAttr const& child ) {
    if ( !agent_ ) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <span>
+#include <utility>
 
 namespace ostra {
 
@@ -17,11 +18,23 @@ struct Found {
    GenericPtr value;
    RyxAttr const* attribute = nullptr;
    GenericPtr owner = nullptr;
+   // Not so for a member that its collection does not have, or below one.
+   bool isThere = false;
 };
 
+// Null for a text that is no key of the collection, as for a member that is not there.
+GenericPtr
+memberOf( GenericIf& owner, RyxAttr const& collection, std::string const& key ) {
+   try {
+      return readMember( owner, collection, keyOf( collection, key ) );
+   } catch ( Ryx::RangeException const& ) {
+      return nullptr;
+   }
+}
+
 Found
-find( GenericPtr const& from, Path path ) {
-   Found found{ from };
+findFrom( GenericPtr const& from, Path path ) {
+   Found found{ from, nullptr, nullptr, true };
    while ( !path.empty() && found.value ) {
       GenericPtr const owner = found.value;
       RyxAttr const* const attribute = settableAttribute( *owner->type(), path[ 0 ] );
@@ -30,12 +43,13 @@ find( GenericPtr const& from, Path path ) {
       }
       path = path.subspan( 1 );
       if ( !isCollection( *attribute ) ) {
-         found = { read( *owner, *attribute ), attribute };
+         found = { read( *owner, *attribute ), attribute, nullptr, true };
       } else if ( path.empty() ) {
-         return { nullptr, attribute, owner };
+         return { nullptr, attribute, owner, true };
       } else {
-         found = { readMember( *owner, *attribute, keyOf( *attribute, path[ 0 ] ) ),
-                   attribute };
+         GenericPtr member = memberOf( *owner, *attribute, path[ 0 ] );
+         bool const isThere = member != nullptr;
+         found = { std::move( member ), attribute, nullptr, isThere };
          path = path.subspan( 1 );
       }
    }
@@ -119,21 +133,29 @@ Mounts::state() const {
    return state;
 }
 
-Json
-Mounts::at( std::vector< std::string > const& path ) const {
+std::optional< Json >
+Mounts::find( std::vector< std::string > const& path ) const {
    if ( path.empty() ) {
       return state();
    }
    std::size_t const mount = index( path.front() );
    if ( mount == mountKinds.size() ) {
-      return nullptr;
+      return std::nullopt;
    }
-   Found const found = find( objects_[ mount ], Path( path ).subspan( 1 ) );
+   Found const found = findFrom( objects_[ mount ], Path( path ).subspan( 1 ) );
+   if ( !found.isThere ) {
+      return std::nullopt;
+   }
    if ( found.owner ) {
       return collectionToJson( *found.owner, *found.attribute );
    }
    return found.attribute ? valueToJson( *found.attribute, found.value )
-                          : ( found.value ? objectToJson( *found.value ) : Json() );
+                          : objectToJson( *found.value );
+}
+
+Json
+Mounts::at( std::vector< std::string > const& path ) const {
+   return find( path ).value_or( nullptr );
 }
 
 std::vector< std::string >
@@ -142,7 +164,7 @@ Mounts::keys( std::vector< std::string > const& path ) const {
    if ( mount == mountKinds.size() ) {
       return {};
    }
-   Found const found = find( objects_[ mount ], Path( path ).subspan( 1 ) );
+   Found const found = findFrom( objects_[ mount ], Path( path ).subspan( 1 ) );
    return found.owner ? keysOf( *found.owner, *found.attribute )
                       : std::vector< std::string >();
 }

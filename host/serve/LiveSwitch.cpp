@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/LiveSwitch>
+
+#include <host/run/RecordJson>
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+using Kind = PatchRefusal::Kind;
+
+constexpr std::size_t depthOfEntry = 3;
+
+[[noreturn]] void
+refuse( Failure const& failure ) {
+   throw PatchRefusal( Kind::invalid, failure.complaint() );
+}
+
+Document
+parse( std::string text ) {
+   try {
+      return parseDocument( "patch", std::move( text ) );
+   } catch ( Failure const& failure ) {
+      refuse( failure );
+   }
+}
+
+[[noreturn]] void
+refusePath( Path const& path, std::size_t depth, std::string_view expected ) {
+   throw PatchRefusal(
+      Kind::notFound,
+      { fmt::format(
+           "{}", fmt::join( path.begin(), path.begin() + std::ptrdiff_t( depth ), "." ) ),
+        inQuotes( path[ depth ] ),
+        std::string( expected ) } );
+}
+
+// The row that a path lies in.
+RowKey
+rowOf( Path path, RyxType const& mount ) {
+   if ( path.size() > 1 ) {
+      RyxAttr const* const attribute = settableAttribute( mount, path[ 1 ] );
+      path.resize( std::min< std::size_t >(
+         path.size(), attribute && isCollection( *attribute ) ? depthOfEntry : 2 ) );
+   }
+   return path;
+}
+
+} // namespace
+
+Document
+patchDocument( Path const& path, std::string const& text ) {
+   // By itself first: what closes it must not be what stands around it.
+   Document const alone = parse( text );
+   if ( path.empty() ) {
+      return alone;
+   }
+   std::string around;
+   for ( std::string const& key : path ) {
+      around += fmt::format( "{{{}: ", lineOf( key ) );
+   }
+   return parse(
+      fmt::format( "{}\n{}\n{}", around, text, std::string( path.size(), '}' ) ) );
+}
+
+LiveSwitch::LiveSwitch( RyxType const& agentType, LiveTime& time )
+      : time_( time ),
+        agent_( agentType, mounts_ ),
+        view_( mounts_, agent_ ),
+        records_( time ) {}
+
+void
+LiveSwitch::start() {
+   time_.refresh();
+   diagnostics_.emplace(
+      records_, [ this ] { return time_.moment(); }, std::nullopt );
+   watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { wrote( record ); } );
+   agent_.setAll();
+   Ryx::activityManager()->clock()->handleTime();
+   touch();
+}
+
+void
+LiveSwitch::wrote( WriteRecord const& record ) {
+   touch();
+   records_.write( time_.moment(), record );
+   std::size_t const mount = Mounts::index( record.path.front() );
+   changes_.rows.insert( rowOf( record.path, *mounts_.object( mount )->type() ) );
+   writeListener_( record );
+}
+
+void
+LiveSwitch::checkPath( Path const& path ) const {
+   if ( path.empty() ) {
+      return;
+   }
+   std::size_t const mount = Mounts::index( path[ 0 ] );
+   if ( mount == mountKinds.size() ) {
+      refusePath( path, 0, "a mount" );
+   }
+   RyxType const* type = mounts_.object( mount )->type();
+   for ( std::size_t depth = 1; depth < path.size(); ++depth ) {
+      RyxAttr const* const attribute =
+         type ? settableAttribute( *type, path[ depth ] ) : nullptr;
+      if ( !attribute ) {
+         refusePath( path, depth, "an attribute that can be set" );
+      }
+      if ( isCollection( *attribute ) && ++depth < path.size() ) {
+         try {
+            keyOf( *attribute, path[ depth ] );
+         } catch ( Ryx::RangeException const& ) {
+            refusePath( path, depth, "a key" );
+         }
+      }
+      type = hasObjects( *attribute ) ? attribute->valueType() : nullptr;
+   }
+}
+
+void
+LiveSwitch::check( Item const& root, std::vector< Change > const& changes, Owner by ) {
+   try {
+      root.forEachEntry(
+         "a map of mounts", [ & ]( Item const& entry ) { mounts_.checkMount( entry ); } );
+   } catch ( Failure const& failure ) {
+      refuse( failure );
+   }
+   owners_.check( changes, by );
+}
+
+void
+LiveSwitch::passDue() {
+   Ryx::activityManager()->clock()->handleTime();
+}
+
+void
+LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Owner by ) {
+   time_.refresh();
+   passDue();
+   if ( by == Owner::client ) {
+      ++revision_;
+      records_.event( time_.moment(), { static_cast< std::size_t >( revision_ ), {} } );
+   }
+   for ( Change const& change : changes ) {
+      if ( isRelease( change ) && by == Owner::client ) {
+         records_.add( { { "type", "release" }, { "interface", change.path.back() } } );
+      }
+      std::size_t const mount = Mounts::index( change.path.front() );
+      if ( by == Owner::client ) {
+         changes_.rows.insert( rowOf( change.path, *mounts_.object( mount )->type() ) );
+      }
+   }
+   mounts_.apply( root );
+   passDue();
+   touch();
+}
+
+Revision
+LiveSwitch::patch( Path const& path, std::string const& text, Acknowledge acknowledge ) {
+   checkPath( path );
+   Document const document = patchDocument( path, text );
+   Item const root( document );
+   if ( document.root().kind() != NodeKind::map ) {
+      try {
+         root.refuse( "a map of mounts" );
+      } catch ( Failure const& failure ) {
+         refuse( failure );
+      }
+   }
+   auto const changes = changesOf( root );
+   check( root, changes, Owner::client );
+   applyNow( root, changes, Owner::client );
+   if ( acknowledge ) {
+      changes_.acknowledges.push_back( std::move( acknowledge ) );
+   }
+   return revision_;
+}
+
+void
+LiveSwitch::apply( Document const& document, Owner by ) {
+   Item const root( document );
+   auto const changes = changesOf( root );
+   check( root, changes, by );
+   applyNow( root, changes, by );
+}
+
+TurnChanges
+LiveSwitch::takeChanges() {
+   return std::exchange( changes_, {} );
+}
+
+} // namespace ostra

@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/Records>
+
+#include <host/input/Document>
+#include <host/run/RecordJson>
+
+#include <utility>
+
+namespace ostra {
+
+Json
+Records::head( long long at ) const {
+   return { { "seq", nextId_ },
+            { "t", toJson( secondsOf( at ) ) },
+            { "time", dateText( time_.date() ) } };
+}
+
+void
+Records::put( Json const& json ) {
+   pending_.push_back( { nextId_++, time_.date(), lineOf( json ) } );
+}
+
+template< class Record >
+void
+Records::put( long long at, Record const& record ) {
+   Json json = head( at );
+   append( json, record );
+   put( json );
+}
+
+void
+Records::write( long long at, WriteRecord const& record ) {
+   put( at, record );
+}
+
+void
+Records::event( long long at, EventRecord const& record ) {
+   put( at, record );
+}
+
+void
+Records::log( long long at, LogMessageRecord const& record ) {
+   put( at, record );
+}
+
+void
+Records::trace( long long at, TraceLineRecord const& record ) {
+   put( at, record );
+}
+
+void
+Records::add( Json const& json ) {
+   Json all = head( time_.moment() );
+   for ( auto const& [ key, value ] : json.items() ) {
+      appendMember( all, key, value );
+   }
+   put( all );
+}
+
+void
+Records::publish() {
+   auto const records = std::exchange( pending_, {} );
+   isPublishing_ = true;
+   for ( LiveRecord const& record : records ) {
+      for ( Subscriber const& subscriber : subscribers_ ) {
+         if ( !subscriber.isGone && record.id >= subscriber.from ) {
+            subscriber.listener( record );
+         }
+      }
+   }
+   isPublishing_ = false;
+   std::erase_if( subscribers_, []( Subscriber const& s ) { return s.isGone; } );
+}
+
+Records::Subscription
+Records::subscribe( RecordListener listener ) {
+   std::int64_t const from = pending_.empty() ? nextId_ : pending_.front().id;
+   subscribers_.push_back( { ++lastSubscription_, from, std::move( listener ) } );
+   return lastSubscription_;
+}
+
+void
+Records::unsubscribe( Subscription subscription ) {
+   for ( Subscriber& subscriber : subscribers_ ) {
+      subscriber.isGone |= subscriber.subscription == subscription;
+   }
+   if ( !isPublishing_ ) {
+      std::erase_if( subscribers_, []( Subscriber const& s ) { return s.isGone; } );
+   }
+}
+
+} // namespace ostra
