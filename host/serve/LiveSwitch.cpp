@@ -3,6 +3,7 @@
 
 #include <host/serve/LiveSwitch>
 
+#include <host/base/Words>
 #include <host/run/RecordJson>
 
 #include <Ryx/Activity>
@@ -11,6 +12,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <cmath>
 #include <utility>
 
 namespace ostra {
@@ -195,6 +197,12 @@ LiveSwitch::apply( Document const& document, Owner by ) {
 
 TurnChanges
 LiveSwitch::takeChanges() {
+   // Between the start and the end of an instant it may have begun and be over again.
+   double const start =
+      secondsOf( mounts_.at( { "mlagProtoStatus", "portsErrdisabledWhen" } ) );
+   if ( std::isfinite( start ) ) {
+      delayStart_ = start;
+   }
    return std::exchange( changes_, {} );
 }
 

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/Ports>
+
+#include <host/base/Words>
+
+#include <Kovel/InternalIntfId>
+#include <Kovel/MgmtIntfId>
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace ostra {
+
+namespace {
+
+using Kovel::IntfId;
+
+constexpr std::string_view machine = "mlagErrdisableSm";
+constexpr double never = std::numeric_limits< double >::infinity();
+
+// Null for one that never comes.
+Json
+timeJson( double seconds ) {
+   return std::isfinite( seconds ) ? toJson( seconds ) : Json();
+}
+
+// Whole milliseconds.
+Json
+remaining( double end, double now ) {
+   return std::isfinite( end )
+      ? toJson( std::max( 0.0, std::round( ( end - now ) * 1000 ) / 1000 ) )
+      : Json();
+}
+
+std::string
+text( Json const& value ) {
+   return value.is_string() ? value.get< std::string >() : std::string();
+}
+
+// Why the port is as it is, for people.
+std::string
+reasonOf( std::string const& portClass, Json const& hold ) {
+   if ( hold.is_null() ) {
+      return portClass == "peerLink" ? "never held: it is in the peer link"
+         : portClass == "management" ? "never held: it is a management port"
+         : portClass == "internal"   ? "never held: it is an internal port"
+                                     : "not held";
+   }
+   std::string const kind = hold.at( "kind" ) == "errdisable"
+      ? "errdisabled for the MLAG reload delay"
+      : "its port-channel waits in LACP standby for the MLAG reload delay";
+   return hold.at( "until" ).is_null()
+      ? kind + ", which no timer ends"
+      : fmt::format(
+           "{}, {} s left",
+           kind,
+           toJson( std::ceil( secondsOf( hold.at( "remaining" ) ) ) ).dump() );
+}
+
+} // namespace
+
+std::vector< IntfId >
+Ports::ids() const {
+   std::vector< IntfId > ids;
+   for ( Path const& path : { Path{ "ethPhyIntfStatus", "intfStatus" },
+                              Path{ "mlagissuCause", "intfStatus" } } ) {
+      for ( std::string const& key : live_.view().keys( path ) ) {
+         ids.emplace_back( key );
+      }
+   }
+   std::sort( ids.begin(), ids.end() );
+   ids.erase( std::unique( ids.begin(), ids.end() ), ids.end() );
+   return ids;
+}
+
+bool
+Ports::asks( std::string_view operation, IntfId id ) const {
+   GenericPtr const answer = live_.agent().call(
+      machine, operation, RyxType::type( "Kovel::IntfId" )->code().parse( id.string() ) );
+   return answer && answer->strRep() == "true";
+}
+
+bool
+Ports::machineFlag( std::string const& attribute ) const {
+   return live_.view().at( { "agent", std::string( machine ), attribute } ) == Json( true );
+}
+
+std::string
+Ports::classOf( IntfId id ) const {
+   if ( Kovel::InternalIntfId::isInternalIntfId( id ) ) {
+      return "internal";
+   }
+   if ( Kovel::MgmtIntfId::isMgmtIntfId( id ) ) {
+      return "management";
+   }
+   if ( asks( "inPeerLink", id ) ) {
+      return "peerLink";
+   }
+   return asks( "mlagLink", id ) ? "mlag" : "nonMlag";
+}
+
+Ports::Class
+Ports::classState( bool isMlag ) const {
+   bool const isHeld =
+      machineFlag( isMlag ? "mlagPortsErrdisabled" : "nonMlagPortsErrdisabled" );
+   if ( !isHeld ) {
+      return { false, never };
+   }
+   GenericPtr const nonMlag =
+      isMlag ? nullptr : live_.agent().call( machine, "reloadDelayNonMlag" );
+   double const delay = secondsOf(
+      isMlag ? live_.view().at( { "mlagConfig", "reloadDelay" } )
+             : scalarToJson( nonMlag ) );
+   return { true,
+            secondsOf( live_.view().at( { "mlagProtoStatus", "portsErrdisabledWhen" } ) ) +
+               delay };
+}
+
+Json
+Ports::hold(
+   HoldKind kind, Json since, Class const& portClass, std::string const& enforced ) const {
+   Enforcement const enforcement = reconciler_.enforcement( enforced );
+   return { { "kind", kind == HoldKind::errdisable ? "errdisable" : "lacpStandby" },
+            { "since", std::move( since ) },
+            { "until", timeJson( portClass.end ) },
+            { "remaining", remaining( portClass.end, live_.time().now() ) },
+            { "enforced", nameOf( enforcement.state ) },
+            { "error", enforcement.error.empty() ? Json() : Json( enforcement.error ) } };
+}
+
+Json
+Ports::holdOf(
+   IntfId id, std::string const& portChannel, bool isMlag, Classes const& classes ) const {
+   auto const since = live_.state( { "mlagissuCause", "intfStatus", id.string() } );
+   if ( since ) {
+      Class const& portClass = isMlag ? classes.mlag : classes.nonMlag;
+      return hold( HoldKind::errdisable, *since, portClass, id.string() );
+   }
+   bool const isStandby = !portChannel.empty() &&
+      live_.state( { "lacpConfig", "portChannel", portChannel, "stayInStandby" } ) ==
+         Json( true );
+   return isStandby ? hold(
+                         HoldKind::lacpStandby,
+                         numberAt( { "mlagProtoStatus", "portsErrdisabledWhen" } ),
+                         classes.mlag,
+                         portChannel )
+                    : Json();
+}
+
+Json
+Ports::numberAt( Path const& path ) const {
+   return timeJson( secondsOf( live_.view().at( path ) ) );
+}
+
+Json
+Ports::portJson( IntfId id, Classes const& classes ) const {
+   std::string const name = id.string();
+   std::string const portClass = classOf( id );
+   Json const portChannel = live_.view().at( { "lagInputConfig", "phyIntf", name, "lag" } );
+   auto const device = driver_.deviceOf( name );
+   Json held = holdOf( id, text( portChannel ), portClass == "mlag", classes );
+   std::string reason = reasonOf( portClass, held );
+   return { { "interface", name },
+            { "device", device ? Json( *device ) : Json() },
+            { "class", portClass },
+            { "portChannel", portChannel },
+            { "admin",
+              live_.view().at(
+                 { "ethPhyIntfConfig", "intfConfig", name, "adminEnabledStateLocal" } ) },
+            { "link",
+              live_.view().at( { "ethPhyIntfStatus", "intfStatus", name, "linkStatus" } ) },
+            { "hold", std::move( held ) },
+            { "reason", std::move( reason ) } };
+}
+
+Json
+Ports::all() const {
+   Json ports = Json::array();
+   Classes const classes{ classState( true ), classState( false ) };
+   for ( IntfId const id : ids() ) {
+      ports.push_back( portJson( id, classes ) );
+   }
+   return ports;
+}
+
+std::optional< Json >
+Ports::port( std::string const& name ) const {
+   bool const isThere = live_.state( { "ethPhyIntfStatus", "intfStatus", name } ) ||
+      live_.state( { "mlagissuCause", "intfStatus", name } );
+   return isThere ? std::optional( portJson(
+                       IntfId( name ), { classState( true ), classState( false ) } ) )
+                  : std::nullopt;
+}
+
+Json
+Ports::classJson( bool isMlag ) const {
+   Class const portClass = classState( isMlag );
+   auto const start = live_.delayStart();
+   char const* const state = portClass.isHeld ? "held" : start ? "released" : "idle";
+   return { { "state", state },
+            { "start", start ? toJson( *start ) : Json() },
+            { "end", timeJson( portClass.end ) },
+            { "remaining", remaining( portClass.end, live_.time().now() ) } };
+}
+
+Json
+Ports::summary() const {
+   Json const ports = all();
+   auto const count = [ &ports ]( auto const& isCounted ) {
+      return std::count_if( ports.begin(), ports.end(), isCounted );
+   };
+   auto const ofKind = [ &count ]( std::string_view kind ) {
+      return count( [ kind ]( Json const& port ) {
+         return !port.at( "hold" ).is_null() && port.at( "hold" ).at( "kind" ) == kind;
+      } );
+   };
+   bool const isRunning =
+      machineFlag( "mlagPortsErrdisabled" ) || machineFlag( "nonMlagPortsErrdisabled" );
+   return { { "mlag", classJson( true ) },
+            { "nonMlag", classJson( false ) },
+            { "nextAnnouncement",
+              isRunning ? timeJson( Ryx::activityManager()->clock()->nextTimeMin() )
+                        : Json() },
+            { "counts",
+              { { "ports", ports.size() },
+                { "errdisabled", ofKind( "errdisable" ) },
+                { "lacpStandby", ofKind( "lacpStandby" ) } } } };
+}
+
+} // namespace ostra

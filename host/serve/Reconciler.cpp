@@ -1,0 +1,232 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/Reconciler>
+
+#include <Ryx/Activity>
+
+#include <algorithm>
+#include <cmath>
+
+namespace ostra {
+
+namespace {
+
+using Result = Outcome::Result;
+
+constexpr Ryx::Seconds firstWait = 0.1;
+constexpr Ryx::Seconds longestWait = 30;
+constexpr Ryx::Seconds longestAnswer = 10;
+constexpr unsigned mostRepeats = 10;
+
+Ryx::Seconds
+waitAfter( unsigned failures ) {
+   return std::min( longestWait, firstWait * std::exp2( failures - 1 ) );
+}
+
+} // namespace
+
+std::string_view
+nameOf( Enforcement::State state ) {
+   switch ( state ) {
+   case Enforcement::State::held:
+      return "held";
+   case Enforcement::State::released:
+      return "released";
+   case Enforcement::State::pending:
+      return "pending";
+   case Enforcement::State::unsupported:
+      return "unsupported";
+   case Enforcement::State::failed:
+      break;
+   }
+   return "failed";
+}
+
+// Sees to it that there is a turn; what is due is found at its end.
+class Reconciler::Timer final : public Ryx::Clock::NotifieeConst {
+ public:
+   Timer() {
+      notifierIs( Ryx::activityManager()->clock() );
+      timeMinIs( Ryx::never );
+      isRegisteredNotifieeIs( true );
+   }
+};
+
+Reconciler::Reconciler( Driver& driver, Report report )
+      : driver_( driver ), report_( std::move( report ) ), timer_( Ryx::make< Timer >() ) {}
+
+Reconciler::~Reconciler() {
+   timer_->isRegisteredNotifieeIs( false );
+}
+
+void
+Reconciler::wantedIs( std::string const& interface, HoldKind kind, bool isHold ) {
+   auto const found = ports_.find( interface );
+   if ( found == ports_.end() ? !isHold : found->second.isWanted == isHold ) {
+      return;
+   }
+   Port& port = ports_[ interface ];
+   port.kind = kind;
+   port.isWanted = isHold;
+   port.result = Result::done;
+   port.error.clear();
+   port.attempts = 0;
+   port.due = 0;
+   changed( interface, port );
+}
+
+void
+Reconciler::answered( Outcome const& outcome ) {
+   auto const found = ports_.find( outcome.interface );
+   if ( found == ports_.end() || found->second.order != outcome.order ) {
+      // Another one has replaced it.
+      return;
+   }
+   Port& port = found->second;
+   port.order = 0;
+   port.result = outcome.result;
+   port.error = outcome.error;
+   if ( outcome.result == Result::done ) {
+      port.observed = port.orderIsHold ? Observed::held : Observed::released;
+      port.settledAt = Ryx::now();
+   } else if ( outcome.result == Result::failed ) {
+      port.due = Ryx::now() + waitAfter( ++port.attempts );
+   }
+   changed( outcome.interface, port );
+}
+
+void
+Reconciler::observed( std::string const& interface, Observed observed ) {
+   Port& port = ports_[ interface ];
+   bool const isUndone = port.isWanted && port.order == 0 &&
+      port.observed == Observed::held && observed == Observed::released;
+   port.observed = observed;
+   if ( port.result == Result::unsupported ) {
+      port.result = Result::done;
+      port.error.clear();
+   }
+   if ( isUndone ) {
+      ++redone_;
+      port.attempts = Ryx::now() - port.settledAt < longestWait ? port.attempts + 1 : 1;
+      port.due = port.attempts > mostRepeats
+         ? Ryx::now() + waitAfter( port.attempts - mostRepeats )
+         : 0;
+   }
+   changed( interface, port );
+}
+
+void
+Reconciler::changed( std::string const& interface, Port& port ) {
+   open_.insert( interface );
+   Enforcement const now = enforcementOf( port );
+   if ( now != port.told ) {
+      port.told = now;
+      report_( interface );
+   }
+}
+
+bool
+Reconciler::isToDo( Port const& port, bool isHold ) {
+   bool const isAsked = port.order != 0 && port.orderIsHold == isHold;
+   if (
+      port.isWanted != isHold || isAsked || port.due > Ryx::now() ||
+      port.result == Result::unsupported || port.observed == Observed::noDevice ) {
+      return false;
+   }
+   bool const mayBeHeld = port.observed == Observed::held || port.order != 0;
+   return isHold ? port.observed != Observed::held || port.order != 0 : mayBeHeld;
+}
+
+void
+Reconciler::expire( std::string const& interface, Port const& port ) {
+   if ( port.order != 0 && port.answerBy <= Ryx::now() ) {
+      answered( { port.order, interface, Result::failed, "the driver does not answer" } );
+   }
+}
+
+void
+Reconciler::order( bool isHold ) {
+   std::vector< Order > orders;
+   for ( std::string const& interface : open_ ) {
+      Port& port = ports_.at( interface );
+      expire( interface, port );
+      if ( isToDo( port, isHold ) ) {
+         port.order = ++lastOrder_;
+         port.orderIsHold = isHold;
+         port.answerBy = Ryx::now() + longestAnswer;
+         orders.push_back( { port.order, interface, port.kind, isHold } );
+      }
+   }
+   if ( !orders.empty() ) {
+      driver_.carryOut( orders );
+   }
+}
+
+void
+Reconciler::orderHolds() {
+   order( true );
+}
+
+void
+Reconciler::orderReleases() {
+   order( false );
+   rest();
+}
+
+void
+Reconciler::rest() {
+   Ryx::Seconds next = Ryx::never;
+   for ( auto it = open_.begin(); it != open_.end(); ) {
+      auto const port = ports_.find( *it );
+      Port const& p = port->second;
+      bool const isOpen = p.order != 0 || isToDo( p, p.isWanted ) || p.due > Ryx::now();
+      if ( isOpen ) {
+         next = std::min( next, p.order != 0 ? p.answerBy : p.due );
+         ++it;
+         continue;
+      }
+      if ( !p.isWanted && p.observed != Observed::held ) {
+         ports_.erase( port );
+      }
+      it = open_.erase( it );
+   }
+   timer_->timeMinIs( next );
+}
+
+Enforcement
+Reconciler::enforcementOf( Port const& port ) {
+   using State = Enforcement::State;
+   if ( !port.isWanted ) {
+      if ( port.observed != Observed::held && port.order == 0 ) {
+         return { State::released };
+      }
+   } else if ( port.observed == Observed::held && port.order == 0 ) {
+      return { State::held };
+   } else if ( port.observed == Observed::noDevice ) {
+      return { State::unsupported, "no device" };
+   }
+   switch ( port.result ) {
+   case Result::done:
+      break;
+   case Result::unsupported:
+      return { State::unsupported, port.error };
+   case Result::failed:
+      return { State::failed, port.error };
+   }
+   return { State::pending };
+}
+
+Enforcement
+Reconciler::enforcement( std::string const& interface ) const {
+   auto const found = ports_.find( interface );
+   return found == ports_.end() ? Enforcement{ Enforcement::State::released }
+                                : enforcementOf( found->second );
+}
+
+bool
+Reconciler::isSettled() const {
+   return open_.empty();
+}
+
+} // namespace ostra
