@@ -11,20 +11,21 @@ namespace Mlag::Ostra {
 
 bool
 MlagErrdisableSm::isLacpStandby( Kovel::IntfId intfId ) const {
-   return isLacpStandby( intfId, membershipOf( intfId ) );
+   Membership const membership = membershipOf( intfId );
+   Kovel::IntfId const portChannel = mlagPortChannel( membership );
+   return qualifiesForStandby( membership, portChannel );
 }
 
 bool
-MlagErrdisableSm::isLacpStandby(
-   Kovel::IntfId intfId, Membership const& membership ) const {
-   // The operation traces the same whoever has read the membership.
+MlagErrdisableSm::qualifiesForStandby(
+   Membership const& membership, Kovel::IntfId portChannel ) const {
+   // A step of isLacpStandby, whose trace it writes.
    constexpr char signature[] =
       "bool Mlag::Ostra::MlagErrdisableSm::isLacpStandby(Kovel::IntfId) const";
-   trace( 8, signature, " ", intfId );
-   return inputHere< &Sm::mlagConfig_ >().lacpStandby() &&
-      !isPeerLink( intfId, membership ) &&
+   trace( 8, signature, " ", membership.intfId );
+   return inputHere< &Sm::mlagConfig_ >().lacpStandby() && !isInPeerLink( membership ) &&
       inputHere< &Sm::mlagStatus_ >().mlagState() == MlagState::mlagSecondary &&
-      mlagProtoStatus_->holdInSecondary() && mlagPortChannel( membership ) &&
+      mlagProtoStatus_->holdInSecondary() && portChannel &&
       membership.mode == Lag::LacpMode::lacpActive;
 }
 
@@ -50,47 +51,13 @@ MlagErrdisableSm::isLacpOverride( Kovel::IntfId portChannel ) const {
 }
 
 void
-MlagErrdisableSm::stayInStandbyIs( Kovel::IntfId portChannel, bool stay ) {
-   auto const lacp = lacpConfig_ ? lacpConfig_->portChannel( portChannel ) : nullptr;
-   if ( !lacp ) {
-      return;
-   }
-   if ( startChanges_ && stay && !lacp->stayInStandby() ) {
-      startChanges_->standby.push_back( portChannel );
-   }
-   lacp->stayInStandbyIs( stay );
-}
-
-// Makes the port-channel's record before anything is written, so that what follows cannot
-// fail half-way: one in standby that is not recorded would stay there for ever.
-void
-MlagErrdisableSm::prepareStandby( Kovel::IntfId portChannel ) {
-   bool const prepared = standbyRecord_ && standbyRecord_->key() == portChannel;
-   if ( !prepared && !lagsInStandby( portChannel ) ) {
-      standbyRecord_ = Ryx::make< RyxLagsInStandby >( portChannel, true );
-   }
-}
-
-void
-MlagErrdisableSm::recordStandby( Kovel::IntfId portChannel ) {
-   bool const prepared = standbyRecord_ && standbyRecord_->key() == portChannel;
-   if ( prepared && !lagsInStandby_.map.contains( portChannel ) ) {
-      lagsInStandby_.map.insert( std::move( standbyRecord_ ) );
-   } else {
-      lagsInStandbyIs( portChannel, true );
-   }
-}
-
-void
 MlagErrdisableSm::setLacpStandby( Kovel::IntfId portChannel ) {
    trace( 8, __PRETTY_FUNCTION__, " ", portChannel );
-   prepareStandby( portChannel );
-   endForcing( portChannel );
-   if ( lagsInStandby( portChannel ) ) {
-      return;
+   writes_.prepareStandby( portChannel );
+   writes_.endForcing( portChannel );
+   if ( !lagsInStandby( portChannel ) ) {
+      writes_.beginStandby( portChannel );
    }
-   stayInStandbyIs( portChannel, true );
-   recordStandby( portChannel );
 }
 
 void
@@ -101,7 +68,7 @@ MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
       !isLacpStandby( intfId ) ) {
       return;
    }
-   if ( periodOver( true ) ) {
+   if ( periodOver( PortClass::mlag ) ) {
       trace( 8, "Mlag timer expired" );
       return;
    }
@@ -109,7 +76,7 @@ MlagErrdisableSm::handleLacpStandby( Kovel::IntfId intfId ) {
    if ( !isLacpOverride( portChannel ) ) {
       return;
    }
-   prepareStandby( portChannel );
+   writes_.prepareStandby( portChannel );
    mlagissuCause_->intfStatusDel( intfId );
    maybeTrackIntfStatus( intfId );
    setLacpStandby( portChannel );

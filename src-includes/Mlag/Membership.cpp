@@ -1,34 +1,45 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <Mlag/LagMember>
-#include <Mlag/PortChannelTracker>
-#include <Mlag/SmDiagnostics>
+// Which port-channel an interface is in: as it is configured, as it was at start-up, and as
+// it was recorded when the interface was held.
+
+#include <Mlag/MlagErrdisableSm>
 
 namespace Mlag::Ostra {
 
-LagMember::~LagMember() = default;
-
-LagMember::NotifieeConst::~NotifieeConst() = default;
-
-PortChannelTracker::NotifieeConst::~NotifieeConst() = default;
-
-Ryx::Ptr< PortChannelTracker >
-PortChannelTracker::PortChannelTrackerIs(
-   Kovel::IntfId intfId, Ryx::Ptr< IgmpSnoopingConfig > const& igmpsnoopingConfig ) {
-   return Ryx::validPtr( Ryx::make< PortChannelTracker >( intfId, igmpsnoopingConfig ) );
-}
-
-PortChannelTracker::~PortChannelTracker() {
-   handleDestroyed();
+Membership
+MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
+   auto const* const config = lagInputConfig_.borrowed();
+   auto const* const member = config ? config->borrowedPhyIntf( intfId ) : nullptr;
+   Membership membership{ intfId };
+   if ( member ) {
+      membership.mode = member->mode();
+      if ( auto const* const lag = member->lag().ptr() ) {
+         membership.portChannel = lag->intfId();
+      }
+   }
+   return membership;
 }
 
 void
-PortChannelTracker::handleDestroyed() {
-   trace( 8, __PRETTY_FUNCTION__, " for ", intfId_ );
-   if ( igmpsnoopingConfig_ && isGuard_ ) {
-      igmpsnoopingConfig_->forceEnabledPortsDel( intfId_ );
+MlagErrdisableSm::recordMembers() {
+   auto const config = lagInputConfig();
+   if ( !config ) {
+      return;
    }
+   for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
+      if ( auto const lag = it->value()->lag() ) {
+         portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
+      }
+   }
+}
+
+// Whether a member is recorded under the tracker, or under the one that has its place now.
+bool
+MlagErrdisableSm::hasRecordedMembers( PortChannelTracker const& tracker ) const {
+   auto const* const current = portChannelTracker_.borrowed( tracker.intfId() );
+   return tracker.members() != 0 || ( current && current->members() != 0 );
 }
 
 } // namespace Mlag::Ostra

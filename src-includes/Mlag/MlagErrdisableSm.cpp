@@ -91,17 +91,7 @@ MlagErrdisableSm::handleInitialized() {
       return;
    }
    trace( 8, __PRETTY_FUNCTION__ );
-   StartChanges changes{ mlagProtoStatus_->portsErrdisabled(),
-                         mlagProtoStatus_->portsErrdisabledWhen() };
-   startChanges_ = &changes;
-   try {
-      start();
-   } catch ( ... ) {
-      startChanges_ = nullptr;
-      takeBack( changes );
-      throw;
-   }
-   startChanges_ = nullptr;
+   writes_.start( &MlagErrdisableSm::start );
    initializedIs( true );
 }
 
@@ -129,31 +119,6 @@ MlagErrdisableSm::start() {
    }
 }
 
-// The outputs become what they were. The machine will not be there to release what it has
-// held, and another one goes on with what it has released.
-void
-MlagErrdisableSm::takeBack( StartChanges& changes ) {
-   for ( Kovel::IntfId const portChannel : changes.standby ) {
-      stayInStandbyIs( portChannel, false );
-   }
-   for ( Kovel::IntfId const intfId : changes.cause.added ) {
-      mlagissuCause_->intfStatusDel( intfId );
-   }
-   changes.cause.restore(
-      [ & ]( auto record ) { mlagissuCause_->intfStatusPut( std::move( record ) ); } );
-   for ( Kovel::IntfId const portChannel : changes.snooping.added ) {
-      igmpsnoopingConfig_->forceEnabledPortsDel( portChannel );
-   }
-   changes.snooping.restore( [ & ]( auto record ) {
-      igmpsnoopingConfig_->forceEnabledPortsPut( std::move( record ) );
-   } );
-   for ( auto it = portChannelTrackerIteratorConst(); it; ++it ) {
-      it->value()->release();
-   }
-   mlagProtoStatus_->portsErrdisabledIs( changes.portsErrdisabled );
-   mlagProtoStatus_->portsErrdisabledWhenIs( changes.portsErrdisabledWhen );
-}
-
 void
 MlagErrdisableSm::startPeriod() {
    mlagProtoStatus_->portsErrdisabledWhenIs( Ryx::now() );
@@ -172,19 +137,6 @@ MlagErrdisableSm::resumePeriod( Ryx::Seconds start ) {
    Ryx::Seconds const elapsed = now - start;
    timerCountIs( firstPointAfter( elapsed, mlagConfig()->reloadDelay() ) );
    timerCountNonMlagIs( firstPointAfter( elapsed, reloadDelayNonMlag() ) );
-}
-
-void
-MlagErrdisableSm::recordMembers() {
-   auto const config = lagInputConfig();
-   if ( !config ) {
-      return;
-   }
-   for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
-      if ( auto const lag = it->value()->lag() ) {
-         portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
-      }
-   }
 }
 
 } // namespace Mlag::Ostra

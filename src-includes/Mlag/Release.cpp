@@ -45,27 +45,35 @@ MlagErrdisableSm::doClearErrdisableIntfStatus() {
 }
 
 void
+MlagErrdisableSm::releaseClass( PortClass ports ) {
+   if ( ports == PortClass::mlag ) {
+      doClearErrdisableMlagIntfStatus();
+   } else {
+      doClearErrdisableNonMlagIntfStatus();
+   }
+}
+
+void
 MlagErrdisableSm::doClearErrdisableMlagIntfStatus() {
    trace( 8, __PRETTY_FUNCTION__ );
    bool const left = doClearErrdisableMlagIntfStatus_();
    auto const config = mlagConfig();
    bool const endless = config->reloadDelayNonMlagConfigured() &&
       Ryx::isInfinite( config->reloadDelayNonMlag() );
-   if ( left && Ryx::isInfinite( wakeTime( false ) ) && !endless ) {
+   if ( left && Ryx::isInfinite( wakeTime( PortClass::nonMlag ) ) && !endless ) {
       doClearErrdisableNonMlagIntfStatus();
    }
 }
 
 bool
 MlagErrdisableSm::doClearErrdisableMlagIntfStatus_() {
-   bool const left = releasePorts( true );
+   bool const left = releasePorts( PortClass::mlag );
    for ( auto it = lagsInStandbyIterator(); it; ++it ) {
       Kovel::IntfId const portChannel = it.key();
       trace( 8, "releasing stayInStandby for ", portChannel );
-      stayInStandbyIs( portChannel, false );
-      lagsInStandbyDel( portChannel );
+      writes_.endStandby( portChannel );
    }
-   wakeTimeIs( true, Ryx::never );
+   wakeTimeIs( PortClass::mlag, Ryx::never );
    mlagPortsErrdisabledIs( false );
    doCheckErrdisable();
    return left;
@@ -74,33 +82,25 @@ MlagErrdisableSm::doClearErrdisableMlagIntfStatus_() {
 void
 MlagErrdisableSm::doClearErrdisableNonMlagIntfStatus() {
    trace( 8, __PRETTY_FUNCTION__ );
-   releasePorts( false );
-   wakeTimeIs( false, Ryx::never );
+   releasePorts( PortClass::nonMlag );
+   wakeTimeIs( PortClass::nonMlag, Ryx::never );
    nonMlagPortsErrdisabledIs( false );
    doCheckErrdisable();
 }
 
 bool
-MlagErrdisableSm::releasePorts( bool mlag ) {
+MlagErrdisableSm::releasePorts( PortClass ports ) {
    bool left = false;
    for ( auto it = mlagissuCause_->intfStatusIteratorConst(); it; ++it ) {
       Kovel::IntfId const intfId = it.key();
-      if ( mlagLink( intfId ) == mlag ) {
-         releasePort( intfId );
+      if ( classOf( membershipOf( intfId ) ) == ports ) {
+         writes_.release( intfId );
          maybeTrackIntfStatus( intfId );
       } else {
          left = true;
       }
    }
    return left;
-}
-
-void
-MlagErrdisableSm::releasePort( Kovel::IntfId intfId ) {
-   auto record = mlagissuCause_->intfStatusTake( intfId );
-   if ( startChanges_ ) {
-      startChanges_->cause.remove( std::move( record ) );
-   }
 }
 
 void

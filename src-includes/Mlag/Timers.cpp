@@ -20,39 +20,47 @@ MlagErrdisableSm::reloadDelayNonMlag() const {
 }
 
 Ryx::Seconds
-MlagErrdisableSm::delayOf( bool mlag ) const {
-   return mlag ? inputHere< &Sm::mlagConfig_ >().reloadDelay() : reloadDelayNonMlag();
+MlagErrdisableSm::delayOf( PortClass ports ) const {
+   return ports == PortClass::mlag ? inputHere< &Sm::mlagConfig_ >().reloadDelay()
+                                   : reloadDelayNonMlag();
+}
+
+bool
+MlagErrdisableSm::isHeld( PortClass ports ) const {
+   return ports == PortClass::mlag ? mlagPortsErrdisabled_ : nonMlagPortsErrdisabled_;
+}
+
+// The number of the period's next point.
+unsigned char&
+MlagErrdisableSm::pointCount( PortClass ports ) {
+   return ports == PortClass::mlag ? timerCount_ : timerCountNonMlag_;
 }
 
 // A timer whose clock was taken away is null: it has no wake-up.
 Ryx::Clock::NotifieeConst*
-MlagErrdisableSm::timerOf( bool mlag ) const {
-   if ( mlag ) {
+MlagErrdisableSm::timerOf( PortClass ports ) const {
+   if ( ports == PortClass::mlag ) {
       return clockMlag_.reactor.ptr();
    }
    return clockNonMlag_.reactor.ptr();
 }
 
 Ryx::Seconds
-MlagErrdisableSm::wakeTime( bool mlag ) const {
-   Ryx::Clock::NotifieeConst const* const timer = timerOf( mlag );
+MlagErrdisableSm::wakeTime( PortClass ports ) const {
+   Ryx::Clock::NotifieeConst const* const timer = timerOf( ports );
    return timer ? timer->timeMin() : Ryx::never;
 }
 
 void
-MlagErrdisableSm::wakeTimeIs( bool mlag, Ryx::Seconds wake ) {
-   if ( Ryx::Clock::NotifieeConst* const timer = timerOf( mlag ) ) {
+MlagErrdisableSm::wakeTimeIs( PortClass ports, Ryx::Seconds wake ) {
+   if ( Ryx::Clock::NotifieeConst* const timer = timerOf( ports ) ) {
       timer->timeMinIs( wake );
    }
 }
 
-void
-MlagErrdisableSm::releaseClass( bool mlag ) {
-   if ( mlag ) {
-      doClearErrdisableMlagIntfStatus();
-   } else {
-      doClearErrdisableNonMlagIntfStatus();
-   }
+bool
+MlagErrdisableSm::periodOver( PortClass ports ) const {
+   return !Ryx::isInfinite( delayOf( ports ) ) && Ryx::isInfinite( wakeTime( ports ) );
 }
 
 void
@@ -78,11 +86,12 @@ MlagErrdisableSm::handleReloadDelayNonMlag() {
 
 void
 MlagErrdisableSm::handleReloadDelay_( bool mlag ) {
-   if ( !( mlag ? mlagPortsErrdisabled_ : nonMlagPortsErrdisabled_ ) ) {
+   PortClass const ports = portClass( mlag );
+   if ( !isHeld( ports ) ) {
       return;
    }
-   unsigned char& count = mlag ? timerCount_ : timerCountNonMlag_;
-   Ryx::Seconds const delay = delayOf( mlag );
+   unsigned char& count = pointCount( ports );
+   Ryx::Seconds const delay = delayOf( ports );
    Ryx::Seconds const start = mlagProtoStatus_->portsErrdisabledWhen();
    if ( initialized_ ) {
       count = 0;
@@ -98,9 +107,9 @@ MlagErrdisableSm::handleReloadDelay_( bool mlag ) {
    // An intermediate point that has passed ends the period too: a delay that is changed
    // late in the new period releases the class at once.
    if ( Ryx::now() >= wake ) {
-      releaseClass( mlag );
+      releaseClass( ports );
    } else {
-      wakeTimeIs( mlag, wake );
+      wakeTimeIs( ports, wake );
    }
 }
 
@@ -120,27 +129,28 @@ MlagErrdisableSm::handleClock_( bool mlag ) {
       return;
    }
    trace( 8, __PRETTY_FUNCTION__ );
-   unsigned char& count = mlag ? timerCount_ : timerCountNonMlag_;
+   PortClass const ports = portClass( mlag );
+   unsigned char& count = pointCount( ports );
    Ryx::Seconds const now = Ryx::now();
    Ryx::Seconds const start = mlagProtoStatus_->portsErrdisabledWhen();
-   Ryx::Seconds const delay = delayOf( mlag );
+   Ryx::Seconds const delay = delayOf( ports );
    double const fraction =
       count < periodPointCount ? static_cast< double >( periodPoints[ count++ ] ) : 1.0;
    Ryx::Seconds const next = fraction * delay + start;
    Ryx::Seconds const end = delay + start;
    bool const isAhead = next > now;
    if ( !isAhead && end <= now ) {
-      releaseClass( mlag );
+      releaseClass( ports );
       return;
    }
-   announceEnd( mlag, std::ceil( end - Ryx::now() ) );
-   wakeTimeIs( mlag, isAhead ? next : end );
+   announceEnd( ports, std::ceil( end - Ryx::now() ) );
+   wakeTimeIs( ports, isAhead ? next : end );
 }
 
 void
-MlagErrdisableSm::announceEnd( bool mlag, Ryx::Seconds left ) {
+MlagErrdisableSm::announceEnd( PortClass ports, Ryx::Seconds left ) {
    auto const config = mlagConfig();
-   if ( mlag ) {
+   if ( ports == PortClass::mlag ) {
       Ryx::log( reloadDelayEnding(), " ", left );
    } else if (
       config->reloadDelayNonMlagConfigured() &&
