@@ -34,6 +34,11 @@ def function(indent, head, parameters, body, tail=""):
     return f"{first}\n{space}   {body}\n{space}}}"
 
 
+def declared(indent, head, parameters, tail):
+    """A function without statements, or its declaration."""
+    return listed(indent, head, parameters, tail, "( ", " )")
+
+
 def derived(indent, head, base, arguments):
     """The first line of a class, or the first lines."""
     whole = f"{' ' * indent}{head} : {base}< {', '.join(arguments)} > {{"

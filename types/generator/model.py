@@ -5,13 +5,13 @@
 
 import math
 
-from schema import COLLECTIONS, TO_ENTITIES, shown
+from schema import COLLECTIONS, KINDS, TO_ENTITIES, shown
 
 
 class Type:
     """A type that can be named, whoever writes it.
 
-    `form` is builtin, external, enumeration, structure or entity."""
+    `form` is builtin, external, enumeration, structure, machine or entity."""
 
     def __init__(self, cpp, header, form, by_value=False, initial=None, is_key=True):
         self.cpp, self.header, self.form = cpp, header, form
@@ -28,6 +28,7 @@ def builtin(cpp, header=None, by_value=True, initial=None, is_key=True):
 
 BUILTIN = {
     "bool": builtin("bool", initial="false", is_key=False),
+    "byte": builtin("unsigned char", initial="0", is_key=False),
     "unsigned": builtin("unsigned", initial="0"),
     "int": builtin("int", initial="0"),
     "double": builtin("double", initial="0", is_key=False),
@@ -38,14 +39,14 @@ BUILTIN = {
     "EthAddr": builtin("Kovel::EthAddr", "Kovel/Traits"),
     "IpAddr": builtin("Kovel::IpAddr", "Kovel/Traits", is_key=False),
 }
-WHOLE = {"unsigned": (0, 2**32 - 1), "int": (-2**31, 2**31 - 1)}
+WHOLE = {"unsigned char": (0, 255), "unsigned": (0, 2**32 - 1), "int": (-2**31, 2**31 - 1)}
 
 
 class Declared(Type):
     """A type of a schema."""
 
     def __init__(self, name, declared, schema):
-        forms = [form for form in ("enumeration", "structure") if form in declared]
+        forms = [form for form in ("enumeration", "structure", "machine") if form in declared]
         form = forms[0] if forms else "entity"
         full = f"{schema['namespace']}::{name}"
         super().__init__(full, full.replace("::", "/"), form, form == "enumeration",
@@ -54,6 +55,8 @@ class Declared(Type):
         self.place = schema["place"].of(schema["types"], name)
         self.meaning, self.text = declared["meaning"], declared.get("text")
         self.number = "as" in declared
+        machine = declared.get("machine", {})
+        self.inputs, self.reactors = machine.get("inputs"), machine.get("reactors")
         self.enumerators = declared.get("enumeration", [])
 
     def link(self, model):
@@ -146,18 +149,21 @@ class Declared(Type):
 
 class Attribute:
     def __init__(self, name, declared, owner, model, place):
-        self.name, self.owner, self.place = name, owner, place
+        self.name, self.owner, self.place, self.declared = name, owner, place, declared
         self.kind, self.inert = declared.get("kind", "value"), declared.get("inert", False)
         self.unit, self.meaning = declared.get("unit"), declared["meaning"]
         self.flags = declared.get("flags", [])
         scope, named = owner.schema["namespace"], declared.get("type", "bool")
         self.key = model.find(declared["key"], scope, place) if "key" in declared else None
         if self.kind in TO_ENTITIES:
-            self.type = model.entity(named, scope, place)
+            by_hand = ("external",) if owner.form == "machine" else ()
+            self.type = model.entity(named, scope, place, by_hand)
         else:
             self.type = model.value(named, scope, place, None if self.inert else owner)
         self.setter = self.find_setter(declared.get("set"))
-        self.initial = self.type.initial if self.kind == "value" else None
+        self.storage = model.find(declared["storage"], scope, place) if (
+            "storage" in declared) else None
+        self.initial = self.type.initial if self.kind in ("value", "constant") else None
         if self.type.form == "enumeration" and self.kind == "value":
             self.initial = f"{self.type.within(scope)}::{self.type.enumerators[0]}"
         if "default" in declared:
@@ -181,6 +187,10 @@ class Attribute:
     def members(self):
         """The C++ names that it makes in its owner."""
         x, big = self.name, self.Name
+        if self.kind in ("constant", "output"):
+            return [x]
+        if self.kind == "input":
+            return [x, f"{x}Is", f"{x}Del", f"new{big}", f"Ryx{big}"]
         if not self.collection:
             return [x, f"{x}Is"]
         return [x, f"{x}Is", f"{x}Del", f"{x}DelAll", f"{x}Notify", f"{x}Iterator",
@@ -210,6 +220,10 @@ class Attribute:
     def default(self, given):
         cpp = self.type.cpp
         wrong = self.place.error(f"{shown(given)} cannot be the default of {cpp}")
+        constant = self.owner.declared["attributes"].get(given) if isinstance(given, str) else None
+        if constant and constant.get("kind") == "constant" and (
+                constant.get("type") == self.declared["type"]):
+            return given
         if self.type.form == "enumeration":
             if given not in self.type.enumerators:
                 raise wrong
@@ -284,18 +298,20 @@ class Model:
                 return found
         raise place.error(f"{name} is not known as a type")
 
-    def entity(self, name, scope, place):
+    def entity(self, name, scope, place, others=()):
         found = self.find(name, scope, place)
-        if found.form != "entity":
+        if found.form not in ("entity", *others):
             raise place.error(f"{name} is no entity")
         return found
 
     def value(self, name, scope, place, stored_in):
         """What can be an attribute's value or a field. What is stored has a text form."""
         found = self.find(name, scope, place)
+        if found.form == "machine":
+            raise place.error(f"{name} is a machine, and no value")
         if found.form == "entity":
             raise place.error(f"{name} is an entity, and no value: expected one of the kinds "
-                              f"{', '.join(TO_ENTITIES)}")
+                              f"{', '.join(k for k in KINDS if k in TO_ENTITIES)}")
         if found.form == "structure" and stored_in is not None and not found.text:
             raise place.error(f"{name} has no text, so it can only be what is inert")
         return found

@@ -10,7 +10,7 @@ import jinja2
 import layout
 from model import Model
 
-FUNDAMENTAL = ("bool", "unsigned", "int", "double")
+FUNDAMENTAL = ("bool", "unsigned char", "unsigned", "int", "double")
 # A record whose code is in RyxTypes, written by hand.
 KOVEL_RECORDS = {("Kovel::IntfId", "bool")}
 
@@ -27,7 +27,7 @@ class Cpp:
     def stored(self, a):
         if a.kind == "reference":
             return f"Ryx::Ptr< {self.spelled(a.type)} const >"
-        if a.kind in ("contained", "elements"):
+        if a.kind in ("contained", "elements", "pointers", "objects", "reactors"):
             return f"Ryx::Ptr< {self.spelled(a.type)} >"
         return self.spelled(a.type)
 
@@ -74,6 +74,61 @@ class Cpp:
                 items.append("Ryx::Access::readOnly")
         return layout.listed(9, head, items, tail)
 
+    # Machines.
+
+    @property
+    def folder(self):
+        return self.type.header.rpartition("/")[0]
+
+    @property
+    def given_attributes(self):
+        """What a machine is made of: its inputs, but for internal ones, and its outputs."""
+        return [a for a in self.type.attributes
+                if a.kind in ("input", "output") and "internal" not in a.flags]
+
+    @property
+    def watched_attributes(self):
+        return [a for a in self.type.attributes if a.kind == "reactors" or (
+            a.kind == "input" and "unwatched" not in a.flags)]
+
+    @property
+    def given_parameters(self):
+        return [f"{self.input(a)} const& {a.name}" for a in self.given_attributes]
+
+    @property
+    def input_headers(self):
+        return sorted({a.type.header for a in self.given_attributes})
+
+    def guard_of(self, name):
+        return f"{self.namespace}::{name}".replace("::", "_").upper()
+
+    def input(self, a):
+        const = " const" if a.kind == "input" else ""
+        return f"Ryx::Ptr< {self.spelled(a.type)}{const} >"
+
+    def machine_storage(self, a):
+        """The type of the member that stores an attribute of a machine."""
+        key, element = self.spelled(a.key) if a.key else "", self.spelled(a.type)
+        if a.storage:
+            return self.spelled(a.storage)
+        return {
+            "value": element,
+            "input": f"Ryx::ReferenceSlot< {element} >" if "unwatched" in a.flags
+                     else f"Ryx::ReactorSlot< Ryx{a.Name}, {element} >",
+            "output": f"Ryx::Ptr< {element} > const",
+            "map": f"Ryx::ValueMap< {key}, {element} >",
+            "pointers": f"Ryx::PtrMap< {key}, {element} >",
+            "elements": f"Ryx::ElementMap< {key}, {element} >",
+            "objects": f"Ryx::ObjectMap< {key}, {element} >",
+            "reactors": f"Ryx::ReactorMap< {key}, Ryx{a.Name}, {element} >"}[a.kind]
+
+    def machine_descriptor(self, a):
+        head = {"value": "Value", "constant": "Constant", "input": "Input",
+                "output": "Fixed"}.get(a.kind, "Collection")
+        member = a.name if a.kind == "constant" else f"{a.name}_"
+        return layout.listed(12, f"Ryx::{head}",
+                             [f'"{a.name}"', f"&{self.type.name}::{member}"], ",")
+
     @property
     def moved(self):
         """The constructor's argument, handed on."""
@@ -102,6 +157,10 @@ class Cpp:
         used += [t for t in (declared.base,) if t]
         used += [declared.own_key[1]] if declared.own_key else []
         headers = {t.header for t in used if t.header and t is not declared}
+        if declared.form == "machine":
+            used += [a.storage for a in declared.attributes if a.storage]
+            headers = {t.header for t in used if t.header}
+            return sorted((headers | {"Ryx/Reactor", f"{self.folder}/{declared.inputs}"}))
         if declared.form == "entity":
             return sorted((headers | {"Ryx/State"}) - {"Ryx/String8", "Ryx/Name"})
         return sorted(headers | {"Ryx/Attribute", "Ryx/Strep"})
@@ -109,6 +168,8 @@ class Cpp:
     @property
     def records(self):
         """The records whose code has to be in one library, as (key, value)."""
+        if self.type.form == "machine":
+            return []
         found = []
         for a in self.stored_attributes:
             if a.collection:
@@ -141,7 +202,8 @@ def environment():
         loader=jinja2.FileSystemLoader(Path(__file__).resolve().parent),
         trim_blocks=True, lstrip_blocks=True, keep_trailing_newline=True,
         undefined=jinja2.StrictUndefined)
-    env.globals.update(listed=layout.listed, function=layout.function,
+    env.filters["suffixed"] = lambda text, suffix: text + suffix
+    env.globals.update(declared=layout.declared, listed=layout.listed, function=layout.function,
                        derived=layout.derived, comment=layout.comment, markdown=markdown,
                        reference_type=reference_type, default_text=default_text)
     return env
@@ -166,12 +228,18 @@ def rendered(schemas, others, output, reference=None):
         for one in own:
             template = env.get_template(f"{one.type.form}.jinja")
             files[output / one.type.header] = template.render(cpp=one, type=one.type, **common)
+            if one.type.form == "machine":
+                files[output / one.folder / one.type.inputs] = env.get_template(
+                    "inputs.jinja").render(cpp=one, type=one.type, **common)
         records = [r for one in own for r in one.records if r not in told]
         told.update(records)
-        registered = [one.type.name for one in own
-                      if one.type.form != "structure" or one.type.text]
+        registered = [one.type.name for one in own if one.type.form in ("enumeration", "entity")
+                      or one.type.form == "structure" and one.type.text]
+        if not registered:
+            continue
         files[output / source_of(schema["namespace"])] = env.get_template(
-            "source.jinja").render(types=own, records=list(dict.fromkeys(records)),
+            "source.jinja").render(types=[one for one in own if one.type.form != "machine"],
+                                   records=list(dict.fromkeys(records)),
                                    registered=registered, **common)
     if reference:
         files[reference] = env.get_template("reference.jinja").render(listing=listing)

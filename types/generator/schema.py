@@ -7,19 +7,25 @@ import re
 
 import yaml
 
-KINDS = ("value", "reference", "contained", "map", "elements", "set")
-COLLECTIONS = ("map", "elements", "set")
-TO_ENTITIES = ("reference", "contained", "elements")
-FLAGS = {"value": {"silent", "readOnly"}, "reference": {"silent"}, "contained": {"silent"},
-         "map": {"silent", "has", "borrowed", "take"}, "set": {"silent", "take"},
-         "elements": {"silent", "has", "borrowed", "take", "virtual"}}
+# The kinds of attributes with their flags: of an entity, and of a machine.
+KINDS = {
+    "value": {"silent", "readOnly"}, "reference": {"silent"}, "contained": {"silent"},
+    "map": {"silent", "has", "borrowed", "take"},
+    "elements": {"silent", "has", "borrowed", "take", "virtual"}, "set": {"silent", "take"}}
+MACHINE_KINDS = {
+    "value": {"counter"}, "constant": set(), "input": {"internal", "unwatched"}, "output": set(),
+    "map": set(), "pointers": set(), "elements": set(), "objects": set(), "reactors": set()}
+COLLECTIONS = ("map", "elements", "set", "pointers", "objects", "reactors")
+TO_ENTITIES = ("reference", "contained", "elements", "input", "output", "pointers", "objects",
+               "reactors")
 FORMS = {
     "schema": {"namespace": str, "external": dict, "types": dict},
     "type": {"meaning": str, "owner": str, "base": str, "key": dict, "made": str,
              "attributes": dict, "enumeration": list, "structure": dict, "text": str,
-             "as": str},
+             "as": str, "machine": dict},
+    "machine": {"inputs": str, "reactors": str},
     "attribute": {"kind": str, "type": str, "key": str, "default": object, "inert": bool,
-                  "unit": str, "set": str, "flags": list, "meaning": str},
+                  "unit": str, "set": str, "storage": str, "flags": list, "meaning": str},
     "field": {"type": str, "unit": str, "meaning": str},
 }
 EXPECTED = {str: "text", dict: "a mapping", list: "a list", bool: "true or false"}
@@ -141,23 +147,24 @@ def check_names(names, place, taken=frozenset(), at=None):
             raise where.error(f"{name} is taken: every entity has it, or C++ does")
 
 
-def check_attribute(attribute, place):
+def check_attribute(attribute, place, kinds):
     check_form(attribute, "attribute", place)
     kind = attribute.get("kind", "value")
-    if kind not in KINDS:
-        raise place.error(f"{kind} is no kind, expected one of: {', '.join(KINDS)}")
+    if kind not in kinds:
+        raise place.error(f"{kind} is no kind, expected one of: {', '.join(kinds)}")
     wanted = {"meaning"} | ({"key"} if kind in COLLECTIONS else set()) | (
         {"type"} if kind != "set" else set())
     for key in sorted(wanted - set(attribute)):
         raise place.error(f"{key} is missing")
-    for key, kinds in (("key", COLLECTIONS), ("set", ("map",)), ("default", ("value",)),
-                       ("type", tuple(k for k in KINDS if k != "set"))):
-        if key in attribute and kind not in kinds:
-            raise place.error(f"has {key}, which only these kinds have: {', '.join(kinds)}")
+    for key, having in (("key", COLLECTIONS), ("set", ("map",)), ("storage", ("pointers",)),
+                        ("default", ("value", "constant")), ("type", set(kinds) - {"set"})):
+        if key in attribute and kind not in having:
+            having = ", ".join(k for k in kinds if k in having) or "none"
+            raise place.error(f"has {key}, which only these kinds have: {having}")
     for flag in attribute.get("flags", ()):
-        if flag not in FLAGS[kind]:
+        if flag not in kinds[kind]:
             raise place.error(f"{flag} is no flag of the kind {kind}, "
-                              f"expected some of: {', '.join(sorted(FLAGS[kind]))}")
+                              f"expected some of: {', '.join(sorted(kinds[kind])) or 'none'}")
     for key in ("flags", "default", "set"):
         if attribute.get("inert") and key in attribute:
             raise place.error(f"is inert, so that it has no {key}")
@@ -172,12 +179,27 @@ def check_enumeration(names, place):
             raise place.error(f"{name} is here a second time")
 
 
+def check_machine(declared, place):
+    here = place.of(declared, "machine")
+    check_form(declared["machine"], "machine", here)
+    for key in sorted({"inputs", "reactors"} - set(declared["machine"])):
+        raise here.error(f"{key} is missing")
+    for key, name in declared["machine"].items():
+        check_names([name], here, TAKEN, here.of(declared["machine"], key))
+    for name, attribute in declared.get("attributes", {}).items():
+        if isinstance(attribute, dict) and attribute.get("inert"):
+            raise place.of(declared["attributes"], name).error("nothing is inert in a machine")
+
+
 def check_type(declared, place):
     check_form(declared, "type", place)
     if "meaning" not in declared:
         raise place.error("meaning is missing")
-    forms = [form for form in ("enumeration", "structure") if form in declared]
+    forms = [form for form in ("enumeration", "structure", "machine") if form in declared]
     entity = set(declared) & {"base", "owner", "key", "made", "attributes"}
+    if "machine" in forms:
+        check_machine(declared, place)
+        entity -= {"attributes"}
     if len(forms) > 1 or (forms and entity):
         raise place.error(f"is of two forms: {', '.join(sorted(entity | set(forms)))}")
     if ("text" in declared or "as" in declared) and "structure" not in declared:
@@ -197,7 +219,8 @@ def check_type(declared, place):
         if not isinstance(named, str):
             raise place.of(declared["key"], name).error("a type is expected")
     for name, attribute in declared.get("attributes", {}).items():
-        check_attribute(attribute, place.of(declared["attributes"], name))
+        check_attribute(attribute, place.of(declared["attributes"], name),
+                        MACHINE_KINDS if "machine" in declared else KINDS)
     for name, field in declared.get("structure", {}).items():
         here = place.of(declared["structure"], name)
         check_form(field, "field", here)
