@@ -3,13 +3,11 @@
 
 #include <host/account/HoldLedger>
 
-#include <limits>
-
 namespace ostra {
 
 namespace {
 
-constexpr long long never = std::numeric_limits< long long >::max();
+constexpr Milliseconds never = Milliseconds::max();
 
 } // namespace
 
@@ -38,7 +36,7 @@ HoldLedger::take( std::size_t standby, Kovel::IntfId id ) {
 }
 
 void
-HoldLedger::close( Hold const& hold, long long to, std::string const& why ) {
+HoldLedger::close( Hold const& hold, Milliseconds to, std::string const& why ) {
    closed_[ Key{ hold.kind, hold.from, to, why } ].push_back( hold.id );
 }
 

@@ -3,6 +3,8 @@
 
 #include <host/account/PortRoll>
 
+#include <host/state/MountTable>
+
 #include <utility>
 
 namespace ostra {
@@ -35,11 +37,8 @@ neverHeldRole( Kind kind ) {
 void
 PortRoll::event( Json const& patch ) {
    appearing_.clear();
-   Json::json_pointer const path( "/ethPhyIntfStatus/intfStatus" );
-   if ( !patch.contains( path ) ) {
-      return;
-   }
-   for ( auto const& [ key, value ] : patch.at( path ).items() ) {
+   Json const& statuses = memberAt( patch, { mount::ethPhyIntfStatus, "intfStatus" } );
+   for ( auto const& [ key, value ] : statuses.items() ) {
       IntfId const port( key );
       if ( value.is_null() ) {
          told_.erase( port );

@@ -4,6 +4,7 @@
 #include <host/account/PortStanding>
 
 #include <host/account/ReleaseReason>
+#include <host/state/MountTable>
 
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
@@ -32,10 +33,11 @@ whyNone( SwitchFacts const& facts, bool isStart ) {
 std::string
 whyNotInStandby( SwitchFacts const& facts, IntfId portChannel ) {
    bool const isConfigured =
-      !facts.at( { "lacpConfig", "portChannel", portChannel.string() } ).is_null();
+      !facts.at( { mount::lacpConfig, "portChannel", portChannel.string() } ).is_null();
    return isConfigured
       ? "meant for LACP standby, but stayInStandby of the port-channel is false"
-      : "meant for LACP standby, but the port-channel is not in lacpConfig";
+      : std::string( "meant for LACP standby, but the port-channel is not in " ) +
+         mount::lacpConfig;
 }
 
 Standings::Standings( SwitchFacts const& facts, HoldLedger const& ledger, bool isStart )

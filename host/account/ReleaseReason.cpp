@@ -5,6 +5,7 @@
 
 #include <host/account/PortStanding>
 #include <host/base/Words>
+#include <host/state/MountTable>
 
 #include <fmt/format.h>
 
@@ -40,17 +41,14 @@ namespace {
 
 using Ids = std::set< Kovel::IntfId >;
 
-// The entries of a collection that the patch removes, or of which `ends` holds.
+// The entries that the patch of a collection removes, or of which `ends` holds.
 template< class Ends >
 Ids
-entriesOf( Json const& patch, char const* collection, Ends ends ) {
+entriesOf( Json const& patch, Ends ends ) {
    Ids ids;
-   Json::json_pointer const path( collection );
-   if ( patch.is_object() && patch.contains( path ) ) {
-      for ( auto const& [ key, value ] : patch.at( path ).items() ) {
-         if ( value.is_null() || ends( value ) ) {
-            ids.emplace( key );
-         }
+   for ( auto const& [ key, value ] : patch.items() ) {
+      if ( value.is_null() || ends( value ) ) {
+         ids.emplace( key );
       }
    }
    return ids;
@@ -65,10 +63,12 @@ ReleaseReason::ReleaseReason(
         event_( event ),
         starting_( starting ),
         common_( ofAll() ) {
-   ended_[ 0 ] =
-      entriesOf( event, "/mlagissuCause/intfStatus", []( Json const& ) { return false; } );
-   ended_[ 1 ] =
-      entriesOf( event, "/lacpConfig/portChannel", []( Json const& portChannel ) {
+   ended_[ 0 ] = entriesOf(
+      memberAt( event, { mount::mlagissuCause, "intfStatus" } ),
+      []( Json const& ) { return false; } );
+   ended_[ 1 ] = entriesOf(
+      memberAt( event, { mount::lacpConfig, "portChannel" } ),
+      []( Json const& portChannel ) {
          return !portChannel.value( "stayInStandby", true );
       } );
 }
@@ -82,10 +82,10 @@ ReleaseReason::of( Hold const& hold ) const {
    if ( isStandby ) {
       return common_;
    }
-   if ( touches( "ethPhyIntfStatus" ) && !facts_.isPresent( hold.id ) ) {
+   if ( touches( mount::ethPhyIntfStatus ) && !facts_.isPresent( hold.id ) ) {
       return "interface gone";
    }
-   if ( touches( "lacpOverride" ) ) {
+   if ( touches( mount::lacpOverride ) ) {
       Kovel::IntfId const portChannel = facts_.portChannelOf( hold.id );
       if ( portChannel && facts_.isMeantForStandby( portChannel ) ) {
          return ledger_.isInStandby( portChannel ) ? "in LACP standby instead"
@@ -97,10 +97,10 @@ ReleaseReason::of( Hold const& hold ) const {
 
 bool
 ReleaseReason::touchesDelay() const {
-   if ( !touches( "mlagConfig" ) ) {
+   if ( !touches( mount::mlagConfig ) ) {
       return false;
    }
-   auto const& config = event_.at( "mlagConfig" ).items();
+   auto const& config = event_.at( mount::mlagConfig ).items();
    return std::any_of( config.begin(), config.end(), []( auto const& item ) {
       return item.key().starts_with( "reloadDelay" );
    } );
@@ -108,7 +108,7 @@ ReleaseReason::touchesDelay() const {
 
 std::string
 ReleaseReason::ofAll() const {
-   if ( starting_ || touches( "agent" ) ) {
+   if ( starting_ || touches( agentKey ) ) {
       auto const why = whyStateReleases( facts_ );
       return why.empty() ? "delay was over" : why;
    }
@@ -117,10 +117,10 @@ ReleaseReason::ofAll() const {
 
 std::string
 ReleaseReason::ofEvent() const {
-   if ( touches( "mlagConfig" ) && !facts_.missingConfig().empty() ) {
+   if ( touches( mount::mlagConfig ) && !facts_.missingConfig().empty() ) {
       return "MLAG not configured";
    }
-   if ( touches( "mlagStatus" ) ) {
+   if ( touches( mount::mlagStatus ) ) {
       return "MLAG became " + mlagStateName( facts_.mlagState() );
    }
    return touchesDelay() ? "delay changed" : "by the event";

@@ -3,7 +3,7 @@
 
 #include <host/account/SwitchFacts>
 
-#include <host/base/Words>
+#include <host/state/MountTable>
 
 #include <algorithm>
 #include <array>
@@ -13,9 +13,10 @@ namespace ostra {
 namespace {
 
 using Kovel::IntfId;
+using Mlag::MlagState;
 using Path = std::vector< std::string >;
 
-enum MlagState : long long { inactive = 2, primary = 3, secondary = 4 };
+constexpr char machine[] = "mlagErrdisableSm";
 
 // Whether what a mandatory part of the MLAG configuration reads as stands for nothing.
 bool
@@ -52,12 +53,13 @@ SwitchFacts::keys( Path const& path ) const {
 
 IntfId
 SwitchFacts::peerLink() const {
-   return intfIdOf( state_.at( { "mlagConfig", "peerLinkIntf" } ) );
+   return intfIdOf( state_.at( { mount::mlagConfig, "peerLinkIntf" } ) );
 }
 
 IntfId
 SwitchFacts::portChannelOf( IntfId port ) const {
-   return intfIdOf( state_.at( { "lagInputConfig", "phyIntf", port.string(), "lag" } ) );
+   return intfIdOf(
+      state_.at( { mount::lagInputConfig, "phyIntf", port.string(), "lag" } ) );
 }
 
 PortClass
@@ -65,19 +67,19 @@ SwitchFacts::classOf( IntfId port ) const {
    IntfId const portChannel = portChannelOf( port );
    IntfId const configured = portChannel ? portChannel : port;
    return isMlagIntfConfig(
-             state_.at( { "mlagConfig", "intfConfig", configured.string() } ) )
+             state_.at( { mount::mlagConfig, "intfConfig", configured.string() } ) )
       ? PortClass::mlag
       : PortClass::nonMlag;
 }
 
 bool
 SwitchFacts::isPresent( IntfId port ) const {
-   return !state_.at( { "ethPhyIntfStatus", "intfStatus", port.string() } ).is_null();
+   return !state_.at( { mount::ethPhyIntfStatus, "intfStatus", port.string() } ).is_null();
 }
 
 std::vector< IntfId >
 SwitchFacts::ports() const {
-   return keys( { "ethPhyIntfStatus", "intfStatus" } );
+   return keys( { mount::ethPhyIntfStatus, "intfStatus" } );
 }
 
 std::vector< std::string >
@@ -85,7 +87,7 @@ SwitchFacts::missingConfig() const {
    std::vector< std::string > missing;
    for ( auto const* part :
          { "enabled", "domainId", "localInterface", "peerAddress", "peerLinkIntf" } ) {
-      if ( isUnset( state_.at( { "mlagConfig", part } ) ) ) {
+      if ( isUnset( state_.at( { mount::mlagConfig, part } ) ) ) {
          missing.emplace_back( part );
       }
    }
@@ -94,63 +96,63 @@ SwitchFacts::missingConfig() const {
 
 bool
 SwitchFacts::isDelayRunning() const {
-   return isTrue( { "mlagProtoStatus", "portsErrdisabled" } );
+   return isTrue( { mount::mlagProtoStatus, "portsErrdisabled" } );
 }
 
 bool
 SwitchFacts::hasOwnNonMlagDelay() const {
-   return isTrue( { "mlagConfig", "reloadDelayNonMlagConfigured" } );
+   return isTrue( { mount::mlagConfig, "reloadDelayNonMlagConfigured" } );
 }
 
 double
 SwitchFacts::delay( PortClass portClass ) const {
    bool const own = portClass == PortClass::nonMlag && hasOwnNonMlagDelay();
    return secondsOf(
-      state_.at( { "mlagConfig", own ? "reloadDelayNonMlag" : "reloadDelay" } ) );
+      state_.at( { mount::mlagConfig, own ? "reloadDelayNonMlag" : "reloadDelay" } ) );
 }
 
 bool
 SwitchFacts::isMachineThere() const {
-   return !state_.at( { "agent", "mlagErrdisableSm" } ).is_null();
+   return !state_.at( { agentKey, machine } ).is_null();
 }
 
 bool
 SwitchFacts::isHeld( PortClass portClass ) const {
-   return isTrue( { "agent",
-                    "mlagErrdisableSm",
+   return isTrue( { agentKey,
+                    machine,
                     portClass == PortClass::mlag ? "mlagPortsErrdisabled"
                                                  : "nonMlagPortsErrdisabled" } );
 }
 
 bool
 SwitchFacts::isMeantForStandby( IntfId portChannel ) const {
-   return isTrue( { "agent", "mlagErrdisableSm", "lagsInStandby", portChannel.string() } );
+   return isTrue( { agentKey, machine, "lagsInStandby", portChannel.string() } );
 }
 
-long long
+MlagState
 SwitchFacts::mlagState() const {
-   Json const state = state_.at( { "mlagStatus", "mlagState" } );
-   return state.is_number() ? state.get< long long >() : 0;
+   Json const state = state_.at( { mount::mlagStatus, "mlagState" } );
+   return state.is_number() ? MlagState( state.get< int >() ) : MlagState::mlagUnknown;
 }
 
 bool
 SwitchFacts::isSecondary() const {
-   return mlagState() == secondary;
+   return mlagState() == MlagState::mlagSecondary;
 }
 
 bool
 SwitchFacts::isPrimary() const {
-   return mlagState() == primary;
+   return mlagState() == MlagState::mlagPrimary;
 }
 
 bool
 SwitchFacts::isInactive() const {
-   return mlagState() == inactive;
+   return mlagState() == MlagState::mlagInactive;
 }
 
 bool
 SwitchFacts::holdsInSecondary() const {
-   return isTrue( { "mlagProtoStatus", "holdInSecondary" } );
+   return isTrue( { mount::mlagProtoStatus, "holdInSecondary" } );
 }
 
 } // namespace ostra

@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cctype>
 #include <cmath>
-#include <limits>
 
 namespace ostra {
 
@@ -15,8 +15,8 @@ namespace {
 
 template< std::size_t n >
 std::string
-nameIn( std::array< std::string_view, n > const& names, long long number ) {
-   if ( number < 0 || number >= static_cast< long long >( n ) ) {
+nameIn( std::array< std::string_view, n > const& names, int number ) {
+   if ( number < 0 || number >= static_cast< int >( n ) ) {
       return std::to_string( number );
    }
    return std::string( names[ static_cast< std::size_t >( number ) ] );
@@ -51,8 +51,9 @@ flowList( Json const& list ) {
 } // namespace
 
 std::string
-clockText( long long milliseconds ) {
-   long long const seconds = milliseconds / 1000;
+clockText( Milliseconds time ) {
+   auto const milliseconds = time.count();
+   auto const seconds = milliseconds / 1000;
    return fmt::format(
       "{:02}:{:02}:{:02}.{:03}",
       seconds / 3600,
@@ -85,19 +86,15 @@ severityName( int severity ) {
 }
 
 std::string
-mlagStateName( long long mlagState ) {
-   static constexpr std::array< std::string_view, 5 > names = {
-      "unknown", "disabled", "inactive", "primary", "secondary"
-   };
-   return nameIn( names, mlagState );
-}
-
-double
-secondsOf( Json const& value ) {
-   if ( value.is_string() ) {
-      return std::numeric_limits< double >::infinity();
+mlagStateName( Mlag::MlagState mlagState ) {
+   static constexpr std::string_view prefix = "mlag";
+   std::string name = nameIn(
+      Ryx::ValueTraits< Mlag::MlagState >::enumerators, static_cast< int >( mlagState ) );
+   if ( name.starts_with( prefix ) ) {
+      name.erase( 0, prefix.size() );
+      name.front() = static_cast< char >( std::tolower( name.front() ) );
    }
-   return value.is_number() ? value.get< double >() : 0;
+   return name;
 }
 
 std::string

@@ -5,6 +5,7 @@
 
 #include <host/account/SwitchFacts>
 #include <host/base/IntfRanges>
+#include <host/state/MountTable>
 
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
@@ -56,44 +57,37 @@ constexpr char portKind[] = "port";
 constexpr char portChannelKind[] = "port-channel";
 constexpr char linkKind[] = "port-channel or port";
 
-constexpr char absence[] = "no status in ethPhyIntfStatus: {}";
+constexpr char absence[] = "no status in {}: {}";
 constexpr char nothingToRemove[] = "{} is not there to be removed";
-
-// The member of that name; null when there is none.
-Json const&
-at( Json const& object, std::string const& key ) {
-   static Json const null;
-   auto const found = object.is_object() ? object.find( key ) : object.end();
-   return found == object.end() ? null : *found;
-}
 
 } // namespace
 
-std::array< ScenarioReview::Keys, ScenarioReview::collectionCount > const
-   ScenarioReview::collections{ {
-      { "ethPhyIntfStatus", "intfStatus", isPort, portKind, true, false },
-      { "ethPhyIntfConfig", "intfConfig", isPort, portKind, true, false },
-      { "lagInputConfig", "phyIntf", isPort, portKind, true, false },
-      { "lagInputIntfStatus", "intfStatus", isPortChannel, portChannelKind, true, false },
-      { "mlagConfig", "intfConfig", isLink, linkKind, true, true },
-      { "lacpOverride", "lagIdConfig", isPortChannel, portChannelKind, true, true },
-      { "lacpConfig", "portChannel", isPortChannel, portChannelKind, false, true },
-      { "igmpsnoopingConfig",
-        "forceEnabledPorts",
-        isPortChannel,
-        portChannelKind,
-        false,
-        true },
-      { "mlagissuCause", "intfStatus", isPort, portKind, false, false },
-      { "peerIntfStatusDir", "intfStatus", isAny, "interface", true, false },
-   } };
+std::array<
+   ScenarioReview::Keys,
+   ScenarioReview::collectionCount > const ScenarioReview::collections{ {
+   { mount::ethPhyIntfStatus, "intfStatus", isPort, portKind, true, false },
+   { mount::ethPhyIntfConfig, "intfConfig", isPort, portKind, true, false },
+   { mount::lagInputConfig, "phyIntf", isPort, portKind, true, false },
+   { mount::lagInputIntfStatus, "intfStatus", isPortChannel, portChannelKind, true, false },
+   { mount::mlagConfig, "intfConfig", isLink, linkKind, true, true },
+   { mount::lacpOverride, "lagIdConfig", isPortChannel, portChannelKind, true, true },
+   { mount::lacpConfig, "portChannel", isPortChannel, portChannelKind, false, true },
+   { mount::igmpsnoopingConfig,
+     "forceEnabledPorts",
+     isPortChannel,
+     portChannelKind,
+     false,
+     true },
+   { mount::mlagissuCause, "intfStatus", isPort, portKind, false, false },
+   { mount::peerIntfStatusDir, "intfStatus", isAny, "interface", true, false },
+} };
 
 void
 ScenarioReview::patchIs( Json const& patch ) {
    for ( int i = 0; i < collectionCount; ++i ) {
       addMembers( Collection( i ), patch );
    }
-   addMlagConfig( at( patch, "mlagConfig" ) );
+   addMlagConfig( memberAt( patch, { mount::mlagConfig } ) );
    addAgent( patch );
    ++patches_;
 }
@@ -101,7 +95,7 @@ ScenarioReview::patchIs( Json const& patch ) {
 void
 ScenarioReview::addMembers( Collection collection, Json const& patch ) {
    Keys const& keys = collections[ collection ];
-   Json const& values = at( at( patch, keys.mount ), keys.name );
+   Json const& values = memberAt( patch, { keys.mount, keys.name } );
    for ( auto const& [ key, value ] : values.items() ) {
       if ( value.is_null() || value == false ) {
          addRemoval( collection, key );
@@ -140,12 +134,12 @@ ScenarioReview::addRemoval( Collection collection, std::string const& key ) {
 
 void
 ScenarioReview::addAgent( Json const& patch ) {
-   auto const agent = patch.find( "agent" );
+   auto const agent = patch.find( agentKey );
    if ( agent == patch.end() ) {
       return;
    }
    if ( agent->is_null() && !hasAgent_ ) {
-      doubt( patches_, { "agent" }, fmt::format( nothingToRemove, "the agent" ), true );
+      doubt( patches_, { agentKey }, fmt::format( nothingToRemove, "the agent" ), true );
    }
    hasAgent_ = !agent->is_null();
    if ( agent->empty() ) {
@@ -156,7 +150,8 @@ ScenarioReview::addAgent( Json const& patch ) {
    for ( auto const& [ child, value ] : agent->items() ) {
       bool const isThere = otherChildren_.count( child ) == ( hasAllChildren_ ? 0 : 1 );
       if ( value.is_null() && !isThere ) {
-         doubt( patches_, { "agent", child }, fmt::format( nothingToRemove, child ), true );
+         doubt(
+            patches_, { agentKey, child }, fmt::format( nothingToRemove, child ), true );
       }
       if ( value.is_null() == hasAllChildren_ ) {
          otherChildren_.insert( child );
@@ -168,7 +163,7 @@ ScenarioReview::addAgent( Json const& patch ) {
 
 void
 ScenarioReview::addLag( std::string const& port, Json const& config ) {
-   Id const id = intfIdOf( at( config, "lag" ) );
+   Id const id = intfIdOf( memberAt( config, { "lag" } ) );
    if ( !id ) {
       return;
    }
@@ -176,7 +171,7 @@ ScenarioReview::addLag( std::string const& port, Json const& config ) {
    if ( !isPortChannel( id ) ) {
       doubt(
          patches_,
-         { "lagInputConfig", "phyIntf", port, "lag" },
+         { mount::lagInputConfig, "phyIntf", port, "lag" },
          fmt::format( "{} is no port-channel", id.string() ) );
    }
 }
@@ -185,13 +180,13 @@ void
 ScenarioReview::addMlagConfig( Json const& config ) {
    checkReference( "localInterface", config, isVlan, "VLAN" );
    checkReference( "peerLinkIntf", config, isLink, linkKind );
-   if ( Id const peerLink = intfIdOf( at( config, "peerLinkIntf" ) ) ) {
+   if ( Id const peerLink = intfIdOf( memberAt( config, { "peerLinkIntf" } ) ) ) {
       peerLinks_.emplace( peerLink, patches_ );
    }
    checkDelay( "reloadDelay", config );
    checkDelay( "reloadDelayNonMlag", config );
-   nonMlagConfigured_ |= at( config, "reloadDelayNonMlagConfigured" ) == true;
-   Json const& nonMlag = at( config, "reloadDelayNonMlag" );
+   nonMlagConfigured_ |= memberAt( config, { "reloadDelayNonMlagConfigured" } ) == true;
+   Json const& nonMlag = memberAt( config, { "reloadDelayNonMlag" } );
    if ( !nonMlag.is_null() && nonMlag != 0 ) {
       nonMlagDelays_.push_back( patches_ );
    }
@@ -199,7 +194,7 @@ ScenarioReview::addMlagConfig( Json const& config ) {
 
 void
 ScenarioReview::addMlagId( std::string const& key, Json const& config, bool isNew ) {
-   Json const& id = at( config, "mlagId" );
+   Json const& id = memberAt( config, { "mlagId" } );
    bool const isEmpty = id.is_string() && id.get_ref< std::string const& >().empty();
    if ( isEmpty || ( isNew && id.is_null() ) ) {
       doubtKey( patches_, mlags, Id( key ), "an empty mlagId is no MLAG configuration" );
@@ -212,16 +207,16 @@ void
 ScenarioReview::checkReference(
    char const* name, Json const& config, bool ( *takes )( Id ), char const* kind ) {
    bool const isSet = references_.count( name ) != 0;
-   if ( checkClearing( { "mlagConfig", name }, config, isSet ) ) {
+   if ( checkClearing( { mount::mlagConfig, name }, config, isSet ) ) {
       references_.insert( name );
    } else {
       references_.erase( name );
    }
-   Id const id = intfIdOf( at( config, name ) );
+   Id const id = intfIdOf( memberAt( config, { name } ) );
    if ( id && !takes( id ) ) {
       doubt(
          patches_,
-         { "mlagConfig", name },
+         { mount::mlagConfig, name },
          fmt::format( "{} is no {}", id.string(), kind ) );
    }
 }
@@ -240,7 +235,7 @@ ScenarioReview::checkMemberReference(
    // One that is put in says that it has none, if it likes.
    bool const isSet = isNew || referring_[ collection ].count( id ) != 0;
    bool const has = checkClearing( { keys.mount, keys.name, key, name }, config, isSet );
-   if ( has && !( isNew && at( config, name ).is_null() ) ) {
+   if ( has && !( isNew && memberAt( config, { name } ).is_null() ) ) {
       referring_[ collection ].insert( id );
    } else {
       referring_[ collection ].erase( id );
@@ -261,9 +256,9 @@ ScenarioReview::checkClearing( Path const& path, Json const& owner, bool isSet )
 
 void
 ScenarioReview::checkDelay( char const* name, Json const& config ) {
-   Json const& value = at( config, name );
+   Json const& value = memberAt( config, { name } );
    if ( value.is_number() && value < 0 ) {
-      doubt( patches_, { "mlagConfig", name }, "a negative delay is over at once" );
+      doubt( patches_, { mount::mlagConfig, name }, "a negative delay is over at once" );
    }
 }
 
@@ -297,8 +292,9 @@ ScenarioReview::checkSettings() {
                id,
                isPortChannel( id )
                   ? fmt::format(
-                       "no port is a member of {}, and lagInputIntfStatus does not have it",
-                       id.string() )
+                       "no port is a member of {}, and {} does not have it",
+                       id.string(),
+                       mount::lagInputIntfStatus )
                   : fmt::format( "{} is never present", id.string() ) );
          }
       }
@@ -332,7 +328,7 @@ ScenarioReview::checkPeerLinks() {
       }
    }
    for ( auto const& [ id, patch ] : peerLinks_ ) {
-      Path const path{ "mlagConfig", "peerLinkIntf" };
+      Path const path{ mount::mlagConfig, "peerLinkIntf" };
       if ( isSeen( mlags, id ) ) {
          doubt( patch, path, fmt::format( "{} has an MLAG id, too", id.string() ) );
       }
@@ -363,7 +359,8 @@ ScenarioReview::checkConfigurations() {
          ports,
          first,
          fmt::format(
-            "no configuration in ethPhyIntfConfig: {}",
+            "no configuration in {}: {}",
+            mount::ethPhyIntfConfig,
             intfRanges( std::move( without ) ) ) );
    }
 }
@@ -384,13 +381,16 @@ ScenarioReview::checkPresence() {
             seen_[ collection ].at( first ),
             collection,
             first,
-            fmt::format( absence, intfRanges( std::move( without ) ) ) );
+            fmt::format(
+               absence, mount::ethPhyIntfStatus, intfRanges( std::move( without ) ) ) );
       }
    }
    for ( auto const& [ id, patch ] : peerLinks_ ) {
       if ( isPort( id ) && !isSeen( ports, id ) ) {
          doubt(
-            patch, { "mlagConfig", "peerLinkIntf" }, fmt::format( absence, id.string() ) );
+            patch,
+            { mount::mlagConfig, "peerLinkIntf" },
+            fmt::format( absence, mount::ethPhyIntfStatus, id.string() ) );
       }
    }
 }
@@ -403,7 +403,7 @@ ScenarioReview::checkMlagIds() {
          if ( id != *ids.begin() ) {
             doubt(
                Doubt::mounts,
-               { "mlagConfig", "intfConfig", id.string(), "mlagId" },
+               { mount::mlagConfig, "intfConfig", id.string(), "mlagId" },
                fmt::format( "{} has the same MLAG id", ids.begin()->string() ) );
          }
       }
@@ -415,7 +415,7 @@ ScenarioReview::checkNonMlagDelay() {
    if ( !nonMlagConfigured_ && !nonMlagDelays_.empty() ) {
       doubt(
          nonMlagDelays_.front(),
-         { "mlagConfig", "reloadDelayNonMlag" },
+         { mount::mlagConfig, "reloadDelayNonMlag" },
          "has no effect without reloadDelayNonMlagConfigured" );
    }
 }

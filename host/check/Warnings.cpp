@@ -99,7 +99,7 @@ addMissingConfig( Mounts const& mounts, std::vector< Doubt >& doubts ) {
    if ( isEnabled && !missing.empty() ) {
       doubts.push_back(
          { Doubt::mounts,
-           { "mlagConfig", "enabled" },
+           { mount::mlagConfig, "enabled" },
            fmt::format( "no port is held without {}", fmt::join( missing, ", " ) ),
            false } );
    }

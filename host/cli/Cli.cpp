@@ -4,12 +4,12 @@
 #include <host/cli/Cli>
 
 #include <host/base/Failure>
-#include <host/base/Milliseconds>
 #include <host/base/OutOfMemory>
 #include <host/base/OutputBuffer>
 #include <host/cli/CliParser>
 #include <host/cli/Commands>
 #include <host/input/DocumentTree>
+#include <host/input/Instant>
 
 #include <Ryx/Trace>
 
@@ -166,9 +166,9 @@ class CommandLine {
          "--until",
          "SECONDS",
          "Scenario time at which the run ends; overrides the scenario's own",
-         std::string( expectedScenarioMoment ),
+         std::string( expectedScenarioInstant ),
          [ this ]( std::string const& text ) {
-            run_.until = scenarioMoment( text );
+            run_.until = scenarioInstant( text );
             if ( !run_.until ) {
                refuse( "ostra run: --until", inQuotes( text ), expectedInsteadOf( text ) );
             }

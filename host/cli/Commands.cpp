@@ -79,7 +79,7 @@ describe( Scenario const& scenario, Mounts const& mounts ) {
    std::string text = fmt::format(
       "{}, {}",
       counted( scenario.events.size(), "event" ),
-      counted( mounts.keys( { "ethPhyIntfStatus", "intfStatus" } ).size(), "port" ) );
+      counted( mounts.keys( { mount::ethPhyIntfStatus, "intfStatus" } ).size(), "port" ) );
    if ( scenario.until ) {
       text += fmt::format( ", until {} s", toJson( secondsOf( *scenario.until ) ).dump() );
    }
@@ -130,7 +130,7 @@ runScenario( RunOptions const& options, std::ostream& out ) {
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
    Diagnostics const diagnostics(
-      *output.sink, [ &time ] { return time.moment(); }, options.trace );
+      *output.sink, [ &time ] { return time.instant(); }, options.trace );
    std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {

@@ -6,7 +6,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace ostra {
 
@@ -59,19 +58,6 @@ DocumentNode::number() const noexcept {
 }
 
 Json
-toJson( double number ) {
-   // Up to there every whole number is a double of its own.
-   constexpr double exact = 9007199254740992.0;
-   if ( std::isinf( number ) ) {
-      return number > 0 ? "inf" : "-inf";
-   }
-   if ( std::abs( number ) < exact && number == std::trunc( number ) ) {
-      return static_cast< long long >( number );
-   }
-   return number;
-}
-
-Json
 toJson( DocumentNode const& node ) {
    Json json;
    switch ( node.kind() ) {
@@ -100,11 +86,6 @@ toJson( DocumentNode const& node ) {
       break;
    }
    return json;
-}
-
-void
-appendMember( Json& object, std::string const& key, Json value ) {
-   object.get_ref< Json::object_t& >().emplace_back( key, std::move( value ) );
 }
 
 std::string

@@ -23,27 +23,27 @@ NdjsonSink::start( StartRecord const&, StateView const& state ) {
 }
 
 void
-NdjsonSink::write( long long at, WriteRecord const& write ) {
+NdjsonSink::write( Milliseconds at, WriteRecord const& write ) {
    line( at, write );
 }
 
 void
-NdjsonSink::event( long long at, EventRecord const& event ) {
+NdjsonSink::event( Milliseconds at, EventRecord const& event ) {
    line( at, event );
 }
 
 void
-NdjsonSink::log( long long at, LogMessageRecord const& message ) {
+NdjsonSink::log( Milliseconds at, LogMessageRecord const& message ) {
    line( at, message );
 }
 
 void
-NdjsonSink::trace( long long at, TraceLineRecord const& trace ) {
+NdjsonSink::trace( Milliseconds at, TraceLineRecord const& trace ) {
    line( at, trace );
 }
 
 void
-NdjsonSink::end( long long at, EndRecord const& ) {
+NdjsonSink::end( Milliseconds at, EndRecord const& ) {
    Json json = timed( at );
    appendMember( json, "type", "end" );
    appendMember( json, "state", state_->at( {} ) );
@@ -52,7 +52,7 @@ NdjsonSink::end( long long at, EndRecord const& ) {
 
 template< class Record >
 void
-NdjsonSink::line( long long at, Record const& record ) {
+NdjsonSink::line( Milliseconds at, Record const& record ) {
    Json json = timed( at );
    append( json, record );
    out_ << lineOf( json ) << '\n';

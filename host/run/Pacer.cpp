@@ -14,7 +14,6 @@
 namespace ostra {
 
 using std::chrono::floor;
-using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 MachineTime::MachineTime( int output )
@@ -49,20 +48,18 @@ MachineTime::isInterrupted( nanoseconds wait ) {
 }
 
 Milliseconds
-RealPacer::waitUntil( Milliseconds moment ) {
+RealPacer::waitUntil( Milliseconds instant ) {
    // A longer wait is made of several, so that nanoseconds can hold each.
-   constexpr Milliseconds longest = 24LL * 3600 * 1000;
+   constexpr std::chrono::hours longest( 24 );
    for ( ;; ) {
       nanoseconds const now = elapsed();
-      bool const isLast = moment - floor< milliseconds >( now ).count() <= longest;
-      nanoseconds const wait =
-         isLast ? milliseconds( moment ) - now : nanoseconds( milliseconds( longest ) );
+      bool const isLast = instant - floor< Milliseconds >( now ) <= longest;
+      nanoseconds const wait = isLast ? instant - now : nanoseconds( longest );
       if ( time_.isInterrupted( std::max( wait, nanoseconds( 0 ) ) ) ) {
-         return std::min< Milliseconds >(
-            moment, floor< milliseconds >( elapsed() ).count() );
+         return std::min( instant, floor< Milliseconds >( elapsed() ) );
       }
-      if ( isLast && elapsed() >= milliseconds( moment ) ) {
-         return moment;
+      if ( isLast && elapsed() >= instant ) {
+         return instant;
       }
    }
 }

@@ -3,8 +3,6 @@
 
 #include <host/run/RecordJson>
 
-#include <host/input/Document>
-
 namespace ostra {
 
 void

@@ -33,9 +33,9 @@ ScenarioTime::~ScenarioTime() {
 }
 
 std::optional< Milliseconds >
-ScenarioTime::momentOf( Ryx::Seconds wakeUp ) const noexcept {
-   auto const absolute = firstMomentAt( wakeUp );
-   return absolute ? std::optional( std::max( *absolute - startTime_, moment_ ) )
+ScenarioTime::instantOf( Ryx::Seconds wakeUp ) const noexcept {
+   auto const absolute = firstInstantAt( wakeUp );
+   return absolute ? std::optional( std::max( *absolute - startTime_, instant_ ) )
                    : std::nullopt;
 }
 
@@ -94,7 +94,7 @@ Run::advance() {
    }
    Milliseconds const then = isLast ? *until : *next;
    Milliseconds const reached = parts_.pacer.waitUntil( then );
-   parts_.time.momentIs( std::max( now(), reached ) );
+   parts_.time.instantIs( std::max( now(), reached ) );
    return reached == then && !isLast;
 }
 
@@ -110,7 +110,7 @@ Run::nextInstant() const {
 
 std::optional< Milliseconds >
 Run::wakeUp() const {
-   return parts_.time.momentOf( Ryx::activityManager()->clock()->nextTimeMin() );
+   return parts_.time.instantOf( Ryx::activityManager()->clock()->nextTimeMin() );
 }
 
 void

@@ -3,6 +3,8 @@
 
 #include <host/run/Scenario>
 
+#include <host/input/Instant>
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -33,9 +35,9 @@ class ScenarioReader {
       if ( key == "name" ) {
          readName( entry );
       } else if ( key == "startTime" ) {
-         scenario_.startTime = momentOf( entry );
+         scenario_.startTime = instantOf( entry );
       } else if ( key == "until" ) {
-         scenario_.until = scenarioMomentOf( entry );
+         scenario_.until = scenarioInstantOf( entry );
       } else if ( key == "mounts" ) {
          readMounts( entry );
       } else if ( key == "events" ) {
@@ -90,7 +92,7 @@ class ScenarioReader {
    }
 
    Milliseconds readTime( Item const& entry ) const {
-      Milliseconds const at = scenarioMomentOf( entry );
+      Milliseconds const at = scenarioInstantOf( entry );
       if ( !scenario_.events.empty() && at < scenario_.events.back().at ) {
          entry.refuse( fmt::format(
             "at least {}, the time of the event above",
@@ -131,12 +133,12 @@ withoutEarlierRecords( std::string text ) {
    return text;
 }
 
-// Where the text of a run for people begins its first moment, as nothing else that is read
+// Where the text of a run for people begins its first instant, as nothing else that is read
 // does; npos for any other text.
 std::size_t
 reportLine( std::string_view text ) {
-   constexpr std::string_view firstMoment = "\n00:00:00.000 ";
-   std::size_t const found = text.find( firstMoment );
+   constexpr std::string_view firstEntry = "\n00:00:00.000 ";
+   std::size_t const found = text.find( firstEntry );
    return found == text.npos ? found : found + 1;
 }
 

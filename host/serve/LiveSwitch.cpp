@@ -85,7 +85,7 @@ void
 LiveSwitch::start() {
    time_.refresh();
    diagnostics_.emplace(
-      records_, [ this ] { return time_.moment(); }, std::nullopt );
+      records_, [ this ] { return time_.instant(); }, std::nullopt );
    watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { wrote( record ); } );
    agent_.setAll();
    Ryx::activityManager()->clock()->handleTime();
@@ -95,7 +95,7 @@ LiveSwitch::start() {
 void
 LiveSwitch::wrote( WriteRecord const& record ) {
    touch();
-   records_.write( time_.moment(), record );
+   records_.write( time_.instant(), record );
    std::size_t const mount = Mounts::index( record.path.front() );
    changes_.rows.insert( rowOf( record.path, *mounts_.object( mount )->type() ) );
    writeListener_( record );
@@ -150,7 +150,7 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
    passDue();
    if ( by == Owner::client ) {
       ++revision_;
-      records_.event( time_.moment(), { static_cast< std::size_t >( revision_ ), {} } );
+      records_.event( time_.instant(), { static_cast< std::size_t >( revision_ ), {} } );
    }
    for ( Change const& change : changes ) {
       if ( isRelease( change ) && by == Owner::client ) {

@@ -23,7 +23,8 @@ Milliseconds
 read( clockid_t clock ) {
    timespec now{};
    clock_gettime( clock, &now );
-   return Milliseconds( now.tv_sec ) * 1000 + now.tv_nsec / 1'000'000;
+   return std::chrono::floor< Milliseconds >(
+      std::chrono::seconds( now.tv_sec ) + std::chrono::nanoseconds( now.tv_nsec ) );
 }
 
 // The time of a timer that is due at once; one of zero would never be.
@@ -56,16 +57,17 @@ BootClock::date() const {
 void
 BootClock::wakeUpIs( Ryx::Seconds wakeUp ) {
    itimerspec timer{};
-   if ( auto const moment = firstMomentAt( wakeUp ) ) {
-      timer.it_value = *moment > 0
-         ? timespec{ static_cast< time_t >( *moment / 1000 ),
-                     static_cast< long >( *moment % 1000 * 1'000'000 ) }
+   if ( auto const instant = firstInstantAt( wakeUp ) ) {
+      auto const seconds = std::chrono::floor< std::chrono::seconds >( *instant );
+      timer.it_value = *instant > Milliseconds( 0 )
+         ? timespec{ seconds.count(),
+                     std::chrono::nanoseconds( *instant - seconds ).count() }
          : atOnce;
    }
    timerfd_settime( timer_, TFD_TIMER_ABSTIME, &timer, nullptr );
 }
 
-LiveTime::LiveTime( LiveClock& clock ) : clock_( clock ), moment_( clock.sinceBoot() ) {
+LiveTime::LiveTime( LiveClock& clock ) : clock_( clock ), instant_( clock.sinceBoot() ) {
    Ryx::timeSourceIs( this );
 }
 
@@ -76,7 +78,7 @@ LiveTime::~LiveTime() {
 std::string
 dateText( Milliseconds date ) {
    using namespace std::chrono;
-   sys_time< milliseconds > const time{ milliseconds( date ) };
+   sys_time< Milliseconds > const time{ date };
    auto const day = floor< days >( time );
    year_month_day const ymd( day );
    hh_mm_ss const clock( time - day );

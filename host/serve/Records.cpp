@@ -3,7 +3,6 @@
 
 #include <host/serve/Records>
 
-#include <host/input/Document>
 #include <host/run/RecordJson>
 
 #include <utility>
@@ -11,7 +10,7 @@
 namespace ostra {
 
 Json
-Records::head( long long at ) const {
+Records::head( Milliseconds at ) const {
    return { { "seq", nextId_ },
             { "t", toJson( secondsOf( at ) ) },
             { "time", dateText( time_.date() ) } };
@@ -24,35 +23,35 @@ Records::put( Json const& json ) {
 
 template< class Record >
 void
-Records::put( long long at, Record const& record ) {
+Records::put( Milliseconds at, Record const& record ) {
    Json json = head( at );
    append( json, record );
    put( json );
 }
 
 void
-Records::write( long long at, WriteRecord const& record ) {
+Records::write( Milliseconds at, WriteRecord const& record ) {
    put( at, record );
 }
 
 void
-Records::event( long long at, EventRecord const& record ) {
+Records::event( Milliseconds at, EventRecord const& record ) {
    put( at, record );
 }
 
 void
-Records::log( long long at, LogMessageRecord const& record ) {
+Records::log( Milliseconds at, LogMessageRecord const& record ) {
    put( at, record );
 }
 
 void
-Records::trace( long long at, TraceLineRecord const& record ) {
+Records::trace( Milliseconds at, TraceLineRecord const& record ) {
    put( at, record );
 }
 
 void
 Records::add( Json const& json ) {
-   Json all = head( time_.moment() );
+   Json all = head( time_.instant() );
    for ( auto const& [ key, value ] : json.items() ) {
       appendMember( all, key, value );
    }

@@ -3,8 +3,6 @@
 
 #include <host/state/Values>
 
-#include <host/input/Document>
-
 #include <algorithm>
 #include <charconv>
 #include <iterator>

@@ -6,6 +6,7 @@
 #include <host/account/SwitchFacts>
 #include <host/base/IntfRanges>
 #include <host/base/Words>
+#include <host/state/MountTable>
 
 #include <fmt/format.h>
 
@@ -47,7 +48,7 @@ class EventPhrases {
  public:
    explicit EventPhrases( StateView const& state ) : state_( state ) {}
 
-   void mount( std::string const& name, Json const& patch );
+   void change( std::string const& name, Json const& patch );
    std::string text() const;
 
  private:
@@ -56,8 +57,9 @@ class EventPhrases {
       phrases_.push_back( { words, {}, "", "" } );
    }
    void agent( Json const& patch );
-   void attribute( std::string const& mount, std::string const& name, Json const& value );
-   void status( std::string const& mount, std::string const& key, Json const& value );
+   void
+   attribute( std::string const& mountName, std::string const& name, Json const& value );
+   void status( std::string const& mountName, std::string const& key, Json const& value );
    void entry( std::string const& begin, std::string const& key, Json const& value );
 
    StateView const& state_;
@@ -104,40 +106,41 @@ EventPhrases::entry( std::string const& begin, std::string const& key, Json cons
 // An entry of a directory of interface statuses, which is an interface to people.
 void
 EventPhrases::status(
-   std::string const& mount, std::string const& key, Json const& value ) {
+   std::string const& mountName, std::string const& key, Json const& value ) {
    auto const where = [ & ]( char const* preposition ) {
-      return mount == "ethPhyIntfStatus" ? "" : preposition + mount;
+      return mountName == mount::ethPhyIntfStatus ? "" : preposition + mountName;
    };
    if ( value.is_null() ) {
       add( { "", {}, where( " from " ), "disappear" }, Kovel::IntfId( key ) );
-   } else if ( state_.at( { mount, "intfStatus", key } ).is_null() ) {
+   } else if ( state_.at( { mountName, "intfStatus", key } ).is_null() ) {
       std::string const with = value.empty() ? "" : " with " + flowText( value );
       add( { "", {}, where( " in " ) + with, "appear" }, Kovel::IntfId( key ) );
    } else {
-      entry( mount + ".intfStatus.", key, value );
+      entry( mountName + ".intfStatus.", key, value );
    }
 }
 
 void
 EventPhrases::attribute(
-   std::string const& mount, std::string const& name, Json const& value ) {
+   std::string const& mountName, std::string const& name, Json const& value ) {
    if ( !value.is_object() ) {
       bool const isState = name == "mlagState" && value.is_number_integer();
-      std::string const meaning =
-         isState ? fmt::format( " ({})", mlagStateName( value.get< long long >() ) ) : "";
-      addPlain( fmt::format( "{}.{}{}{}", mount, name, setText( value ), meaning ) );
+      std::string const meaning = isState
+         ? fmt::format( " ({})", mlagStateName( Mlag::MlagState( value.get< int >() ) ) )
+         : "";
+      addPlain( fmt::format( "{}.{}{}{}", mountName, name, setText( value ), meaning ) );
       return;
    }
    for ( auto const& [ key, entryValue ] : value.items() ) {
-      name == "intfStatus" && mount != "mlagissuCause"
-         ? status( mount, key, entryValue )
-         : entry( fmt::format( "{}.{}.", mount, name ), key, entryValue );
+      name == "intfStatus" && mountName != mount::mlagissuCause
+         ? status( mountName, key, entryValue )
+         : entry( fmt::format( "{}.{}.", mountName, name ), key, entryValue );
    }
 }
 
 void
-EventPhrases::mount( std::string const& name, Json const& patch ) {
-   if ( name == "agent" ) {
+EventPhrases::change( std::string const& name, Json const& patch ) {
+   if ( name == agentKey ) {
       agent( patch );
       return;
    }
@@ -164,8 +167,8 @@ EventPhrases::text() const {
 std::string
 eventText( Json const& patch, StateView const& state ) {
    EventPhrases phrases( state );
-   for ( auto const& [ mount, value ] : patch.items() ) {
-      phrases.mount( mount, value );
+   for ( auto const& [ name, value ] : patch.items() ) {
+      phrases.change( name, value );
    }
    return phrases.text();
 }

@@ -4,6 +4,7 @@
 #include <host/text/TextHeading>
 
 #include <host/base/Words>
+#include <host/state/MountTable>
 
 #include <fmt/format.h>
 
@@ -21,9 +22,9 @@ mlagText( SwitchFacts const& facts ) {
    }
    return fmt::format(
       "domain {}, local interface {}, peer {}",
-      flowText( facts.at( { "mlagConfig", "domainId" } ) ),
-      flowText( facts.at( { "mlagConfig", "localInterface" } ) ),
-      flowText( facts.at( { "mlagConfig", "peerAddress" } ) ) );
+      flowText( facts.at( { mount::mlagConfig, "domainId" } ) ),
+      flowText( facts.at( { mount::mlagConfig, "localInterface" } ) ),
+      flowText( facts.at( { mount::mlagConfig, "peerAddress" } ) ) );
 }
 
 std::string
@@ -40,10 +41,10 @@ stateText( SwitchFacts const& facts ) {
 
 std::string
 standbyText( SwitchFacts const& facts ) {
-   if ( facts.at( { "mlagConfig", "lacpStandby" } ) != Json( true ) ) {
+   if ( facts.at( { mount::mlagConfig, "lacpStandby" } ) != Json( true ) ) {
       return "off";
    }
-   std::string const systemId = flowText( facts.at( { "mlagStatus", "systemId" } ) );
+   std::string const systemId = flowText( facts.at( { mount::mlagStatus, "systemId" } ) );
    // All zeros stand for none, which no override matches.
    return systemId.find_first_not_of( "0:" ) == std::string::npos
       ? "on, for no port-channel as there is no MLAG system id"

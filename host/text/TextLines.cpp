@@ -140,7 +140,7 @@ TextLines::field( std::string_view name, std::string_view text, Ink ink ) {
 }
 
 TextLines::Beginning
-TextLines::beginning( long long at, std::string_view label, Ink ink ) {
+TextLines::beginning( Milliseconds at, std::string_view label, Ink ink ) {
    Beginning begin;
    if ( at == lastTime_ ) {
       begin = { std::string( labelColumn, ' ' ), labelColumn };
@@ -153,12 +153,13 @@ TextLines::beginning( long long at, std::string_view label, Ink ink ) {
 }
 
 void
-TextLines::entry( long long at, Ink ink, std::string_view label, std::string_view text ) {
+TextLines::entry(
+   Milliseconds at, Ink ink, std::string_view label, std::string_view text ) {
    hang( beginning( at, label, ink ), entryColumn, text );
 }
 
 void
-TextLines::faintEntry( long long at, std::string_view label, std::string_view text ) {
+TextLines::faintEntry( Milliseconds at, std::string_view label, std::string_view text ) {
    Beginning const begin = beginning( at, label, Ink::faint );
    line( begin.text + style_( Ink::faint, oneLine( text ) ) );
 }

@@ -6,9 +6,10 @@
 #include <host/account/PortRoll>
 #include <host/account/ReleaseReason>
 #include <host/base/Words>
+#include <host/state/MountTable>
 #include <host/text/EventText>
+#include <host/text/TextBatch>
 #include <host/text/TextHeading>
-#include <host/text/TextMoment>
 #include <host/text/TextSummary>
 
 #include <fmt/format.h>
@@ -22,9 +23,9 @@ namespace ostra {
 
 struct TextReport::Run {
    explicit Run( StateView const& view )
-         : state( view ), facts( view ), roll( facts, ledger ), moment( facts, ledger ) {
-      moment.begin();
-      auto const ids = facts.keys( { "igmpsnoopingConfig", "forceEnabledPorts" } );
+         : state( view ), facts( view ), roll( facts, ledger ), batch( facts, ledger ) {
+      batch.begin();
+      auto const ids = facts.keys( { mount::igmpsnoopingConfig, "forceEnabledPorts" } );
       forced.insert( ids.begin(), ids.end() );
    }
 
@@ -32,12 +33,12 @@ struct TextReport::Run {
    SwitchFacts const facts;
    HoldLedger ledger;
    PortRoll roll;
-   Moment moment;
-   // Of the moment that is not told yet.
-   long long at = 0;
+   WriteBatch batch;
+   // Of the batch that is not told yet.
+   Milliseconds at{ 0 };
    // What the event before in the same instant does; null for none.
    Json event;
-   bool isFirstMoment = true;
+   bool isFirstBatch = true;
    std::set< Kovel::IntfId > forced;
    // See Ending.
    std::vector< std::string > missingConfig;
@@ -55,7 +56,7 @@ TextReport::start( StartRecord const& record, StateView const& state ) {
 }
 
 void
-TextReport::reach( long long at ) {
+TextReport::reach( Milliseconds at ) {
    if ( at != run_->at ) {
       settle();
       run_->at = at;
@@ -66,45 +67,45 @@ TextReport::reach( long long at ) {
 void
 TextReport::settle() {
    Run& run = *run_;
-   bool const first = std::exchange( run.isFirstMoment, false );
+   bool const first = std::exchange( run.isFirstBatch, false );
    ReleaseReason const reason( run.facts, run.ledger, run.event, first );
    for ( auto const* holds :
-         { &run.moment.held(), &run.moment.released(), &run.moment.heldAgain() } ) {
+         { &run.batch.held(), &run.batch.released(), &run.batch.heldAgain() } ) {
       for ( auto const& hold : *holds ) {
          run.roll.hold( hold );
       }
    }
-   TextMoment( lines_, run.at, run.facts, run.roll.call( first ), first )
-      .print( run.moment, reason );
-   keep( run.moment, reason, first );
-   run.moment.clear();
+   TextBatch( lines_, run.at, run.facts, run.roll.call( first ), first )
+      .print( run.batch, reason );
+   keep( run.batch, reason, first );
+   run.batch.clear();
 }
 
 void
-TextReport::keep( Moment const& moment, ReleaseReason const& reason, bool first ) {
+TextReport::keep( WriteBatch const& batch, ReleaseReason const& reason, bool first ) {
    Run& run = *run_;
-   for ( auto const& hold : moment.released() ) {
+   for ( auto const& hold : batch.released() ) {
       run.ledger.close( hold, run.at, reason.of( hold ) );
    }
-   if ( !moment.released().empty() || ( first && moment.held().empty() ) ) {
+   if ( !batch.released().empty() || ( first && batch.held().empty() ) ) {
       run.missingConfig = run.facts.missingConfig();
    }
-   for ( auto const id : moment.forced().begun() ) {
+   for ( auto const id : batch.forced().begun() ) {
       run.forced.insert( id );
    }
-   for ( auto const id : moment.forced().ended() ) {
+   for ( auto const id : batch.forced().ended() ) {
       run.forced.erase( id );
    }
 }
 
 void
-TextReport::write( long long at, WriteRecord const& record ) {
+TextReport::write( Milliseconds at, WriteRecord const& record ) {
    reach( at );
-   run_->moment.write( at, record );
+   run_->batch.write( at, record );
 }
 
 void
-TextReport::event( long long at, EventRecord const& record ) {
+TextReport::event( Milliseconds at, EventRecord const& record ) {
    reach( at );
    settle();
    run_->event = record.patch();
@@ -114,7 +115,7 @@ TextReport::event( long long at, EventRecord const& record ) {
 }
 
 void
-TextReport::log( long long at, LogMessageRecord const& record ) {
+TextReport::log( Milliseconds at, LogMessageRecord const& record ) {
    reach( at );
    settle();
    lines_.entry(
@@ -125,7 +126,7 @@ TextReport::log( long long at, LogMessageRecord const& record ) {
 }
 
 void
-TextReport::trace( long long at, TraceLineRecord const& record ) {
+TextReport::trace( Milliseconds at, TraceLineRecord const& record ) {
    reach( at );
    if ( trace_ ) {
       lines_.faintEntry(
@@ -142,7 +143,7 @@ TextReport::trace( long long at, TraceLineRecord const& record ) {
 }
 
 void
-TextReport::end( long long at, EndRecord const& record ) {
+TextReport::end( Milliseconds at, EndRecord const& record ) {
    reach( at );
    settle();
    Run const& run = *run_;

@@ -35,8 +35,8 @@ kindName( HoldKind kind ) {
 }
 
 TextTable::Row
-rowOf( Span const& span, long long end ) {
-   long long const to = span.to.value_or( end );
+rowOf( Span const& span, Milliseconds end ) {
+   Milliseconds const to = span.to.value_or( end );
    return { kindName( span.kind ),
             std::to_string( span.ids.size() ),
             span.from ? clockText( *span.from ) : "before",
@@ -72,7 +72,8 @@ takeSmallest( std::vector< Span const* >& spans ) {
 }
 
 void
-addRows( TextTable& table, HoldKind kind, std::vector< Span > const& all, long long end ) {
+addRows(
+   TextTable& table, HoldKind kind, std::vector< Span > const& all, Milliseconds end ) {
    auto spans = spansOf( kind, all );
    std::size_t const others = takeSmallest( spans );
    std::string const name = kindName( kind );
@@ -88,7 +89,7 @@ addRows( TextTable& table, HoldKind kind, std::vector< Span > const& all, long l
 }
 
 void
-printTable( TextLines& lines, std::vector< Span > const& spans, long long end ) {
+printTable( TextLines& lines, std::vector< Span > const& spans, Milliseconds end ) {
    TextTable table;
    for ( HoldKind const kind : kinds ) {
       addRows( table, kind, spans, end );

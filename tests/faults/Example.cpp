@@ -183,7 +183,7 @@ Example::advance() {
       }
       if (
          event_ < scenario_.events.size() &&
-         scenario_.events[ event_ ].at == time_.moment() ) {
+         scenario_.events[ event_ ].at == time_.instant() ) {
          if ( changeStep() ) {
             return true;
          }
@@ -249,7 +249,7 @@ Example::set( Ryx::RyxAttr const& child ) {
 
 bool
 Example::passTime() {
-   auto next = time_.momentOf( Ryx::activityManager()->clock()->nextTimeMin() );
+   auto next = time_.instantOf( Ryx::activityManager()->clock()->nextTimeMin() );
    if ( event_ < scenario_.events.size() ) {
       auto const event = scenario_.events[ event_ ].at;
       next = next ? std::min( *next, event ) : event;
@@ -257,7 +257,7 @@ Example::passTime() {
    if ( !next || ( scenario_.until && *next > *scenario_.until ) ) {
       return false;
    }
-   time_.momentIs( *next );
+   time_.instantIs( *next );
    return true;
 }
 

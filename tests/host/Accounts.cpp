@@ -21,7 +21,7 @@ using Names = std::set< std::string >;
 struct Line {
    std::string label;
    std::string text;
-   // Whether a moment begins with it.
+   // Whether an instant begins with it.
    bool isTimed;
 };
 
@@ -125,11 +125,11 @@ class Reader {
 
    std::string misaccounts( std::string const& report ) {
       for ( Line const& line : linesOf( report ) ) {
-         moments_ += line.isTimed;
+         instants_ += line.isTimed;
          bool const isSummary = line.label == "WARNING" || line.label == "done";
          if (
             isFirst_ &&
-            ( moments_ > 1 || isSummary || line.label.starts_with( "event" ) ) ) {
+            ( instants_ > 1 || isSummary || line.label.starts_with( "event" ) ) ) {
             isFirst_ = false;
             checkStart();
          }
@@ -272,7 +272,7 @@ class Reader {
 
    Switch const& start_;
    Switch const& end_;
-   int moments_ = 0;
+   int instants_ = 0;
    bool isFirst_ = true;
    std::map< std::string, int > times_;
    std::map< std::string, std::string > places_;

@@ -4,7 +4,8 @@
 
 # Which layer includes which: layers.sh ROOT. The compiler cannot tell, since the
 # repository's root is an include root of all of them. The host in particular reaches the
-# plug-in by loading it and by name, and knows none of its headers.
+# plug-in by loading it and by name, and knows none of its headers. Within host/ the folders
+# are layers, too.
 
 set -euo pipefail
 shopt -s extglob
@@ -14,6 +15,7 @@ status=0
 # The directory that the header stands in; nothing for one that is not of this project.
 layer_of() {
    case $1 in
+   host/*/*) printf '%s' "${1%/*}" ;;
    @(Ryx|OstraMlag|host|support)/*) printf '%s' "${1%%/*}" ;;
    *)
       [ ! -e "types/$1" ] || printf types
@@ -44,5 +46,32 @@ check Ryx
 check types Ryx
 check src-includes Ryx types
 check OstraMlag Ryx types src-includes
-check host Ryx types
+
+# The folders of host/, each with those whose headers it may include beside its own. Ones that
+# are not there yet have their place already.
+declare -A folders=(
+   [base]=''
+   [input]='base'
+   [state]='base input'
+   [run]='base input state'
+   [account]='base input state run'
+   [check]='base input state run account'
+   [text]='base input state run account check'
+   [http]='base'
+   [serve]='base input state run'
+   [api]='base input state run account check http serve'
+   [client]='base input state run account check text http serve api'
+   [cli]='base input state run account check text http serve api client'
+)
+for path in host/*/; do
+   folder=$(basename "$path")
+   [ -v "folders[$folder]" ] || {
+      printf 'host/%s has no place among the folders\n' "$folder" >&2
+      status=1
+      continue
+   }
+   read -ra below <<<"${folders[$folder]}"
+   check "host/$folder" Ryx types "${below[@]/#/host/}"
+done
+check host/main.cpp host/cli
 exit "$status"

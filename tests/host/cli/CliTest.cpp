@@ -53,7 +53,7 @@ TEST( Cli, HelpAndVersionAreEverywhere ) {
 }
 
 TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
-   constexpr char moment[] = "expected a number of seconds from 0, in whole milliseconds";
+   constexpr char instant[] = "expected a number of seconds from 0, in whole milliseconds";
    constexpr char level[] = "expected a level from 0 to 15";
    constexpr char file[] = "expected a file, or - for standard input";
    constexpr char more[] = "expected nothing more, as one name is given already";
@@ -75,9 +75,9 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "run --trace 16", "ostra run: --trace: \"16\": "s + level },
       { "run --trace -1", "ostra run: --trace: \"-1\": "s + level },
       { "run --trace 1.5", "ostra run: --trace: \"1.5\": "s + level },
-      { "run --until soon", "ostra run: --until: \"soon\": "s + moment },
-      { "run --until -1", "ostra run: --until: \"-1\": "s + moment },
-      { "run --until 0.0001", "ostra run: --until: \"0.0001\": "s + moment },
+      { "run --until soon", "ostra run: --until: \"soon\": "s + instant },
+      { "run --until -1", "ostra run: --until: \"-1\": "s + instant },
+      { "run --until 0.0001", "ostra run: --until: \"0.0001\": "s + instant },
       { "run --until 1e20",
         "ostra run: --until: \"1e20\": expected at most 2251799813685.248" },
       { "run --trace 0x8", "ostra run: --trace: \"0x8\": "s + level },
@@ -86,7 +86,7 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "check --mounts - -",
         "ostra check: --mounts: \"-\": expected a file, as standard input is the "
         "scenario" },
-      { "run --until", "ostra run: --until: no value: "s + moment },
+      { "run --until", "ostra run: --until: no value: "s + instant },
       { "run --real-time=5", "ostra run: --real-time: a value: expected none" },
       { "run --version=maybe", "ostra run: --version: a value: expected none" },
       { "check --help=2", "ostra check: --help: a value: expected none" },

@@ -9,6 +9,8 @@
 
 #include <sstream>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 // What the sink writes for one record.
@@ -27,24 +29,24 @@ TEST( NdjsonSink, RecordsAreLinesWithTheirKeysInOrder ) {
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
          sink.write(
-            284999, { { "mlagissuCause", "intfStatus", "Ethernet1/2" }, nullptr } );
+            284999ms, { { "mlagissuCause", "intfStatus", "Ethernet1/2" }, nullptr } );
       } ),
       R"({"t":284.999,"type":"write","path":["mlagissuCause","intfStatus","Ethernet1/2"],)"
       "\"value\":null}\n" );
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
-         sink.event( 20500, { 3, {} } );
+         sink.event( 20500ms, { 3, {} } );
       } ),
       "{\"t\":20.5,\"type\":\"event\",\"index\":3}\n" );
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
-         sink.log( 225000, { "ID", 6, "a \"b\"" } );
+         sink.log( 225000ms, { "ID", 6, "a \"b\"" } );
       } ),
       R"({"t":225,"type":"log","id":"ID","severity":6,"text":"a \"b\""})"
       "\n" );
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
-         sink.trace( 0, { "Unit", 8, "File", 12, "function", "text" } );
+         sink.trace( 0ms, { "Unit", 8, "File", 12, "function", "text" } );
       } ),
       R"({"t":0,"type":"trace","handle":"Unit","level":8,"file":"File","line":12,)"
       "\"function\":\"function\",\"text\":\"text\"}\n" );
@@ -52,7 +54,7 @@ TEST( NdjsonSink, RecordsAreLinesWithTheirKeysInOrder ) {
       lineOf( []( auto& sink ) {
          ostra::JsonState const state( ostra::Json{ { "a", "inf" } } );
          sink.start( {}, state );
-         sink.end( 400000, {} );
+         sink.end( 400000ms, {} );
       } ),
       "{\"t\":400,\"type\":\"end\",\"state\":{\"a\":\"inf\"}}\n" );
 }
@@ -60,7 +62,7 @@ TEST( NdjsonSink, RecordsAreLinesWithTheirKeysInOrder ) {
 TEST( NdjsonSink, TextThatIsNoUtf8IsShownAsFarAsItGoes ) {
    EXPECT_EQ(
       lineOf( []( auto& sink ) {
-         sink.log( 0, { "a\xff", 6, "" } );
+         sink.log( 0ms, { "a\xff", 6, "" } );
       } ),
       "{\"t\":0,\"type\":\"log\",\"id\":\"a\xef\xbf\xbd\",\"severity\":6,\"text\":\"\"}"
       "\n" );

@@ -46,45 +46,45 @@ class RealPacerTest : public testing::Test {
 
 TEST( VirtualPacer, NeverWaits ) {
    ostra::VirtualPacer pacer;
-   EXPECT_EQ( pacer.waitUntil( ostra::lastMoment ), ostra::lastMoment );
+   EXPECT_EQ( pacer.waitUntil( ostra::lastInstant ), ostra::lastInstant );
 }
 
-TEST_F( RealPacerTest, WaitsUntilTheMomentHasCome ) {
-   EXPECT_EQ( pacer_.waitUntil( 0 ), 0 );
-   EXPECT_EQ( pacer_.waitUntil( 20'500 ), 20'500 );
+TEST_F( RealPacerTest, WaitsUntilTheInstantHasCome ) {
+   EXPECT_EQ( pacer_.waitUntil( 0ms ), 0ms );
+   EXPECT_EQ( pacer_.waitUntil( 20'500ms ), 20'500ms );
    EXPECT_THAT( time_.waits, ElementsAre( 0ns, 20'500ms ) );
 }
 
 TEST_F( RealPacerTest, WhatTheWorkTookIsNotWaitedAgain ) {
-   pacer_.waitUntil( 1'000 );
+   pacer_.waitUntil( 1'000ms );
    time_.time += 300'000'001ns;
-   pacer_.waitUntil( 2'000 );
+   pacer_.waitUntil( 2'000ms );
    EXPECT_EQ( time_.waits.back(), 699'999'999ns );
    time_.time += 5s;
-   EXPECT_EQ( pacer_.waitUntil( 3'000 ), 3'000 );
+   EXPECT_EQ( pacer_.waitUntil( 3'000ms ), 3'000ms );
    EXPECT_EQ( time_.waits.back(), 0ns );
 }
 
 TEST_F( RealPacerTest, WaitThatReturnsEarlyGoesOn ) {
    time_.early = 1ns;
-   EXPECT_EQ( pacer_.waitUntil( 1'000 ), 1'000 );
+   EXPECT_EQ( pacer_.waitUntil( 1'000ms ), 1'000ms );
    EXPECT_THAT( time_.waits, ElementsAre( 1s, 1ns ) );
 }
 
 TEST_F( RealPacerTest, LongWaitIsMadeOfDays ) {
-   EXPECT_EQ( pacer_.waitUntil( 50LL * 3600 * 1000 ), 50LL * 3600 * 1000 );
+   EXPECT_EQ( pacer_.waitUntil( 50h ), 50h );
    EXPECT_THAT( time_.waits, ElementsAre( 24h, 24h, 2h ) );
 }
 
 TEST_F( RealPacerTest, InterruptEndsTheWaitAtTheTimeThatItThenIs ) {
    time_.early = 999'500us;
    time_.interruptedWait = 1;
-   EXPECT_EQ( pacer_.waitUntil( 1'500 ), 500 );
+   EXPECT_EQ( pacer_.waitUntil( 1'500ms ), 500ms );
 }
 
 TEST_F( RealPacerTest, InterruptEndsEvenTheLongestWait ) {
    time_.interruptedWait = 2;
-   EXPECT_EQ( pacer_.waitUntil( ostra::lastMoment ), 48LL * 3600 * 1000 );
+   EXPECT_EQ( pacer_.waitUntil( ostra::lastInstant ), 48h );
 }
 
 TEST( MachineTime, NeverGoesBack ) {

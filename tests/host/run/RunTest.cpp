@@ -94,7 +94,7 @@ TEST( Run, WakesAtTheFirstMillisecondThatIsNotTooEarly ) {
    EXPECT_EQ( endOf( records ), 300 );
 }
 
-TEST( Run, ReportsEveryWriteFromTheMomentTheChildrenAreSet ) {
+TEST( Run, ReportsEveryWriteFromTheInstantTheChildrenAreSet ) {
    EXPECT_THAT(
       writes( play( heldFor( "5.001" ) ) ),
       ElementsAre(
@@ -140,7 +140,7 @@ TEST( Run, WhatIsDueAtUntilStillHappens ) {
 
 TEST( Run, UntilOfTheCommandLineOverridesTheFiles ) {
    RunOptions options;
-   options.until = 2500;
+   options.until = ostra::Milliseconds( 2500 );
    EXPECT_EQ( endOf( play( "until: 400", options ) ), 2.5 );
 }
 
@@ -273,7 +273,7 @@ TEST( Run, FailureOfThePluginStillHasItsEnd ) {
    ostra::Scenario const scenario =
       readScenario( ostra::parseDocument( "x", "{}" ), mounts, {} );
    ostra::Agent agent( *Ryx::describedType< Broken >(), mounts );
-   ostra::ScenarioTime time( 0 );
+   ostra::ScenarioTime time( ostra::Milliseconds( 0 ) );
    std::ostringstream out;
    ostra::NdjsonSink sink( out );
    ostra::VirtualPacer pacer;

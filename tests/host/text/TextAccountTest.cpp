@@ -33,25 +33,25 @@ class TextAccountTest : public ReportedRun {
       machineFlag( mlag ? "mlagPortsErrdisabled" : "nonMlagPortsErrdisabled", false );
    }
 
-   void lacpConfig( long long at, char const* portChannel, bool stays ) {
+   void lacpConfig( Milliseconds at, char const* portChannel, bool stays ) {
       write( at, { "lacpConfig", "portChannel", portChannel, "stayInStandby" }, stays );
    }
 };
 
 TEST_F( TextAccountTest, PortsThatAnOverrideAloneKeepsFromBeingHeldAreListed ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet3", "Ethernet4" } );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet3", "Ethernet4" } );
    choose( "Port-Channel10", true );
    std::string const line =
       "not held    2 ports, meant for LACP standby, but the port-channel is not in\n"
       "                          lacpConfig: Ethernet1-2\n";
    EXPECT_THAT( text(), HasSubstr( line ) );
-   release( 300'000, { "Ethernet3", "Ethernet4" } );
+   release( 300'000ms, { "Ethernet3", "Ethernet4" } );
    choose( "Port-Channel10", false );
-   delayRuns( 300'000, false );
+   delayRuns( 300'000ms, false );
    EXPECT_THAT(
-      textOfEnd( 300'000 ),
+      textOfEnd( 300'000ms ),
       HasSubstr( "  not held      2 ports, meant for LACP standby, but the port-channel is "
                  "not in lacpConfig:\n"
                  "                Ethernet1-2\n" ) );
@@ -59,9 +59,9 @@ TEST_F( TextAccountTest, PortsThatAnOverrideAloneKeepsFromBeingHeldAreListed ) {
 
 TEST_F( TextAccountTest, StandbyThatWasTakenBackIsNoStandby ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   standby( 0, "Port-Channel10", true );
-   lacpConfig( 0, "Port-Channel10", false );
+   delayRuns( 0ms, true );
+   standby( 0ms, "Port-Channel10", true );
+   lacpConfig( 0ms, "Port-Channel10", false );
    EXPECT_THAT(
       text(),
       HasSubstr( "not held    2 ports, meant for LACP standby, but stayInStandby of the "
@@ -79,29 +79,29 @@ TEST_F( TextAccountTest, ASwitchThatHoldsNothingListsItsPorts ) {
               never held  2 internal ports: Internal1, Recirc1
 )" );
    EXPECT_THAT(
-      textOfEnd( 0 ),
+      textOfEnd( 0ms ),
       HasSubstr( "  not held      4 ports, MLAG is primary: Ethernet1-4\n" ) );
 }
 
 TEST_F( TextAccountTest, PortsLeftOutWithoutAReasonAreListedAllTheSame ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2", "Ethernet3" } );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2", "Ethernet3" } );
    EXPECT_THAT(
       text(), HasSubstr( "not held    1 port, although the delay runs: Ethernet4\n" ) );
 }
 
 TEST_F( TextAccountTest, APortChannelThatIsErrdisabledAndInStandbyIsToldAsBoth ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Port-Channel10" } );
-   standby( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Port-Channel10" } );
+   standby( 0ms, "Port-Channel10", true );
    std::string const start = text();
    EXPECT_THAT( start, HasSubstr( "1 MLAG port errdisabled for 300 s: Port-Channel10\n" ) );
    EXPECT_THAT( start, HasSubstr( "1 port-channel in LACP standby instead of" ) );
    std::string const end = textOf( [ this ] {
-      release( 300'000, { "Port-Channel10" } );
-      standby( 300'000, "Port-Channel10", false );
+      release( 300'000ms, { "Port-Channel10" } );
+      standby( 300'000ms, "Port-Channel10", false );
    } );
    EXPECT_THAT( end, HasSubstr( "released    1 MLAG port, delay over: Port-Channel10\n" ) );
    EXPECT_THAT(
@@ -110,64 +110,64 @@ TEST_F( TextAccountTest, APortChannelThatIsErrdisabledAndInStandbyIsToldAsBoth )
 
 TEST_F( TextAccountTest, StandbyStandsInForThoseMembersOnlyThatAreNotErrdisabled ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet2" } );
-   standby( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet2" } );
+   standby( 0ms, "Port-Channel10", true );
    EXPECT_THAT(
       text(),
       HasSubstr( "1 port-channel in LACP standby instead of errdisabling 1 member" ) );
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2" } );
-   standby( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2" } );
+   standby( 0ms, "Port-Channel10", true );
    EXPECT_THAT( text(), HasSubstr( "1 port-channel in LACP standby: Port-Channel10\n" ) );
 }
 
 TEST_F( TextAccountTest, StandbyThatSomebodyElseChoseStandsInForNothing ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1" } );
-   lacpConfig( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1" } );
+   lacpConfig( 0ms, "Port-Channel10", true );
    EXPECT_THAT( text(), HasSubstr( "1 port-channel in LACP standby: Port-Channel10\n" ) );
    EXPECT_THAT(
-      textOf( [ this ] { release( 300'000, { "Ethernet1" } ); } ),
+      textOf( [ this ] { release( 300'000ms, { "Ethernet1" } ); } ),
       HasSubstr( "released    1 MLAG port, delay over: Ethernet1\n" ) );
 }
 
 TEST_F( TextAccountTest, APortIsReleasedForStandbyOnlyByAnOverride ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2" } );
-   standby( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2" } );
+   standby( 0ms, "Port-Channel10", true );
    char const* const removal = R"({"mlagissuCause":{"intfStatus":{"Ethernet1":null}}})";
    EXPECT_THAT(
       textOf( [ & ] {
-         event( 10'000, 0, removal );
-         release( 10'000, { "Ethernet1" } );
+         event( 10'000ms, 0, removal );
+         release( 10'000ms, { "Ethernet1" } );
       } ),
       HasSubstr( "released    1 MLAG port, by the event: Ethernet1\n" ) );
    char const* const stay =
       R"({"lacpConfig":{"portChannel":{"Port-Channel10":{"stayInStandby":false}}}})";
    EXPECT_THAT(
       textOf( [ & ] {
-         event( 20'000, 1, stay );
-         standby( 20'000, "Port-Channel10", false );
+         event( 20'000ms, 1, stay );
+         standby( 20'000ms, "Port-Channel10", false );
       } ),
       HasSubstr( "released    LACP standby of 1 port-channel, by the event: " ) );
 }
 
 TEST_F( TextAccountTest, AnOverrideWithoutLacpConfigurationReleasesForNothing ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2" } );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2" } );
    EXPECT_THAT(
       textOf( [ this ] {
          event(
-            10'000,
+            10'000ms,
             0,
             R"({"lacpOverride":{"lagIdConfig":{"Port-Channel10":"02:00:00:00:10:01"}}})" );
          choose( "Port-Channel10", true );
-         release( 10'000, { "Ethernet1", "Ethernet2" } );
+         release( 10'000ms, { "Ethernet1", "Ethernet2" } );
       } ),
       HasSubstr(
          "released    2 MLAG ports, meant for LACP standby, but the port-channel is "
@@ -180,13 +180,13 @@ TEST_F( TextAccountTest, PortsThatAppearAreToldOfWhereverTheyStand ) {
    mounts[ "lagInputConfig" ][ "phyIntf" ][ "Ethernet8" ] = { { "lag",
                                                                 "Port-Channel1000" } };
    startAndSkipHeading( mounts );
-   delayRuns( 0, true );
-   standby( 0, "Port-Channel10", true );
-   hold( 0, { "Ethernet3", "Ethernet4" } );
+   delayRuns( 0ms, true );
+   standby( 0ms, "Port-Channel10", true );
+   hold( 0ms, { "Ethernet3", "Ethernet4" } );
    EXPECT_THAT(
       textOf( [ this ] {
          over( false );
-         event( 60'000, 0, R"({"ethPhyIntfStatus":{"intfStatus":{
+         event( 60'000ms, 0, R"({"ethPhyIntfStatus":{"intfStatus":{
             "Ethernet3":{"linkStatus":2}, "Ethernet6":{}, "Ethernet7":{}, "Ethernet8":{},
             "Management2":{} }}})" );
       } ),
@@ -200,26 +200,26 @@ TEST_F( TextAccountTest, PortsThatAppearAreToldOfWhereverTheyStand ) {
 
 TEST_F( TextAccountTest, ANewStateMachineHasEveryPortToldOfThatStandsElsewhere ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
-   release( 300'000, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
-   delayRuns( 300'000, false );
-   event( 400'000, 0, R"({"agent":{"mlagErrdisableSm":null}})" );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
+   release( 300'000ms, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
+   delayRuns( 300'000ms, false );
+   event( 400'000ms, 0, R"({"agent":{"mlagErrdisableSm":null}})" );
    EXPECT_THAT(
       textOf( [ this ] {
-         event( 500'000, 1, R"({"agent":{"mlagErrdisableSm":{"lagsInStandby":{}}}})" );
+         event( 500'000ms, 1, R"({"agent":{"mlagErrdisableSm":{"lagsInStandby":{}}}})" );
          machineFlag( "mlagPortsErrdisabled", true );
          machineFlag( "nonMlagPortsErrdisabled", true );
-         delayRuns( 500'000, true );
+         delayRuns( 500'000ms, true );
          choose( "Port-Channel10", true );
-         hold( 500'000, { "Ethernet3", "Ethernet4" } );
+         hold( 500'000ms, { "Ethernet3", "Ethernet4" } );
       } ),
       testing::EndsWith( R"(held        2 non-MLAG ports errdisabled: Ethernet3-4
               not held    2 ports, meant for LACP standby, but the port-channel is not in
                           lacpConfig: Ethernet1-2
               started     a reload delay begins
 )" ) );
-   EXPECT_THAT( textOfEnd( 600'000 ), Not( HasSubstr( "not held" ) ) );
+   EXPECT_THAT( textOfEnd( 600'000ms ), Not( HasSubstr( "not held" ) ) );
 }
 
 TEST_F( TextAccountTest, WithoutAStateMachinePortsAreListed ) {
@@ -233,13 +233,13 @@ TEST_F( TextAccountTest, WithoutAStateMachinePortsAreListed ) {
 
 TEST_F( TextAccountTest, AFormerMemberOfThePeerLinkIsListedAtTheEnd ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
-   event( 10'000, 0, R"({"lagInputConfig":{"phyIntf":{"Ethernet5":{"lag":null}}}})" );
-   release( 300'000, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
-   delayRuns( 300'000, false );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
+   event( 10'000ms, 0, R"({"lagInputConfig":{"phyIntf":{"Ethernet5":{"lag":null}}}})" );
+   release( 300'000ms, { "Ethernet1", "Ethernet2", "Ethernet3", "Ethernet4" } );
+   delayRuns( 300'000ms, false );
    EXPECT_THAT(
-      textOfEnd( 300'000 ),
+      textOfEnd( 300'000ms ),
       HasSubstr( "  not held      1 port, in the peer link before: Ethernet5\n" ) );
 }
 
@@ -260,30 +260,30 @@ TEST_F( TextAccountTest, NoPortThatWasHeldIsCalledNeverHeldLater ) {
    mounts[ "mlagissuCause" ] =
       parse( R"({"intfStatus":{"Ethernet5":0,"Management1":0,"Internal1":0}})" );
    startAndSkipHeading( mounts );
-   release( 0, { "Ethernet5", "Management1", "Internal1" } );
-   event( 10'000, 0, R"({"agent":{"mlagErrdisableSm":null}})" );
+   release( 0ms, { "Ethernet5", "Management1", "Internal1" } );
+   event( 10'000ms, 0, R"({"agent":{"mlagErrdisableSm":null}})" );
    EXPECT_THAT(
       textOf( [ this ] {
-         event( 20'000, 1, R"({"agent":{"mlagErrdisableSm":{"lagsInStandby":{}}}})" );
+         event( 20'000ms, 1, R"({"agent":{"mlagErrdisableSm":{"lagsInStandby":{}}}})" );
       } ),
       testing::EndsWith( R"(not held    1 port, for management: Management1
               not held    1 port, in the peer link: Ethernet5
               not held    1 port, internal: Internal1
 )" ) );
    EXPECT_THAT(
-      textOfEnd( 30'000 ),
+      textOfEnd( 30'000ms ),
       testing::EndsWith(
          "  not held      4 ports, the reload delay is over: Ethernet1-4\n" ) );
 }
 
 TEST_F( TextAccountTest, PortsReleasedAndHeldAgainAtOnceAreToldInThatOrder ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet3" } );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet3" } );
    EXPECT_EQ(
       textOf( [ this ] {
-         release( 10'000, { "Ethernet3" } );
-         hold( 10'000, { "Ethernet3" } );
+         release( 10'000ms, { "Ethernet3" } );
+         hold( 10'000ms, { "Ethernet3" } );
       } ),
       R"(00:00:10.000  released    1 non-MLAG port, delay over: Ethernet3
               held        1 non-MLAG port errdisabled: Ethernet3
@@ -292,12 +292,12 @@ TEST_F( TextAccountTest, PortsReleasedAndHeldAgainAtOnceAreToldInThatOrder ) {
 
 TEST_F( TextAccountTest, WhatNoTimerWillReleaseIsSaidToBeSo ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet3", "Ethernet4" } );
-   standby( 0, "Port-Channel10", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet3", "Ethernet4" } );
+   standby( 0ms, "Port-Channel10", true );
    text();
-   delayRuns( 330'000, false );
-   std::string const end = textOfEnd( 330'000, false );
+   delayRuns( 330'000ms, false );
+   std::string const end = textOfEnd( 330'000ms, false );
    EXPECT_THAT(
       end,
       HasSubstr(
@@ -308,11 +308,11 @@ TEST_F( TextAccountTest, WhatNoTimerWillReleaseIsSaidToBeSo ) {
 
 TEST_F( TextAccountTest, WhatATimerMayReleaseWaits ) {
    startAndSkipHeading( smallSwitch() );
-   delayRuns( 0, true );
-   hold( 0, { "Ethernet1", "Ethernet3" } );
-   lacpConfig( 0, "Port-Channel11", true );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet3" } );
+   lacpConfig( 0ms, "Port-Channel11", true );
    over( true );
-   std::string const end = textOfEnd( 100'000, true );
+   std::string const end = textOfEnd( 100'000ms, true );
    EXPECT_THAT(
       end,
       HasSubstr( "1 MLAG port still held when the run ends, although the delay of MLAG "

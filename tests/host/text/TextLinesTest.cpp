@@ -9,6 +9,8 @@
 #include <sstream>
 #include <string>
 
+using namespace std::chrono_literals;
+
 namespace ostra {
 namespace {
 
@@ -76,9 +78,9 @@ class TextLinesTest : public testing::Test {
 };
 
 TEST_F( TextLinesTest, TheTimeStandsInFrontOfItsFirstEntryOnly ) {
-   lines_.entry( 0, Ink::held, "held", "a" );
-   lines_.entry( 0, Ink::freed, "released", "b" );
-   lines_.faintEntry( 90'061'005, "trace 8", "c" );
+   lines_.entry( 0ms, Ink::held, "held", "a" );
+   lines_.entry( 0ms, Ink::freed, "released", "b" );
+   lines_.faintEntry( 90'061'005ms, "trace 8", "c" );
    EXPECT_EQ(
       out_.str(),
       "00:00:00.000  held        a\n"
@@ -88,7 +90,7 @@ TEST_F( TextLinesTest, TheTimeStandsInFrontOfItsFirstEntryOnly ) {
 
 TEST_F( TextLinesTest, AnEntryGoesOnBelowItsText ) {
    lines_.entry(
-      0, Ink::plain, "held", std::string( 70, 'x' ) + ", " + std::string( 9, 'y' ) );
+      0ms, Ink::plain, "held", std::string( 70, 'x' ) + ", " + std::string( 9, 'y' ) );
    EXPECT_EQ(
       out_.str(),
       "00:00:00.000  held        " + std::string( 70, 'x' ) + ",\n" +
@@ -96,13 +98,14 @@ TEST_F( TextLinesTest, AnEntryGoesOnBelowItsText ) {
 }
 
 TEST_F( TextLinesTest, AFaintEntryIsNeverCut ) {
-   lines_.faintEntry( 0, "trace 8", std::string( 60, 'x' ) + " " + std::string( 60, 'y' ) );
+   lines_.faintEntry(
+      0ms, "trace 8", std::string( 60, 'x' ) + " " + std::string( 60, 'y' ) );
    std::string const text = out_.str();
    EXPECT_EQ( text.find( '\n' ), text.size() - 1 );
 }
 
 TEST_F( TextLinesTest, ALongLabelKeepsItsDistance ) {
-   lines_.entry( 0, Ink::plain, "event 1234567", "a" );
+   lines_.entry( 0ms, Ink::plain, "event 1234567", "a" );
    EXPECT_EQ( out_.str(), "00:00:00.000  event 1234567 a\n" );
 }
 
@@ -118,7 +121,7 @@ TEST_F( TextLinesTest, ATitleGoesOnInTheNextLine ) {
 }
 
 TEST_F( TextLinesTest, LongTimesKeepTheWidth ) {
-   constexpr long long time = 3'600'000'000LL;
+   constexpr Milliseconds time = 1000h;
    lines_.entry( time, Ink::held, "released", std::string( 74, 'x' ) + " y" );
    lines_.entry( time, Ink::held, "log warning", std::string( 74, 'x' ) );
    EXPECT_EQ(
@@ -132,7 +135,7 @@ TEST( TextLinesColour, LabelsTimesAndTitlesHaveColourAndTextHasNone ) {
    std::ostringstream out;
    TextLines lines( out, Style( true ) );
    lines.title( "title" );
-   lines.entry( 0, Ink::freed, "released", "text" );
+   lines.entry( 0ms, Ink::freed, "released", "text" );
    EXPECT_EQ(
       out.str(),
       "\x1b[1mtitle\x1b[0m\n"

@@ -10,19 +10,19 @@ class TextReportTest : public ReportedRun {};
 
 TEST_F( TextReportTest, AWholeReload ) {
    start( smallSwitch() );
-   delayRuns( 0, true );
-   write( 0, { "mlagProtoStatus", "portsErrdisabledWhen" }, 0 );
-   hold( 0, { "Ethernet4", "Ethernet2", "Ethernet1", "Ethernet3" } );
-   write( 0, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, true );
+   delayRuns( 0ms, true );
+   write( 0ms, { "mlagProtoStatus", "portsErrdisabledWhen" }, 0 );
+   hold( 0ms, { "Ethernet4", "Ethernet2", "Ethernet1", "Ethernet3" } );
+   write( 0ms, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, true );
    report_->log(
-      225'000,
+      225'000ms,
       { "MLAG_RELOAD_DELAY_ENDING",
         6,
         "Mlag reload-delay period will end in 75 seconds" } );
-   release( 300'000, { "Ethernet2", "Ethernet1" } );
-   release( 330'000, { "Ethernet4", "Ethernet3" } );
-   delayRuns( 330'000, false );
-   report_->end( 330'000, {} );
+   release( 300'000ms, { "Ethernet2", "Ethernet1" } );
+   release( 330'000ms, { "Ethernet4", "Ethernet3" } );
+   delayRuns( 330'000ms, false );
+   report_->end( 330'000ms, {} );
    EXPECT_EQ( out_.str(), R"(leaf1 reloads
 
   MLAG          domain pod1, local interface Vlan4094, peer 10.255.255.2
@@ -56,9 +56,9 @@ Summary at 00:05:30.000
 
 TEST_F( TextReportTest, AnEmptyScenario ) {
    start( Json::object() );
-   delayRuns( 0, true );
-   delayRuns( 0, false );
-   report_->end( 0, {} );
+   delayRuns( 0ms, true );
+   delayRuns( 0ms, false );
+   report_->end( 0ms, {} );
    EXPECT_EQ( out_.str(), R"(leaf1 reloads
 
   MLAG          not configured, missing enabled, domainId, localInterface, peerAddress, peerLinkIntf
@@ -92,10 +92,10 @@ TEST_F( TextReportTest, LacpStandbyInsteadOfErrdisabledMembers ) {
                        "02:00:00:00:10:01\n" ),
       std::string::npos );
    out_.str( "" );
-   hold( 0, { "Ethernet3", "Ethernet4" } );
-   standby( 0, "Port-Channel10", true );
+   hold( 0ms, { "Ethernet3", "Ethernet4" } );
+   standby( 0ms, "Port-Channel10", true );
    report_->settle();
-   standby( 300'000, "Port-Channel10", false );
+   standby( 300'000ms, "Port-Channel10", false );
    EXPECT_EQ(
       text(),
       R"(00:00:00.000  held        2 non-MLAG ports errdisabled for 330 s: Ethernet3-4
@@ -138,11 +138,11 @@ TEST_F( TextReportTest, PeerInterfacesComeAndGo ) {
    startAndSkipHeading( smallSwitch() );
    text();
    out_.str( "" );
-   write( 10'000, { "ethIntfStatusDir", "intfStatus", "PeerEthernet1" }, Json::object() );
-   write( 10'000, { "allIntfStatusDir", "intfStatus", "PeerEthernet1" }, Json::object() );
-   write( 10'000, { "allIntfStatusDir", "intfStatus", "PeerEthernet2" }, Json::object() );
-   write( 20'000, { "ethIntfStatusDir", "intfStatus", "PeerEthernet1" }, nullptr );
-   write( 20'000, { "allIntfStatusDir", "intfStatus", "PeerEthernet1" }, nullptr );
+   write( 10'000ms, { "ethIntfStatusDir", "intfStatus", "PeerEthernet1" }, Json::object() );
+   write( 10'000ms, { "allIntfStatusDir", "intfStatus", "PeerEthernet1" }, Json::object() );
+   write( 10'000ms, { "allIntfStatusDir", "intfStatus", "PeerEthernet2" }, Json::object() );
+   write( 20'000ms, { "ethIntfStatusDir", "intfStatus", "PeerEthernet1" }, nullptr );
+   write( 20'000ms, { "allIntfStatusDir", "intfStatus", "PeerEthernet1" }, nullptr );
    EXPECT_EQ(
       text(),
       R"(00:00:10.000  peer        1 peer interface now in the local directories: PeerEthernet1
@@ -155,8 +155,9 @@ TEST_F( TextReportTest, AForcedPortChannelThatIsTakenBackAtOnceIsNotTold ) {
    startAndSkipHeading( smallSwitch() );
    text();
    out_.str( "" );
-   write( 1'000, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, true );
-   write( 1'000, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, nullptr );
+   write( 1'000ms, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, true );
+   write(
+      1'000ms, { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel10" }, nullptr );
    EXPECT_EQ( text(), "" );
 }
 
@@ -164,11 +165,11 @@ TEST_F( TextReportTest, TraceLinesAreWrittenOnlyWhenWanted ) {
    TraceLineRecord const line = { "MlagErrdisableSm", 8, "/src/MlagErrdisableSm", 97, "f",
                                   "void f()" };
    startAndSkipHeading( smallSwitch() );
-   report_->trace( 1'000, line );
+   report_->trace( 1'000ms, line );
    EXPECT_EQ( text().find( "trace" ), std::string::npos );
    out_.str( "" );
    startAndSkipHeading( smallSwitch(), { .colour = false, .trace = true } );
-   report_->trace( 1'000, line );
+   report_->trace( 1'000ms, line );
    EXPECT_NE(
       text().find(
          "00:00:01.000  trace 8     MlagErrdisableSm MlagErrdisableSm:97 f: void f()\n" ),
@@ -187,7 +188,7 @@ TEST_F( TextReportTest, LogMessagesOfAnyLengthKeepToTheColumns ) {
    text();
    out_.str( "" );
    report_->log(
-      285'000,
+      285'000ms,
       { "MLAG_RELOAD_DELAY_ENDING",
         4,
         "Mlag reload-delay period for non MLAG interfaces will end in 15 seconds" } );
@@ -209,12 +210,12 @@ TEST_F( TextReportTest, ReadsNoMoreThanAFewTimesPerPort ) {
    }
    startAndSkipHeading( mounts );
    for ( auto const& name : names ) {
-      report_->write( 0, { { "mlagissuCause", "intfStatus", name }, 0 } );
+      report_->write( 0ms, { { "mlagissuCause", "intfStatus", name }, 0 } );
    }
    for ( auto const& name : names ) {
-      report_->write( 300'000, { { "mlagissuCause", "intfStatus", name }, nullptr } );
+      report_->write( 300'000ms, { { "mlagissuCause", "intfStatus", name }, nullptr } );
    }
-   report_->end( 300'000, {} );
+   report_->end( 300'000ms, {} );
    EXPECT_LT( state_->reads(), 6u * count );
 }
 

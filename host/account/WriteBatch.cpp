@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <host/account/Moment>
+#include <host/account/WriteBatch>
+
+#include <host/state/MountTable>
 
 namespace ostra {
 
@@ -42,20 +44,20 @@ Changes::idsWith( bool isIn ) const {
 }
 
 void
-Moment::begin() {
+WriteBatch::begin() {
    delayRan_ = delayRuns_ = facts_.isDelayRunning();
-   for ( IntfId const id : facts_.keys( { "mlagissuCause", "intfStatus" } ) ) {
+   for ( IntfId const id : facts_.keys( { mount::mlagissuCause, "intfStatus" } ) ) {
       holdPort( id, std::nullopt );
    }
-   for ( IntfId const id : facts_.keys( { "lacpConfig", "portChannel" } ) ) {
-      if ( isStandby( facts_.at( { "lacpConfig", "portChannel", id.string() } ) ) ) {
+   for ( IntfId const id : facts_.keys( { mount::lacpConfig, "portChannel" } ) ) {
+      if ( isStandby( facts_.at( { mount::lacpConfig, "portChannel", id.string() } ) ) ) {
          hold( HoldKind::standby, id, std::nullopt );
       }
    }
 }
 
 void
-Moment::write( long long at, WriteRecord const& record ) {
+WriteBatch::write( Milliseconds at, WriteRecord const& record ) {
    auto const& path = record.path;
    if ( path.size() > 2 ) {
       writeEntry( at, path, record.value );
@@ -65,26 +67,26 @@ Moment::write( long long at, WriteRecord const& record ) {
 }
 
 void
-Moment::writeEntry(
-   long long at, std::vector< std::string > const& path, Json const& value ) {
-   std::string const& mount = path[ 0 ];
+WriteBatch::writeEntry(
+   Milliseconds at, std::vector< std::string > const& path, Json const& value ) {
+   std::string const& name = path[ 0 ];
    IntfId const id( path[ 2 ] );
    bool const isIn = !value.is_null();
-   if ( mount == "mlagissuCause" ) {
+   if ( name == mount::mlagissuCause ) {
       writePort( at, id, isIn );
-   } else if ( mount == "lacpConfig" ) {
+   } else if ( name == mount::lacpConfig ) {
       writeStandby( at, id, isStandby( value ) );
-   } else if ( mount == "igmpsnoopingConfig" ) {
+   } else if ( name == mount::igmpsnoopingConfig ) {
       forced_.change( id, isIn );
-   } else if ( mount == "ethIntfStatusDir" ) {
+   } else if ( name == mount::ethIntfStatusDir ) {
       ethStatus_.change( id, isIn );
-   } else if ( mount == "allIntfStatusDir" ) {
+   } else if ( name == mount::allIntfStatusDir ) {
       allStatus_.change( id, isIn );
    }
 }
 
 void
-Moment::clear() {
+WriteBatch::clear() {
    held_.clear();
    released_.clear();
    heldAgain_.clear();
@@ -96,12 +98,12 @@ Moment::clear() {
 }
 
 std::optional< bool >
-Moment::delayRuns() const {
+WriteBatch::delayRuns() const {
    return delayRuns_ == delayRan_ ? std::nullopt : std::optional( delayRuns_ );
 }
 
 void
-Moment::hold( HoldKind kind, IntfId id, HoldTime from ) {
+WriteBatch::hold( HoldKind kind, IntfId id, HoldTime from ) {
    bool const isStandby = kind == HoldKind::standby;
    if ( isStandby ? ledger_.isInStandby( id ) : ledger_.isErrdisabled( id ) ) {
       return;
@@ -112,12 +114,12 @@ Moment::hold( HoldKind kind, IntfId id, HoldTime from ) {
 }
 
 void
-Moment::holdPort( IntfId id, HoldTime from ) {
+WriteBatch::holdPort( IntfId id, HoldTime from ) {
    hold( holdKind( facts_.classOf( id ) ), id, from );
 }
 
 void
-Moment::release( std::optional< Hold > const& hold ) {
+WriteBatch::release( std::optional< Hold > const& hold ) {
    if ( hold ) {
       released_.push_back( *hold );
       releasedIds_.insert( { hold->kind == HoldKind::standby, hold->id } );
@@ -125,12 +127,12 @@ Moment::release( std::optional< Hold > const& hold ) {
 }
 
 void
-Moment::writePort( long long at, IntfId id, bool held ) {
+WriteBatch::writePort( Milliseconds at, IntfId id, bool held ) {
    held ? holdPort( id, at ) : release( ledger_.takeErrdisabled( id ) );
 }
 
 void
-Moment::writeStandby( long long at, IntfId id, bool standby ) {
+WriteBatch::writeStandby( Milliseconds at, IntfId id, bool standby ) {
    standby ? hold( HoldKind::standby, id, at ) : release( ledger_.takeStandby( id ) );
 }
 

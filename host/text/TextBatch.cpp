@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <host/text/TextMoment>
+#include <host/text/TextBatch>
 
 #include <host/base/IntfRanges>
 #include <host/base/Words>
+#include <host/state/MountTable>
 
 #include <fmt/format.h>
 
@@ -44,22 +45,22 @@ releasedText( HoldKind kind, std::size_t count, std::string const& why ) {
 } // namespace
 
 void
-TextMoment::entry( Ink ink, char const* label, std::string const& text, Ids const& ids ) {
+TextBatch::entry( Ink ink, char const* label, std::string const& text, Ids const& ids ) {
    if ( !ids.empty() ) {
       lines_.entry( at_, ink, label, fmt::format( "{}: {}", text, intfRanges( ids ) ) );
    }
 }
 
 // Whether standby stands in for errdisabling the members, as the plug-in has it. The report
-// tells of members in the first moment only.
+// tells of members in the first batch only.
 bool
-TextMoment::isInstead( Hold const& hold ) const {
+TextBatch::isInstead( Hold const& hold ) const {
    return isFirst_ && hold.kind == HoldKind::standby &&
       facts_.isMeantForStandby( hold.id ) && census_.standbyCount( { hold.id } ) != 0;
 }
 
 std::string
-TextMoment::standbyText( Ids const& ids, bool isInstead ) const {
+TextBatch::standbyText( Ids const& ids, bool isInstead ) const {
    std::string const text = counted( ids.size(), "port-channel" ) + " in LACP standby";
    return isInstead ? text + " instead of errdisabling " +
          counted( census_.standbyCount( ids ), "member" )
@@ -67,7 +68,7 @@ TextMoment::standbyText( Ids const& ids, bool isInstead ) const {
 }
 
 std::string
-TextMoment::heldText( HoldKind kind, Ids const& ids, bool isInstead ) const {
+TextBatch::heldText( HoldKind kind, Ids const& ids, bool isInstead ) const {
    if ( kind == HoldKind::standby ) {
       return standbyText( ids, isInstead );
    }
@@ -78,7 +79,7 @@ TextMoment::heldText( HoldKind kind, Ids const& ids, bool isInstead ) const {
 }
 
 void
-TextMoment::printHeld( std::vector< Hold > const& held ) {
+TextBatch::printHeld( std::vector< Hold > const& held ) {
    std::map< std::tuple< HoldKind, HoldTime, bool >, Ids > groups;
    for ( auto const& hold : held ) {
       groups[ { hold.kind, hold.from, isInstead( hold ) } ].push_back( hold.id );
@@ -95,7 +96,7 @@ TextMoment::printHeld( std::vector< Hold > const& held ) {
 }
 
 void
-TextMoment::printReleased(
+TextBatch::printReleased(
    std::vector< Hold > const& released, ReleaseReason const& reason ) {
    std::map< std::pair< HoldKind, std::string >, Ids > groups;
    for ( auto const& hold : released ) {
@@ -108,7 +109,7 @@ TextMoment::printReleased(
 }
 
 void
-TextMoment::printForced( Changes const& forced ) {
+TextBatch::printForced( Changes const& forced ) {
    auto const begun = forced.begun();
    auto const ended = forced.ended();
    auto const text = []( char const* what, Ids const& ids ) {
@@ -120,19 +121,22 @@ TextMoment::printForced( Changes const& forced ) {
 }
 
 void
-TextMoment::printPeers( Ids const& eth, Ids const& all, std::string const& what ) {
-   auto const print = [ & ]( Ids const& ids, char const* where ) {
+TextBatch::printPeers( Ids const& eth, Ids const& all, std::string const& what ) {
+   auto const print = [ & ]( Ids const& ids, std::string const& where ) {
       std::string const text = counted( ids.size(), "peer interface" );
       entry( Ink::message, "peer", fmt::format( "{} {} {}", text, what, where ), ids );
    };
+   auto const alone = []( char const* directory ) {
+      return fmt::format( "{} alone", directory );
+   };
    print( both( eth, all ), "the local directories" );
-   print( without( eth, all ), "ethIntfStatusDir alone" );
-   print( without( all, eth ), "allIntfStatusDir alone" );
+   print( without( eth, all ), alone( mount::ethIntfStatusDir ) );
+   print( without( all, eth ), alone( mount::allIntfStatusDir ) );
 }
 
 void
-TextMoment::printDelay( Moment const& moment ) {
-   auto const runs = moment.delayRuns();
+TextBatch::printDelay( WriteBatch const& batch ) {
+   auto const runs = batch.delayRuns();
    if ( runs && !*runs ) {
       lines_.entry( at_, Ink::freed, "over", "the reload delay is over" );
    } else if ( runs && !isFirst_ ) {
@@ -140,19 +144,19 @@ TextMoment::printDelay( Moment const& moment ) {
    }
 }
 
-// In the first moment nothing is held.
+// In the first batch nothing is held.
 void
-TextMoment::printNothing() {
+TextBatch::printNothing() {
    if ( !facts_.isDelayRunning() || census_.notHeld.empty() ) {
       lines_.entry( at_, Ink::alarm, "held", "nothing: " + whyNothingIsHeld( facts_ ) );
    }
 }
 
-// The first moment names the peer link itself, unless it was held before.
+// The first batch names the peer link itself, unless it was held before.
 void
-TextMoment::printPeerLink( Moment const& moment ) {
+TextBatch::printPeerLink( WriteBatch const& batch ) {
    Kovel::IntfId const peerLink = facts_.peerLink();
-   auto const& held = moment.held();
+   auto const& held = batch.held();
    bool const wasHeld = std::any_of(
       held.begin(), held.end(), [ & ]( Hold const& hold ) { return hold.id == peerLink; } );
    bool const isNamed = isFirst_ && peerLink && !wasHeld;
@@ -169,7 +173,7 @@ TextMoment::printPeerLink( Moment const& moment ) {
 }
 
 void
-TextMoment::printNotHeld() {
+TextBatch::printNotHeld() {
    for ( bool const isAlarming : { true, false } ) {
       for ( auto const& [ why, group ] : census_.notHeld ) {
          if ( group.isAlarming == isAlarming ) {
@@ -190,8 +194,8 @@ TextMoment::printNotHeld() {
 }
 
 void
-TextMoment::printNeverHeld( Moment const& moment ) {
-   printPeerLink( moment );
+TextBatch::printNeverHeld( WriteBatch const& batch ) {
+   printPeerLink( batch );
    auto const print = [ & ]( char const* what, Ids const& ids ) {
       entry( Ink::faint, "never held", counted( ids.size(), what ), ids );
    };
@@ -200,19 +204,19 @@ TextMoment::printNeverHeld( Moment const& moment ) {
 }
 
 void
-TextMoment::print( Moment const& moment, ReleaseReason const& reason ) {
-   printHeld( moment.held() );
-   if ( isFirst_ && moment.held().empty() ) {
+TextBatch::print( WriteBatch const& batch, ReleaseReason const& reason ) {
+   printHeld( batch.held() );
+   if ( isFirst_ && batch.held().empty() ) {
       printNothing();
    }
-   printReleased( moment.released(), reason );
-   printHeld( moment.heldAgain() );
+   printReleased( batch.released(), reason );
+   printHeld( batch.heldAgain() );
    printNotHeld();
-   printForced( moment.forced() );
-   printPeers( moment.ethStatus().begun(), moment.allStatus().begun(), "now in" );
-   printPeers( moment.ethStatus().ended(), moment.allStatus().ended(), "gone from" );
-   printDelay( moment );
-   printNeverHeld( moment );
+   printForced( batch.forced() );
+   printPeers( batch.ethStatus().begun(), batch.allStatus().begun(), "now in" );
+   printPeers( batch.ethStatus().ended(), batch.allStatus().ended(), "gone from" );
+   printDelay( batch );
+   printNeverHeld( batch );
 }
 
 } // namespace ostra
