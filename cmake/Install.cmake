@@ -86,6 +86,19 @@ function( mlagostra_install_program name )
    install( TARGETS ${name} RUNTIME COMPONENT Runtime )
 endfunction()
 
+# The live host as a service. Its configuration is the administrator's: an example of one goes
+# to the documentation. systemd looks in lib, whatever the libraries' directory is.
+function( mlagostra_install_service )
+   configure_file( ${PROJECT_SOURCE_DIR}/systemd/ostra.service.in
+      ${PROJECT_BINARY_DIR}/ostra.service @ONLY )
+   install( FILES ${PROJECT_BINARY_DIR}/ostra.service
+      DESTINATION lib/systemd/system COMPONENT Runtime )
+   install( FILES systemd/ostra.sysusers
+      DESTINATION lib/sysusers.d RENAME ostra.conf COMPONENT Runtime )
+   install( FILES systemd/ostra.yaml
+      DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
+endfunction()
+
 function( mlagostra_install_package )
    install( EXPORT MlagOstraTargets NAMESPACE MlagOstra::
       DESTINATION ${mlagostra_package_dir} COMPONENT Development )
@@ -108,5 +121,6 @@ function( mlagostra_install_package )
       COMPONENT Development USE_SOURCE_PERMISSIONS PATTERN generate EXCLUDE )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
+   mlagostra_install_service()
    install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
 endfunction()
