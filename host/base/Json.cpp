@@ -29,6 +29,13 @@ secondsOf( Json const& value ) {
    return value.is_number() ? value.get< double >() : 0;
 }
 
+Json
+jsonObject( std::size_t members ) {
+   Json object = Json::object();
+   object.get_ref< Json::object_t& >().reserve( members );
+   return object;
+}
+
 void
 appendMember( Json& object, std::string const& key, Json value ) {
    object.get_ref< Json::object_t& >().emplace_back( key, std::move( value ) );

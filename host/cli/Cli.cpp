@@ -261,6 +261,10 @@ execute( int argc, char** argv, std::ostream& out ) {
    } catch ( Failure const& failure ) {
       out.flush();
       return complain( failure.status(), failure.what() );
+   } catch ( std::bad_alloc const& ) {
+      // Of a library that does not use operator new.
+      out.flush();
+      return complain( ExitStatus::failed, "ostra: out of memory" );
    } catch ( std::exception const& error ) {
       out.flush();
       return complain( ExitStatus::failed, fmt::format( "ostra: {}", error.what() ) );

@@ -57,6 +57,20 @@ DocumentNode::number() const noexcept {
    return plainNumber( text() );
 }
 
+namespace {
+
+template< class Range >
+std::size_t
+countOf( Range const& range ) {
+   std::size_t count = 0;
+   for ( auto it = range.begin(); !( it == range.end() ); ++it ) {
+      ++count;
+   }
+   return count;
+}
+
+} // namespace
+
 Json
 toJson( DocumentNode const& node ) {
    Json json;
@@ -79,7 +93,7 @@ toJson( DocumentNode const& node ) {
       }
       break;
    case NodeKind::map:
-      json = Json::object();
+      json = jsonObject( countOf( node.entries() ) );
       for ( Entry const entry : node.entries() ) {
          appendMember( json, std::string( entry.key ), toJson( entry.value ) );
       }

@@ -125,7 +125,7 @@ Mounts::apply( Item const& item, VacuousRemovals* removals ) {
 
 Json
 Mounts::state() const {
-   Json state = Json::object();
+   Json state = jsonObject( mountKinds.size() );
    for ( std::size_t i = 0; i < mountKinds.size(); ++i ) {
       appendMember(
          state, std::string( mountKinds[ i ].name ), objectToJson( *objects_[ i ] ) );

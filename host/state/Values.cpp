@@ -26,6 +26,13 @@ enumerationToJson( RyxType const& type, std::string const& text ) {
                                : Json( std::distance( names.begin(), found ) );
 }
 
+std::size_t
+sizeOf( GenericIf& object, RyxAttr const& collection ) {
+   auto const size =
+      object.attributeOp( { collection.id(), GenericIf::size }, nullptr, nullptr );
+   return static_cast< std::size_t >( std::stoull( size->strRep() ) );
+}
+
 } // namespace
 
 bool
@@ -138,8 +145,9 @@ scalarToJson( GenericPtr const& value ) {
 
 Json
 objectToJson( GenericIf& object ) {
-   Json json = Json::object();
-   for ( RyxAttr const* attribute : settableAttributes( *object.type() ) ) {
+   auto const attributes = settableAttributes( *object.type() );
+   Json json = jsonObject( attributes.size() );
+   for ( RyxAttr const* attribute : attributes ) {
       appendMember(
          json,
          attribute->name().string(),
@@ -157,7 +165,7 @@ valueToJson( RyxAttr const& attribute, GenericPtr const& value ) {
 
 Json
 collectionToJson( GenericIf& object, RyxAttr const& collection ) {
-   Json json = Json::object();
+   Json json = jsonObject( sizeOf( object, collection ) );
    for ( auto it = object.attributeIterator( collection.id() ); it->nonNull();
          it->iterInc() ) {
       appendMember(

@@ -197,6 +197,18 @@ TEST_F( Membership, IteratorOnTheLastMemberDoesNotKeepItsPortChannelTracked ) {
    EXPECT_FALSE( ++it );
 }
 
+TEST_F( Membership, IteratorByNameDoesNotKeepItsPortChannelTracked ) {
+   mlagMember( "Ethernet1", "Port-Channel10" );
+   start();
+   auto const byName = support::adapted( sm );
+   auto const it = byName->attributeIterator(
+      byName->type()->attr( Ryx::Name( "memberToPortChannel" ) )->id() );
+   ASSERT_TRUE( it->nonNull() );
+   absent( "Ethernet1" );
+   EXPECT_EQ( tracked(), Log() );
+   EXPECT_EQ( snooping(), Log() );
+}
+
 // By name an entry of portChannelTracker can be deleted while members are recorded under it.
 TEST_F( Membership, WatchOutlivesADeletedTrackersEntryUntilItsLastMemberGoes ) {
    mlagMember( "Ethernet1", "Port-Channel10" );

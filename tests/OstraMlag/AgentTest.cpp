@@ -134,6 +134,20 @@ TEST_F( AgentTest, WhoHearsTheLastOfTheOldDirectoryRemovesTheOldReactor ) {
    EXPECT_TRUE( reactor->hasNotificationActive() );
 }
 
+template< class... Input >
+concept MakesMachine = requires( Agent& agent, Input const&... input ) {
+   agent.newMlagErrdisableSm( input... );
+};
+
+TEST_F( AgentTest, AMachineIsMadeOfItsElevenInputsOnly ) {
+   auto const isMachineMadeOf = []< class... Input >( Input const&... ) {
+      return MakesMachine< Input... >;
+   };
+   EXPECT_TRUE( inputs.apply( isMachineMadeOf ) );
+   EXPECT_FALSE( MakesMachine<> );
+   EXPECT_FALSE( (MakesMachine< int, int, int, int, int, int, int, int, int, int, int >));
+}
+
 TEST_F( AgentTest, NewReactorsAndMachinesAreActiveAndNotStored ) {
    auto const reactor = agent->newEthPeerIntfStatusReactor( dirs.peer, dirs.eth, dirs.all );
    EXPECT_TRUE( reactor->hasNotificationActive() );

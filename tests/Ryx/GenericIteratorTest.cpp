@@ -136,6 +136,17 @@ TEST_F( GenericIteratorTest, ReachingOrSteppingPastTheEndThrows ) {
    EXPECT_EQ( support::refusal< Refusal >( [ & ] { it->iterInc(); } ), "null ValidPtr" );
 }
 
+TEST_F( GenericIteratorTest, DoesNotKeepARemovedMember ) {
+   board->spareIs( 7, one );
+   auto const held = one->references();
+   auto const it = iterator( byName, "spare" );
+   board->spareDel( 7 );
+   EXPECT_EQ( one->references(), held - 1 );
+   EXPECT_EQ(
+      support::refusal< Ryx::GenericIfException >( [ & ] { it->iterObj(); } ),
+      "null ValidPtr" );
+}
+
 TEST_F( GenericIteratorTest, OnAConstInstanceDeletesNothing ) {
    board->spareIs( 7, one );
    calls.clear();

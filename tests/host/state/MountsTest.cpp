@@ -5,6 +5,8 @@
 #include <host/state/Mounts>
 #include <host/state/Watcher>
 
+#include <support/AllocationCounter>
+
 #include <gmock/gmock.h>
 
 using ostra::Json;
@@ -294,4 +296,42 @@ TEST_F( MountsTest, FindsTheMountThatFitsAType ) {
    EXPECT_EQ( mounts.objectOf( *type )->strRep(), "lacpConfig" );
    EXPECT_FALSE(
       mounts.objectOf( *Ryx::RyxType::type( Ryx::Name( "Interface::IntfConfig" ) ) ) );
+}
+
+namespace {
+
+// A port's configuration whose default configuration has one, and so on.
+std::string
+nestedConfig( std::size_t depth ) {
+   std::string text = "ethPhyIntfConfig: { intfConfig: { Ethernet1: ";
+   for ( std::size_t i = 0; i < depth; ++i ) {
+      text += "{ defaultConfig: ";
+   }
+   return text + "{}" + std::string( depth, '}' ) + " } }";
+}
+
+std::size_t
+allocationsToTellStateOf( std::size_t depth ) {
+   ostra::Mounts mounts;
+   auto const document = ostra::parseDocument( "patch", nestedConfig( depth ) );
+   mounts.apply( ostra::Item( document ) );
+   support::AllocationCounter const counter;
+   static_cast< void >( mounts.state() );
+   return counter.allocations();
+}
+
+std::size_t
+allocationsToTellPatchOf( std::size_t depth ) {
+   auto const document = ostra::parseDocument( "patch", nestedConfig( depth ) );
+   support::AllocationCounter const counter;
+   static_cast< void >( ostra::toJson( document.root() ) );
+   return counter.allocations();
+}
+
+} // namespace
+
+// Whoever nests as deep as it goes does not wait for minutes.
+TEST( Mounts, TellingNestedStateTakesStepsInProportionToItsDepth ) {
+   EXPECT_LT( allocationsToTellStateOf( 400 ), 2.2 * allocationsToTellStateOf( 200 ) );
+   EXPECT_LT( allocationsToTellPatchOf( 400 ), 2.2 * allocationsToTellPatchOf( 200 ) );
 }
