@@ -82,17 +82,6 @@ LiveSwitch::LiveSwitch( RyxType const& agentType, LiveTime& time )
         records_( time ) {}
 
 void
-LiveSwitch::start() {
-   time_.refresh();
-   diagnostics_.emplace(
-      records_, [ this ] { return time_.instant(); }, std::nullopt );
-   watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { wrote( record ); } );
-   agent_.setAll();
-   Ryx::activityManager()->clock()->handleTime();
-   touch();
-}
-
-void
 LiveSwitch::wrote( WriteRecord const& record ) {
    touch();
    records_.write( time_.instant(), record );
@@ -128,15 +117,17 @@ LiveSwitch::checkPath( Path const& path ) const {
    }
 }
 
-void
-LiveSwitch::check( Item const& root, std::vector< Change > const& changes, Owner by ) {
+std::vector< Change >
+LiveSwitch::check( Item const& root, Owner by ) {
    try {
       root.forEachEntry(
          "a map of mounts", [ & ]( Item const& entry ) { mounts_.checkMount( entry ); } );
    } catch ( Failure const& failure ) {
       refuse( failure );
    }
+   auto changes = changesOf( root );
    owners_.check( changes, by );
+   return changes;
 }
 
 void
@@ -157,7 +148,7 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
          records_.add( { { "type", "release" }, { "interface", change.path.back() } } );
       }
       std::size_t const mount = Mounts::index( change.path.front() );
-      if ( by == Owner::client ) {
+      if ( by != Owner::driver ) {
          changes_.rows.insert( rowOf( change.path, *mounts_.object( mount )->type() ) );
       }
    }
@@ -178,8 +169,7 @@ LiveSwitch::patch( Path const& path, std::string const& text, Acknowledge acknow
          refuse( failure );
       }
    }
-   auto const changes = changesOf( root );
-   check( root, changes, Owner::client );
+   auto const changes = check( root, Owner::client );
    applyNow( root, changes, Owner::client );
    if ( acknowledge ) {
       changes_.acknowledges.push_back( std::move( acknowledge ) );
@@ -190,9 +180,41 @@ LiveSwitch::patch( Path const& path, std::string const& text, Acknowledge acknow
 void
 LiveSwitch::apply( Document const& document, Owner by ) {
    Item const root( document );
-   auto const changes = changesOf( root );
-   check( root, changes, by );
+   auto const changes = check( root, by );
    applyNow( root, changes, by );
+}
+
+void
+LiveSwitch::fileIs( Document const& mounts ) {
+   Item const root( mounts );
+   auto const changes = check( root, Owner::file );
+   auto const before = owners_.file();
+   owners_.fileIs( changes );
+   time_.refresh();
+   passDue();
+   for ( Path const& path : before ) {
+      rowChanged( rowOf( path, *mounts_.object( Mounts::index( path.front() ) )->type() ) );
+      if ( !owners_.isOfFile( path ) ) {
+         unset( path );
+      }
+   }
+   applyNow( root, changes, Owner::file );
+}
+
+// As if nobody had ever set it: an attribute gets its default, a member of a collection goes
+// unless the file still has something in it.
+void
+LiveSwitch::unset( Path const& path ) {
+   static Mounts const defaults;
+   RowKey const row =
+      rowOf( path, *mounts_.object( Mounts::index( path.front() ) )->type() );
+   bool const isMember = row.size() == depthOfEntry;
+   if ( isMember && owners_.isOfFile( row ) ) {
+      return;
+   }
+   Json const value = isMember ? Json() : defaults.at( row );
+   merge(
+      { { row[ 0 ], { { row[ 1 ], isMember ? Json{ { row[ 2 ], value } } : value } } } } );
 }
 
 TurnChanges

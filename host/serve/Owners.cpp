@@ -14,6 +14,7 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view anyKey = "*";
+constexpr std::size_t depthOfEntry = 3;
 
 // What the plug-in writes, with everything below it.
 std::array< Path, 7 > const pluginPaths = { {
@@ -52,7 +53,11 @@ addChanges( Item const& item, std::vector< Change >& changes ) {
    Change::Kind const kind = isMap ? Change::Kind::addEntry
       : item.isNull()              ? Change::Kind::remove
                                    : Change::Kind::set;
-   changes.push_back( { kind, item.keys() } );
+   Change change{ kind, item.keys() };
+   // An empty map of a whole mount or collection changes nothing.
+   if ( kind != Change::Kind::addEntry || change.path.size() >= depthOfEntry ) {
+      changes.push_back( std::move( change ) );
+   }
 }
 
 } // namespace
@@ -92,7 +97,6 @@ changesOf( Item const& patch ) {
 
 bool
 isRelease( Change const& change ) {
-   constexpr std::size_t depthOfEntry = 3;
    return change.kind == Change::Kind::remove && change.path.size() == depthOfEntry &&
       change.path.front() == "mlagissuCause";
 }
@@ -101,9 +105,7 @@ void
 Owners::fileIs( std::vector< Change > const& changes ) {
    file_.clear();
    for ( Change const& change : changes ) {
-      if ( change.kind != Change::Kind::addEntry || change.path.size() > 2 ) {
-         file_.insert( change.path );
-      }
+      file_.insert( change.path );
    }
 }
 

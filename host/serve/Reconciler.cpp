@@ -3,8 +3,6 @@
 
 #include <host/serve/Reconciler>
 
-#include <Ryx/Activity>
-
 #include <algorithm>
 #include <cmath>
 
@@ -43,22 +41,8 @@ nameOf( Enforcement::State state ) {
    return "failed";
 }
 
-// Sees to it that there is a turn; what is due is found at its end.
-class Reconciler::Timer final : public Ryx::Clock::NotifieeConst {
- public:
-   Timer() {
-      notifierIs( Ryx::activityManager()->clock() );
-      timeMinIs( Ryx::never );
-      isRegisteredNotifieeIs( true );
-   }
-};
-
 Reconciler::Reconciler( Driver& driver, Report report )
-      : driver_( driver ), report_( std::move( report ) ), timer_( Ryx::make< Timer >() ) {}
-
-Reconciler::~Reconciler() {
-   timer_->isRegisteredNotifieeIs( false );
-}
+      : driver_( driver ), report_( std::move( report ) ) {}
 
 void
 Reconciler::wantedIs( std::string const& interface, HoldKind kind, bool isHold ) {
@@ -191,7 +175,7 @@ Reconciler::rest() {
       }
       it = open_.erase( it );
    }
-   timer_->timeMinIs( next );
+   wakeUp_.timeIs( next );
 }
 
 Enforcement

@@ -132,10 +132,14 @@ Agent::at( std::span< std::string const > path ) const {
 }
 
 GenericPtr
+Agent::child( std::string_view name ) const {
+   return agent_ ? ostra::read( *agent_, *type_.attr( Ryx::Name( name ) ) ) : nullptr;
+}
+
+GenericPtr
 Agent::call(
    std::string_view child, std::string_view operation, GenericPtr const& value ) const {
-   GenericPtr const called =
-      agent_ ? ostra::read( *agent_, *type_.attr( Ryx::Name( child ) ) ) : nullptr;
+   GenericPtr const called = this->child( child );
    if ( !called ) {
       return nullptr;
    }

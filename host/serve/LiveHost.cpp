@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/LiveHost>
+
+#include <host/run/RecordJson>
+
+#include <array>
+
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+constexpr std::string_view machine = "mlagErrdisableSm";
+constexpr Ryx::Seconds betweenTries = 5;
+
+// What the state machine knows and its successor would not.
+constexpr std::array< char const*, 3 > machineFlags = { "mlagPortsErrdisabled",
+                                                        "nonMlagPortsErrdisabled",
+                                                        "secondaryPrev" };
+
+Json
+noteOf( std::string const& note ) {
+   return note.empty() ? Json() : Json::parse( note );
+}
+
+} // namespace
+
+LiveHost::LiveHost(
+   Options const& options, RyxType const& agentType, Driver& driver, Loop& loop )
+      : bootId_( options.bootId ),
+        live_( agentType, loop.time() ),
+        store_( options.state, options.history, loop.time() ),
+        driver_( driver ),
+        reconciler_(
+           driver, [ this ]( auto const& interface ) { reportPort( interface ); } ),
+        ports_( live_, reconciler_, driver ),
+        loop_( loop ) {}
+
+void
+LiveHost::start( Document const* file ) {
+   live_.owners().driverIs( driver_.mounts() );
+   restore();
+   fileIs( file );
+   driver_.start( loop_, *this );
+   wantAll();
+   live_.writeListenerIs( [ this ]( WriteRecord const& record ) { want( record ); } );
+   live_.start( resumption() );
+   isStarted_ = true;
+   loop_.turnEndIs( [ this ] { endTurn(); } );
+}
+
+void
+LiveHost::restore() {
+   Json const note = noteOf( store_.note() );
+   bool const isSameBoot = note.is_object() && note.at( "boot" ) == bootId_;
+   if ( !store_.finding().empty() ) {
+      findings_.push_back( store_.finding() );
+   }
+   if ( note.is_object() ) {
+      live_.revisionIs( note.at( "revision" ).get< Revision >() );
+   } else {
+      live_.revisionIs( store_.nextId() - 1 );
+   }
+   live_.records().nextIdIs( store_.nextId() );
+   Rows const rows = store_.takeRows();
+   for ( std::string& problem : restoreRows( live_, rows, isSameBoot ) ) {
+      findings_.push_back( std::move( problem ) );
+   }
+   for ( auto const& [ name, value ] : rows ) {
+      live_.rowChanged( rowOfName( name ) );
+   }
+   if ( isSameBoot ) {
+      before_ = note;
+      Json const& start = note.at( "delayStart" );
+      if ( start.is_number() ) {
+         live_.delayStartIs( start.get< double >() );
+      }
+   }
+}
+
+Resumption
+LiveHost::resumption() const {
+   bool const hasHeld = before_.is_object() && before_.contains( "mlagPortsErrdisabled" ) &&
+      live_.delayStart().has_value();
+   if ( !hasHeld ) {
+      return {};
+   }
+   bool const isMlagHeld = before_.at( "mlagPortsErrdisabled" ) == Json( true );
+   return { !isMlagHeld,
+            before_.at( "nonMlagPortsErrdisabled" ) != Json( true ),
+            before_.at( "secondaryPrev" ) == Json( true ),
+            isMlagHeld };
+}
+
+void
+LiveHost::fileIs( Document const* file ) {
+   static Document const nothing = parseDocument( "configuration", "{}" );
+   live_.fileIs( file ? *file : nothing );
+}
+
+void
+LiveHost::facts( Json const& patch ) {
+   live_.apply(
+      parseDocument( std::string( driver_.name() ), lineOf( patch ) ), Owner::driver );
+}
+
+void
+LiveHost::want( WriteRecord const& record ) {
+   auto const& path = record.path;
+   if ( path.size() < 3 ) {
+      return;
+   }
+   if ( path[ 0 ] == "mlagissuCause" ) {
+      reconciler_.wantedIs( path[ 2 ], HoldKind::errdisable, !record.value.is_null() );
+   } else if ( path[ 0 ] == "lacpConfig" ) {
+      bool const isStandby =
+         live_.state( { path[ 0 ], path[ 1 ], path[ 2 ], "stayInStandby" } ) ==
+         Json( true );
+      reconciler_.wantedIs( path[ 2 ], HoldKind::lacpStandby, isStandby );
+   }
+}
+
+void
+LiveHost::wantAll() {
+   for ( Path const& path :
+         { Path{ "mlagissuCause", "intfStatus" }, Path{ "lacpConfig", "portChannel" } } ) {
+      for ( std::string const& key : live_.view().keys( path ) ) {
+         want( { { path[ 0 ], path[ 1 ], key }, true } );
+      }
+   }
+}
+
+void
+LiveHost::reportPort( std::string const& interface ) {
+   Enforcement const enforcement = reconciler_.enforcement( interface );
+   Json record = { { "type", "port" },
+                   { "interface", interface },
+                   { "enforced", nameOf( enforcement.state ) } };
+   if ( !enforcement.error.empty() ) {
+      record[ "error" ] = enforcement.error;
+   }
+   live_.records().add( record );
+   live_.touch();
+}
+
+std::string
+LiveHost::note() const {
+   Json note = { { "boot", bootId_ }, { "revision", live_.revision() } };
+   auto const start = live_.delayStart();
+   note[ "delayStart" ] = start ? toJson( *start ) : Json();
+   for ( char const* flag : machineFlags ) {
+      Json const value = live_.view().at( { "agent", std::string( machine ), flag } );
+      if ( !value.is_null() ) {
+         note[ flag ] = value;
+      }
+   }
+   return note.dump();
+}
+
+void
+LiveHost::commit() {
+   TurnChanges changes = live_.takeChanges();
+   std::string const now = note();
+   bool const isLate = !store_.problem().empty();
+   if (
+      changes.rows.empty() && changes.acknowledges.empty() &&
+      live_.records().pending().empty() && now == lastNote_ && !isLate ) {
+      return;
+   }
+   Store::Turn turn;
+   for ( RowKey const& row : changes.rows ) {
+      turn.rows[ nameOfRow( row ) ] = keptRow( live_, row );
+   }
+   turn.note = now;
+   turn.nextId = live_.records().nextId();
+   turn.records = live_.records().pending();
+   turn.isAwaited = !changes.acknowledges.empty();
+   bool const isDurable =
+      store_.commit( std::move( turn ), [ this ] { return keptRows( live_ ); } );
+   lastNote_ = now;
+   retry_.timeIs( isDurable ? Ryx::never : Ryx::now() + betweenTries );
+   std::optional< Complaint > problem;
+   if ( !isDurable ) {
+      problem = { "store", store_.problem(), "a store that can be written: it is applied" };
+   }
+   for ( Acknowledge const& acknowledge : changes.acknowledges ) {
+      acknowledge( problem );
+   }
+   live_.records().publish();
+}
+
+void
+LiveHost::endTurn() {
+   reconciler_.orderHolds();
+   commit();
+   reconciler_.orderReleases();
+   // What the driver has answered at once.
+   if ( !live_.records().pending().empty() ) {
+      commit();
+   }
+}
+
+bool
+LiveHost::isReady() const {
+   return isStarted_ && reconciler_.isSettled();
+}
+
+} // namespace ostra

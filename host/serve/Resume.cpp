@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// How a new state machine goes on where the one of the process before was.
+
+#include <host/serve/LiveSwitch>
+
+#include <host/run/RecordJson>
+
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+
+namespace ostra {
+
+namespace {
+
+constexpr std::string_view machine = "mlagErrdisableSm";
+
+GenericPtr
+booleanOf( bool value ) {
+   return RyxType::type( "Ryx::Builtin<bool>" )->code().parse( value ? "true" : "false" );
+}
+
+void
+setOf( GenericIf& object, std::string_view name, GenericPtr const& key, bool value ) {
+   write( object, *object.type()->attr( Ryx::Name( name ) ), key, booleanOf( value ) );
+}
+
+} // namespace
+
+void
+LiveSwitch::start( Resumption const& resumption ) {
+   time_.refresh();
+   diagnostics_.emplace(
+      records_, [ this ] { return time_.instant(); }, std::nullopt );
+   watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { wrote( record ); } );
+   setUp( resumption );
+   GenericPtr const sm = agent_.child( machine );
+   if ( sm && resumption.wasSecondary ) {
+      setOf( *sm, "secondaryPrev", nullptr, true );
+   }
+   if ( sm && resumption.hasStandby ) {
+      adoptStandby();
+   }
+   Ryx::activityManager()->clock()->handleTime();
+   touch();
+}
+
+void
+LiveSwitch::merge( Json const& patch ) {
+   Document const document = parseDocument( "state", lineOf( patch ) );
+   mounts_.apply( Item( document ) );
+}
+
+void
+LiveSwitch::setUp( Resumption const& resumption ) {
+   if ( !resumption.isMlagReleased && !resumption.isNonMlagReleased ) {
+      agent_.setAll();
+      return;
+   }
+   Json before = Json::object();
+   for ( char const* name :
+         { "reloadDelay", "reloadDelayNonMlagConfigured", "reloadDelayNonMlag" } ) {
+      before[ name ] = mounts_.at( { "mlagConfig", name } );
+   }
+   // A delay of nothing is over whatever its start, an endless one too; the other class
+   // keeps its own.
+   Json during = before;
+   if ( resumption.isMlagReleased ) {
+      during[ "reloadDelay" ] = 0;
+   }
+   bool const isSeparate = before[ "reloadDelayNonMlagConfigured" ] == Json( true );
+   during[ "reloadDelayNonMlagConfigured" ] = true;
+   during[ "reloadDelayNonMlag" ] = resumption.isNonMlagReleased ? Json( 0 )
+      : isSeparate ? before[ "reloadDelayNonMlag" ]
+                   : before[ "reloadDelay" ];
+   merge( { { "mlagConfig", during } } );
+   agent_.setAll();
+   // Nobody changes a delay here: it is not told of one.
+   agent_.call( machine, "hasNotificationActiveIs", booleanOf( false ) );
+   merge( { { "mlagConfig", before } } );
+   agent_.call( machine, "hasNotificationActiveIs", booleanOf( true ) );
+}
+
+void
+LiveSwitch::adoptStandby() {
+   GenericPtr const sm = agent_.child( machine );
+   RyxAttr const& adopted = *sm->type()->attr( "lagsInStandby" );
+   for ( std::string const& key : mounts_.keys( { "lacpConfig", "portChannel" } ) ) {
+      if (
+         mounts_.at( { "lacpConfig", "portChannel", key, "stayInStandby" } ) ==
+         Json( true ) ) {
+         write( *sm, adopted, keyOf( adopted, key ), booleanOf( true ) );
+      }
+   }
+   if (
+      agent_.at( std::vector< std::string >{ std::string( machine ),
+                                             "mlagPortsErrdisabled" } ) != Json( true ) ) {
+      agent_.call( machine, "doClearErrdisableMlagIntfStatus_" );
+   }
+}
+
+} // namespace ostra

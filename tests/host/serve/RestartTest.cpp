@@ -1,0 +1,244 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Restarts of the live host: what goes on, what begins anew, and that no port goes down that
+// was up.
+
+#include "LiveProcess"
+
+#include <gmock/gmock.h>
+
+#include <fmt/format.h>
+
+using ostra::FakeDriver;
+using ostra::Json;
+using ostra::LiveProcess;
+using ostra::reloadedSwitch;
+using ostra::SimulatedClock;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+namespace {
+
+class Restart : public testing::Test {
+ protected:
+   std::string const& state() const { return directory_.path(); }
+
+   SimulatedClock clock;
+   FakeDriver driver;
+
+ private:
+   ostra::TemporaryDirectory const directory_;
+};
+
+std::string
+role( int state, bool holds ) {
+   return fmt::format(
+      R"(, "mlagStatus": {{"mlagState": {}}}, "mlagProtoStatus": {{"holdInSecondary": {}}})",
+      state,
+      holds );
+}
+
+using Holds = std::vector< std::set< std::string > >;
+
+// What is errdisabled at every second of a life of 40, restarted before every second where
+// that is asked for. Something happens at the tenth.
+Holds
+life(
+   std::string const& directory,
+   std::string const& rest,
+   std::string const& change,
+   bool isRestarted ) {
+   SimulatedClock clock;
+   FakeDriver driver;
+   auto process = std::make_unique< LiveProcess >( directory, clock, driver );
+   process->start();
+   EXPECT_EQ( process->patch( reloadedSwitch( rest ) ), "" );
+   process.reset();
+   // The reload: the configuration is there, the statuses come with the machine.
+   process = std::make_unique< LiveProcess >( directory, clock, driver, "boot 2" );
+   process->start(
+      "{\"ethPhyIntfStatus\": {\"intfStatus\": {\"Ethernet1\": {}, "
+      "\"Ethernet2\": {}, \"Ethernet3\": {}}}" +
+      rest + "}" );
+   Holds holds;
+   for ( int second = 0; second < 40; ++second ) {
+      if ( isRestarted ) {
+         process.reset();
+         process = std::make_unique< LiveProcess >( directory, clock, driver, "boot 2" );
+         process->start(
+            "{\"ethPhyIntfStatus\": {\"intfStatus\": {\"Ethernet1\": {}, "
+            "\"Ethernet2\": {}, \"Ethernet3\": {}}}" +
+            rest + "}" );
+      }
+      if ( second == 10 && !change.empty() ) {
+         EXPECT_EQ( process->patch( change ), "" );
+      }
+      holds.push_back( process->errdisabled() );
+      EXPECT_EQ( driver.held, holds.back() ) << second;
+      process->pass( 1000 );
+   }
+   return holds;
+}
+
+} // namespace
+
+TEST_F( Restart, AtEverySecondOfAReloadChangesNothingWhateverTheRole ) {
+   for ( auto const& [ mlagState, holds ] :
+         std::vector< std::pair< int, bool > >{ { 0, true },
+                                                { 1, true },
+                                                { 2, true },
+                                                { 3, true },
+                                                { 4, true },
+                                                { 4, false } } ) {
+      SCOPED_TRACE( fmt::format( "state {} hold {}", mlagState, holds ) );
+      ostra::TemporaryDirectory const once;
+      ostra::TemporaryDirectory const often;
+      Holds const expected = life( once.path(), role( mlagState, holds ), "", false );
+      EXPECT_EQ( life( often.path(), role( mlagState, holds ), "", true ), expected );
+      EXPECT_THAT( expected.front(), SizeIs( mlagState == 3 || !holds ? 0 : 2 ) );
+   }
+}
+
+TEST_F( Restart, AfterAnEarlyReleaseHoldsNothingAgain ) {
+   for ( std::string const change :
+         { R"({"mlagConfig": {"reloadDelay": 12}})",
+           R"({"mlagConfig": {"reloadDelayNonMlag": 12}})",
+           R"({"mlagConfig": {"reloadDelay": 0, "reloadDelayNonMlag": "inf"}})" } ) {
+      SCOPED_TRACE( change );
+      ostra::TemporaryDirectory const once;
+      ostra::TemporaryDirectory const often;
+      EXPECT_EQ(
+         life( often.path(), role( 2, true ), change, true ),
+         life( once.path(), role( 2, true ), change, false ) );
+   }
+}
+
+TEST_F( Restart, AfterAnEndlessDelayWasReleasedHoldsNothing ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      process.patch( reloadedSwitch() );
+      process.patch(
+         R"({"mlagConfig": {"reloadDelay": "inf", "reloadDelayNonMlag": "inf"}})" );
+   }
+   clock.moment = std::chrono::seconds( 5 );
+   std::string const ports =
+      R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet1": {}, "Ethernet2": {}}}})";
+   {
+      LiveProcess process( state(), clock, driver, "boot 2" );
+      process.start( ports );
+      ASSERT_THAT( process.errdisabled(), SizeIs( 2 ) );
+      process.patch( R"({"mlagStatus": {"mlagState": 3}})" );
+      ASSERT_THAT( process.errdisabled(), IsEmpty() );
+      process.patch( R"({"mlagStatus": {"mlagState": 2}})" );
+   }
+   driver.batches.clear();
+   clock.moment += std::chrono::seconds( 1 );
+   LiveProcess process( state(), clock, driver, "boot 2" );
+   process.start( ports );
+   EXPECT_THAT( process.errdisabled(), IsEmpty() );
+   EXPECT_THAT( driver.batches, IsEmpty() );
+   EXPECT_EQ( process.at( { "mlagConfig", "reloadDelay" } ), "inf" );
+}
+
+TEST_F( Restart, AMonthAfterTheBootHoldsNothing ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( reloadedSwitch() );
+      process.pass( 40'000 );
+      EXPECT_THAT( driver.held, IsEmpty() );
+   }
+   driver.batches.clear();
+   clock.moment += std::chrono::days( 30 );
+   LiveProcess process( state(), clock, driver );
+   process.start( reloadedSwitch() );
+   EXPECT_THAT( process.errdisabled(), IsEmpty() );
+   EXPECT_THAT( driver.batches, IsEmpty() );
+   EXPECT_EQ( process.at( { "mlagProtoStatus", "portsErrdisabled" } ), false );
+   EXPECT_EQ( process.host().ports().summary().at( "mlag" ).at( "state" ), "released" );
+}
+
+TEST_F( Restart, OfAnotherBootKeepsConfigurationAndBeginsADelay ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      ASSERT_EQ( process.patch( reloadedSwitch( role( 4, true ) ) ), "" );
+      ASSERT_EQ(
+         process.patch( R"({"lacpConfig": {"portChannel": {"Port-Channel10": {}}}})" ),
+         "" );
+   }
+   clock.moment = std::chrono::seconds( 3 );
+   LiveProcess process( state(), clock, driver, "boot 2" );
+   process.start();
+   EXPECT_EQ( process.at( { "mlagConfig", "reloadDelay" } ), 20 );
+   EXPECT_EQ(
+      process.at( { "lagInputConfig", "phyIntf", "Ethernet1", "lag" } ), "Port-Channel10" );
+   EXPECT_EQ(
+      process.at( { "lacpConfig", "portChannel", "Port-Channel10", "stayInStandby" } ),
+      false );
+   EXPECT_EQ( process.at( { "mlagStatus", "mlagState" } ), 0 );
+   EXPECT_EQ( process.at( { "mlagProtoStatus", "holdInSecondary" } ), false );
+   EXPECT_EQ( process.at( { "ethPhyIntfStatus", "intfStatus" } ), Json::object() );
+   EXPECT_EQ( process.at( { "mlagProtoStatus", "portsErrdisabledWhen" } ), 3 );
+}
+
+TEST_F( Restart, StandbyEndsWithTheDelayAlsoWhenItDoesNotQualifyAnyMore ) {
+   std::string const standby =
+      R"(, "mlagStatus": {"mlagState": 4, "systemId": "02:00:00:00:10:01"},
+      "mlagProtoStatus": {"holdInSecondary": true},
+      "lacpOverride": {"lagIdConfig": {"Port-Channel10": "02:00:00:00:10:01"}},
+      "lacpConfig": {"portChannel": {"Port-Channel10": {}}}})";
+   std::string file = reloadedSwitch( standby );
+   file.pop_back();
+   file.replace( file.find( "\"reloadDelay\"" ), 0, R"("lacpStandby": true, )" );
+   ostra::Path const path{ "lacpConfig", "portChannel", "Port-Channel10", "stayInStandby" };
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( file );
+      ASSERT_EQ( process.at( path ), true );
+      EXPECT_TRUE( driver.held.contains( "Port-Channel10" ) );
+   }
+   std::string const later = std::string( file ).replace(
+      file.find( "\"mlagState\": 4" ), 14, "\"mlagState\": 1" );
+   LiveProcess process( state(), clock, driver );
+   process.start( later );
+   ASSERT_EQ( process.at( path ), true );
+   process.pass( 19'000 );
+   EXPECT_EQ( process.at( path ), true );
+   process.pass( 2'000 );
+   EXPECT_EQ( process.at( path ), false );
+   EXPECT_FALSE( driver.held.contains( "Port-Channel10" ) );
+}
+
+TEST_F( Restart, NumbersOfRecordsAndRevisionsGoOn ) {
+   ostra::Revision revision = 0;
+   std::size_t records = 0;
+   for ( int i = 0; i < 3; ++i ) {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      EXPECT_EQ( process.host().live().revision(), revision );
+      EXPECT_EQ( process.patch( R"({"mlagConfig": {"domainId": "d"}})" ), "" );
+      revision = process.host().live().revision();
+      auto const history = process.history();
+      EXPECT_GT( history.size(), records );
+      records = history.size();
+      for ( std::size_t k = 0; k < history.size(); ++k ) {
+         EXPECT_EQ( history[ k ].at( "seq" ), k + 1 );
+      }
+   }
+   EXPECT_EQ( revision, 3 );
+}
+
+TEST_F( Restart, SettingTheDateChangesNothing ) {
+   LiveProcess process( state(), clock, driver );
+   process.start( reloadedSwitch( role( 2, true ) ) );
+   clock.offset += std::chrono::days( 365 );
+   process.pass( 10'000 );
+   clock.offset -= std::chrono::days( 730 );
+   process.pass( 9'000 );
+   EXPECT_THAT( process.errdisabled(), SizeIs( 2 ) );
+   process.pass( 1'000 );
+   EXPECT_THAT( process.errdisabled(), ElementsAre( "Ethernet2" ) );
+}
