@@ -19,16 +19,16 @@ constexpr std::size_t depthOfEntry = 3;
 
 // The mounts whose contents are configuration, where clients own them.
 constexpr std::array< std::string_view, 5 > configuration = { {
-   "mlagConfig",
-   "ethPhyIntfConfig",
-   "lagInputConfig",
-   "lacpOverride",
-   "lacpConfig",
+   mount::mlagConfig,
+   mount::ethPhyIntfConfig,
+   mount::lagInputConfig,
+   mount::lacpOverride,
+   mount::lacpConfig,
 } };
 // What the plug-in makes of the peer's statuses.
 constexpr std::array< std::string_view, 2 > derived = { {
-   "ethIntfStatusDir",
-   "allIntfStatusDir",
+   mount::ethIntfStatusDir,
+   mount::allIntfStatusDir,
 } };
 
 bool
@@ -59,7 +59,7 @@ isOfFileAlone( LiveSwitch const& live, RowKey const& row ) {
 // The row without what the plug-in wrote into it, as configuration.
 Json
 configurationOf( RowKey const& row, Json value ) {
-   if ( row.front() == "lacpConfig" && value.is_object() ) {
+   if ( row.front() == mount::lacpConfig && value.is_object() ) {
       value.erase( "stayInStandby" );
    }
    return value;

@@ -113,9 +113,9 @@ LiveHost::want( WriteRecord const& record ) {
    if ( path.size() < 3 ) {
       return;
    }
-   if ( path[ 0 ] == "mlagissuCause" ) {
+   if ( path[ 0 ] == mount::mlagissuCause ) {
       reconciler_.wantedIs( path[ 2 ], HoldKind::errdisable, !record.value.is_null() );
-   } else if ( path[ 0 ] == "lacpConfig" ) {
+   } else if ( path[ 0 ] == mount::lacpConfig ) {
       bool const isStandby =
          live_.state( { path[ 0 ], path[ 1 ], path[ 2 ], "stayInStandby" } ) ==
          Json( true );
@@ -125,8 +125,8 @@ LiveHost::want( WriteRecord const& record ) {
 
 void
 LiveHost::wantAll() {
-   for ( Path const& path :
-         { Path{ "mlagissuCause", "intfStatus" }, Path{ "lacpConfig", "portChannel" } } ) {
+   for ( Path const& path : { Path{ mount::mlagissuCause, "intfStatus" },
+                              Path{ mount::lacpConfig, "portChannel" } } ) {
       for ( std::string const& key : live_.view().keys( path ) ) {
          want( { { path[ 0 ], path[ 1 ], key }, true } );
       }
@@ -152,7 +152,7 @@ LiveHost::note() const {
    auto const start = live_.delayStart();
    note[ "delayStart" ] = start ? toJson( *start ) : Json();
    for ( char const* flag : machineFlags ) {
-      Json const value = live_.view().at( { "agent", std::string( machine ), flag } );
+      Json const value = live_.view().at( { agentKey, std::string( machine ), flag } );
       if ( !value.is_null() ) {
          note[ flag ] = value;
       }

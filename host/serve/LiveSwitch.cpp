@@ -221,7 +221,7 @@ TurnChanges
 LiveSwitch::takeChanges() {
    // Between the start and the end of an instant it may have begun and be over again.
    double const start =
-      secondsOf( mounts_.at( { "mlagProtoStatus", "portsErrdisabledWhen" } ) );
+      secondsOf( mounts_.at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) );
    if ( std::isfinite( start ) ) {
       delayStart_ = start;
    }

@@ -3,6 +3,8 @@
 
 #include <host/serve/Owners>
 
+#include <host/state/MountTable>
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -18,13 +20,13 @@ constexpr std::size_t depthOfEntry = 3;
 
 // What the plug-in writes, with everything below it.
 std::array< Path, 7 > const pluginPaths = { {
-   { "mlagProtoStatus", "portsErrdisabled" },
-   { "mlagProtoStatus", "portsErrdisabledWhen" },
-   { "mlagissuCause" },
-   { "igmpsnoopingConfig" },
-   { "lacpConfig", "portChannel", std::string( anyKey ), "stayInStandby" },
-   { "ethIntfStatusDir" },
-   { "allIntfStatusDir" },
+   { mount::mlagProtoStatus, "portsErrdisabled" },
+   { mount::mlagProtoStatus, "portsErrdisabledWhen" },
+   { mount::mlagissuCause },
+   { mount::igmpsnoopingConfig },
+   { mount::lacpConfig, "portChannel", std::string( anyKey ), "stayInStandby" },
+   { mount::ethIntfStatusDir },
+   { mount::allIntfStatusDir },
 } };
 
 bool
@@ -98,7 +100,7 @@ changesOf( Item const& patch ) {
 bool
 isRelease( Change const& change ) {
    return change.kind == Change::Kind::remove && change.path.size() == depthOfEntry &&
-      change.path.front() == "mlagissuCause";
+      change.path.front() == mount::mlagissuCause;
 }
 
 void

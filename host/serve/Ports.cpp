@@ -70,8 +70,8 @@ reasonOf( std::string const& portClass, Json const& hold ) {
 std::vector< IntfId >
 Ports::ids() const {
    std::vector< IntfId > ids;
-   for ( Path const& path : { Path{ "ethPhyIntfStatus", "intfStatus" },
-                              Path{ "mlagissuCause", "intfStatus" } } ) {
+   for ( Path const& path : { Path{ mount::ethPhyIntfStatus, "intfStatus" },
+                              Path{ mount::mlagissuCause, "intfStatus" } } ) {
       for ( std::string const& key : live_.view().keys( path ) ) {
          ids.emplace_back( key );
       }
@@ -90,7 +90,8 @@ Ports::asks( std::string_view operation, IntfId id ) const {
 
 bool
 Ports::machineFlag( std::string const& attribute ) const {
-   return live_.view().at( { "agent", std::string( machine ), attribute } ) == Json( true );
+   return live_.view().at( { agentKey, std::string( machine ), attribute } ) ==
+      Json( true );
 }
 
 std::string
@@ -117,10 +118,11 @@ Ports::classState( bool isMlag ) const {
    GenericPtr const nonMlag =
       isMlag ? nullptr : live_.agent().call( machine, "reloadDelayNonMlag" );
    double const delay = secondsOf(
-      isMlag ? live_.view().at( { "mlagConfig", "reloadDelay" } )
+      isMlag ? live_.view().at( { mount::mlagConfig, "reloadDelay" } )
              : scalarToJson( nonMlag ) );
    return { true,
-            secondsOf( live_.view().at( { "mlagProtoStatus", "portsErrdisabledWhen" } ) ) +
+            secondsOf(
+               live_.view().at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) ) +
                delay };
 }
 
@@ -139,17 +141,17 @@ Ports::hold(
 Json
 Ports::holdOf(
    IntfId id, std::string const& portChannel, bool isMlag, Classes const& classes ) const {
-   auto const since = live_.state( { "mlagissuCause", "intfStatus", id.string() } );
+   auto const since = live_.state( { mount::mlagissuCause, "intfStatus", id.string() } );
    if ( since ) {
       Class const& portClass = isMlag ? classes.mlag : classes.nonMlag;
       return hold( HoldKind::errdisable, *since, portClass, id.string() );
    }
    bool const isStandby = !portChannel.empty() &&
-      live_.state( { "lacpConfig", "portChannel", portChannel, "stayInStandby" } ) ==
+      live_.state( { mount::lacpConfig, "portChannel", portChannel, "stayInStandby" } ) ==
          Json( true );
    return isStandby ? hold(
                          HoldKind::lacpStandby,
-                         numberAt( { "mlagProtoStatus", "portsErrdisabledWhen" } ),
+                         numberAt( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ),
                          classes.mlag,
                          portChannel )
                     : Json();
@@ -164,21 +166,24 @@ Json
 Ports::portJson( IntfId id, Classes const& classes ) const {
    std::string const name = id.string();
    std::string const portClass = classOf( id );
-   Json const portChannel = live_.view().at( { "lagInputConfig", "phyIntf", name, "lag" } );
+   Json const portChannel =
+      live_.view().at( { mount::lagInputConfig, "phyIntf", name, "lag" } );
    auto const device = driver_.deviceOf( name );
    Json held = holdOf( id, text( portChannel ), portClass == "mlag", classes );
    std::string reason = reasonOf( portClass, held );
-   return { { "interface", name },
-            { "device", device ? Json( *device ) : Json() },
-            { "class", portClass },
-            { "portChannel", portChannel },
-            { "admin",
-              live_.view().at(
-                 { "ethPhyIntfConfig", "intfConfig", name, "adminEnabledStateLocal" } ) },
-            { "link",
-              live_.view().at( { "ethPhyIntfStatus", "intfStatus", name, "linkStatus" } ) },
-            { "hold", std::move( held ) },
-            { "reason", std::move( reason ) } };
+   return {
+      { "interface", name },
+      { "device", device ? Json( *device ) : Json() },
+      { "class", portClass },
+      { "portChannel", portChannel },
+      { "admin",
+        live_.view().at(
+           { mount::ethPhyIntfConfig, "intfConfig", name, "adminEnabledStateLocal" } ) },
+      { "link",
+        live_.view().at( { mount::ethPhyIntfStatus, "intfStatus", name, "linkStatus" } ) },
+      { "hold", std::move( held ) },
+      { "reason", std::move( reason ) }
+   };
 }
 
 Json
@@ -193,8 +198,8 @@ Ports::all() const {
 
 std::optional< Json >
 Ports::port( std::string const& name ) const {
-   bool const isThere = live_.state( { "ethPhyIntfStatus", "intfStatus", name } ) ||
-      live_.state( { "mlagissuCause", "intfStatus", name } );
+   bool const isThere = live_.state( { mount::ethPhyIntfStatus, "intfStatus", name } ) ||
+      live_.state( { mount::mlagissuCause, "intfStatus", name } );
    return isThere ? std::optional( portJson(
                        IntfId( name ), { classState( true ), classState( false ) } ) )
                   : std::nullopt;

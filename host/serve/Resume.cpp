@@ -61,7 +61,7 @@ LiveSwitch::setUp( Resumption const& resumption ) {
    Json before = Json::object();
    for ( char const* name :
          { "reloadDelay", "reloadDelayNonMlagConfigured", "reloadDelayNonMlag" } ) {
-      before[ name ] = mounts_.at( { "mlagConfig", name } );
+      before[ name ] = mounts_.at( { mount::mlagConfig, name } );
    }
    // A delay of nothing is over whatever its start, an endless one too; the other class
    // keeps its own.
@@ -74,11 +74,11 @@ LiveSwitch::setUp( Resumption const& resumption ) {
    during[ "reloadDelayNonMlag" ] = resumption.isNonMlagReleased ? Json( 0 )
       : isSeparate ? before[ "reloadDelayNonMlag" ]
                    : before[ "reloadDelay" ];
-   merge( { { "mlagConfig", during } } );
+   merge( { { mount::mlagConfig, during } } );
    agent_.setAll();
    // Nobody changes a delay here: it is not told of one.
    agent_.call( machine, "hasNotificationActiveIs", booleanOf( false ) );
-   merge( { { "mlagConfig", before } } );
+   merge( { { mount::mlagConfig, before } } );
    agent_.call( machine, "hasNotificationActiveIs", booleanOf( true ) );
 }
 
@@ -86,9 +86,9 @@ void
 LiveSwitch::adoptStandby() {
    GenericPtr const sm = agent_.child( machine );
    RyxAttr const& adopted = *sm->type()->attr( "lagsInStandby" );
-   for ( std::string const& key : mounts_.keys( { "lacpConfig", "portChannel" } ) ) {
+   for ( std::string const& key : mounts_.keys( { mount::lacpConfig, "portChannel" } ) ) {
       if (
-         mounts_.at( { "lacpConfig", "portChannel", key, "stayInStandby" } ) ==
+         mounts_.at( { mount::lacpConfig, "portChannel", key, "stayInStandby" } ) ==
          Json( true ) ) {
          write( *sm, adopted, keyOf( adopted, key ), booleanOf( true ) );
       }
