@@ -332,6 +332,6 @@ allocationsToTellPatchOf( std::size_t depth ) {
 
 // Whoever nests as deep as it goes does not wait for minutes.
 TEST( Mounts, TellingNestedStateTakesStepsInProportionToItsDepth ) {
-   EXPECT_LT( allocationsToTellStateOf( 400 ), 2.2 * allocationsToTellStateOf( 200 ) );
-   EXPECT_LT( allocationsToTellPatchOf( 400 ), 2.2 * allocationsToTellPatchOf( 200 ) );
+   EXPECT_LT( 10 * allocationsToTellStateOf( 400 ), 22 * allocationsToTellStateOf( 200 ) );
+   EXPECT_LT( 10 * allocationsToTellPatchOf( 400 ), 22 * allocationsToTellPatchOf( 200 ) );
 }
