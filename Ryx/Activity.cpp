@@ -10,24 +10,28 @@ namespace Ryx {
 ActivityConfig::ActivityConfig() = default;
 
 // What is still pending waits for the next change, and for the activity that tells of it. A
-// time that has come is the clock's again: there may be no other.
+// time that has come is the clock's again: there may be no other activity.
 ActivityConfig::~ActivityConfig() {
-   for ( Waiting const& waiting : queue_ ) {
-      if ( waiting.isOver() ) {
+   while ( !queue_.isAlone() ) {
+      Waiting& waiting = takeFirst( queue_ );
+      auto const notifiee = Ptr< PtrInterface::NotifieeConst >::adopt( &waiting.notifiee );
+      if ( waiting.isOver ) {
          continue;
       }
-      waiting.notifiee->ticket_ = 0;
+      waiting.isOver = true;
       if (
          auto const* timer =
-            dynamic_cast< Clock::NotifieeConst const* >( waiting.notifiee.ptr() ) ) {
+            dynamic_cast< Clock::NotifieeConst const* >( notifiee.ptr() ) ) {
          timer->activityLost();
       }
    }
 }
 
-bool
-ActivityConfig::Waiting::isOver() const noexcept {
-   return notifiee->ticket_ != ticket;
+ActivityConfig::Waiting&
+ActivityConfig::takeFirst( QueueLink& queue ) noexcept {
+   auto& first = static_cast< Waiting& >( *queue.next() );
+   first.leave();
+   return first;
 }
 
 // Of one to which the caller has the queue's reference: whether it would be there without.
@@ -38,37 +42,50 @@ ActivityConfig::isWanted( PtrInterface::NotifieeConst const& notifiee ) noexcept
 }
 
 void
-ActivityConfig::notifieeIs( Ptr< PtrInterface::NotifieeConst > notifiee ) {
-   static std::uint32_t tickets = 0;
-   if ( notifiee->ticket_ == 0 ) {
-      PtrInterface::NotifieeConst const& waiting = *notifiee;
-      queue_.push_back( { std::move( notifiee ), tickets + 1 } );
-      tickets += tickets + 1 == 0 ? 2 : 1;
-      waiting.ticket_ = queue_.back().ticket;
+ActivityConfig::notifieeIs( Ptr< PtrInterface::NotifieeConst > const& notifiee ) {
+   Waiting& waiting = notifiee->waiting();
+   if ( !waiting.isOver ) {
+      return;
    }
+   waiting.isOver = false;
+   if ( waiting.isAlone() ) {
+      notifiee->newReference();
+   } else {
+      // A place that it had before, with its reference.
+      waiting.leave();
+   }
+   waiting.joinEnd( queue_ );
+}
+
+std::size_t
+ActivityConfig::pending() const noexcept {
+   std::size_t length = 0;
+   for ( auto const* link = queue_.next(); link != &queue_; link = link->next() ) {
+      ++length;
+   }
+   return length;
 }
 
 unsigned
 ActivityConfig::handleActivity() {
    Ptr< ActivityConfig const > const alive( this );
    unsigned calls = 0;
-   auto waitingNow = std::exchange( queue_, {} );
-   for ( auto it = waitingNow.begin(); it != waitingNow.end(); ) {
-      auto const waiting = it++;
-      bool const isOver = waiting->isOver();
-      Ptr< PtrInterface::NotifieeConst > const notifiee = std::move( waiting->notifiee );
-      if ( isOver || !isWanted( *notifiee ) ) {
+   QueueLink now;
+   now.takeAll( queue_ );
+   while ( !now.isAlone() ) {
+      Waiting& waiting = takeFirst( now );
+      auto notifiee = Ptr< PtrInterface::NotifieeConst >::adopt( &waiting.notifiee );
+      if ( waiting.isOver || !isWanted( *notifiee ) ) {
          continue;
       }
       if ( !notifiee->isRegisteredNotifiee() ) {
-         waiting->notifiee = notifiee;
-         queue_.splice( queue_.end(), waitingNow, waiting );
+         notifiee.release();
+         waiting.joinEnd( queue_ );
          continue;
       }
-      notifiee->ticket_ = 0;
-      callExpecting( *notifiee, notifiee->pendingAttributeId(), [ & ] {
-         notifiee->handleNotification( this );
-      } );
+      waiting.isOver = true;
+      callExpecting(
+         *notifiee, waiting.pending, [ & ] { notifiee->handleNotification( this ); } );
       ++calls;
    }
    return calls;

@@ -145,19 +145,55 @@ Clock::handleTime() {
    Delivery delivery( *this );
    do {
       NotifieeConst& due = *armed_.front().notifiee;
-      Delivery::Turn const turn( delivery, due );
-      if ( !due.isDeferred() || !due.queue() ) [[likely]] {
+      if ( due.isEnding() ) [[unlikely]] {
          due.leave();
-         due.unfired_ = false;
-         try {
-            due.onTime();
-         } catch ( ... ) {
-            delivery.handleException( due, timeAttributeId );
-         }
+         continue;
       }
-      ++calls;
+      Delivery::Turn const turn( delivery, due );
+      if ( due.isDeferred() ) [[unlikely]] {
+         calls += fireDeferred( due, delivery ) ? 1 : 0;
+      } else {
+         fire( due, delivery );
+         ++calls;
+      }
    } while ( isDue() );
    return calls;
+}
+
+inline void
+Clock::fire( NotifieeConst& due, Delivery const& delivery ) {
+   due.fired();
+   try {
+      due.onTime();
+   } catch ( ... ) {
+      delivery.handleException( due, timeAttributeId );
+   }
+}
+
+// False if it is not the next one any more when it has been asked for its activity.
+bool
+Clock::fireDeferred( NotifieeConst& due, Delivery const& delivery ) {
+   ActivityConfig* activity = nullptr;
+   try {
+      activity = delivery.activityOf( due );
+   } catch ( ... ) {
+      bool const fires = isNext( due );
+      if ( fires ) {
+         due.fired();
+      }
+      delivery.handleException( due, timeAttributeId );
+      return fires;
+   }
+   if ( !isNext( due ) ) {
+      return false;
+   }
+   if ( activity ) {
+      due.queueAt( *activity );
+   } else {
+      // It has lost its activity since it registered.
+      fire( due, delivery );
+   }
+   return true;
 }
 
 Clock::NotifieeConst::~NotifieeConst() {
@@ -181,21 +217,26 @@ Clock::NotifieeConst::notifierIs( Ptr< PtrInterface const > const& notifier ) {
 
 void
 Clock::NotifieeConst::bind( Notifier const* notifier ) const {
+   // It may be let go of when the notifiee is asked for its activity.
+   bool const isAsked = notifier && isRegisteredNotifiee();
+   Ptr< Notifier const > const alive( isAsked ? notifier : nullptr );
+   bool const deferred = isAsked && isToBeDeferred();
    if ( auto const* const clock = static_cast< Clock const* >( notifier ) ) {
       clock->watcherIs();
    }
-   // Let go last: the old clock's last word may destroy or re-point this notifiee.
+   // Let go of at the end: the old clock's onZeroReferences may destroy or re-point this
+   // notifiee.
    Ptr< Clock const > const old( isWeakReference() ? nullptr : watched() );
    withdraw();
    if ( watched() ) {
       --watched()->watchers_;
    }
-   Entity::NotifieeConst::bind( notifier );
+   bindAs( deferred, notifier );
    arrive();
 }
 
-// A deferred onTime comes on its own: the pending attribute id is of what the clock told
-// as a notifier. What that calls may take the time back.
+// A deferred onTime is told apart from the pending attribute id, which is of what the clock
+// told as a notifier. A callback of the latter may take the time back.
 void
 Clock::NotifieeConst::handleNotification( ActivityConfig* activity ) {
    if ( !timePending_ ) {
@@ -250,7 +291,7 @@ Clock::NotifieeConst::withdraw() const noexcept {
 
 void
 Clock::NotifieeConst::timeDropped() const noexcept {
-   if ( timePending_ ) {
+   if ( timePending_ ) [[unlikely]] {
       timePending_ = false;
       waitsNoMore();
    }
@@ -276,18 +317,29 @@ Clock::NotifieeConst::rearm() const noexcept {
    }
 }
 
-// False when it has lost its activity since it registered.
-bool
-Clock::NotifieeConst::queue() {
-   ActivityConfig* const activity = ryxFwkActivity();
-   if ( !activity ) {
-      return false;
-   }
-   activity->notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
+void
+Clock::NotifieeConst::fired() const noexcept {
    leave();
    unfired_ = false;
+}
+
+void
+Clock::NotifieeConst::queueAt( ActivityConfig& activity ) {
+   fired();
    timePending_ = true;
-   return true;
+   activity.notifieeIs( Ptr< PtrInterface::NotifieeConst >( this ) );
+}
+
+void
+Clock::NotifieeConst::zeroReferencesIs( bool zero ) {
+   hasBeenLetGo_ = true;
+   Entity::NotifieeConst::zeroReferencesIs( zero );
+}
+
+// While the destructors run nobody references it, as nobody references one that is merely held.
+bool
+Clock::NotifieeConst::isEnding() const noexcept {
+   return hasBeenLetGo_ && !Delivery::isHeld( *this );
 }
 
 } // namespace Ryx

@@ -5,6 +5,9 @@
 
 #include <Ryx/Delivery>
 
+#include <Ryx/Activity>
+
+#include <algorithm>
 #include <mutex>
 #include <new>
 
@@ -14,8 +17,9 @@ std::atomic< Delivery* > Delivery::innermost_ = nullptr;
 
 namespace {
 
-// A thread that was started within a delivery may find it under way: their chain is walked
-// and shortened by one thread at a time.
+// A thread that was started within a delivery may find it under way: the chain of deliveries
+// is walked and shortened by one thread at a time. That thread may come back to it: a snapshot
+// allocates, and a new-handler may let go of notifiees.
 class OneAtATime {
  public:
    explicit OneAtATime( bool isSeen = true ) noexcept
@@ -33,12 +37,12 @@ class OneAtATime {
    OneAtATime& operator=( OneAtATime const& ) = delete;
 
  private:
-   static std::mutex underWay;
+   static std::recursive_mutex underWay;
 
    bool const isLocked_;
 };
 
-std::mutex OneAtATime::underWay;
+std::recursive_mutex OneAtATime::underWay;
 
 } // namespace
 
@@ -60,8 +64,10 @@ Delivery::keeps( PtrInterface const& object ) noexcept {
    return object.references() != 0;
 }
 
-// Whether the list has to be left for an object that may be a notifiee. A long rest of the
-// list is not searched for each, unless another thread asks, which is to change nothing.
+// Whether the object is a notifiee that is still to be called from the list, or may be one: the
+// list is searched no farther than inlineSize, so that letting go of an object stays cheap. A
+// snapshot that was not needed only costs time. If there is a second thread, all of the list is
+// searched: a thread that is not the delivery's own takes a snapshot only if it must.
 bool
 Delivery::isToCome( PtrInterface const& object ) const noexcept {
    if ( ( state_ & hasSnapshot ) != 0 || !at_ ) {
@@ -90,8 +96,8 @@ Delivery::takeSnapshots( Notifier const& notifier ) noexcept {
    }
 }
 
-// With a second thread it is nobody's business but its own. Those that are under way since
-// there was only one become so, too.
+// With a second thread nobody else can see the delivery, because it holds all that it needs from
+// the beginning. So do those from now on that began while there was one thread.
 void
 Delivery::beginAside() noexcept {
    if ( isAny() ) {
@@ -124,7 +130,7 @@ Delivery::rangeIs( NotifieeConst* first, NotifieeConst* last ) noexcept {
    OneAtATime const scope( isSeen() );
    at_ = first;
    last_ = last;
-   if ( !singleThreaded() ) {
+   if ( !isSeen() || !singleThreaded() ) {
       state_ &= ~hasSnapshot;
       beSafeFromThreads();
    }
@@ -164,7 +170,9 @@ Delivery::holdNotifier() noexcept {
    }
 }
 
-// The first of it is the one that is being called.
+// The first notifiee in it is the one that is being called. The first piece is taken before
+// memory for more is looked for: a new-handler may then change the list, and end any notifiee
+// that is not in that piece. The others are found by their registration numbers.
 void
 Delivery::takeSnapshot() noexcept {
    if ( ( state_ & hasSnapshot ) != 0 ) {
@@ -178,45 +186,50 @@ Delivery::takeSnapshot() noexcept {
    if ( !at_ ) {
       return;
    }
-   std::uint32_t rest = 1;
-   for ( NotifieeConst const* notifiee = at_; notifiee != last_;
-         notifiee = notifiee->next_ ) {
-      ++rest;
+   taken_ = at_->registration_ - 1;
+   lastRegistration_ = last_->registration_;
+   std::uint32_t const rest = takeFrom( at_, inlineSize );
+   if ( rest == 0 ) {
+      return;
    }
-   if ( rest > inlineSize ) {
-      if ( auto** const room = new ( std::nothrow ) NotifieeConst*[ rest ] ) {
-         snapshot_ = room;
-         state_ |= hasRoom;
-      } else {
-         isInPieces_ = true;
-         taken_ = at_->registration_ - 1;
-         lastRegistration_ = last_->registration_;
-         takePiece();
-         return;
-      }
-   }
-   bool const alone = singleThreaded();
-   NotifieeConst* notifiee = at_;
-   for ( ; size_ < rest; notifiee = notifiee->next_ ) {
-      hold( notifiee, alone );
-      snapshot_[ size_++ ] = notifiee;
+   if ( auto** const room = new ( std::nothrow ) NotifieeConst*[ inlineSize + rest ] ) {
+      std::copy_n( inline_, inlineSize, room );
+      snapshot_ = room;
+      state_ |= hasRoom;
+      takeFrom( notifier_->head_, inlineSize + rest );
+   } else {
+      isInPieces_ = true;
    }
 }
 
-// Takes as many as fit of those that were registered when the delivery began; false when
-// none is left. How far it is along the list is reckoned from the last one taken, so that
-// registrations may wrap around.
+// Takes notifiees from `first` on along the list, of those that were registered when the
+// delivery began and have not been taken, until the snapshot has `size`. Returns how many
+// there are beyond that. Registration numbers are compared by their distance from the last one
+// taken, because they wrap around.
+std::uint32_t
+Delivery::takeFrom( NotifieeConst* first, std::uint32_t size ) noexcept {
+   bool const alone = singleThreaded();
+   std::uint32_t const from = taken_;
+   std::uint32_t left = 0;
+   for ( auto* notifiee = first; notifiee; notifiee = notifiee->next_ ) {
+      if ( notifiee->registration_ - from - 1 >= lastRegistration_ - from ) {
+         continue;
+      }
+      if ( size_ == size ) {
+         ++left;
+         continue;
+      }
+      hold( notifiee, alone );
+      snapshot_[ size_++ ] = notifiee;
+      taken_ = notifiee->registration_;
+   }
+   return left;
+}
+
 bool
 Delivery::takePiece() noexcept {
    size_ = 0;
-   for ( auto* notifiee = notifier_->head_; notifiee && size_ < inlineSize;
-         notifiee = notifiee->next_ ) {
-      if ( notifiee->registration_ - taken_ - 1 < lastRegistration_ - taken_ ) {
-         hold( notifiee, singleThreaded() );
-         snapshot_[ size_++ ] = notifiee;
-         taken_ = notifiee->registration_;
-      }
-   }
+   takeFrom( notifier_->head_, inlineSize );
    return size_ > 0;
 }
 
@@ -232,19 +245,46 @@ Delivery::handleException( NotifieeConst& notifiee, AttributeId id ) const noexc
    handleCallbackException( notifiee, id );
 }
 
+ActivityConfig*
+Delivery::activityOf( NotifieeConst& notifiee ) const {
+   Expect::Pause const pause( scope_ );
+   return notifiee.ryxFwkActivity();
+}
+
 bool
-Delivery::wantsMember( NotifieeConst const& notifiee ) {
-   return !notifiee.deferred_ && notifiee.isStreamAdapter();
+Delivery::isForAdapter( NotifieeConst& notifiee, AttributeId id ) const {
+   if ( !notifiee.deferred_ ) {
+      return notifiee.isStreamAdapter();
+   }
+   defer( notifiee, id );
+   return false;
 }
 
 void
-Delivery::notifyOtherwise(
-   NotifieeConst& notifiee, AttributeId id, String8 const& member ) {
-   if ( notifiee.deferred_ ) {
-      notifiee.defer( id );
-   } else if ( !notifiee.isStreamAdapter() ) {
-      return;
-   } else if ( member.empty() ) {
+Delivery::defer( NotifieeConst& notifiee, AttributeId id ) const {
+   NotifieeConst::Waiting& waiting = *notifiee.waiting_;
+   if ( waiting.isOver ) {
+      std::uint32_t const registration = notifiee.registration_;
+      ActivityConfig* const activity = activityOf( notifiee );
+      if (
+         !notifiee.registered_ || notifiee.notifier_ != notifier_ ||
+         notifiee.registration_ != registration ) {
+         // It left when it was asked.
+         return;
+      }
+      if ( !activity ) {
+         // It has lost its activity since it registered.
+         notifiee.handleDefault( nullptr, id, false );
+         return;
+      }
+      activity->notifieeIs( Ptr< NotifieeConst >( &notifiee ) );
+   }
+   waiting.pending = waiting.pending == 0 || waiting.pending == id ? id : allAttributesId;
+}
+
+void
+Delivery::tellAdapter( NotifieeConst& notifiee, AttributeId id, String8 const& member ) {
+   if ( member.empty() ) {
       notifiee.onAttribute( id );
    } else {
       notifiee.onCollectionNotification( member );
@@ -256,7 +296,7 @@ handleCallbackException( PtrInterface::NotifieeConst& notifiee, AttributeId id )
    try {
       notifiee.onNotificationException( id );
    } catch ( ... ) {
-      // It had its say about its own exception; the setter must not see either.
+      // It has been told of its own exception; the setter is to see neither.
       return;
    }
 }

@@ -5,12 +5,34 @@
 
 #include <Ryx/Activity>
 
+#include <utility>
+
 namespace Ryx {
 
 PtrInterface::NotifieeConst::NotifieeConst() : PtrInterface( activeBit ) {}
 
 PtrInterface::NotifieeConst::~NotifieeConst() {
-   bind( nullptr );
+   if ( Notifier const* const old = notifier_ ) {
+      leave();
+      notifier_ = nullptr;
+      if ( !weak_ ) {
+         old->deleteReference();
+      }
+   }
+   if ( waiting_ ) [[unlikely]] {
+      delete waiting_;
+   }
+}
+
+// Takes it out of the notifier's list, or of those that are in none.
+inline void
+PtrInterface::NotifieeConst::leave() const noexcept {
+   auto* self = const_cast< NotifieeConst* >( this );
+   if ( registered_ ) {
+      notifier_->unlink( self );
+   } else if ( weak_ ) {
+      Notifier::unpark( self );
+   }
 }
 
 void
@@ -23,7 +45,12 @@ PtrInterface::NotifieeConst::hasNotificationActiveIs( bool active ) {
       registeredWhenActive_ = registered_;
       isRegisteredNotifieeIs( false );
    } else if ( registeredWhenActive_ ) {
-      isRegisteredNotifieeIs( true );
+      try {
+         isRegisteredNotifieeIs( true );
+      } catch ( ... ) {
+         flagIs( activeBit, false );
+         throw;
+      }
    }
 }
 
@@ -33,16 +60,23 @@ PtrInterface::NotifieeConst::isRegisteredNotifieeIs( bool registered ) const {
       return;
    }
    auto* self = const_cast< NotifieeConst* >( this );
-   registered_ = registered;
-   if ( !notifier_ ) {
+   if ( registered ) {
+      bool const deferred = notifier_ && isToBeDeferred();
+      if ( registered_ ) {
+         // It has registered itself when it was asked.
+         return;
+      }
+      registered_ = true;
+      if ( notifier_ ) {
+         if ( weak_ ) {
+            Notifier::unpark( self );
+         }
+         joinAs( deferred );
+      }
       return;
    }
-   if ( registered ) {
-      if ( weak_ ) {
-         Notifier::unpark( self );
-      }
-      join();
-   } else {
+   registered_ = false;
+   if ( notifier_ ) {
       notifier_->unlink( self );
       if ( weak_ ) {
          notifier_->park( self );
@@ -57,22 +91,32 @@ PtrInterface::NotifieeConst::notifierIs( Ptr< PtrInterface const > const& notifi
 
 void
 PtrInterface::NotifieeConst::bind( Notifier const* notifier ) const {
+   if ( !registered_ || !notifier ) [[likely]] {
+      bindAs( false, notifier );
+      return;
+   }
+   // It may be let go of when the notifiee is asked.
+   Ptr< Notifier const > const alive( notifier );
+   bindAs( isToBeDeferred(), notifier );
+}
+
+void
+PtrInterface::NotifieeConst::bindAs(
+   bool deferred, Notifier const* notifier ) const noexcept {
    auto* self = const_cast< NotifieeConst* >( this );
    Notifier const* const old = notifier_;
    if ( notifier && !weak_ ) {
       notifier->newReference();
    }
-   if ( old && registered_ ) {
-      old->unlink( self );
-   } else if ( old && weak_ ) {
-      Notifier::unpark( self );
-   }
-   if ( notifier != old ) {
-      notifierLost();
+   if ( old ) {
+      leave();
+      if ( notifier != old ) {
+         notifierLost();
+      }
    }
    notifier_ = notifier;
    if ( notifier && registered_ ) {
-      join();
+      joinAs( deferred );
    } else if ( notifier && weak_ ) {
       notifier->park( self );
    }
@@ -82,18 +126,38 @@ PtrInterface::NotifieeConst::bind( Notifier const* notifier ) const {
 }
 
 void
-PtrInterface::NotifieeConst::join() const {
-   auto* self = const_cast< NotifieeConst* >( this );
-   deferredIs( self->ryxFwkActivity() != nullptr );
-   notifier_->link( self );
+PtrInterface::NotifieeConst::joinAs( bool deferred ) const noexcept {
+   deferredIs( deferred );
+   notifier_->link( const_cast< NotifieeConst* >( this ) );
 }
 
 // What is pending is of a notifier that it watches no more.
 void
 PtrInterface::NotifieeConst::notifierLost() const noexcept {
    notifier_ = nullptr;
-   pending_ = 0;
-   ticket_ = 0;
+   if ( waiting_ ) [[unlikely]] {
+      waiting_->drop();
+   }
+}
+
+PtrInterface::NotifieeConst::Waiting&
+PtrInterface::NotifieeConst::waiting() const {
+   if ( !waiting_ ) {
+      waiting_ = new Waiting( const_cast< NotifieeConst& >( *this ) );
+   }
+   return *waiting_;
+}
+
+AttributeId
+PtrInterface::NotifieeConst::pendingAttributeId() const noexcept {
+   return waiting_ ? waiting_->pending : 0;
+}
+
+void
+PtrInterface::NotifieeConst::waitsNoMore() const noexcept {
+   if ( pendingAttributeId() == 0 && waiting_ ) {
+      waiting_->drop();
+   }
 }
 
 void
@@ -105,23 +169,8 @@ PtrInterface::NotifieeConst::isWeakReferenceIs( bool weak ) {
 }
 
 void
-PtrInterface::NotifieeConst::defer( AttributeId id ) {
-   if ( ticket_ == 0 ) {
-      ActivityConfig* const activity = ryxFwkActivity();
-      if ( !activity ) {
-         // It has lost its activity since it registered.
-         handleDefault( nullptr, id, false );
-         return;
-      }
-      activity->notifieeIs( Ptr< NotifieeConst >( this ) );
-   }
-   pending_ = pending_ == 0 || pending_ == id ? id : allAttributesId;
-}
-
-void
 PtrInterface::NotifieeConst::handleNotification( ActivityConfig* activity ) {
-   AttributeId const id = pending_;
-   pending_ = 0;
+   AttributeId const id = waiting_ ? std::exchange( waiting_->pending, 0 ) : 0;
    handleDefault( activity, id, id == allAttributesId );
 }
 

@@ -4,6 +4,7 @@
 // The numbers are those of the promises before Clock.
 
 #include "ClockFixture"
+#include "SecondThread"
 
 #include <support/AllocationCounter>
 
@@ -236,6 +237,41 @@ TEST_F( ClockTest, ANotifieeThatIsDestroyedWhileArmedIsForgotten ) {
    timer = nullptr;
    EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
    EXPECT_EQ( clock->references(), 1u );
+}
+
+// Its destructor may call the clock; the object is whole no more.
+TEST_F( ClockTest, ANotifieeThatIsBeingDestroyedIsNotCalled ) {
+   auto const other = newTimer( "other" );
+   auto timer = newTimer( "a" );
+   unsigned fired = 0;
+   timer->atItsEnd = [ & ] { fired = clock->handleTime(); };
+   timer = nullptr;
+   EXPECT_EQ( fired, 1u );
+   EXPECT_EQ( calls, Calls{ "other" } );
+}
+
+TEST_F( ClockTest, ANotifieeThatIsHeldIsCalledThoughNobodyReferencesIt ) {
+   auto timer = newTimer( "a" );
+   Timer* const raw = timer.ptr();
+   raw->ryxHeldIs( true );
+   timer = nullptr;
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( calls, Calls{ "a" } );
+   raw->ryxHeldIs( false );
+   EXPECT_EQ( clock->notifieeCount(), 0u );
+}
+
+TEST_F( ClockTest, ANotifieeIsHeldWhenTheSecondThreadGoesMeanwhile ) {
+   AsWithASecondThread const scope;
+   auto first = newTimer( "first" );
+   auto second = newTimer( "second" );
+   first->action = [] { AsWithASecondThread::goes(); };
+   second->action = [ & ] {
+      second = nullptr;
+      EXPECT_EQ( clock->notifieeCount(), 2u );
+   };
+   EXPECT_EQ( clock->handleTime(), 2u );
+   EXPECT_EQ( clock->notifieeCount(), 1u );
 }
 
 TEST_F( ClockTest, AWeakNotifieeIsLeftWithoutAClockWhenItDies ) {

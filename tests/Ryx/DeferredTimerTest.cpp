@@ -5,10 +5,6 @@
 
 #include "ClockFixture"
 
-#include <support/AllocationCounter>
-
-#include <new>
-
 namespace {
 
 class DeferredTimerTest : public ClockTest {
@@ -149,57 +145,6 @@ TEST_F( DeferredTimerTest, ThatIsDeregisteredAndLosesItsActivityIsCalledOnceRegi
    timer->isRegisteredNotifieeIs( true );
    EXPECT_EQ( clock->handleTime(), 1u );
    EXPECT_EQ( calls, Calls{ "a" } );
-}
-
-// A timer that does something when it is asked for its activity.
-class AskedTimer final : public Clock::NotifieeConst {
- public:
-   Ryx::ActivityConfig* ryxFwkActivity() override {
-      if ( asked ) {
-         asked();
-      }
-      return activity.ptr();
-   }
-   void onTime() override { ++times; }
-
-   std::function< void() > asked;
-   Ptr< Ryx::ActivityConfig > activity;
-   unsigned times = 0;
-};
-
-class AskedTimerTest : public ClockTest {
- protected:
-   AskedTimerTest() {
-      asked->activity = Ryx::make< Ryx::ActivityConfig >();
-      asked->notifierIs( clock );
-      asked->isRegisteredNotifieeIs( true );
-   }
-
-   Ptr< AskedTimer > const asked = Ryx::make< AskedTimer >();
-   Ptr< Timer > const other = newTimer( "other" );
-};
-
-TEST_F( AskedTimerTest, MayWithdrawWhenItLosesItsActivity ) {
-   asked->asked = [ & ] {
-      asked->activity = nullptr;
-      asked->timeMinIs( Ryx::never );
-   };
-   EXPECT_EQ( clock->handleTime(), 2u );
-   EXPECT_EQ( calls, Calls{ "other" } );
-   EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
-}
-
-TEST_F( AskedTimerTest, ThatCannotBeQueuedIsStillDueAndHeldByNobody ) {
-   asked->asked = [ & ] { other->isRegisteredNotifieeIs( false ); };
-   {
-      support::AllocationFailure const failure;
-      EXPECT_THROW( clock->handleTime(), std::bad_alloc );
-   }
-   EXPECT_EQ( asked->references(), 1u );
-   EXPECT_EQ( clock->references(), 3u );
-   EXPECT_EQ( clock->handleTime(), 1u );
-   EXPECT_EQ( asked->activity->handleActivity(), 1u );
-   EXPECT_EQ( asked->times, 1u );
 }
 
 TEST_F( DeferredTimerTest, OfAWeakClockThatHasGoneIsNotCalled ) {

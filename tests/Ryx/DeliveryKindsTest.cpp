@@ -163,6 +163,22 @@ TEST_F( LevelTest, AStreamAdapterOfTheRootHearsEverything ) {
                "adapter power/12" } ) );
 }
 
+TEST_F( LevelTest, ANotifieeIsAskedOnceWhetherItIsAStreamAdapter ) {
+   class Undecided final : public Ryx::PtrInterface::NotifieeConst {
+    public:
+      bool isStreamAdapter() const override { return ++asked == 1; }
+      void onCollectionNotification( Ryx::String8 member ) override { heard = member; }
+      mutable unsigned asked = 0;
+      Ryx::String8 heard;
+   };
+   auto const adapter = Ryx::make< Undecided >();
+   adapter->notifierIs( port );
+   adapter->isRegisteredNotifieeIs( true );
+   port->powerIs( 12, 1.5 );
+   EXPECT_EQ( adapter->asked, 1u );
+   EXPECT_EQ( adapter->heard, "power/12" );
+}
+
 TEST_F( LevelTest, AnExceptionOfAStreamAdapterIsCaughtToo ) {
    auto const adapter = watch( "adapter", calls, port );
    adapter->isAdapter = true;

@@ -4,12 +4,14 @@
 // What a delivery asks of the memory, and what it does without.
 
 #include "CoreDoubles"
+#include "SecondThread"
 
 #include <gtest/gtest.h>
 #include <support/AllocationCounter>
 
 #include <array>
 #include <functional>
+#include <new>
 #include <vector>
 
 namespace {
@@ -172,6 +174,84 @@ TEST_F( WithoutMemory, NotifieesRegisteredMeanwhileAreNotTold ) {
    callers[ 0 ]->act = [ & ] { late->isRegisteredNotifieeIs( true ); };
    setWithoutMemory( 1 );
    expectAllBut( 0, 0 );
+}
+
+// A new-handler gives memory back by letting go of notifiees, and may do anything else. The
+// allocation succeeds after it.
+class WithANewHandler : public WithoutMemory {
+ public:
+   ~WithANewHandler() override { std::set_new_handler( nullptr ); }
+   void setWith( std::function< void() > then ) {
+      handle = std::move( then );
+      std::set_new_handler( [] {
+         std::set_new_handler( nullptr );
+         handle();
+      } );
+      support::AllocationFailure const failure( 1, support::AllocationFailure::Of::one );
+      port->speedIs( 1 );
+      EXPECT_TRUE( failure.refused() );
+   }
+   // Each was told but for those that have gone.
+   void expectNoneOf( std::size_t from, std::size_t to ) {
+      EXPECT_EQ( calls, count - ( to - from ) );
+      for ( std::size_t i = 0; i < calls; ++i ) {
+         EXPECT_EQ( called[ i ], expected[ i < from ? i : i + to - from ] );
+      }
+      EXPECT_EQ( port->notifieeCount(), count - ( to - from ) );
+   }
+   void drop( std::size_t from, std::size_t to ) {
+      for ( std::size_t i = from; i < to; ++i ) {
+         callers[ i ] = nullptr;
+      }
+   }
+
+   std::array< Caller*, count > const expected = [ this ] {
+      std::array< Caller*, count > all;
+      for ( std::size_t i = 0; i < count; ++i ) {
+         all[ i ] = callers[ i ].ptr();
+      }
+      return all;
+   }();
+   static inline std::function< void() > handle;
+};
+
+TEST_F( WithANewHandler, NotifieesThatItLetsGoOfAreNotTold ) {
+   callers[ 2 ]->act = [ this ] { drop( 3, 4 ); };
+   setWith( [ this ] { drop( 4, 60 ); } );
+   expectNoneOf( 3, 60 );
+}
+
+TEST_F( WithANewHandler, TheLastOneMayGo ) {
+   callers[ 2 ]->act = [ this ] { drop( 99, 100 ); };
+   setWith( [ this ] { drop( 40, 99 ); } );
+   expectNoneOf( 40, 100 );
+}
+
+TEST_F( WithANewHandler, NotifieesThatItTakesOutAndPutsBackAreNotTold ) {
+   callers[ 0 ]->act = [ this ] { drop( 99, 100 ); };
+   setWith( [ this ] {
+      for ( std::size_t i = 1; i < 99; ++i ) {
+         callers[ i ]->isRegisteredNotifieeIs( false );
+         callers[ i ]->isRegisteredNotifieeIs( true );
+      }
+   } );
+   EXPECT_EQ( calls, 1u );
+   EXPECT_EQ( port->notifieeCount(), 99u );
+}
+
+TEST_F( WithANewHandler, OneThatSetsAgainIsDeliveredWhole ) {
+   callers[ 2 ]->act = [ this ] { drop( 99, 100 ); };
+   setWith( [ this ] {
+      callers[ 2 ]->act = nullptr;
+      port->speedIs( 2 );
+   } );
+   EXPECT_EQ( calls, 2 * 99u );
+}
+
+TEST_F( WithANewHandler, ItIsTheSameWithASecondThread ) {
+   AsWithASecondThread const scope;
+   setWith( [ this ] { drop( 0, 60 ); } );
+   expectNoneOf( 0, 60 );
 }
 
 TEST_F( WithoutMemory, ANestedSetIsDeliveredWhole ) {

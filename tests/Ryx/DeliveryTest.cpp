@@ -4,6 +4,7 @@
 // Who is called by one change, in which order, and what the callbacks may do meanwhile.
 
 #include "CoreDoubles"
+#include "SecondThread"
 
 #include <gtest/gtest.h>
 
@@ -334,6 +335,18 @@ TEST_F( DeliveryTest, TheNotifierThatIsLetGoLivesUntilItsOutermostDeliveryEnds )
                "first zero",
                "second zero" } ) );
    EXPECT_EQ( Port::live, before );
+}
+
+TEST_F( DeliveryTest, ThatBeganWithASecondThreadIsTheSameWhenThatHasGone ) {
+   AsWithASecondThread const scope;
+   a->action = [ & ] {
+      AsWithASecondThread::goes();
+      a = nullptr;
+      b = nullptr;
+   };
+   port->speedIs( 1 );
+   EXPECT_EQ( calls, ( Calls{ "a speed 1", "c speed 1" } ) );
+   EXPECT_EQ( port->notifieeCount(), 1u );
 }
 
 } // namespace

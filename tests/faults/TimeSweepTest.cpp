@@ -89,18 +89,38 @@ struct FireDeferred : OneTimer {
    Ptr< Ryx::ActivityConfig > activity = Ryx::make< Ryx::ActivityConfig >();
 };
 
-TEST( TimerFaults, AWakeUpThatCannotBeQueuedIsStillDue ) {
-   sweep< FireDeferred >();
+TEST( TimerFaults, AWakeUpIsQueuedWithoutMemory ) {
+   sweepWithoutMemory< FireDeferred >();
+}
+
+// The first time, and bound to a clock.
+struct RegisterDeferred : OneTimer {
+   RegisterDeferred() {
+      timer->activity = Ryx::make< Ryx::ActivityConfig >();
+      timer->notifierIs( clock );
+   }
+   void act() { timer->isRegisteredNotifieeIs( true ); }
+};
+
+struct BindDeferred : OneTimer {
+   BindDeferred() {
+      timer->activity = Ryx::make< Ryx::ActivityConfig >();
+      timer->isRegisteredNotifieeIs( true );
+   }
+   void act() { timer->notifierIs( clock ); }
+};
+
+TEST( TimerFaults, ADeferredTimerIsRegisteredOrNot ) {
+   sweep< RegisterDeferred >();
+   sweep< BindDeferred >();
 }
 
 // Deferred delivery.
 class Deferred final : public Mlag::Config::NotifieeConst {
  public:
    void onEnabled() override { ++told; }
-   void onNotificationException( Ryx::AttributeId ) override { ++exceptions; }
    Ryx::ActivityConfig* ryxFwkActivity() override { return activity.ptr(); }
    unsigned told = 0;
-   unsigned exceptions = 0;
    Ptr< Ryx::ActivityConfig > activity;
 };
 
@@ -117,11 +137,10 @@ struct Defer {
       config->enabledIs( true );
       activity->handleActivity();
    }
-   // Who could not be queued has the exception.
    std::string state() const {
       std::string text;
       for ( auto const& observer : observers ) {
-         text += std::to_string( observer->told + observer->exceptions );
+         text += std::to_string( observer->told );
       }
       return text + ( config->enabled() ? " on" : " off" );
    }
@@ -130,8 +149,30 @@ struct Defer {
    std::array< Ptr< Deferred >, 20 > observers;
 };
 
-TEST( DeferredFaults, ANotifieeThatCannotBeQueuedHasTheException ) {
-   sweep< Defer >();
+TEST( DeferredFaults, ANotifieeIsQueuedAndToldWithoutMemory ) {
+   sweepWithoutMemory< Defer >();
+}
+
+struct RegisterForAnActivity : Defer {
+   RegisterForAnActivity() {
+      for ( auto& observer : observers ) {
+         observer = Ryx::make< Deferred >();
+         observer->activity = activity;
+         observer->notifierIs( config );
+      }
+   }
+   void act() {
+      for ( auto const& observer : observers ) {
+         observer->isRegisteredNotifieeIs( true );
+      }
+      if ( config->notifieeCount() == observers.size() ) {
+         Defer::act();
+      }
+   }
+};
+
+TEST( DeferredFaults, ANotifieeIsRegisteredOrNot ) {
+   sweep< RegisterForAnActivity >();
 }
 
 // A notifiee that is not registered at its turn goes on waiting, whatever happens.

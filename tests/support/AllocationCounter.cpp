@@ -37,6 +37,19 @@ granted() noexcept {
    return false;
 }
 
+// The same once the program's new-handler has given up what it can spare.
+bool
+grantedAtLast() noexcept {
+   while ( !granted() ) {
+      auto const handler = std::get_new_handler();
+      if ( !handler ) {
+         return false;
+      }
+      handler();
+   }
+   return true;
+}
+
 void
 release( void* memory ) noexcept {
    live.fetch_sub( memory ? 1 : 0, std::memory_order_relaxed );
@@ -45,14 +58,14 @@ release( void* memory ) noexcept {
 
 void*
 allocated( std::size_t size ) noexcept {
-   return granted() ? std::malloc( std::max< std::size_t >( size, 1 ) ) : nullptr;
+   return grantedAtLast() ? std::malloc( std::max< std::size_t >( size, 1 ) ) : nullptr;
 }
 
 void*
 allocated( std::size_t size, std::align_val_t alignment ) noexcept {
    auto const unit = static_cast< std::size_t >( alignment );
    std::size_t const units = std::max< std::size_t >( ( size + unit - 1 ) / unit, 1 );
-   return granted() ? std::aligned_alloc( unit, units * unit ) : nullptr;
+   return grantedAtLast() ? std::aligned_alloc( unit, units * unit ) : nullptr;
 }
 
 void*
