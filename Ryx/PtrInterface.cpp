@@ -210,15 +210,23 @@ PtrInterface::handleZeroRef() const noexcept {
       return;
    }
    auto* self = const_cast< PtrInterface* >( this );
-   // Referenced while the last words are said, and held while it is destroyed: references
-   // that come and go meanwhile must not release the object a second time.
-   newReference();
-   self->zeroReferencesIs( true );
-   if ( lastReferenceDeleted() ) {
-      // Nobody else can have it any more.
-      word_.store( word() | heldBit, std::memory_order_relaxed );
-      delete self;
+   // It is referenced while zeroReferencesIs runs, and held while it is destroyed: references
+   // that come and go meanwhile must not release it a second time. Nobody else can change the
+   // word of an object without references.
+   std::uint32_t const w = word();
+   bool const isFree = released( w );
+   if ( isFree ) [[likely]] {
+      word_.store( w + 1, std::memory_order_relaxed );
+   } else {
+      newReference();
    }
+   self->zeroReferencesIs( true );
+   bool const isUntouched = isFree && word_.load( std::memory_order_acquire ) == w + 1;
+   if ( !isUntouched && !lastReferenceDeleted() ) [[unlikely]] {
+      return;
+   }
+   word_.store( ( word() & ~countMask ) | heldBit, std::memory_order_relaxed );
+   delete self;
 }
 
 } // namespace Ryx
