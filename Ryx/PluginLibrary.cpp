@@ -192,6 +192,7 @@ PluginLibrary::PluginLibrary( String8 const& path ) {
    if ( LibraryFile file( path ); hasPath( path ) && file.isReadable() ) {
       checkVersion( file.frameworkVersion() );
    }
+   RefusedUnit::Inquiry const inquiry;
    RefusedUnit const* const refusedBefore = RefusedUnit::last();
    handle_ = dlopen( path.c_str(), RTLD_NOW | RTLD_LOCAL );
    if ( !handle_ ) {

@@ -3,13 +3,26 @@
 
 #include <Ryx/RefusedUnit>
 
+#include <Ryx/Log>
+
+#include <ios>
 #include <new>
+
+#include <dlfcn.h>
 
 namespace Ryx {
 
 namespace {
 
 RefusedUnit* lastRefused = nullptr;
+unsigned inquiries = 0;
+
+// The file that an object of static storage came from.
+String8
+fileOf( void const* object ) {
+   Dl_info info;
+   return dladdr( object, &info ) && info.dli_fname ? info.dli_fname : "a library";
+}
 
 } // namespace
 
@@ -44,10 +57,45 @@ RefusedUnit::reason() const {
 }
 
 void
-RefusedUnit::refuse() noexcept {
+RefusedUnit::refuse( char const* name ) noexcept {
    reason_ = std::current_exception();
    before_ = lastRefused;
    lastRefused = this;
+   if ( inquiries > 0 ) {
+      return;
+   }
+   try {
+      log( name );
+   } catch ( ... ) {
+      // The reason is kept all the same.
+      return;
+   }
+}
+
+void
+RefusedUnit::log( char const* name ) const {
+   // Units are registered before other static objects are made: streams and messages, too.
+   static std::ios_base::Init const streams;
+   static LogHandle handle(
+      "RYX_UNIT_REFUSED",
+      LogSeverity::emergency,
+      "%s: the types of its unit \"%s\" are not registered: %s",
+      "Two libraries of this process describe a type differently. The types of the unit "
+      "that "
+      "came second cannot be made or reached by name",
+      "Build both libraries from the same version of the type and start the process again",
+      0.0,
+      1.0,
+      0 );
+   Ryx::log( handle, fileOf( this ), String8( name ), reason() );
+}
+
+RefusedUnit::Inquiry::Inquiry() noexcept {
+   ++inquiries;
+}
+
+RefusedUnit::Inquiry::~Inquiry() {
+   --inquiries;
 }
 
 } // namespace Ryx

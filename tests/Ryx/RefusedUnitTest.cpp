@@ -5,9 +5,12 @@
 
 #include "CoreDoubles"
 
+#include <Ryx/Log>
 #include <Ryx/Registration>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 namespace {
 
@@ -132,6 +135,19 @@ struct Ryx::ValueTraits< OtherMode > : Ryx::EnumTraits< OtherMode > {
 
 namespace {
 
+// Takes the messages about units that were refused.
+class Messages final : public Ryx::LogSink {
+ public:
+   Messages() { Ryx::logSinkIs( this ); }
+   ~Messages() override { Ryx::logSinkIs( nullptr ); }
+   Messages( Messages const& ) = delete;
+   Messages& operator=( Messages const& ) = delete;
+
+   void log( Ryx::LogRecord const& record ) override { records.push_back( record ); }
+
+   std::vector< Ryx::LogRecord > records;
+};
+
 class RefusedUnitTest : public testing::Test {
  protected:
    template< class... Types >
@@ -151,6 +167,7 @@ class RefusedUnitTest : public testing::Test {
       EXPECT_TRUE( Ryx::IntrospectionReactor::global().scopes().empty() );
    }
 
+   Messages messages;
    Ryx::UnitRegistration< Known, Mode > const known{ "Test::Refused" };
    RyxType& fan = *Known::_fwkType();
    RyxType::AttributeQ const attributes = fan.attributeQ();
@@ -243,6 +260,28 @@ TEST_F( RefusedUnitTest, SeveralAreListedTheLastOneFirst ) {
    EXPECT_EQ( Ryx::RefusedUnit::last(), before );
    EXPECT_EQ( before->reason(), first.refusal() );
    Ryx::UnitRegistration< Larger > third( "Test::Refused" );
+}
+
+// Nobody asks for the reason while a program starts.
+TEST_F( RefusedUnitTest, IsLoggedAsAnEmergency ) {
+   static std::optional< Ryx::UnitRegistration< Shorter > > unit;
+   unit.emplace( "Test::Refused" );
+   unit.reset();
+   EXPECT_NE( refusal< OtherMode >(), "" );
+   ASSERT_EQ( messages.records.size(), 2u );
+   Ryx::LogRecord const& record = messages.records.front();
+   EXPECT_EQ( record.identifier, "RYX_UNIT_REFUSED" );
+   EXPECT_EQ( record.severity, Ryx::LogSeverity::emergency );
+   EXPECT_TRUE( record.text.ends_with(
+      "test_Ryx: the types of its unit \"Test::Refused\" are not registered: "
+      "Test::Refused::Fan is already registered with more attributes" ) )
+      << record.text;
+}
+
+TEST_F( RefusedUnitTest, IsNotLoggedWhenSomebodyAsks ) {
+   Ryx::RefusedUnit::Inquiry const inquiry;
+   EXPECT_NE( refusal< Shorter >(), "" );
+   EXPECT_TRUE( messages.records.empty() );
 }
 
 } // namespace

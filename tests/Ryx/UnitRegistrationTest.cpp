@@ -128,6 +128,7 @@ TEST_F( UnitRegistrationTest, AUnitThatDescribesATypeOtherwiseIsRefused ) {
    auto const size = lamp->size();
    using OtherUnit = Ryx::UnitRegistration< Colour, OtherLamp >;
    {
+      Ryx::RefusedUnit::Inquiry const inquiry;
       OtherUnit const other( "Test::Unit" );
       EXPECT_EQ(
          other.refusal(),

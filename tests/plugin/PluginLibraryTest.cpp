@@ -8,6 +8,7 @@
 
 #include <support/Refusal>
 
+#include <Ryx/Log>
 #include <Ryx/PluginLibrary>
 #include <Ryx/RyxType>
 #include <Ryx/Version>
@@ -39,6 +40,18 @@ copyBuiltFor( std::string const& version ) {
 std::string const release =
    std::string( Ryx::frameworkVersion )
       .substr( 0, std::string( Ryx::frameworkVersion ).rfind( '.' ) );
+
+class Messages final : public Ryx::LogSink {
+ public:
+   Messages() { Ryx::logSinkIs( this ); }
+   ~Messages() override { Ryx::logSinkIs( nullptr ); }
+   Messages( Messages const& ) = delete;
+   Messages& operator=( Messages const& ) = delete;
+
+   void log( Ryx::LogRecord const& record ) override { texts.push_back( record.text ); }
+
+   std::vector< std::string > texts;
+};
 
 bool
 hasCode() {
@@ -114,6 +127,7 @@ TEST( PluginLibrary, ThatCannotBeLoadedIsRefusedWithTheLoadersReason ) {
 TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
    auto const* const config = Ryx::RyxType::type( Ryx::Name( "Mlag::Config" ) );
    auto const attributes = config->attributeQ();
+   Messages const messages;
    for ( int i = 0; i < 2; ++i ) {
       EXPECT_EQ(
          loading( OSTRA_CONTRADICTING_PLUGIN ),
@@ -123,6 +137,26 @@ TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
    EXPECT_EQ( config->attributeQ(), attributes );
    EXPECT_NE( config->code().construct, nullptr );
    EXPECT_EQ( loading( OSTRA_PLUGIN ), "" );
+   EXPECT_TRUE( messages.texts.empty() );
+}
+
+// Nobody else would ask for the reason.
+TEST( PluginLibrary, ThatIsLoadedByOtherMeansAndIsRefusedIsLogged ) {
+   // One that was refused before may still be there, and would not be loaded again.
+   std::filesystem::path const copy = testing::TempDir() + "refused.so";
+   std::filesystem::copy_file(
+      OSTRA_CONTRADICTING_PLUGIN, copy, std::filesystem::copy_options::overwrite_existing );
+   Messages const messages;
+   void* const handle = dlopen( copy.c_str(), RTLD_NOW );
+   std::filesystem::remove( copy );
+   ASSERT_NE( handle, nullptr );
+   dlclose( handle );
+   EXPECT_THAT(
+      messages.texts,
+      testing::ElementsAre(
+         copy.string() +
+         ": the types of its unit \"Mlag\" are not registered: attribute 258 \"speed\" of "
+         "Mlag::Config is already registered as 258 \"enabled\"" ) );
 }
 
 // A broken file has a version or none; whatever it has is read from within it.
