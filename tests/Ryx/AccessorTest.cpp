@@ -154,6 +154,16 @@ TEST_F( AccessorTest, ASetMemberThatBecomesFalseIsRemoved ) {
    EXPECT_TRUE( board->heldDel( 5 ) );
 }
 
+TEST_F( AccessorTest, ASetOfKeysMakesNoEntryForFalse ) {
+   EXPECT_EQ( board->newHeld( 5, false ), nullptr );
+   EXPECT_EQ( board->heldCount(), 0u );
+   EXPECT_TRUE( board->newHeld( 5, true )->value() );
+   EXPECT_EQ( board->heldCount(), 1u );
+   for ( bool const in : { false, true } ) {
+      EXPECT_NE( refusal( [ & ] { board->newHeld( 5, in ); } ), "" );
+   }
+}
+
 TEST_F( AccessorTest, APointerCollectionTakesAnyKeyAndComparesByObject ) {
    board->spareIs( 7, one );
    board->spareIs( 7, one );
