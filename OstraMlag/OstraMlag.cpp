@@ -10,16 +10,6 @@ namespace OstraMlag {
 
 namespace {
 
-// Switched on, as all children are.
-Ryx::Ptr< Agent::ErrdisableSm >
-newMachine( Mlag::Ostra::SmInputs const& inputs ) {
-   auto created = inputs.apply( []( auto const&... input ) {
-      return Mlag::Ostra::mlagErrdisableSmFactory( input... );
-   } );
-   created->hasNotificationActiveIs( true );
-   return created;
-}
-
 // An observer of the end of the child before may have removed the new one already, which
 // must then stay switched off.
 template< class Child >
@@ -133,24 +123,8 @@ Agent::ethPeerIntfStatusReactorDel() {
 }
 
 Ryx::Ptr< Agent::ErrdisableSm >
-Agent::mlagErrdisableSmIs(
-   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
-   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
-   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
-   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
-   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
-   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
-   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
-   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
-   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
+Agent::machineIs( MachineInputs const& inputs ) {
    Ryx::Ptr< Agent > const alive( this );
-   Mlag::Ostra::SmInputs const inputs{
-      mlagConfig,         mlagStatus,     ethPhyIntfStatus, ethPhyIntfConfig,
-      lagInputIntfStatus, lacpOverride,   mlagissuCause,    igmpsnoopingConfig,
-      mlagProtoStatus,    lagInputConfig, lacpConfig
-   };
    if ( mlagErrdisableSm_ && mlagErrdisableSm_->inputs() == inputs ) {
       return mlagErrdisableSm_;
    }
@@ -160,30 +134,14 @@ Agent::mlagErrdisableSmIs(
    return created;
 }
 
+// Switched on, as all children are.
 Ryx::Ptr< Agent::ErrdisableSm >
-Agent::newMlagErrdisableSm(
-   Ryx::Ptr< Mlag::Config const > const& mlagConfig,
-   Ryx::Ptr< Mlag::Status const > const& mlagStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfStatusDir const > const& ethPhyIntfStatus,
-   Ryx::Ptr< Interface::AllEthPhyIntfConfigDir const > const& ethPhyIntfConfig,
-   Ryx::Ptr< Interface::EthLagIntfStatusDir const > const& lagInputIntfStatus,
-   Ryx::Ptr< Lag::Input::LacpOverrideDir const > const& lacpOverride,
-   Ryx::Ptr< Errdisable::CauseStatus > const& mlagissuCause,
-   Ryx::Ptr< Bridging::IgmpSnooping::Config > const& igmpsnoopingConfig,
-   Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
-   Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
-   Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   return newMachine( { mlagConfig,
-                        mlagStatus,
-                        ethPhyIntfStatus,
-                        ethPhyIntfConfig,
-                        lagInputIntfStatus,
-                        lacpOverride,
-                        mlagissuCause,
-                        igmpsnoopingConfig,
-                        mlagProtoStatus,
-                        lagInputConfig,
-                        lacpConfig } );
+Agent::newMachine( MachineInputs const& inputs ) {
+   auto created = inputs.apply( []( auto const&... input ) {
+      return Mlag::Ostra::mlagErrdisableSmFactory( input... );
+   } );
+   created->hasNotificationActiveIs( true );
+   return created;
 }
 
 Ryx::Ptr< Agent::ErrdisableSm >

@@ -113,22 +113,9 @@ RyxReload::addPortChannel( Kovel::IntfId id, std::string const& mlagId ) {
 
 void
 RyxReload::hold() {
-   machine_ = std::apply(
-      []( auto const&... mount ) {
-         return Mlag::Ostra::mlagErrdisableSmFactory( mount... );
-      },
-      std::tie(
-         mounts_.mlagConfig,
-         mounts_.mlagStatus,
-         mounts_.ethPhyIntfStatus,
-         mounts_.ethPhyIntfConfig,
-         mounts_.lagInputIntfStatus,
-         mounts_.lacpOverride,
-         mounts_.mlagissuCause,
-         mounts_.igmpsnoopingConfig,
-         mounts_.mlagProtoStatus,
-         mounts_.lagInputConfig,
-         mounts_.lacpConfig ) );
+   machine_ = mounts_.apply( []( auto const&... mount ) {
+      return Mlag::Ostra::mlagErrdisableSmFactory( mount... );
+   } );
 }
 
 void

@@ -11,11 +11,7 @@
 namespace Mlag::Ostra {
 
 MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs, NotStarted )
-      : mlagissuCause_( inputs.mlagissuCause ),
-        igmpsnoopingConfig_( inputs.igmpsnoopingConfig ),
-        mlagProtoStatus_( inputs.mlagProtoStatus ),
-        lagInputConfig_{ inputs.lagInputConfig },
-        lacpConfig_( inputs.lacpConfig ) {
+      : SmState( inputs ) {
    // The inputs that are required for life, before anything is written.
    Ryx::forcePointerAccess( inputs.mlagConfig.ptr() );
    Ryx::forcePointerAccess( inputs.mlagStatus.ptr() );
@@ -26,20 +22,7 @@ MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs, NotStarted )
 // destructor.
 MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs )
       : MlagErrdisableSm( inputs, NotStarted() ) {
-   mlagConfigIs( inputs.mlagConfig );
-   mlagStatusIs( inputs.mlagStatus );
-   if ( inputs.ethPhyIntfStatus ) {
-      ethPhyIntfStatusIs( inputs.ethPhyIntfStatus );
-   }
-   if ( inputs.ethPhyIntfConfig ) {
-      ethPhyIntfConfigIs( inputs.ethPhyIntfConfig );
-   }
-   if ( inputs.lagInputIntfStatus ) {
-      lagInputIntfStatusIs( inputs.lagInputIntfStatus );
-   }
-   if ( inputs.lacpOverride ) {
-      lacpOverrideIs( inputs.lacpOverride );
-   }
+   watch( inputs );
    if ( auto const reactor = ethPhyIntfConfig_.reactor ) {
       reactor->handleNotifier();
    }
@@ -49,14 +32,6 @@ MlagErrdisableSm::MlagErrdisableSm( SmInputs const& inputs )
 MlagErrdisableSm::~MlagErrdisableSm() {
    orphanReactors();
    releaseState();
-}
-
-SmInputs
-MlagErrdisableSm::inputs() const {
-   return { mlagConfig(),       mlagStatus(),         ethPhyIntfStatus(),
-            ethPhyIntfConfig(), lagInputIntfStatus(), lacpOverride(),
-            mlagissuCause(),    igmpsnoopingConfig(), mlagProtoStatus(),
-            lagInputConfig(),   lacpConfig() };
 }
 
 Ryx::Ptr< MlagErrdisableSm >
@@ -72,17 +47,18 @@ mlagErrdisableSmFactory(
    Ryx::Ptr< Mlag::ProtoStatus > const& mlagProtoStatus,
    Ryx::Ptr< Lag::Input::Config const > const& lagInputConfig,
    Ryx::Ptr< Lacp::Config > const& lacpConfig ) {
-   return Ryx::validPtr( Ryx::make< MlagErrdisableSm >( SmInputs{ mlagConfig,
-                                                                  mlagStatus,
-                                                                  ethPhyIntfStatus,
-                                                                  ethPhyIntfConfig,
-                                                                  lagInputIntfStatus,
-                                                                  lacpOverride,
-                                                                  mlagissuCause,
-                                                                  igmpsnoopingConfig,
-                                                                  mlagProtoStatus,
-                                                                  lagInputConfig,
-                                                                  lacpConfig } ) );
+   return Ryx::validPtr( Ryx::make< MlagErrdisableSm >(
+      mlagConfig,
+      mlagStatus,
+      ethPhyIntfStatus,
+      ethPhyIntfConfig,
+      lagInputIntfStatus,
+      lacpOverride,
+      mlagissuCause,
+      igmpsnoopingConfig,
+      mlagProtoStatus,
+      lagInputConfig,
+      lacpConfig ) );
 }
 
 void

@@ -11,111 +11,99 @@ namespace Mlag::Ostra {
 using Sm = MlagErrdisableSm;
 
 void
-Sm::intfConfigNotify( Kovel::IntfId, Ryx::Ptr< RyxIntfConfig > const& removed ) {
-   removed->ryxDoZombieReactors( true );
-   removed->mlagErrdisableSmIs( nullptr );
-}
-
-void
-Sm::lagIntfStatusNotify( Kovel::IntfId, Ryx::Ptr< RyxLagIntfStatus > const& removed ) {
-   removed->ryxDoZombieReactors( true );
-   removed->mlagErrdisableSmIs( nullptr );
-}
-
-void
-Sm::RyxClockMlag::onTime() {
+SmReactors::RyxClockMlag::onTime() {
    forward( &Sm::handleClockMlag );
 }
 
 void
-Sm::RyxClockMlag::handleNotifier() {
+SmReactors::RyxClockMlag::handleNotifier() {
    forward( &Sm::handleClockMlag );
 }
 
 void
-Sm::RyxClockNonMlag::onTime() {
+SmReactors::RyxClockNonMlag::onTime() {
    forward( &Sm::handleClockNonMlag );
 }
 
 void
-Sm::RyxClockNonMlag::handleNotifier() {
+SmReactors::RyxClockNonMlag::handleNotifier() {
    forward( &Sm::handleClockNonMlag );
 }
 
 void
-Sm::RyxMlagConfig::onEnabled() {
+SmReactors::RyxMlagConfig::onEnabled() {
    forward( &Sm::handleMlagConfig );
 }
 
 void
-Sm::RyxMlagConfig::onDomainId() {
+SmReactors::RyxMlagConfig::onDomainId() {
    forward( &Sm::handleMlagConfig );
 }
 
 void
-Sm::RyxMlagConfig::onLocalInterface() {
+SmReactors::RyxMlagConfig::onLocalInterface() {
    forward( &Sm::handleMlagConfig );
 }
 
 void
-Sm::RyxMlagConfig::onPeerAddress() {
+SmReactors::RyxMlagConfig::onPeerAddress() {
    forward( &Sm::handleMlagConfig );
 }
 
 void
-Sm::RyxMlagConfig::onPeerLinkIntf() {
+SmReactors::RyxMlagConfig::onPeerLinkIntf() {
    forward( &Sm::handleMlagConfig );
 }
 
 void
-Sm::RyxMlagConfig::onIntfConfig( Kovel::IntfId intfId ) {
+SmReactors::RyxMlagConfig::onIntfConfig( Kovel::IntfId intfId ) {
    forward( &Sm::handleMlagIntfConfig, intfId );
 }
 
 void
-Sm::RyxMlagConfig::onIntfConfigryxImmediate() {}
+SmReactors::RyxMlagConfig::onIntfConfigryxImmediate() {}
 
 void
-Sm::RyxMlagConfig::onReloadDelay() {
+SmReactors::RyxMlagConfig::onReloadDelay() {
    forward( &Sm::handleReloadDelay );
 }
 
 void
-Sm::RyxMlagConfig::onReloadDelayNonMlag() {
+SmReactors::RyxMlagConfig::onReloadDelayNonMlag() {
    forward( &Sm::handleReloadDelayNonMlag );
 }
 
 void
-Sm::RyxMlagConfig::handleNotifier() {
+SmReactors::RyxMlagConfig::handleNotifier() {
    forward( &Sm::handleMlagConfig );
    forward( &Sm::handleReloadDelay );
    forward( &Sm::handleReloadDelayNonMlag );
 }
 
 void
-Sm::RyxMlagStatus::onMlagState() {
+SmReactors::RyxMlagStatus::onMlagState() {
    forward( &Sm::handleMlagState );
 }
 
 void
-Sm::RyxMlagStatus::handleNotifier() {
+SmReactors::RyxMlagStatus::handleNotifier() {
    forward( &Sm::handleMlagState );
 }
 
 void
-Sm::RyxEthPhyIntfStatus::onIntfStatus( Kovel::IntfId intfId ) {
+SmReactors::RyxEthPhyIntfStatus::onIntfStatus( Kovel::IntfId intfId ) {
    forward(
       static_cast< void ( Sm::* )( Kovel::IntfId ) >( &Sm::handleIntfStatus ), intfId );
 }
 
 void
-Sm::RyxEthPhyIntfStatus::onIntfStatusryxImmediate() {}
+SmReactors::RyxEthPhyIntfStatus::onIntfStatusryxImmediate() {}
 
 void
-Sm::RyxEthPhyIntfStatus::handleNotifier() {}
+SmReactors::RyxEthPhyIntfStatus::handleNotifier() {}
 
 void
-Sm::RyxEthPhyIntfConfig::onIntfConfig( Kovel::IntfId intfId ) {
+SmReactors::RyxEthPhyIntfConfig::onIntfConfig( Kovel::IntfId intfId ) {
    if ( !watched() ) {
       return;
    }
@@ -127,37 +115,38 @@ Sm::RyxEthPhyIntfConfig::onIntfConfig( Kovel::IntfId intfId ) {
 }
 
 void
-Sm::RyxEthPhyIntfConfig::onIntfConfigryxImmediate() {
+SmReactors::RyxEthPhyIntfConfig::onIntfConfigryxImmediate() {
    handleNotifier();
 }
 
 void
-Sm::RyxEthPhyIntfConfig::handleNotifier() {
+SmReactors::RyxEthPhyIntfConfig::handleNotifier() {
    auto const directory = notifier();
    if ( !directory ) {
       return;
    }
+   forward( &Sm::intfConfigReserve, directory->intfConfigSize() );
    for ( auto it = directory->intfConfigIteratorConst(); it; ++it ) {
       forward( &Sm::intfConfigIs, it->value() );
    }
 }
 
 void
-Sm::RyxLagInputIntfStatus::handleNotifier() {}
+SmReactors::RyxLagInputIntfStatus::handleNotifier() {}
 
 void
-Sm::RyxLacpOverride::onLagIdConfig( Kovel::IntfId intfId ) {
+SmReactors::RyxLacpOverride::onLagIdConfig( Kovel::IntfId intfId ) {
    forward( &Sm::handleLagIdConfig, intfId );
 }
 
 void
-Sm::RyxLacpOverride::onLagIdConfigryxImmediate() {}
+SmReactors::RyxLacpOverride::onLagIdConfigryxImmediate() {}
 
 void
-Sm::RyxLacpOverride::handleNotifier() {}
+SmReactors::RyxLacpOverride::handleNotifier() {}
 
 void
-Sm::RyxIntfConfig::onAdminEnabledStateLocal() {
+SmReactors::RyxIntfConfig::onAdminEnabledStateLocal() {
    if ( live() ) {
       Ryx::Ptr< Sm > const machine( owner() );
       handleAdminEnabledStateLocal();
@@ -165,16 +154,20 @@ Sm::RyxIntfConfig::onAdminEnabledStateLocal() {
 }
 
 void
-Sm::RyxIntfConfig::handleNotifier() {
+SmReactors::RyxIntfConfig::handleNotifier() {
    onAdminEnabledStateLocal();
 }
 
 void
-Sm::RyxIntfConfig::handleAdminEnabledStateLocal() {
+SmReactors::RyxIntfConfig::handleAdminEnabledStateLocal() {
    // A reader of the trace may remove this reactor.
    Sm& machine = *Ryx::forcePointerAccess( owner() );
    Kovel::IntfId const intfId = watched() ? watched()->intfId() : Kovel::IntfId();
-   trace( 8, __PRETTY_FUNCTION__, " for ", intfId );
+   trace(
+      8,
+      "void Mlag::Ostra::MlagErrdisableSm::RyxIntfConfig::handleAdminEnabledStateLocal()",
+      " for ",
+      intfId );
    if (
       isManagementOrInternalInterface( intfId ) || !watched() ||
       !adminDisabled( *watched() ) ) {
@@ -186,7 +179,7 @@ Sm::RyxIntfConfig::handleAdminEnabledStateLocal() {
 }
 
 void
-Sm::RyxLagIntfStatus::onLinkStatus() {
+SmReactors::RyxLagIntfStatus::onLinkStatus() {
    if ( live() ) {
       Ryx::Ptr< Sm > const machine( owner() );
       handleLagLinkStatus();
@@ -194,18 +187,24 @@ Sm::RyxLagIntfStatus::onLinkStatus() {
 }
 
 void
-Sm::RyxLagIntfStatus::handleNotifier() {
+SmReactors::RyxLagIntfStatus::handleNotifier() {
    onLinkStatus();
 }
 
 void
-Sm::RyxLagIntfStatus::handleLagLinkStatus() {
+SmReactors::RyxLagIntfStatus::handleLagLinkStatus() {
    // The last step lets go of this reactor.
    Sm& machine = *Ryx::forcePointerAccess( owner() );
    Kovel::IntfId const portChannel = watched() ? watched()->intfId() : Kovel::IntfId();
    auto const link =
       watched() ? watched()->linkStatus() : Interface::LinkStatus::linkUnknown;
-   trace( 8, __PRETTY_FUNCTION__, " for ", portChannel, "  ", link );
+   trace(
+      8,
+      "void Mlag::Ostra::MlagErrdisableSm::RyxLagIntfStatus::handleLagLinkStatus()",
+      " for ",
+      portChannel,
+      "  ",
+      link );
    if ( link == Interface::LinkStatus::linkUp ) {
       machine.igmpsnoopingConfig()->forceEnabledPortsDel( portChannel );
    }

@@ -195,6 +195,7 @@ class Attribute:
             return [x, f"{x}Is"]
         return [x, f"{x}Is", f"{x}Del", f"{x}DelAll", f"{x}Notify", f"{x}Iterator",
                 f"{x}IteratorConst", f"{x}Storage", f"{x}Has", f"{x}Take", f"{x}Put",
+                f"{x}Size", f"{x}Reserve",
                 f"new{big}", f"borrowed{big}", f"Ryx{big}", f"Ryx{big}Iterator"]
 
     def check_key(self):

@@ -10,11 +10,12 @@ import yaml
 # The kinds of attributes with their flags: of an entity, and of a machine.
 KINDS = {
     "value": {"silent", "readOnly"}, "reference": {"silent"}, "contained": {"silent"},
-    "map": {"silent", "has", "borrowed", "take"},
-    "elements": {"silent", "has", "borrowed", "take", "virtual"}, "set": {"silent", "take"}}
+    "map": {"silent", "has", "borrowed", "take", "size"},
+    "elements": {"silent", "has", "borrowed", "take", "size", "virtual"},
+    "set": {"silent", "take", "size"}}
 MACHINE_KINDS = {
     "value": {"counter"}, "constant": set(), "input": {"internal", "unwatched"}, "output": set(),
-    "map": set(), "pointers": set(), "elements": set(), "objects": set(), "reactors": set()}
+    "map": set(), "pointers": set(), "elements": set(), "objects": set(), "reactors": {"size"}}
 COLLECTIONS = ("map", "elements", "set", "pointers", "objects", "reactors")
 TO_ENTITIES = ("reference", "contained", "elements", "input", "output", "pointers", "objects",
                "reactors")
