@@ -54,9 +54,9 @@ class ObjectsAlone {
       Ryx::make< Errdisable::CauseStatus >( "cause" );
 
  private:
+   using Watched = Interface::IntfConfig;
    class Watcher final
-         : public Ryx::
-              KeyedReactor< Watcher, ObjectsAlone, Interface::IntfConfig, Kovel::IntfId > {
+         : public Ryx::KeyedReactor< Watcher, ObjectsAlone, Watched, Kovel::IntfId > {
     public:
       using KeyedReactor::KeyedReactor;
       void handleNotifier() {}

@@ -216,10 +216,8 @@ TEST_F( EntityTest, ANotifieeOfAMutableEntityMayChangeIt ) {
       void onParent() override { notifier()->parentAttrIdIs( 261 ); }
    };
    static_assert( std::is_base_of_v< Ryx::Entity::NotifieeConst, Ryx::Entity::Notifiee > );
-   static_assert(
-      std::
-         is_same_v< decltype( Ryx::make< Adopter >()->notifier() ), Ptr< Ryx::Entity > > );
    auto const adopter = Ryx::make< Adopter >();
+   static_assert( std::is_same_v< decltype( adopter->notifier() ), Ptr< Ryx::Entity > > );
    adopter->notifierIs( port );
    adopter->isRegisteredNotifieeIs( true );
    port->parentIs( board );

@@ -26,11 +26,11 @@ class Fuse final : public Ryx::EntityOf< Fuse > {
    class NotifieeConst : public Ryx::NotifieeConstOf< Fuse, Ryx::Entity::NotifieeConst > {};
 
    static constexpr auto attributes() {
+      using F = Fuse;
       return Ryx::AttributeList<
-         Ryx::Property< "load", &Fuse::load, &Fuse::loadIs >,
-         Ryx::Function< "loadMore", &Fuse::loadMore, "amperes" >,
-         Ryx::
-            Instantiating< "port", &Fuse::port, &Fuse::portIs, &Fuse::portDel, "load" > >();
+         Ryx::Property< "load", &F::load, &F::loadIs >,
+         Ryx::Function< "loadMore", &F::loadMore, "amperes" >,
+         Ryx::Instantiating< "port", &F::port, &F::portIs, &F::portDel, "load" > >();
    }
    static constexpr auto constructor() {
       return Ryx::Constructor< Fuse, Ryx::Argument< "load", unsigned > >();
