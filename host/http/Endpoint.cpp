@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <utility>
 
@@ -89,28 +88,6 @@ nameOf( std::string const& address, unsigned short port ) {
 }
 
 } // namespace
-
-std::optional< TcpEndpoint >
-tcpEndpoint( std::string_view text ) {
-   std::size_t const colon = text.rfind( ':' );
-   if ( colon == text.npos ) {
-      return std::nullopt;
-   }
-   std::string_view address = text.substr( 0, colon );
-   bool const isBracketed = address.starts_with( '[' ) && address.ends_with( ']' );
-   if ( isBracketed ) {
-      address = address.substr( 1, address.size() - 2 );
-   }
-   TcpEndpoint endpoint{ std::string( address == "localhost" ? "127.0.0.1" : address ) };
-   char const* const end = text.data() + text.size();
-   auto const [ rest, error ] =
-      std::from_chars( text.data() + colon + 1, end, endpoint.port );
-   bool const isPort = error == std::errc() && rest == end;
-   Address known = tcpAddress( endpoint );
-   bool const isAddress =
-      known.length != 0 && ( known.storage.ss_family == AF_INET6 ) == isBracketed;
-   return isPort && isAddress ? std::optional( endpoint ) : std::nullopt;
-}
 
 ListeningSocket::ListeningSocket( UnixEndpoint const& endpoint ) : name_( endpoint.path ) {
    openUnix( endpoint );

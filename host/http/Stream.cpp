@@ -8,8 +8,8 @@
 namespace ostra::http {
 
 std::string
-eventText( std::string_view id, std::string_view name, std::string_view data ) {
-   return fmt::format( "id: {}\nevent: {}\ndata: {}\n\n", id, name, data );
+eventText( std::string_view id, std::string_view data ) {
+   return fmt::format( "id: {}\ndata: {}\n\n", id, data );
 }
 
 } // namespace ostra::http

@@ -31,11 +31,10 @@ TEST( HttpStream, SendsWhatThereIsWhenItIsWoken ) {
    EXPECT_NE(
       client.readUntil( "\r\n\r\n" ).find( "Content-Type: text/event-stream" ),
       std::string::npos );
-   std::string waiting = eventText( "7", "write", "{}" );
+   std::string waiting = eventText( "7", "{}" );
    echo.next = [ & ] { return std::exchange( waiting, {} ); };
    echo.replies[ 0 ].wake();
-   EXPECT_EQ(
-      client.readUntil( "\n\n\r\n" ), "1d\r\nid: 7\nevent: write\ndata: {}\n\n\r\n" );
+   EXPECT_EQ( client.readUntil( "\n\n\r\n" ), "10\r\nid: 7\ndata: {}\n\n\r\n" );
    waiting = "more";
    echo.replies[ 0 ].wake();
    EXPECT_EQ( client.readUntil( "more\r\n" ), "4\r\nmore\r\n" );

@@ -107,6 +107,9 @@ TestLoop::~TestLoop() {
 void
 TestLoop::turn() {
    event_base_loop( base_, EVLOOP_ONCE );
+   if ( turnEnd ) {
+      turnEnd();
+   }
 }
 
 bool

@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/api/Api>
+
+#include <host/base/Failure>
+#include <host/state/TypeList>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <memory>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+using http::Problem;
+using http::Reply;
+using http::Request;
+using http::Response;
+
+// For that long all ports are told from what was told, if nothing has changed but the time.
+constexpr Milliseconds longestTold{ 50 };
+
+// Of "/v1/state/mount/attribute": what stands behind the first two.
+Path
+restOf( Request const& request ) {
+   return { request.path.begin() + 2, request.path.end() };
+}
+
+int
+statusOf( PatchRefusal::Kind kind ) {
+   switch ( kind ) {
+   case PatchRefusal::Kind::notFound:
+      return 404;
+   case PatchRefusal::Kind::notOwned:
+      return 409;
+   default:
+      return 400;
+   }
+}
+
+Problem
+problemOf( int status, Complaint const& complaint ) {
+   return { status, complaint.where, complaint.found, complaint.expected };
+}
+
+// What is not there, by the first key on the way that leads to nothing.
+Problem
+absence( LiveSwitch const& live, Path const& path ) {
+   Path present;
+   for ( std::string const& key : path ) {
+      Path next = present;
+      next.push_back( key );
+      if ( !live.state( next ) ) {
+         break;
+      }
+      present = std::move( next );
+   }
+   return { 404,
+            fmt::format( "{}", fmt::join( present, "." ) ),
+            inQuotes( path[ present.size() ] ),
+            present.empty() ? "a mount" : "what stands in the state" };
+}
+
+// A request of something without conditions.
+template< class Answer >
+http::Route
+get( std::string pattern, Answer answer ) {
+   return { "GET",
+            std::move( pattern ),
+            [ answer ]( Request const& request, Reply const& reply ) {
+               reply.send( answer( request ) );
+            } };
+}
+
+} // namespace
+
+Api::Api( ApiParts parts )
+      : parts_( std::move( parts ) ),
+        feed_( parts_.base, parts_.live.records(), parts_.history ) {}
+
+void
+Api::addTo( http::Server& server ) {
+   addState( server );
+   addPorts( server );
+   addTypes( server );
+   addHealth( server );
+   server.add(
+      { "GET", "/v1/events", [ this ]( Request const& request, Reply const& reply ) {
+          feed_.stream( request, reply );
+       } } );
+   server.add(
+      { "GET", "/v1/history", [ this ]( Request const& request, Reply const& reply ) {
+          feed_.history( request, reply );
+       } } );
+}
+
+void
+Api::addState( http::Server& server ) {
+   server.add( get( "/v1/state/**", [ this ]( Request const& request ) {
+      Path const path = restOf( request );
+      auto const state = parts_.live.state( path );
+      return state ? http::jsonResponse( *state )
+                   : http::problemResponse( absence( parts_.live, path ) );
+   } ) );
+   server.add(
+      { "PATCH",
+        "/v1/state/**",
+        [ this ]( Request const& request, Reply const& reply ) { patch( request, reply ); },
+        http::Access::write,
+        { "application/json", "application/merge-patch+json" } } );
+}
+
+void
+Api::patch( Request const& request, Reply const& reply ) {
+   auto const revision = std::make_shared< Revision >();
+   auto const acknowledge = [ revision,
+                              reply ]( std::optional< Complaint > const& problem ) {
+      if ( problem ) {
+         reply.send( problemOf( 503, *problem ) );
+      } else {
+         reply.send( http::jsonResponse( { { "revision", *revision } } ) );
+      }
+   };
+   try {
+      *revision = parts_.live.patch( restOf( request ), request.body, acknowledge );
+   } catch ( PatchRefusal const& refusal ) {
+      reply.send( problemOf( statusOf( refusal.kind() ), refusal.complaint() ) );
+   }
+}
+
+Response
+Api::portsResponse() {
+   refresh();
+   Milliseconds const now = parts_.live.time().instant();
+   bool const isFresh =
+      told_.body && toldVersion_ == parts_.live.version() && now - toldAt_ < longestTold;
+   if ( !isFresh ) {
+      told_ = http::jsonResponse( parts_.ports.all() );
+      toldVersion_ = parts_.live.version();
+      toldAt_ = now;
+   }
+   return told_;
+}
+
+void
+Api::addPorts( http::Server& server ) {
+   server.add( get( "/v1/ports", [ this ]( Request const& ) { return portsResponse(); } ) );
+   server.add( get( "/v1/ports/**", [ this ]( Request const& request ) {
+      refresh();
+      // A name has slashes of its own, escaped or not.
+      std::string const name = fmt::format( "{}", fmt::join( restOf( request ), "/" ) );
+      auto const port = parts_.ports.port( name );
+      return port ? http::jsonResponse( *port )
+                  : http::problemResponse(
+                       { 404, "ports", inQuotes( name ), "a port that is there or held" } );
+   } ) );
+   server.add( get( "/v1/summary", [ this ]( Request const& ) {
+      refresh();
+      return http::jsonResponse( summary() );
+   } ) );
+}
+
+Json
+Api::summary() const {
+   Json json = parts_.ports.summary();
+   json[ "driver" ] = { { "name", parts_.driver } };
+   json[ "store" ] = { { "problem", parts_.storeProblem() } };
+   json[ "boot" ] = { { "id", parts_.bootId },
+                      { "time", toJson( parts_.live.time().now() ) } };
+   json[ "ready" ] = parts_.isReady();
+   json[ "revision" ] = parts_.live.revision();
+   json[ "version" ] = OSTRA_VERSION;
+   return json;
+}
+
+void
+Api::addTypes( http::Server& server ) {
+   server.add( get( "/v1/types", []( Request const& ) {
+      Json json = Json::array();
+      for ( RyxType const* type : RyxType::types() ) {
+         json.push_back( typeJson( *type ) );
+      }
+      return http::jsonResponse( json );
+   } ) );
+   server.add( get( "/v1/types/*", []( Request const& request ) {
+      std::string const& name = request.path[ 2 ];
+      RyxType const* const type = RyxType::type( Ryx::Name( name ) );
+      return type ? http::jsonResponse( typeJson( *type ) )
+                  : http::problemResponse(
+                       { 404, "types", inQuotes( name ), "the name of a type" } );
+   } ) );
+}
+
+void
+Api::addHealth( http::Server& server ) {
+   server.add( get( "/healthz", []( Request const& ) {
+      return http::textResponse( "text/plain; charset=utf-8", "alive\n" );
+   } ) );
+   server.add( get( "/readyz", [ this ]( Request const& ) {
+      return parts_.isReady()
+         ? http::textResponse( "text/plain; charset=utf-8", "ready\n" )
+         : http::problemResponse( { 503, "ports", "orders without an answer", "none" } );
+   } ) );
+   server.add( get( "/metrics", [ this ]( Request const& ) {
+      refresh();
+      return http::textResponse( "text/plain; version=0.0.4; charset=utf-8", metrics() );
+   } ) );
+}
+
+std::string
+Api::metrics() const {
+   std::string text;
+   auto const tell = [ &text ](
+                        std::string_view name,
+                        std::string_view type,
+                        std::string_view help,
+                        std::string_view samples ) {
+      text +=
+         fmt::format( "# HELP {0} {1}\n# TYPE {0} {2}\n{3}", name, help, type, samples );
+   };
+   Json const summary = parts_.ports.summary();
+   Json const& counts = summary.at( "counts" );
+   tell(
+      "ostra_info",
+      "gauge",
+      "The version that runs and its driver.",
+      fmt::format(
+         "ostra_info{{version=\"{}\",driver=\"{}\"}} 1\n", OSTRA_VERSION, parts_.driver ) );
+   tell(
+      "ostra_ports",
+      "gauge",
+      "Ports that are there or held.",
+      fmt::format( "ostra_ports {}\n", counts.at( "ports" ).dump() ) );
+   tell(
+      "ostra_ports_held",
+      "gauge",
+      "Ports that are held.",
+      fmt::format(
+         "ostra_ports_held{{kind=\"errdisable\"}} {}\n"
+         "ostra_ports_held{{kind=\"lacpStandby\"}} {}\n",
+         counts.at( "errdisabled" ).dump(),
+         counts.at( "lacpStandby" ).dump() ) );
+   tell(
+      "ostra_class_held",
+      "gauge",
+      "Whether the reload delay of the class goes on.",
+      fmt::format(
+         "ostra_class_held{{class=\"mlag\"}} {}\nostra_class_held{{class=\"nonMlag\"}} "
+         "{}\n",
+         summary.at( "mlag" ).at( "state" ) == "held" ? 1 : 0,
+         summary.at( "nonMlag" ).at( "state" ) == "held" ? 1 : 0 ) );
+   tell(
+      "ostra_store_ok",
+      "gauge",
+      "Whether the store takes what it is given.",
+      fmt::format( "ostra_store_ok {}\n", parts_.storeProblem().empty() ? 1 : 0 ) );
+   tell(
+      "ostra_revision",
+      "counter",
+      "Patches of clients.",
+      fmt::format( "ostra_revision {}\n", parts_.live.revision() ) );
+   tell(
+      "ostra_event_streams",
+      "gauge",
+      "Clients that follow the events.",
+      fmt::format( "ostra_event_streams {}\n", feed_.streams() ) );
+   return text;
+}
+
+} // namespace ostra

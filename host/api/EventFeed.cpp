@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/api/EventFeed>
+
+#include <host/base/Failure>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include <event2/event.h>
+
+namespace ostra {
+
+namespace {
+
+constexpr std::size_t recentRecords = 4096;
+// Of one piece of a stream.
+constexpr std::size_t recordsAtOnce = 256;
+
+std::optional< std::int64_t >
+idOf( std::string const& text ) {
+   std::int64_t id = 0;
+   char const* const end = text.data() + text.size();
+   auto const [ rest, error ] = std::from_chars( text.data(), end, id );
+   bool const isId = error == std::errc() && rest == end && id >= 0;
+   return isId ? std::optional( id ) : std::nullopt;
+}
+
+http::Problem
+idProblem( std::string_view where, std::string const& text ) {
+   return { 400, std::string( where ), inQuotes( text ), "a whole number from 0" };
+}
+
+} // namespace
+
+EventFeed::EventFeed( event_base* base, Records& records, History history )
+      : records_( records ),
+        history_( std::move( history ) ),
+        subscription_(
+           records.subscribe( [ this ]( LiveRecord const& record ) { heard( record ); } ) ),
+        last_(
+           records.pending().empty() ? records.nextId() - 1
+                                     : records.pending().front().id - 1 ),
+        wakeUp_( event_new(
+           base,
+           -1,
+           0,
+           []( int, short, void* self ) { static_cast< EventFeed* >( self )->wake(); },
+           this ) ) {}
+
+EventFeed::~EventFeed() {
+   records_.unsubscribe( subscription_ );
+   event_free( wakeUp_ );
+}
+
+void
+EventFeed::heard( LiveRecord const& record ) {
+   last_ = record.id;
+   recent_.push_back( record );
+   if ( recent_.size() > recentRecords ) {
+      recent_.pop_front();
+   }
+   if ( !streams_.empty() ) {
+      event_active( wakeUp_, 0, 0 );
+   }
+}
+
+void
+EventFeed::wake() {
+   std::erase_if( streams_, []( http::Reply const& reply ) { return !reply.isOpen(); } );
+   // One that is woken may end others.
+   auto const streams = streams_;
+   for ( http::Reply const& reply : streams ) {
+      reply.wake();
+   }
+}
+
+std::vector< LiveRecord >
+EventFeed::behind( std::int64_t since, std::size_t limit ) const {
+   bool const isRecent = !recent_.empty() && recent_.front().id <= since + 1;
+   if ( !isRecent && since < last_ ) {
+      auto older = history_( since, limit );
+      if ( !older.empty() ) {
+         return older;
+      }
+   }
+   auto const first = std::upper_bound(
+      recent_.begin(),
+      recent_.end(),
+      since,
+      []( std::int64_t id, LiveRecord const& record ) { return id < record.id; } );
+   auto const count =
+      std::min( limit, static_cast< std::size_t >( recent_.end() - first ) );
+   return { first, first + static_cast< std::ptrdiff_t >( count ) };
+}
+
+void
+EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
+   std::int64_t since = last_;
+   std::string const* const seen = request.header( "last-event-id" );
+   std::string const* const asked = seen ? seen : request.parameter( "since" );
+   if ( asked && !asked->empty() ) {
+      auto const id = idOf( *asked );
+      if ( !id ) {
+         reply.send( idProblem( seen ? "Last-Event-ID" : "since", *asked ) );
+         return;
+      }
+      since = std::min( *id, last_ );
+   }
+   streams_.push_back( reply );
+   bool isFirst = true;
+   http::Stream answer{ {}, [ this, since, isFirst ]() mutable {
+                          std::string piece = isFirst ? "retry: 1000\n\n" : "";
+                          isFirst = false;
+                          for ( LiveRecord const& record :
+                                behind( since, recordsAtOnce ) ) {
+                             piece +=
+                                http::eventText( std::to_string( record.id ), record.line );
+                             since = record.id;
+                          }
+                          return std::optional( std::move( piece ) );
+                       } };
+   answer.head.contentType = http::eventStreamType;
+   answer.heartbeat = ":\n\n";
+   reply.send( std::move( answer ) );
+}
+
+void
+EventFeed::history( http::Request const& request, http::Reply const& reply ) {
+   std::int64_t numbers[] = { 0, std::numeric_limits< std::int64_t >::max() };
+   char const* const names[] = { "since", "limit" };
+   for ( std::size_t i = 0; i < std::size( names ); ++i ) {
+      if ( std::string const* const text = request.parameter( names[ i ] ) ) {
+         auto const number = idOf( *text );
+         if ( !number ) {
+            reply.send( idProblem( names[ i ], *text ) );
+            return;
+         }
+         numbers[ i ] = *number;
+      }
+   }
+   // What comes after the request is no history.
+   auto const next = [ this,
+                       since = numbers[ 0 ],
+                       left = numbers[ 1 ],
+                       last = last_ ]() mutable -> std::optional< std::string > {
+      auto const limit = static_cast< std::size_t >(
+         std::min( left, static_cast< std::int64_t >( recordsAtOnce ) ) );
+      std::string lines;
+      for ( LiveRecord const& record : behind( since, limit ) ) {
+         if ( record.id > last ) {
+            break;
+         }
+         lines += record.line + '\n';
+         since = record.id;
+         --left;
+      }
+      return lines.empty() ? std::nullopt : std::optional( std::move( lines ) );
+   };
+   http::Stream answer{ {}, next };
+   answer.head.contentType = "application/x-ndjson";
+   reply.send( std::move( answer ) );
+}
+
+} // namespace ostra

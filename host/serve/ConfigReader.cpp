@@ -1,0 +1,295 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/Config>
+
+#include <host/input/UnknownKey>
+#include <host/state/Mounts>
+
+#include <Kovel/IntfId>
+#include <Ryx/Exception>
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cmath>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+std::string
+textOf( Item const& item, std::string_view expected ) {
+   if ( item.node().kind() != NodeKind::text || item.node().text().empty() ) {
+      item.refuse( expected );
+   }
+   return std::string( item.node().text() );
+}
+
+std::string
+pathOf( Item const& item ) {
+   std::string path = textOf( item, "an absolute path" );
+   if ( path.front() != '/' ) {
+      item.refuse( "an absolute path" );
+   }
+   return path;
+}
+
+std::int64_t
+wholeNumberOf( Item const& item, std::int64_t least, std::int64_t greatest ) {
+   double const number = item.node().kind() == NodeKind::number ? item.node().number() : -1;
+   bool const isWhole = std::trunc( number ) == number;
+   if (
+      !isWhole || number < static_cast< double >( least ) ||
+      number > static_cast< double >( greatest ) ) {
+      item.refuse( fmt::format( "a whole number from {} to {}", least, greatest ) );
+   }
+   return static_cast< std::int64_t >( number );
+}
+
+template< class E >
+E
+choiceOf(
+   Item const& item, std::vector< std::pair< std::string_view, E > > const& choices ) {
+   std::string words;
+   for ( auto const& [ word, value ] : choices ) {
+      if ( item.node().kind() == NodeKind::text && item.node().text() == word ) {
+         return value;
+      }
+      words += fmt::format( "{}{}", words.empty() ? "" : " or ", word );
+   }
+   item.refuse( words );
+}
+
+// Octal, as in chmod.
+mode_t
+modeOf( Item const& item ) {
+   constexpr std::string_view expected = "octal digits, as \"0660\"";
+   std::string const text = textOf( item, expected );
+   unsigned mode = 0;
+   char const* const end = text.data() + text.size();
+   auto const [ rest, error ] = std::from_chars( text.data(), end, mode, 8 );
+   if ( error != std::errc() || rest != end || mode > 0777 ) {
+      item.refuse( expected );
+   }
+   return static_cast< mode_t >( mode );
+}
+
+template< class Visit >
+void
+forEachItem( Item const& list, std::string_view expected, Visit visit ) {
+   if ( list.node().kind() != NodeKind::list ) {
+      list.refuse( expected );
+   }
+   std::size_t index = 0;
+   for ( DocumentNode const node : list.node().items() ) {
+      visit( Item( list, node, index++ ) );
+   }
+}
+
+// Calls `read( key, item )` for each entry; it answers whether the key is one.
+template< class Read >
+void
+forEachKey( Item const& map, KnownKeys const& keys, Read read ) {
+   map.forEachEntry(
+      [ &keys ] { return "a map of " + listed( keys ); },
+      [ & ]( Item const& entry ) {
+         if ( !read( entry.key(), entry ) ) {
+            refuseUnknownKey( entry, keys );
+         }
+      } );
+}
+
+ListenEndpoint
+readEndpoint( Item const& item ) {
+   static KnownKeys const keys = { "unix", "mode", "group", "tcp" };
+   UnixEndpoint unixEndpoint;
+   std::optional< TcpEndpoint > tcp;
+   forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      if ( key == "unix" ) {
+         unixEndpoint.path = pathOf( entry );
+      } else if ( key == "mode" ) {
+         unixEndpoint.mode = modeOf( entry );
+      } else if ( key == "group" ) {
+         unixEndpoint.group = textOf( entry, "the name of a group" );
+      } else if ( key == "tcp" ) {
+         constexpr std::string_view expected = "an address and a port, as 127.0.0.1:8440";
+         tcp = tcpEndpoint( textOf( entry, expected ) );
+         if ( !tcp ) {
+            entry.refuse( expected );
+         }
+      } else {
+         return false;
+      }
+      return true;
+   } );
+   if ( tcp.has_value() == !unixEndpoint.path.empty() ) {
+      item.refuse( "either unix or tcp" );
+   }
+   if ( tcp ) {
+      return *tcp;
+   }
+   return unixEndpoint;
+}
+
+constexpr std::string_view expectedInterface = "the name of an interface, as Ethernet\\1";
+
+// Whether every group that the text names is one, and it gives the name of an interface where
+// they are numbers.
+void
+checkInterface( Item const& item, std::string_view text, std::size_t groups ) {
+   std::string example;
+   for ( std::size_t i = 0; i < text.size(); ++i ) {
+      if ( text[ i ] != '\\' ) {
+         example += text[ i ];
+         continue;
+      }
+      char const digit = ++i < text.size() ? text[ i ] : '0';
+      bool const isGroup = digit >= '1' && digit <= '9' &&
+         static_cast< std::size_t >( digit - '0' ) <= groups;
+      if ( !isGroup ) {
+         item.refuse(
+            groups == 0 ? "no \\, as device has no groups"
+                        : fmt::format( "a group of device from \\1 to \\{}", groups ) );
+      }
+      example += '1';
+   }
+   try {
+      Kovel::IntfId const id( example );
+   } catch ( Ryx::RangeException const& ) {
+      item.refuse( expectedInterface );
+   }
+}
+
+std::regex
+readDevice( Item const& item ) {
+   constexpr std::string_view expected = "a regular expression";
+   try {
+      return std::regex( textOf( item, expected ) );
+   } catch ( std::regex_error const& ) {
+      item.refuse( expected );
+   }
+}
+
+InterfaceRule
+readRule( Item const& item ) {
+   static KnownKeys const keys = { "device", "interface" };
+   std::optional< std::regex > device;
+   forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      if ( key == "device" ) {
+         device = readDevice( entry );
+      }
+      return key == "device" || key == "interface";
+   } );
+   if ( !device ) {
+      item.refuseBecause( "no device: expected the key device" );
+   }
+   std::string interface;
+   forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      if ( key == "interface" ) {
+         interface = textOf( entry, expectedInterface );
+         checkInterface( entry, interface, device->mark_count() );
+      }
+      return true;
+   } );
+   if ( interface.empty() ) {
+      item.refuseBecause( "no interface: expected the key interface" );
+   }
+   return { std::move( *device ), std::move( interface ) };
+}
+
+LinuxConfig
+readLinux( Item const& item ) {
+   static KnownKeys const keys = { "interfaces", "reasonBit", "fallback" };
+   LinuxConfig config;
+   forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      if ( key == "interfaces" ) {
+         forEachItem( entry, "a list of device and interface", [ & ]( Item const& rule ) {
+            config.interfaces.push_back( readRule( rule ) );
+         } );
+      } else if ( key == "reasonBit" ) {
+         config.reasonBit = static_cast< unsigned >( wholeNumberOf( entry, 0, 31 ) );
+      } else if ( key == "fallback" ) {
+         config.fallback = choiceOf< Fallback >(
+            entry, { { "none", Fallback::none }, { "adminDown", Fallback::adminDown } } );
+      } else {
+         return false;
+      }
+      return true;
+   } );
+   return config;
+}
+
+void
+readHistory( Item const& item, Config& config ) {
+   static KnownKeys const keys = { "records", "days" };
+   constexpr std::int64_t most = 1'000'000'000;
+   forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      if ( key == "records" ) {
+         config.historyRecords = wholeNumberOf( entry, 0, most );
+      } else if ( key == "days" ) {
+         config.historyDays = wholeNumberOf( entry, 0, most );
+      } else {
+         return false;
+      }
+      return true;
+   } );
+}
+
+// The same as a document of its own, all of which can be applied.
+Document
+readMounts( Item const& item ) {
+   Mounts mounts;
+   item.forEachEntry(
+      [] { return "a map of " + listed( Mounts::names() ); },
+      [ &mounts ]( Item const& entry ) { mounts.checkMount( entry ); } );
+   return parseDocument( item.node().tree().name(), toJson( item.node() ).dump() );
+}
+
+bool
+readEntry( std::string_view key, Item const& entry, Config& config ) {
+   if ( key == "driver" ) {
+      config.driver = choiceOf< DriverKind >(
+         entry, { { "none", DriverKind::none }, { "linux", DriverKind::linux } } );
+   } else if ( key == "state" ) {
+      config.state = pathOf( entry );
+   } else if ( key == "bootId" ) {
+      config.bootId = pathOf( entry );
+   } else if ( key == "listen" ) {
+      config.listen.clear();
+      forEachItem( entry, "a list of unix and tcp", [ & ]( Item const& endpoint ) {
+         config.listen.push_back( readEndpoint( endpoint ) );
+      } );
+   } else if ( key == "tokenFile" ) {
+      config.tokenFile = pathOf( entry );
+   } else if ( key == "mounts" ) {
+      config.mounts = readMounts( entry );
+   } else if ( key == "linux" ) {
+      config.linux = readLinux( entry );
+   } else if ( key == "history" ) {
+      readHistory( entry, config );
+   } else {
+      return false;
+   }
+   return true;
+}
+
+} // namespace
+
+Config
+readConfig( Document const& document, Surroundings const& surroundings ) {
+   static KnownKeys const keys = { "driver",    "state",  "bootId", "listen",
+                                   "tokenFile", "mounts", "linux",  "history" };
+   Config config = defaultConfig( surroundings );
+   Item const root( document );
+   // An empty file says nothing.
+   if ( !root.isNull() ) {
+      forEachKey( root, keys, [ &config ]( std::string_view key, Item const& entry ) {
+         return readEntry( key, entry, config );
+      } );
+   }
+   return config;
+}
+
+} // namespace ostra

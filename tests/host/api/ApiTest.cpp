@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include "LiveApi"
+
+#include <fmt/format.h>
+
+namespace ostra {
+
+namespace {
+
+using http::bodyOf;
+using http::statusOf;
+
+Json
+errorOf( std::string const& answer ) {
+   return Json::parse( bodyOf( answer ), nullptr, false ).value( "error", Json() );
+}
+
+// Of the records in "data: {...}" lines.
+std::vector< std::int64_t >
+idsOf( std::string const& events ) {
+   std::vector< std::int64_t > ids;
+   constexpr std::string_view mark = "\ndata: ";
+   for ( std::size_t at = events.find( mark ); at != events.npos;
+         at = events.find( mark, at + 1 ) ) {
+      std::size_t const begin = at + mark.size();
+      Json const record = Json::parse(
+         events.substr( begin, events.find( '\n', begin ) - begin ), nullptr, false );
+      ids.push_back( record.value( "seq", -1 ) );
+   }
+   return ids;
+}
+
+std::string
+eventsRequest( std::string const& headers = "" ) {
+   return fmt::format( "GET /v1/events HTTP/1.1\r\nHost: localhost\r\n{}\r\n", headers );
+}
+
+std::vector< std::int64_t >
+numbers( std::int64_t first, std::int64_t last ) {
+   std::vector< std::int64_t > all;
+   for ( std::int64_t i = first; i <= last; ++i ) {
+      all.push_back( i );
+   }
+   return all;
+}
+
+} // namespace
+
+TEST( Api, TellsTheStateAsAScenarioTakesIt ) {
+   LiveApi api;
+   EXPECT_EQ( api.json( "/v1/state" ), api.live.mounts().state() );
+   EXPECT_EQ( api.json( "/v1/state/mlagConfig/reloadDelay" ), 300 );
+   EXPECT_EQ(
+      api.json( "/v1/state/lagInputConfig/phyIntf/Ethernet1/lag" ), "Port-Channel10" );
+   EXPECT_EQ( api.json( "/v1/state/mlagissuCause/intfStatus/Ethernet3%2F1" ), 1 );
+}
+
+TEST( Api, SaysWhatIsNotThere ) {
+   LiveApi api;
+   std::vector< std::array< std::string, 3 > > const table = { {
+      { "/v1/state/mlagConfg", "", "\"mlagConfg\"" },
+      { "/v1/state/mlagConfig/delay", "mlagConfig", "\"delay\"" },
+      { "/v1/state/mlagissuCause/intfStatus/Ethernet9",
+        "mlagissuCause.intfStatus",
+        "\"Ethernet9\"" },
+   } };
+   for ( auto const& [ target, where, found ] : table ) {
+      std::string const answer = api.get( target );
+      EXPECT_EQ( statusOf( answer ), 404 ) << target;
+      EXPECT_EQ( errorOf( answer )[ "where" ], where );
+      EXPECT_EQ( errorOf( answer )[ "found" ], found );
+   }
+   EXPECT_EQ( statusOf( api.get( "/v1/ports/Ethernet9" ) ), 404 );
+   EXPECT_EQ( statusOf( api.get( "/v1/ports/nonsense" ) ), 404 );
+   EXPECT_EQ( statusOf( api.get( "/v1/types/No::Type" ) ), 404 );
+}
+
+TEST( Api, PatchIsAppliedAndAnswersTheRevision ) {
+   LiveApi api;
+   std::string const answer =
+      api.patch( "/v1/state/mlagConfig", "{\"reloadDelay\": 120, \"lacpStandby\": true}" );
+   EXPECT_EQ( bodyOf( answer ), "{\"revision\":1}\n" );
+   EXPECT_EQ( api.json( "/v1/state/mlagConfig/reloadDelay" ), 120 );
+   EXPECT_EQ( bodyOf( api.patch( "/v1/state", "{}" ) ), "{\"revision\":2}\n" );
+}
+
+TEST( Api, PatchIsAcknowledgedWhenItIsDurable ) {
+   LiveApi api;
+   api.problem = "the disk is full";
+   std::string const answer = api.patch( "/v1/state/mlagConfig", "{\"reloadDelay\": 120}" );
+   EXPECT_EQ( statusOf( answer ), 503 );
+   EXPECT_EQ( errorOf( answer )[ "found" ], "the disk is full" );
+}
+
+TEST( Api, PatchIsRefusedWithTheWordsOfTheScenarioReader ) {
+   LiveApi api;
+   Json const before = api.json( "/v1/state" );
+   struct Refused {
+      std::string target;
+      std::string body;
+      int status;
+      std::string where;
+   };
+   std::vector< Refused > const table = {
+      { "/v1/state",
+        "{\"mlagConfig\":{\"reloadDelay\":\"fast\"}}",
+        400,
+        "mlagConfig.reloadDelay" },
+      { "/v1/state/mlagConfig", "{\"reloadDelay\":[]}", 400, "mlagConfig.reloadDelay" },
+      { "/v1/state/mlagConfig", "{\"reloadDelai\":1}", 400, "mlagConfig.reloadDelai" },
+      { "/v1/state",
+        "{\"ethPhyIntfStatus\":{\"intfStatus\":{\"Eth\":{}}}}",
+        400,
+        "ethPhyIntfStatus" },
+      { "/v1/state/nothing", "{}", 404, "" },
+      { "/v1/state",
+        "{\"mlagissuCause\":{\"intfStatus\":{\"Ethernet1\":7}}}",
+        409,
+        "mlagissuCause" },
+      { "/v1/state", "{", 400, "" },
+      { "/v1/state", "{} {}", 400, "" },
+      { "/v1/state", "\xff", 400, "" },
+      { "/v1/state", "7", 400, "" },
+   };
+   for ( Refused const& refused : table ) {
+      std::string const answer = api.patch( refused.target, refused.body );
+      EXPECT_EQ( statusOf( answer ), refused.status ) << answer;
+      Json const error = errorOf( answer );
+      EXPECT_TRUE( error.value( "where", "" ).starts_with( refused.where ) ) << answer;
+      EXPECT_NE( error.value( "found", "" ), "" ) << answer;
+      EXPECT_NE( error.value( "expected", "" ), "" ) << answer;
+   }
+   EXPECT_EQ( api.json( "/v1/state" ), before );
+}
+
+TEST( Api, AClientReleasesAPort ) {
+   LiveApi api;
+   EXPECT_FALSE( api.json( "/v1/ports/Ethernet2" )[ "hold" ].is_null() );
+   std::string const answer =
+      api.patch( "/v1/state/mlagissuCause", "{\"intfStatus\":{\"Ethernet2\":null}}" );
+   EXPECT_EQ( statusOf( answer ), 200 ) << answer;
+   EXPECT_TRUE( api.json( "/v1/ports/Ethernet2" )[ "hold" ].is_null() );
+}
+
+TEST( Api, TellsThePortsAndWhenTheyAreReleased ) {
+   LiveApi api;
+   Json const ports = api.json( "/v1/ports" );
+   ASSERT_EQ( ports.size(), 3U );
+   EXPECT_EQ( ports[ 0 ][ "interface" ], "Ethernet1" );
+   EXPECT_EQ( ports[ 0 ][ "class" ], "mlag" );
+   EXPECT_EQ( ports[ 0 ][ "hold" ][ "remaining" ], 300 );
+   // Time goes on although nothing happens.
+   api.clock.time += Milliseconds( 100'000 );
+   EXPECT_EQ( api.json( "/v1/ports" )[ 0 ][ "hold" ][ "remaining" ], 200 );
+   EXPECT_EQ( api.json( "/v1/ports/Ethernet3/1" ), api.json( "/v1/ports/Ethernet3%2F1" ) );
+   EXPECT_EQ( api.json( "/v1/summary" )[ "mlag" ][ "remaining" ], 200 );
+}
+
+TEST( Api, SummaryTellsOfTheHostToo ) {
+   LiveApi api;
+   Json const summary = api.json( "/v1/summary" );
+   EXPECT_EQ( summary[ "mlag" ][ "state" ], "held" );
+   EXPECT_EQ( summary[ "counts" ][ "errdisabled" ], 3 );
+   EXPECT_EQ( summary[ "driver" ][ "name" ], "none" );
+   EXPECT_EQ( summary[ "boot" ][ "id" ], "the-boot" );
+   EXPECT_EQ( summary[ "version" ], OSTRA_VERSION );
+}
+
+TEST( Api, EventsComeAsTheyHappen ) {
+   LiveApi api;
+   auto client = api.client();
+   client.send( eventsRequest() );
+   client.readUntil( "retry: 1000\n\n" );
+   std::int64_t const last = api.stored.back().id;
+   api.patch( "/v1/state/mlagissuCause", "{\"intfStatus\":{\"Ethernet2\":null}}" );
+   std::string const events = client.readUntil( "\"Ethernet2\"],\"value\":null}\n\n" );
+   auto const ids = idsOf( events );
+   EXPECT_EQ( ids, numbers( last + 1, last + std::int64_t( ids.size() ) ) );
+   EXPECT_EQ( events.find( "event:" ), events.npos );
+}
+
+TEST( Api, EventsResumeWithoutGapOrDouble ) {
+   LiveApi api;
+   for ( int i = 0; i < 3000; ++i ) {
+      api.live.records().add( { { "type", "mark" }, { "number", i } } );
+   }
+   api.patch( "/v1/state", "{}" );
+   std::int64_t const last = api.stored.back().id;
+   for ( std::int64_t const seen : { std::int64_t( 0 ), std::int64_t( 17 ), last - 1 } ) {
+      auto client = api.client();
+      client.send( eventsRequest( fmt::format( "Last-Event-ID: {}\r\n", seen ) ) );
+      std::string const events = client.readUntil( fmt::format( "id: {}\ndata: ", last ) ) +
+         client.readUntil( "\n\n" );
+      EXPECT_EQ( idsOf( events ), numbers( seen + 1, last ) );
+   }
+}
+
+TEST( Api, EventsResumeFromTheHistoryOfAnEarlierProcess ) {
+   LiveApi api;
+   std::int64_t const last = api.stored.back().id;
+   // The feed of a new process has nothing in memory.
+   EventFeed feed(
+      api.loop.base(), api.live.records(), [ &api ]( std::int64_t since, std::size_t ) {
+         std::vector< LiveRecord > found;
+         for ( LiveRecord const& record : api.stored ) {
+            if ( record.id > since && found.size() < 2 ) {
+               found.push_back( record );
+            }
+         }
+         return found;
+      } );
+   api.server.add( { "GET",
+                     "/again",
+                     [ &feed ]( http::Request const& request, http::Reply const& reply ) {
+                        feed.stream( request, reply );
+                     } } );
+   auto client = api.client();
+   client.send( "GET /again?since=0 HTTP/1.1\r\nHost: localhost\r\n\r\n" );
+   std::string events = client.readUntil( fmt::format( "id: {}\ndata: ", last ) );
+   api.live.records().add( { { "type", "mark" } } );
+   events += client.readUntil( "\"type\":\"mark\"}\n\n" );
+   EXPECT_EQ( idsOf( events ), numbers( 1, last + 1 ) );
+}
+
+TEST( Api, EventsRefuseAnIdThatIsNone ) {
+   LiveApi api;
+   EXPECT_EQ( statusOf( api.get( "/v1/events", "Last-Event-ID: -1\r\n" ) ), 400 );
+   EXPECT_EQ( statusOf( api.get( "/v1/events?since=x" ) ), 400 );
+}
+
+TEST( Api, HistoryIsALineARecord ) {
+   LiveApi api;
+   std::int64_t const last = api.stored.back().id;
+   auto client = api.client();
+   client.send( fmt::format(
+      "GET /v1/history?since=1&limit=2 HTTP/1.0\r\nHost: localhost\r\n\r\n" ) );
+   auto const lines = jsonLines( bodyOf( client.readAll() ) );
+   ASSERT_EQ( lines.size(), 2U );
+   EXPECT_EQ( lines[ 0 ][ "seq" ], 2 );
+   EXPECT_EQ( lines[ 1 ][ "seq" ], 3 );
+   auto all = api.client();
+   all.send( "GET /v1/history HTTP/1.0\r\nHost: localhost\r\n\r\n" );
+   EXPECT_EQ( jsonLines( bodyOf( all.readAll() ) ).size(), std::size_t( last ) );
+   EXPECT_EQ( statusOf( api.get( "/v1/history?limit=x" ) ), 400 );
+}
+
+TEST( Api, TypesAreThoseThatAreRegistered ) {
+   LiveApi api;
+   EXPECT_EQ( api.json( "/v1/types/Mlag::Config" )[ "name" ], "Mlag::Config" );
+   EXPECT_GT( api.json( "/v1/types" ).size(), 20U );
+}
+
+TEST( Api, SaysThatItIsAliveAndReady ) {
+   LiveApi api;
+   EXPECT_EQ( bodyOf( api.get( "/healthz" ) ), "alive\n" );
+   EXPECT_EQ( bodyOf( api.get( "/readyz" ) ), "ready\n" );
+}
+
+TEST( Api, MetricsCountWhatIsHeld ) {
+   LiveApi api;
+   std::string const metrics = bodyOf( api.get( "/metrics" ) );
+   EXPECT_NE( metrics.find( "\nostra_ports 3\n" ), metrics.npos ) << metrics;
+   EXPECT_NE( metrics.find( "\nostra_ports_held{kind=\"errdisable\"} 3\n" ), metrics.npos );
+   EXPECT_NE( metrics.find( "\nostra_class_held{class=\"mlag\"} 1\n" ), metrics.npos );
+}
+
+} // namespace ostra
