@@ -46,6 +46,8 @@ refuse() {
 // Stands between two others.
 class AskedTest : public testing::Test {
  protected:
+   // Who waits in the queue is held by it, and holds it.
+   void TearDown() override { activity->handleActivity(); }
    void expectOthersOnly() {
       EXPECT_EQ( port->notifieeCount(), 2u );
       calls.clear();
@@ -176,6 +178,7 @@ TEST_F( AskedTest, NeedsNoMemoryToBeQueued ) {
 
 class AskedTimerTest : public ClockTest {
  protected:
+   void TearDown() override { activity->handleActivity(); }
    AskedTimerTest() {
       asked->activity = activity;
       asked->notifierIs( clock );
