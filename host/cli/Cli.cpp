@@ -7,6 +7,7 @@
 #include <host/base/OutOfMemory>
 #include <host/base/OutputBuffer>
 #include <host/cli/CliParser>
+#include <host/cli/ClientLine>
 #include <host/cli/Commands>
 #include <host/input/DocumentTree>
 #include <host/input/Instant>
@@ -61,6 +62,7 @@ class CommandLine {
       addRun();
       addCheck();
       addTypes();
+      client_.addCommands();
    }
 
    void parse( int argc, char** argv ) { parser_.parse( argc, argv ); }
@@ -78,7 +80,7 @@ class CommandLine {
          checkScenario( check_, out, std::cerr );
       } else if ( command == "types" ) {
          listTypes( types_, out );
-      } else {
+      } else if ( !client_.execute( command, out ) ) {
          refuse( "ostra", "nothing to do", expectedCommand );
       }
    }
@@ -236,6 +238,7 @@ class CommandLine {
    RunOptions run_;
    CheckOptions check_;
    TypesOptions types_;
+   ClientLine client_{ parser_ };
 };
 
 int

@@ -32,20 +32,6 @@ environment( char const* name ) {
    return value ? value : "";
 }
 
-bool
-hasColour( Colour colour ) {
-   switch ( colour ) {
-   case Colour::always:
-      return true;
-   case Colour::never:
-      return false;
-   case Colour::automatic:
-      break;
-   }
-   return isatty( STDOUT_FILENO ) == 1 && environment( "NO_COLOR" ).empty() &&
-      environment( "TERM" ) != "dumb";
-}
-
 // In columns; none when the output goes elsewhere.
 std::optional< std::size_t >
 terminalWidth() {
@@ -117,6 +103,20 @@ pluginForTypes( std::optional< std::string > const& path ) {
 }
 
 } // namespace
+
+bool
+hasColour( Colour colour ) {
+   switch ( colour ) {
+   case Colour::always:
+      return true;
+   case Colour::never:
+      return false;
+   case Colour::automatic:
+      break;
+   }
+   return isatty( STDOUT_FILENO ) == 1 && environment( "NO_COLOR" ).empty() &&
+      environment( "TERM" ) != "dumb";
+}
 
 void
 runScenario( RunOptions const& options, std::ostream& out ) {

@@ -25,9 +25,10 @@ idsOf( std::string const& events ) {
    for ( std::size_t at = events.find( mark ); at != events.npos;
          at = events.find( mark, at + 1 ) ) {
       std::size_t const begin = at + mark.size();
-      Json const record = Json::parse(
-         events.substr( begin, events.find( '\n', begin ) - begin ), nullptr, false );
-      ids.push_back( record.value( "seq", -1 ) );
+      std::string const text = events.substr( begin, events.find( '\n', begin ) - begin );
+      Json const record = Json::parse( text, nullptr, false );
+      EXPECT_TRUE( record.is_object() ) << text;
+      ids.push_back( record.is_object() ? record.value( "seq", -1 ) : -1 );
    }
    return ids;
 }
@@ -191,8 +192,8 @@ TEST( Api, EventsResumeWithoutGapOrDouble ) {
    for ( std::int64_t const seen : { std::int64_t( 0 ), std::int64_t( 17 ), last - 1 } ) {
       auto client = api.client();
       client.send( eventsRequest( fmt::format( "Last-Event-ID: {}\r\n", seen ) ) );
-      std::string const events = client.readUntil( fmt::format( "id: {}\ndata: ", last ) ) +
-         client.readUntil( "\n\n" );
+      std::string events = client.readUntil( fmt::format( "id: {}\ndata: ", last ) );
+      events += client.readUntil( "\n\n" );
       EXPECT_EQ( idsOf( events ), numbers( seen + 1, last ) );
    }
 }

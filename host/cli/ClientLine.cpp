@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/ClientLine>
+
+#include <host/base/Failure>
+
+#include <fmt/format.h>
+
+namespace ostra {
+
+void
+ClientLine::addCommands() {
+   addShow();
+   add( "watch", "Follows what happens on the live host.", "ndjson" );
+   addHistory();
+   addPatches();
+   addRelease();
+}
+
+CLI::App&
+ClientLine::add(
+   std::string const& name, std::string const& help, std::string const& json ) {
+   CLI::App& command = parser_.addCommand( name, help );
+   parser_.addText(
+      command,
+      "--socket",
+      "PATH",
+      "The host's socket; without it, that of your own host if there is one, else "
+      "/run/ostra/ostra.sock",
+      "the host's socket",
+      socket_ );
+   parser_.addChoice< bool >(
+      command,
+      "--format",
+      isJson_,
+      { { "text", false }, { json, true } },
+      "For people (which it is without this), or for programs" );
+   parser_.addChoice< Colour >(
+      command,
+      "--colour,--color",
+      colour_,
+      { { "auto", Colour::automatic },
+        { "always", Colour::always },
+        { "never", Colour::never } },
+      "When the text has colours; auto: on a terminal" );
+   return command;
+}
+
+void
+ClientLine::addShow() {
+   CLI::App& command = add( "show", "Shows the live host's state.", "json" );
+   parser_.addChoice< Shown >(
+      command,
+      "WHAT",
+      shown_,
+      { { "summary", Shown::summary },
+        { "ports", Shown::ports },
+        { "state", Shown::state } },
+      "What is to be shown; the summary without it" );
+   parser_.addText(
+      command,
+      "PATH",
+      " ",
+      "Of the state, as mlagConfig.reloadDelay",
+      "a path in the state",
+      path_ );
+}
+
+void
+ClientLine::addHistory() {
+   CLI::App& command =
+      add( "history", "Shows what has happened on the live host.", "ndjson" );
+   parser_.addText(
+      command, "--since", "ID", "Only what came behind that record", "a number", since_ );
+   parser_.addText( command, "--limit", "N", "At most that many", "a number", limit_ );
+}
+
+void
+ClientLine::addPatches() {
+   CLI::App& set = add( "set", "Changes the live host's state in one instant.", "json" );
+   set.add_option(
+         "ASSIGNMENT", assignments_, "A path and its value, as mlagConfig.reloadDelay=120" )
+      ->required();
+   CLI::App& apply =
+      add( "apply", "Applies a patch by name of mount, in one instant.", "json" );
+   parser_
+      .addText(
+         apply, "FILE", " ", "A file, or - for standard input", "a file, or -", file_ )
+      .required();
+}
+
+void
+ClientLine::addRelease() {
+   CLI::App& command = add( "release", "Releases ports by hand.", "json" );
+   command.add_option( "INTERFACE", interfaces_, "Ports that are errdisabled" );
+   parser_.addFlag( command, "--all", isAll_, "All of them" );
+}
+
+ClientOptions
+ClientLine::options() const {
+   return { socket_, isJson_, hasColour( colour_ ) };
+}
+
+bool
+ClientLine::execute( std::string const& command, std::ostream& out ) const {
+   if ( command == "show" ) {
+      show( out );
+   } else if ( command == "watch" ) {
+      watchLive( options(), out );
+   } else if ( command == "history" ) {
+      showHistory( options(), since_, limit_, out );
+   } else if ( command == "set" ) {
+      setLive( options(), assignments_, out );
+   } else if ( command == "apply" ) {
+      applyLive( options(), *file_, out );
+   } else if ( command == "release" ) {
+      release( out );
+   } else {
+      return false;
+   }
+   return true;
+}
+
+void
+ClientLine::show( std::ostream& out ) const {
+   if ( path_ && shown_ != Shown::state ) {
+      refuse( "ostra show", inQuotes( *path_ ), "a path behind state alone" );
+   }
+   showLive( options(), shown_, path_.value_or( "" ), out );
+}
+
+void
+ClientLine::release( std::ostream& out ) const {
+   if ( isAll_ == !interfaces_.empty() ) {
+      refuse( "ostra release", isAll_ ? "both" : "nothing to do", "interfaces or --all" );
+   }
+   releaseLive( options(), interfaces_, out );
+}
+
+} // namespace ostra

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/client/ClientCommands>
+
+#include <host/base/Failure>
+#include <host/base/Words>
+#include <host/client/LiveText>
+#include <host/input/Document>
+#include <host/input/File>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace ostra {
+
+namespace {
+
+HostConnection
+hostOf( ClientOptions const& options, std::string const& command ) {
+   return { "ostra " + command, options.socket ? *options.socket : defaultSocket() };
+}
+
+// "mlagConfig.intfConfig" as "/v1/state/mlagConfig/intfConfig"; slashes divide as dots do
+// where there is no dot.
+std::string
+targetOf( std::string_view path ) {
+   char const between = path.find( '.' ) == path.npos ? '/' : '.';
+   std::string target = "/v1/state";
+   while ( !path.empty() ) {
+      std::size_t const end = std::min( path.find( between ), path.size() );
+      target += '/' + escapedSegment( path.substr( 0, end ) );
+      path.remove_prefix( std::min( end + 1, path.size() ) );
+   }
+   return target;
+}
+
+// As YAML has it: a number, a word that means something, else a text; JSON as it is.
+Json
+valueOf( std::string const& text ) {
+   if ( text.empty() ) {
+      return "";
+   }
+   return toJson( parseDocument( "value", text ).root() );
+}
+
+void
+tellRevision( ClientOptions const& options, Json const& answer, std::ostream& out ) {
+   out << ( options.isJson ? answer.dump()
+                           : fmt::format( "revision {}", answer.value( "revision", 0 ) ) )
+       << '\n';
+}
+
+} // namespace
+
+Json
+assignmentPatch( std::string const& assignment ) {
+   std::size_t const equals = assignment.find( '=' );
+   std::string const path = assignment.substr( 0, equals );
+   bool const isPath = !path.empty() && path.front() != '.' && path.back() != '.' &&
+      path.find( ".." ) == path.npos;
+   if ( equals == assignment.npos || !isPath ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra set: {}: expected a path and a value, as mlagConfig.reloadDelay=120",
+            inQuotes( assignment ) ) );
+   }
+   Json patch = valueOf( assignment.substr( equals + 1 ) );
+   for ( std::size_t end = path.size(); end != path.npos; ) {
+      std::size_t const dot = path.rfind( '.', end - 1 );
+      std::size_t const begin = dot == path.npos ? 0 : dot + 1;
+      patch = { { path.substr( begin, end - begin ), std::move( patch ) } };
+      end = dot;
+   }
+   return patch;
+}
+
+void
+showLive(
+   ClientOptions const& options, Shown what, std::string const& path, std::ostream& out ) {
+   auto const host = hostOf( options, "show" );
+   if ( what == Shown::state ) {
+      out << host.get( targetOf( path ) ).dump( 2 ) << '\n';
+      return;
+   }
+   Json const json = host.get( what == Shown::ports ? "/v1/ports" : "/v1/summary" );
+   if ( options.isJson ) {
+      out << json.dump( 2 ) << '\n';
+   } else {
+      Style const style( options.hasColour );
+      out
+         << ( what == Shown::ports ? portsText( json, style )
+                                   : summaryText( json, style ) );
+   }
+}
+
+void
+watchLive( ClientOptions const& options, std::ostream& out ) {
+   constexpr std::string_view mark = "data: ";
+   Style const style( options.hasColour );
+   hostOf( options, "watch" ).forEachLine( "/v1/events", [ & ]( std::string_view line ) {
+      if ( line.starts_with( mark ) ) {
+         line.remove_prefix( mark.size() );
+         out << ( options.isJson ? std::string( line ) : recordText( line, style ) ) << '\n'
+             << std::flush;
+      }
+      return out.good();
+   } );
+}
+
+void
+showHistory(
+   ClientOptions const& options,
+   std::optional< std::string > const& since,
+   std::optional< std::string > const& limit,
+   std::ostream& out ) {
+   std::string target = "/v1/history?";
+   target += since ? fmt::format( "since={}&", escapedSegment( *since ) ) : "";
+   target += limit ? fmt::format( "limit={}", escapedSegment( *limit ) ) : "";
+   Style const style( options.hasColour );
+   hostOf( options, "history" ).forEachLine( target, [ & ]( std::string_view line ) {
+      out << ( options.isJson ? std::string( line ) : recordText( line, style ) ) << '\n';
+      return out.good();
+   } );
+}
+
+void
+setLive(
+   ClientOptions const& options,
+   std::vector< std::string > const& assignments,
+   std::ostream& out ) {
+   Json patch = Json::object();
+   for ( std::string const& assignment : assignments ) {
+      Json const one = assignmentPatch( assignment );
+      // What is `null` is to be said, too.
+      patch.update( one, true );
+   }
+   tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
+}
+
+void
+applyLive( ClientOptions const& options, std::string const& file, std::ostream& out ) {
+   File input = readFile( file );
+   auto const document = parseDocument( std::move( input.name ), std::move( input.text ) );
+   Json const patch = toJson( document.root() );
+   tellRevision( options, hostOf( options, "apply" ).patch( "/v1/state", patch ), out );
+}
+
+void
+releaseLive(
+   ClientOptions const& options,
+   std::vector< std::string > const& interfaces,
+   std::ostream& out ) {
+   auto const host = hostOf( options, "release" );
+   Json const held = host.get( "/v1/state/mlagissuCause/intfStatus" );
+   Json patch = Json::object();
+   for ( auto const& [ name, since ] : held.items() ) {
+      if ( interfaces.empty() ) {
+         patch[ name ] = nullptr;
+      }
+   }
+   for ( std::string const& name : interfaces ) {
+      if ( !held.contains( name ) ) {
+         throw Failure(
+            ExitStatus::badInput,
+            fmt::format(
+               "ostra release: {}: expected an interface that is errdisabled",
+               inQuotes( name ) ) );
+      }
+      patch[ name ] = nullptr;
+   }
+   Json const answer =
+      host.patch( "/v1/state", { { "mlagissuCause", { { "intfStatus", patch } } } } );
+   if ( options.isJson ) {
+      tellRevision( options, answer, out );
+   } else {
+      out << counted( patch.size(), "port" ) << " released\n";
+   }
+}
+
+} // namespace ostra

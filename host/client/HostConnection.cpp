@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/client/HostConnection>
+
+#include <host/base/Failure>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace ostra {
+
+namespace {
+
+constexpr char machinesSocket[] = "/run/ostra/ostra.sock";
+
+class Descriptor {
+ public:
+   explicit Descriptor( int descriptor ) noexcept : descriptor_( descriptor ) {}
+   ~Descriptor() {
+      if ( descriptor_ != -1 ) {
+         close( descriptor_ );
+      }
+   }
+   Descriptor( Descriptor const& ) = delete;
+   Descriptor& operator=( Descriptor const& ) = delete;
+
+   // False: see errno.
+   bool connectTo( std::string const& path ) const {
+      sockaddr_un address{};
+      address.sun_family = AF_UNIX;
+      if ( path.size() >= sizeof address.sun_path ) {
+         errno = ENAMETOOLONG;
+         return false;
+      }
+      path.copy( address.sun_path, path.size() );
+      auto const* const any = reinterpret_cast< sockaddr const* >( &address );
+      return connect( descriptor_, any, sizeof address ) == 0;
+   }
+
+   bool send( std::string_view text ) const {
+      while ( !text.empty() ) {
+         ssize_t const sent = ::send( descriptor_, text.data(), text.size(), MSG_NOSIGNAL );
+         // The host may have answered, and taken no more.
+         if ( sent == -1 && errno != EINTR ) {
+            return errno == EPIPE;
+         }
+         text.remove_prefix( static_cast< std::size_t >( sent == -1 ? 0 : sent ) );
+      }
+      return true;
+   }
+
+   // Appends what comes; false at the end.
+   bool receive( std::string& text ) const {
+      std::array< char, 1U << 16 > buffer;
+      ssize_t count = -1;
+      do {
+         count = recv( descriptor_, buffer.data(), buffer.size(), 0 );
+      } while ( count == -1 && errno == EINTR );
+      if ( count > 0 ) {
+         text.append( buffer.data(), static_cast< std::size_t >( count ) );
+      }
+      return count > 0;
+   }
+
+ private:
+   int const descriptor_;
+};
+
+// Its status, and the head taken away; none when there is not a whole head.
+std::optional< int >
+takeHead( std::string& answer ) {
+   constexpr std::string_view version = "HTTP/1.1 ";
+   std::size_t const end = answer.find( "\r\n\r\n" );
+   if ( end == answer.npos || !answer.starts_with( version ) ) {
+      return std::nullopt;
+   }
+   int const status = std::atoi( answer.c_str() + version.size() );
+   answer.erase( 0, end + 4 );
+   return status;
+}
+
+// The old version of HTTP has neither chunks nor further requests, which are not wanted here.
+std::string
+getRequest( std::string const& target ) {
+   return fmt::format( "GET {} HTTP/1.0\r\nHost: localhost\r\n\r\n", target );
+}
+
+} // namespace
+
+std::string
+defaultSocket() {
+   char const* const directory = std::getenv( "XDG_RUNTIME_DIR" );
+   std::string const own = fmt::format( "{}/ostra.sock", directory ? directory : "" );
+   return directory && *directory == '/' && access( own.c_str(), F_OK ) == 0
+      ? own
+      : std::string( machinesSocket );
+}
+
+std::string
+escapedSegment( std::string_view text ) {
+   std::string escaped;
+   for ( char const c : text ) {
+      bool const isPlain = ( c >= '0' && c <= '9' ) || ( c >= 'a' && c <= 'z' ) ||
+         ( c >= 'A' && c <= 'Z' ) || c == '-' || c == '.' || c == '_' || c == '~' ||
+         c == ':';
+      escaped += isPlain ? std::string( 1, c )
+                         : fmt::format( "%{:02X}", static_cast< unsigned char >( c ) );
+   }
+   return escaped;
+}
+
+void
+HostConnection::fail( std::string_view why ) const {
+   throw Failure(
+      ExitStatus::failed,
+      fmt::format(
+         "{}: {}: {}: expected a host that listens there", command_, socket_, why ) );
+}
+
+void
+HostConnection::failByErrno() const {
+   fail( std::strerror( errno ) );
+}
+
+void
+HostConnection::refuse( int status, std::string_view body ) const {
+   Json const json = Json::parse( body, nullptr, false );
+   Json const error = json.is_object() ? json.value( "error", Json() ) : Json();
+   auto const part = [ &error ]( char const* name ) {
+      bool const isThere = error.is_object() && error.contains( name );
+      return isThere && error[ name ].is_string() ? error[ name ].get< std::string >() : "";
+   };
+   std::string const where = part( "where" );
+   throw Failure(
+      status < 500 ? ExitStatus::badInput : ExitStatus::failed,
+      error.is_object() ? fmt::format(
+                             "{}: {}{}{}: expected {}",
+                             command_,
+                             where,
+                             where.empty() ? "" : ": ",
+                             part( "found" ),
+                             part( "expected" ) )
+                        : fmt::format( "{}: the host answers {}", command_, status ) );
+}
+
+Json
+HostConnection::answerTo( std::string const& request ) const {
+   Descriptor const connection( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) );
+   if ( !connection.connectTo( socket_ ) || !connection.send( request ) ) {
+      failByErrno();
+   }
+   std::string answer;
+   while ( connection.receive( answer ) ) {}
+   auto const status = takeHead( answer );
+   if ( !status ) {
+      fail( "no answer" );
+   }
+   if ( *status != 200 ) {
+      refuse( *status, answer );
+   }
+   Json json = Json::parse( answer, nullptr, false );
+   if ( json.is_discarded() ) {
+      fail( "half an answer" );
+   }
+   return json;
+}
+
+Json
+HostConnection::get( std::string const& target ) const {
+   return answerTo( getRequest( target ) );
+}
+
+Json
+HostConnection::patch( std::string const& target, Json const& patch ) const {
+   std::string const body = patch.dump( -1, ' ', false, Json::error_handler_t::replace );
+   return answerTo( fmt::format(
+      "PATCH {} HTTP/1.0\r\nHost: localhost\r\nContent-Type: "
+      "application/merge-patch+json\r\n"
+      "Content-Length: {}\r\n\r\n{}",
+      target,
+      body.size(),
+      body ) );
+}
+
+void
+HostConnection::forEachLine(
+   std::string const& target,
+   std::function< bool( std::string_view ) > const& take ) const {
+   Descriptor const connection( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) );
+   if ( !connection.connectTo( socket_ ) || !connection.send( getRequest( target ) ) ) {
+      failByErrno();
+   }
+   std::string text;
+   std::optional< int > status;
+   bool isMore = true;
+   while ( isMore ) {
+      isMore = connection.receive( text );
+      if ( !status ) {
+         status = takeHead( text );
+      }
+      std::size_t begin = 0;
+      for ( std::size_t end = 0;
+            status == 200 && ( end = text.find( '\n', begin ) ) != text.npos;
+            begin = end + 1 ) {
+         if ( !take( std::string_view( text ).substr( begin, end - begin ) ) ) {
+            return;
+         }
+      }
+      text.erase( 0, begin );
+   }
+   if ( !status ) {
+      fail( "no answer" );
+   }
+   if ( *status != 200 ) {
+      refuse( *status, text );
+   }
+}
+
+} // namespace ostra

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/client/LiveText>
+
+#include <host/base/Failure>
+#include <host/base/Words>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+namespace ostra {
+
+namespace {
+
+using Row = std::array< std::string, 6 >;
+
+// A text as it is, "-" for nothing, anything else as it would stand in a scenario.
+std::string
+cell( Json const& json ) {
+   if ( json.is_null() ) {
+      return "-";
+   }
+   return oneLine( flowText( json ) );
+}
+
+std::string
+secondsCell( Json const& seconds ) {
+   if ( seconds.is_null() ) {
+      return "-";
+   }
+   double const number = secondsOf( seconds );
+   return seconds.is_number() ? fmt::format( "{:.0f} s", number ) : "without end";
+}
+
+Row
+rowOf( Json const& port ) {
+   Json const hold = port.value( "hold", Json() );
+   bool const isHeld = hold.is_object();
+   return { cell( port.value( "interface", Json() ) ),
+            cell( port.value( "class", Json() ) ),
+            cell( port.value( "portChannel", Json() ) ),
+            isHeld ? cell( hold.value( "kind", Json() ) ) : "-",
+            isHeld ? secondsCell( hold.value( "remaining", Json() ) ) : "-",
+            cell( port.value( "reason", Json() ) ) };
+}
+
+std::string
+classText( std::string_view name, Json const& json ) {
+   std::string const state = cell( json.value( "state", Json() ) );
+   std::string const remaining = secondsCell( json.value( "remaining", Json() ) );
+   bool const isHeld = state == "held";
+   return fmt::format(
+      "{:<16}{}{}\n", name, state, isHeld ? ", remaining " + remaining : "" );
+}
+
+// What a record says behind its time.
+std::string
+saying( Json const& record ) {
+   std::string const type = cell( record.value( "type", Json() ) );
+   if ( type == "write" && record.contains( "path" ) && record[ "path" ].is_array() ) {
+      std::string path;
+      for ( Json const& key : record[ "path" ] ) {
+         path += ( path.empty() ? "" : "." ) + cell( key );
+      }
+      Json const value = record.value( "value", Json() );
+      return fmt::format(
+         "{} {}", path, value.is_null() ? "removed" : "= " + oneLine( flowText( value ) ) );
+   }
+   if ( type == "log" ) {
+      return fmt::format( "{}", cell( record.value( "text", Json() ) ) );
+   }
+   std::string rest;
+   for ( auto const& [ key, value ] : record.items() ) {
+      bool const isHead = key == "seq" || key == "t" || key == "time" || key == "type";
+      rest += isHead ? "" : fmt::format( " {} {}", key, cell( value ) );
+   }
+   return type + rest;
+}
+
+} // namespace
+
+std::string
+portsText( Json const& ports, Style const& style ) {
+   Row const head = { "port", "class", "port-channel", "held", "remaining", "why" };
+   std::vector< Row > rows = { head };
+   for ( Json const& port : ports ) {
+      rows.push_back( rowOf( port ) );
+   }
+   std::array< std::size_t, 6 > widths{};
+   for ( Row const& row : rows ) {
+      for ( std::size_t i = 0; i + 1 < row.size(); ++i ) {
+         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
+      }
+   }
+   std::string text;
+   for ( Row const& row : rows ) {
+      std::string line;
+      for ( std::size_t i = 0; i < row.size(); ++i ) {
+         line += fmt::format(
+            "{:<{}}{}", row[ i ], widths[ i ], i + 1 < row.size() ? "  " : "" );
+      }
+      bool const isHead = &row == &rows.front();
+      Ink const ink = isHead ? Ink::faint : row[ 3 ] == "-" ? Ink::plain : Ink::held;
+      text += style( ink, line ) + '\n';
+   }
+   return text;
+}
+
+std::string
+summaryText( Json const& summary, Style const& style ) {
+   Json const counts = summary.value( "counts", Json::object() );
+   Json const driver = summary.value( "driver", Json::object() );
+   std::string text = classText( "MLAG ports", summary.value( "mlag", Json::object() ) ) +
+      classText( "non-MLAG ports", summary.value( "nonMlag", Json::object() ) );
+   text += fmt::format(
+      "{:<16}{}, {} errdisabled, {} in LACP standby\n",
+      "ports",
+      cell( counts.value( "ports", Json() ) ),
+      cell( counts.value( "errdisabled", Json() ) ),
+      cell( counts.value( "lacpStandby", Json() ) ) );
+   text += fmt::format( "{:<16}{}\n", "driver", cell( driver.value( "name", Json() ) ) );
+   Json const store = summary.value( "store", Json::object() );
+   if ( std::string const problem = store.value( "problem", "" ); !problem.empty() ) {
+      text +=
+         style( Ink::alarm, fmt::format( "{:<16}{}", "store", oneLine( problem ) ) ) + '\n';
+   }
+   return text;
+}
+
+std::string
+recordText( std::string_view line, Style const& style ) {
+   Json const record = Json::parse( line, nullptr, false );
+   if ( !record.is_object() ) {
+      return oneLine( line );
+   }
+   std::string const type = cell( record.value( "type", Json() ) );
+   Ink const ink = type == "log" ? Ink::message : type == "event" ? Ink::event : Ink::plain;
+   return fmt::format(
+      "{}  {}",
+      style( Ink::faint, cell( record.value( "time", Json() ) ) ),
+      style( ink, saying( record ) ) );
+}
+
+} // namespace ostra
