@@ -9,6 +9,7 @@
 #include <host/cli/CliParser>
 #include <host/cli/ClientLine>
 #include <host/cli/Commands>
+#include <host/cli/Serve>
 #include <host/input/DocumentTree>
 #include <host/input/Instant>
 
@@ -35,10 +36,13 @@ constexpr char runDescription[] =
    "Plays a scenario and reports every write and log. Without a scenario, a leaf switch "
    "reloads.";
 constexpr char checkDescription[] = "Validates a scenario without running it.";
+constexpr char serveDescription[] =
+   "Runs the plug-in on this switch: keeps its state, and lets it be read and changed over "
+   "HTTP.";
 constexpr char typesDescription[] =
    "Lists the registered types with attribute ids, names, value types and flags.";
 
-constexpr char expectedCommand[] = "a command: run, check or types";
+constexpr char expectedCommand[] = "a command: run, check, types or serve";
 constexpr char expectedFile[] = "a file, or - for standard input";
 
 // What is longer has no place in the numbers by which a document is kept.
@@ -62,6 +66,7 @@ class CommandLine {
       addRun();
       addCheck();
       addTypes();
+      addServe();
       client_.addCommands();
    }
 
@@ -80,6 +85,8 @@ class CommandLine {
          checkScenario( check_, out, std::cerr );
       } else if ( command == "types" ) {
          listTypes( types_, out );
+      } else if ( command == "serve" ) {
+         serve( serve_, out, std::cerr );
       } else if ( !client_.execute( command, out ) ) {
          refuse( "ostra", "nothing to do", expectedCommand );
       }
@@ -234,10 +241,28 @@ class CommandLine {
       addPlugin( command, types_.plugin );
    }
 
+   void addServe() {
+      CLI::App& command = parser_.addCommand( "serve", serveDescription );
+      parser_.addText(
+         command,
+         "--config",
+         "FILE",
+         "The configuration; without it, /etc/ostra/ostra.yaml if that is there",
+         "the configuration's file",
+         serve_.config );
+      parser_.addFlag(
+         command,
+         "--check",
+         serve_.isCheck,
+         "Read the configuration and say what is wrong" );
+      addPlugin( command, serve_.plugin );
+   }
+
    CliParser parser_;
    RunOptions run_;
    CheckOptions check_;
    TypesOptions types_;
+   ServeOptions serve_;
    ClientLine client_{ parser_ };
 };
 

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/Serve>
+
+#include <host/api/Api>
+#include <host/http/Server>
+#include <host/serve/Config>
+#include <host/serve/LiveHost>
+#include <host/serve/Notify>
+#include <host/state/Plugin>
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <memory>
+
+namespace ostra {
+
+namespace {
+
+std::unique_ptr< Driver >
+makeDriver( Config const& config ) {
+   if ( config.driver == DriverKind::linux ) {
+      throw Failure(
+         ExitStatus::badInput, "driver: \"linux\": expected none, which this program has" );
+   }
+   return std::make_unique< NoDriver >();
+}
+
+std::string
+bootIdOf( Config const& config ) {
+   std::string text = readFile( config.bootId ).text;
+   text.erase( text.find_last_not_of( " \t\r\n" ) + 1 );
+   return text;
+}
+
+LiveHost::Options
+hostOptions( Config const& config ) {
+   return { config.state,
+            bootIdOf( config ),
+            { config.historyRecords, config.historyDays } };
+}
+
+class Service {
+ public:
+   Service( ServeOptions const& options, Config config, std::ostream& err )
+         : options_( options ),
+           config_( std::move( config ) ),
+           err_( err ),
+           plugin_( options.plugin ),
+           time_( clock_ ),
+           loop_( time_ ),
+           driver_( makeDriver( config_ ) ),
+           host_( hostOptions( config_ ), plugin_.agentType(), *driver_, loop_ ),
+           api_( { loop_.base(),
+                   host_.live(),
+                   host_.ports(),
+                   [ this ]( std::int64_t since, std::size_t limit ) {
+                      return host_.store().history( since, limit );
+                   },
+                   [ this ] { return host_.isReady(); },
+                   [ this ] { return host_.store().problem(); },
+                   std::string( driver_->name() ),
+                   host_.bootId() } ),
+           server_( loop_.base() ) {
+      api_.addTo( server_ );
+      server_.complaintIs( [ this ]( std::string const& what ) { say( what ); } );
+   }
+
+   void run( std::ostream& out ) {
+      startHost();
+      // Before anybody is told that there is something to signal to.
+      for ( int const signal : { SIGTERM, SIGINT } ) {
+         loop_.signalIs( signal, [ this ] { loop_.stop(); } );
+      }
+      loop_.signalIs( SIGHUP, [ this ] { readAgain(); } );
+      for ( ListenEndpoint const& endpoint : config_.listen ) {
+         std::visit( [ & ]( auto const& at ) { listen( at, out ); }, endpoint );
+      }
+      out.flush();
+      loop_.turnEndIs( [ this ] {
+         host_.endTurn();
+         notify_.endTurn();
+         sayProblem();
+      } );
+      notify_.ready( describe( config_ ) );
+      loop_.run();
+      notify_.stopping();
+   }
+
+ private:
+   void startHost() {
+      try {
+         server_.tokenIs( readToken( config_.tokenFile ) );
+         host_.start( config_.mounts ? &*config_.mounts : nullptr );
+      } catch ( PatchRefusal const& refusal ) {
+         throw Failure( ExitStatus::badInput, fmt::format( "mounts: {}", refusal.what() ) );
+      }
+      for ( std::string const& finding : host_.findings() ) {
+         say( finding );
+      }
+   }
+
+   template< class Endpoint >
+   void listen( Endpoint const& endpoint, std::ostream& out ) {
+      http::ListeningSocket socket( endpoint );
+      out << fmt::format( "ostra: serving on {}\n", socket.name() );
+      server_.listen( std::move( socket ) );
+   }
+
+   void say( std::string const& line ) {
+      err_ << oneLine( fmt::format( "ostra: {}", line ) ) << '\n' << std::flush;
+   }
+
+   // Once when it begins, and once when it is over.
+   void sayProblem() {
+      std::string const& problem = host_.store().problem();
+      if ( problem != problem_ ) {
+         problem_ = problem;
+         say(
+            problem.empty() ? std::string( "the store can be written again" )
+                            : fmt::format( "{}: {}", config_.state, problem ) );
+      }
+   }
+
+   // What is wrong with it is said, and then nothing changes.
+   void readAgain() {
+      notify_.reloading();
+      try {
+         Config config = loadConfig( options_.config );
+         std::string token = readToken( config.tokenFile );
+         host_.fileIs( config.mounts ? &*config.mounts : nullptr );
+         host_.store().limitsAre( { config.historyRecords, config.historyDays } );
+         server_.tokenIs( std::move( token ) );
+         say( "the configuration was read again" );
+      } catch ( std::exception const& error ) {
+         say( fmt::format( "the configuration stays as it was: {}", error.what() ) );
+      }
+      notify_.ready( describe( config_ ) );
+   }
+
+   ServeOptions const& options_;
+   Config const config_;
+   std::ostream& err_;
+   Plugin plugin_;
+   BootClock clock_;
+   LiveTime time_;
+   Loop loop_;
+   Notify notify_{ Notify::Surroundings::current() };
+   std::unique_ptr< Driver > const driver_;
+   LiveHost host_;
+   Api api_;
+   http::Server server_;
+   std::string problem_;
+};
+
+} // namespace
+
+void
+serve( ServeOptions const& options, std::ostream& out, std::ostream& err ) {
+   Config config = loadConfig( options.config );
+   if ( options.isCheck ) {
+      out << fmt::format(
+         "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );
+      return;
+   }
+   Service( options, std::move( config ), err ).run( out );
+}
+
+} // namespace ostra
