@@ -101,6 +101,19 @@ CliParser::addText(
       } );
 }
 
+CLI::Option&
+CliParser::addTexts(
+   CLI::App& command,
+   std::string const& name,
+   std::string const& help,
+   std::string const& expected,
+   std::vector< std::string >& texts ) {
+   CLI::Option* const option = command.add_option( name, texts, besideText( help ) );
+   option->option_text( " " );
+   expected_[ option ] = expected;
+   return *option;
+}
+
 void
 CliParser::addFlag(
    CLI::App& command, std::string const& name, bool& given, std::string const& help ) {

@@ -79,9 +79,14 @@ ClientLine::addHistory() {
 void
 ClientLine::addPatches() {
    CLI::App& set = add( "set", "Changes the live host's state in one instant.", "json" );
-   set.add_option(
-         "ASSIGNMENT", assignments_, "A path and its value, as mlagConfig.reloadDelay=120" )
-      ->required();
+   parser_
+      .addTexts(
+         set,
+         "ASSIGNMENT",
+         "A path and its value, as mlagConfig.reloadDelay=120",
+         "a path and its value, as mlagConfig.reloadDelay=120",
+         assignments_ )
+      .required();
    CLI::App& apply =
       add( "apply", "Applies a patch by name of mount, in one instant.", "json" );
    parser_
@@ -93,7 +98,8 @@ ClientLine::addPatches() {
 void
 ClientLine::addRelease() {
    CLI::App& command = add( "release", "Releases ports by hand.", "json" );
-   command.add_option( "INTERFACE", interfaces_, "Ports that are errdisabled" );
+   parser_.addTexts(
+      command, "INTERFACE", "Ports that are errdisabled", "interfaces", interfaces_ );
    parser_.addFlag( command, "--all", isAll_, "All of them" );
 }
 

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include "Program"
+
+#include <utility>
+#include <vector>
+
+namespace ostra {
+
+TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
+   std::vector< std::pair< std::string, std::string > > const table = {
+      { "set",
+        "ostra set: no ASSIGNMENT: expected a path and its value, as "
+        "mlagConfig.reloadDelay=120\n" },
+      { "set a",
+        "ostra set: \"a\": expected a path and a value, as mlagConfig.reloadDelay=120\n" },
+      { "release", "ostra release: nothing to do: expected interfaces or --all\n" },
+      { "release --all Ethernet1", "ostra release: both: expected interfaces or --all\n" },
+      { "show ports x", "ostra show: \"x\": expected a path behind state alone\n" },
+      { "show nothing", "ostra show: WHAT: \"nothing\": expected summary|ports|state\n" },
+      { "apply", "ostra apply: no FILE: expected a file, or -\n" },
+      { "watch --format json", "ostra watch: --format: \"json\": expected text|ndjson\n" },
+   };
+   for ( auto const& [ arguments, line ] : table ) {
+      Outcome const outcome = ostraRun( arguments );
+      EXPECT_EQ( outcome.status, 2 ) << arguments;
+      EXPECT_EQ( outcome.out, "" ) << arguments;
+      EXPECT_EQ( outcome.err, line );
+   }
+}
+
+} // namespace ostra
