@@ -25,11 +25,6 @@ isUnset( Json const& value ) {
    return std::find( unset.begin(), unset.end(), value ) != unset.end();
 }
 
-bool
-isMlagIntfConfig( Json const& value ) {
-   return value.is_object() && !value.value( "mlagId", "" ).empty();
-}
-
 } // namespace
 
 IntfId
@@ -66,10 +61,11 @@ PortClass
 SwitchFacts::classOf( IntfId port ) const {
    IntfId const portChannel = portChannelOf( port );
    IntfId const configured = portChannel ? portChannel : port;
-   return isMlagIntfConfig(
-             state_.at( { mount::mlagConfig, "intfConfig", configured.string() } ) )
-      ? PortClass::mlag
-      : PortClass::nonMlag;
+   Json const mlagId =
+      state_.at( { mount::mlagConfig, "intfConfig", configured.string(), "mlagId" } );
+   bool const isMlag =
+      mlagId.is_string() && !mlagId.get_ref< std::string const& >().empty();
+   return isMlag ? PortClass::mlag : PortClass::nonMlag;
 }
 
 bool

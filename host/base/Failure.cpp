@@ -16,15 +16,6 @@ namespace {
 // Longer than the name of any interface.
 constexpr std::size_t longestQuote = 60;
 
-// Breaks a line, or changes what a terminal shows or how.
-bool
-isControl( char32_t code ) {
-   bool const isOfLines = code == 0x2028 || code == 0x2029;
-   bool const isOfDirection =
-      ( code >= 0x202a && code <= 0x202e ) || ( code >= 0x2066 && code <= 0x2069 );
-   return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || isOfLines || isOfDirection;
-}
-
 bool
 isPlain( char c ) {
    return c >= 0x20 && c < 0x7f;

@@ -70,4 +70,12 @@ firstCharacter( std::string_view text ) noexcept {
    return none;
 }
 
+bool
+isControl( char32_t code ) noexcept {
+   bool const isOfLines = code == 0x2028 || code == 0x2029;
+   bool const isOfDirection =
+      ( code >= 0x202a && code <= 0x202e ) || ( code >= 0x2066 && code <= 0x2069 );
+   return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || isOfLines || isOfDirection;
+}
+
 } // namespace ostra

@@ -4,11 +4,8 @@
 #include <host/check/ScenarioReview>
 
 #include <host/account/SwitchFacts>
-#include <host/base/IntfRanges>
+#include <host/check/IntfKinds>
 #include <host/state/MountTable>
-
-#include <Kovel/InternalIntfId>
-#include <Kovel/MgmtIntfId>
 
 #include <fmt/format.h>
 
@@ -18,46 +15,10 @@ namespace ostra {
 
 namespace {
 
-using Kovel::IntfId;
-using Kind = IntfId::Kind;
-
-// Never held, and in need of nothing.
-bool
-isSpecial( IntfId id ) {
-   return Kovel::MgmtIntfId::isMgmtIntfId( id ) ||
-      Kovel::InternalIntfId::isInternalIntfId( id );
-}
-
-bool
-isPort( IntfId id ) {
-   return id.kind() == Kind::ethernet || isSpecial( id );
-}
-
-bool
-isPortChannel( IntfId id ) {
-   return id.kind() == Kind::portChannel;
-}
-
-bool
-isLink( IntfId id ) {
-   return isPortChannel( id ) || id.kind() == Kind::ethernet;
-}
-
-bool
-isVlan( IntfId id ) {
-   return id.kind() == Kind::vlan;
-}
-
-bool
-isAny( IntfId ) {
-   return true;
-}
-
 constexpr char portKind[] = "port";
 constexpr char portChannelKind[] = "port-channel";
 constexpr char linkKind[] = "port-channel or port";
 
-constexpr char absence[] = "no status in {}: {}";
 constexpr char nothingToRemove[] = "{} is not there to be removed";
 
 } // namespace
@@ -259,164 +220,6 @@ ScenarioReview::checkDelay( char const* name, Json const& config ) {
    Json const& value = memberAt( config, { name } );
    if ( value.is_number() && value < 0 ) {
       doubt( patches_, { mount::mlagConfig, name }, "a negative delay is over at once" );
-   }
-}
-
-std::vector< Doubt >
-ScenarioReview::doubts() {
-   checkSettings();
-   checkStatuses();
-   checkPeerLinks();
-   checkConfigurations();
-   checkPresence();
-   checkMlagIds();
-   checkNonMlagDelay();
-   return std::move( doubts_ );
-}
-
-bool
-ScenarioReview::exists( Id id ) const {
-   return joined_.count( id ) || peerLinks_.count( id ) || isSeen( lags, id ) ||
-      isSeen( ports, id );
-}
-
-void
-ScenarioReview::checkSettings() {
-   for ( int i = 0; i < collectionCount; ++i ) {
-      Keys const& keys = collections[ std::size_t( i ) ];
-      for ( auto const& [ id, patch ] : seen_[ std::size_t( i ) ] ) {
-         if ( keys.isSetting && keys.takes( id ) && !exists( id ) ) {
-            doubtKey(
-               patch,
-               Collection( i ),
-               id,
-               isPortChannel( id )
-                  ? fmt::format(
-                       "no port is a member of {}, and {} does not have it",
-                       id.string(),
-                       mount::lagInputIntfStatus )
-                  : fmt::format( "{} is never present", id.string() ) );
-         }
-      }
-   }
-}
-
-void
-ScenarioReview::checkStatuses() {
-   for ( auto const& [ id, patch ] : seen_[ lags ] ) {
-      bool const isNamed = joined_.count( id ) || peerLinks_.count( id ) ||
-         isSeen( mlags, id ) || isSeen( overrides, id ) || isSeen( lacps, id ) ||
-         isSeen( snooped, id );
-      if ( !isNamed && isPortChannel( id ) ) {
-         doubtKey(
-            patch,
-            lags,
-            id,
-            fmt::format(
-               "no port is a member of {}, and nothing else has it", id.string() ) );
-      }
-   }
-}
-
-// A port-channel that has members and no MLAG id may be the one that was meant.
-void
-ScenarioReview::checkPeerLinks() {
-   std::vector< Id > likely;
-   for ( auto const& [ id, patch ] : joined_ ) {
-      if ( isPortChannel( id ) && !isSeen( mlags, id ) && !peerLinks_.count( id ) ) {
-         likely.push_back( id );
-      }
-   }
-   for ( auto const& [ id, patch ] : peerLinks_ ) {
-      Path const path{ mount::mlagConfig, "peerLinkIntf" };
-      if ( isSeen( mlags, id ) ) {
-         doubt( patch, path, fmt::format( "{} has an MLAG id, too", id.string() ) );
-      }
-      if ( isPortChannel( id ) && !joined_.count( id ) && !likely.empty() ) {
-         doubt(
-            patch,
-            path,
-            fmt::format(
-               "no port is a member of {}; with members and without an MLAG id: {}",
-               id.string(),
-               intfRanges( likely ) ) );
-      }
-   }
-}
-
-void
-ScenarioReview::checkConfigurations() {
-   std::vector< Id > without;
-   for ( auto const& [ id, patch ] : seen_[ ports ] ) {
-      if ( id.kind() == Kind::ethernet && !isSeen( portConfigs, id ) ) {
-         without.push_back( id );
-      }
-   }
-   if ( !without.empty() ) {
-      Id const first = without.front();
-      doubtKey(
-         seen_[ ports ].at( first ),
-         ports,
-         first,
-         fmt::format(
-            "no configuration in {}: {}",
-            mount::ethPhyIntfConfig,
-            intfRanges( std::move( without ) ) ) );
-   }
-}
-
-// Ports that are named and never become present, in one for each place where they are.
-void
-ScenarioReview::checkPresence() {
-   for ( Collection const collection : { portConfigs, lagConfigs, causes } ) {
-      std::vector< Id > without;
-      for ( auto const& [ id, patch ] : seen_[ collection ] ) {
-         if ( isPort( id ) && !isSeen( ports, id ) ) {
-            without.push_back( id );
-         }
-      }
-      if ( !without.empty() ) {
-         Id const first = without.front();
-         doubtKey(
-            seen_[ collection ].at( first ),
-            collection,
-            first,
-            fmt::format(
-               absence, mount::ethPhyIntfStatus, intfRanges( std::move( without ) ) ) );
-      }
-   }
-   for ( auto const& [ id, patch ] : peerLinks_ ) {
-      if ( isPort( id ) && !isSeen( ports, id ) ) {
-         doubt(
-            patch,
-            { mount::mlagConfig, "peerLinkIntf" },
-            fmt::format( absence, mount::ethPhyIntfStatus, id.string() ) );
-      }
-   }
-}
-
-// An id pairs one port-channel here with one of the peer.
-void
-ScenarioReview::checkMlagIds() {
-   for ( auto const& [ mlagId, ids ] : mlagIds_ ) {
-      for ( Id const id : ids ) {
-         if ( id != *ids.begin() ) {
-            doubt(
-               Doubt::mounts,
-               { mount::mlagConfig, "intfConfig", id.string(), "mlagId" },
-               fmt::format( "{} has the same MLAG id", ids.begin()->string() ) );
-         }
-      }
-   }
-}
-
-void
-ScenarioReview::checkNonMlagDelay() {
-   if ( !nonMlagConfigured_ && !nonMlagDelays_.empty() ) {
-      doubt(
-         nonMlagDelays_.front(),
-         { mount::mlagConfig, "reloadDelayNonMlag" },
-         "has no effect without reloadDelayNonMlagConfigured" );
    }
 }
 

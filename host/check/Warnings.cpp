@@ -11,43 +11,13 @@
 
 #include <algorithm>
 #include <functional>
-#include <span>
+#include <map>
+#include <string_view>
+#include <utility>
 
 namespace ostra {
 
 namespace {
-
-using Path = std::span< std::string const >;
-using Visit = std::function< void( Item const& ) >;
-
-// Visits what stands at the path below the item, if anything does.
-bool
-visitAt( Item const& item, Path path, Visit const& visit ) {
-   if ( path.empty() ) {
-      visit( item );
-      return true;
-   }
-   bool isFound = false;
-   auto const next = [ & ]( Item const& child ) {
-      isFound = visitAt( child, path.subspan( 1 ), visit );
-   };
-   if ( item.node().kind() == NodeKind::list ) {
-      std::size_t const index = std::stoul( path.front() );
-      std::size_t at = 0;
-      for ( DocumentNode const node : item.node().items() ) {
-         if ( at++ == index ) {
-            next( Item( item, node, index ) );
-         }
-      }
-   } else if ( item.node().kind() == NodeKind::map ) {
-      item.forEachEntry( "", [ & ]( Item const& entry ) {
-         if ( entry.key() == path.front() ) {
-            next( entry );
-         }
-      } );
-   }
-   return isFound;
-}
 
 // The complaint that a refusal would be.
 std::string
@@ -121,16 +91,93 @@ struct Line {
    std::string text;
 };
 
-Line
-lineOf( Document const& document, Doubt const& doubt ) {
-   auto const path = pathOf( doubt );
-   Line line{ 0, fmt::format( "{}: {}", fmt::join( path, "." ), doubt.what ) };
-   visitAt( Item( document ), path, [ & ]( Item const& item ) {
-      line = { 1 + ( doubt.isOfKey ? item.keyOffset() : item.node().offset() ),
-               complaint( item, doubt ) };
-   } );
-   return line;
-}
+// What there is to say of a document, by place: everything is found in one walk.
+class Annotations {
+ public:
+   explicit Annotations( std::vector< Doubt > doubts )
+         : doubts_( std::move( doubts ) ), isPlaced_( doubts_.size() ) {
+      for ( std::size_t i = 0; i < doubts_.size(); ++i ) {
+         Place* place = &root_;
+         for ( std::string const& key : pathOf( doubts_[ i ] ) ) {
+            place = &place->below[ key ];
+         }
+         place->doubts.push_back( i );
+      }
+   }
+
+   std::vector< Line > lines( Document const& document ) {
+      visit( Item( document ), &root_ );
+      addUnplaced();
+      return std::move( lines_ );
+   }
+
+ private:
+   struct Place {
+      std::map< std::string, Place, std::less<> > below;
+      std::vector< std::size_t > doubts;
+   };
+
+   // `place`: null where there is no doubt, there or below.
+   void visit( Item const& item, Place const* place ) {
+      if ( place ) {
+         for ( std::size_t const i : place->doubts ) {
+            Doubt const& doubt = doubts_[ i ];
+            auto const offset = doubt.isOfKey ? item.keyOffset() : item.node().offset();
+            lines_.push_back( { 1 + offset, complaint( item, doubt ) } );
+            isPlaced_[ i ] = true;
+         }
+      }
+      addStrayQuote( item );
+      visitBelow( item, place );
+   }
+
+   void visitBelow( Item const& item, Place const* place ) {
+      auto const placeOf = [ place ]( std::string_view key ) -> Place const* {
+         if ( !place ) {
+            return nullptr;
+         }
+         auto const found = place->below.find( key );
+         return found == place->below.end() ? nullptr : &found->second;
+      };
+      if ( item.node().kind() == NodeKind::map ) {
+         item.forEachEntry(
+            "", [ & ]( Item const& entry ) { visit( entry, placeOf( entry.key() ) ); } );
+      }
+      std::size_t index = 0;
+      for ( DocumentNode const node : item.node().items() ) {
+         visit( Item( item, node, index ), placeOf( std::to_string( index ) ) );
+         ++index;
+      }
+   }
+
+   // A quote at the end of a text that does not begin with one is part of the text.
+   void addStrayQuote( Item const& item ) {
+      DocumentNode const& node = item.node();
+      std::string_view const text = node.text();
+      bool const isStray = node.kind() == NodeKind::text && node.isPlain() &&
+         ( text.ends_with( '"' ) || text.ends_with( '\'' ) ) && item.key() != "name";
+      if ( isStray ) {
+         Doubt const doubt{ 0, {}, "ends with a quote that nothing opens", false };
+         lines_.push_back( { 1 + node.offset(), complaint( item, doubt ) } );
+      }
+   }
+
+   // What the document does not have: it comes from an earlier state.
+   void addUnplaced() {
+      for ( std::size_t i = 0; i < doubts_.size(); ++i ) {
+         if ( !isPlaced_[ i ] ) {
+            auto const path = pathOf( doubts_[ i ] );
+            lines_.push_back(
+               { 0, fmt::format( "{}: {}", fmt::join( path, "." ), doubts_[ i ].what ) } );
+         }
+      }
+   }
+
+   std::vector< Doubt > const doubts_;
+   std::vector< bool > isPlaced_;
+   Place root_;
+   std::vector< Line > lines_;
+};
 
 } // namespace
 
@@ -145,11 +192,7 @@ warnings( Document const& document, Scenario const& scenario, Mounts const& moun
    addLateEvents( scenario, doubts );
    addMissingConfig( mounts, doubts );
    addRemovals( scenario, doubts );
-   std::vector< Line > lines;
-   lines.reserve( doubts.size() );
-   for ( Doubt const& doubt : doubts ) {
-      lines.push_back( lineOf( document, doubt ) );
-   }
+   auto lines = Annotations( std::move( doubts ) ).lines( document );
    std::stable_sort( lines.begin(), lines.end(), []( Line const& a, Line const& b ) {
       return a.place < b.place;
    } );

@@ -5,7 +5,7 @@
 
 #include <host/base/Failure>
 #include <host/input/Document>
-#include <host/input/SyntaxError>
+#include <host/input/Foreign>
 
 #include <fmt/format.h>
 

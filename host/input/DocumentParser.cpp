@@ -8,6 +8,7 @@
 #include <host/input/CharacterError>
 #include <host/input/Document>
 #include <host/input/DocumentBuilder>
+#include <host/input/Foreign>
 #include <host/input/SyntaxError>
 
 #include <fmt/format.h>

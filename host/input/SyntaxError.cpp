@@ -4,6 +4,7 @@
 #include <host/input/SyntaxError>
 
 #include <host/base/Failure>
+#include <host/input/Foreign>
 #include <host/input/SourceLine>
 
 #include <fmt/format.h>
@@ -382,21 +383,6 @@ class Explanation {
 void
 SyntaxError::fail( DocumentTree const& tree ) const {
    Explanation( *this, tree ).fail();
-}
-
-bool
-isForeignComment( std::string_view text ) {
-   return text.starts_with( "//" ) || text.starts_with( "/*" );
-}
-
-void
-refuseDirective( DocumentTree const& tree, DocumentTree::Offset offset ) {
-   std::string_view const line = SourceLine::at( tree.text(), offset ).text;
-   tree.fail(
-      offset,
-      fmt::format(
-         "directive {}: expected none, or \"%YAML 1.2\"",
-         inQuotes( line.substr( 0, line.find_last_not_of( " \t" ) + 1 ) ) ) );
 }
 
 } // namespace ostra

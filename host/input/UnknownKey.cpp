@@ -3,7 +3,7 @@
 
 #include <host/input/UnknownKey>
 
-#include <host/input/SyntaxError>
+#include <host/input/Foreign>
 
 #include <fmt/format.h>
 

@@ -5,6 +5,8 @@
 
 #include <host/input/UnknownKey>
 
+#include <Kovel/Traits>
+
 #include <fmt/format.h>
 
 #include <utility>
@@ -29,12 +31,18 @@ expectedKeys( RyxType const& type ) {
                        : listed( keys );
 }
 
+// What the keys are, in words: "an interface name".
+std::string
+keyWords( RyxAttr const& collection ) {
+   std::string const& name = collection.indexType()->name().string();
+   return name == Ryx::ValueTraits< Kovel::IntfId >::name ? "an interface name"
+                                                          : "a " + name;
+}
+
 GenericPtr
 readKey( Item const& item, RyxAttr const& collection ) {
    if ( item.key().empty() ) {
-      item.refuseKey( fmt::format(
-         "empty key: expected a key of type {}",
-         collection.indexType()->name().string() ) );
+      item.refuseKey( "empty key: expected " + keyWords( collection ) );
    }
    try {
       return keyOf( collection, std::string( item.key() ) );
@@ -121,8 +129,9 @@ Patcher::reference( Item const& item, RyxAttr const& attribute ) {
 }
 
 GenericPtr
-Patcher::built( Item const& item, RyxType const& type, std::string const& id ) {
-   GenericPtr object = construct( type, id );
+Patcher::built(
+   Item const& item, RyxType const& type, std::string const& id, GenericPtr const& key ) {
+   GenericPtr object = construct( type, id, key );
    this->object( item, *object->type(), id, object.ptr() );
    return object;
 }
@@ -138,7 +147,7 @@ Patcher::contained(
    } else if ( GenericPtr const present = read( *target, attribute ) ) {
       object( item, context_.builtType( type, id ), id, changeable( present ).ptr() );
    } else {
-      write( *target, attribute, nullptr, built( item, type, id ) );
+      write( *target, attribute, nullptr, built( item, type, id, nullptr ) );
    }
 }
 
@@ -159,9 +168,7 @@ Patcher::structure(
 void
 Patcher::collection( Item const& item, RyxAttr const& attribute, GenericIf* target ) {
    item.forEachEntry(
-      [ & ] {
-         return fmt::format( "a map by {}", attribute.indexType()->name().string() );
-      },
+      [ & ] { return "a map with " + keyWords( attribute ) + " as each key"; },
       [ & ]( Item const& entry ) { member( entry, attribute, target ); } );
 }
 
@@ -200,7 +207,7 @@ Patcher::entity(
    } else if ( GenericPtr const present = readMember( *target, collection, key ) ) {
       object( item, context_.builtType( type, id ), id, changeable( present ).ptr() );
    } else {
-      write( *target, collection, key, built( item, type, id ) );
+      write( *target, collection, key, built( item, type, id, key ) );
    }
 }
 

@@ -87,9 +87,15 @@ keyOf( RyxAttr const& collection, std::string const& text ) {
 
 GenericPtr
 construct( RyxType const& type, std::string const& id ) {
+   return construct( type, id, nullptr );
+}
+
+GenericPtr
+construct( RyxType const& type, std::string const& id, GenericPtr const& key ) {
    Ryx::GenericIfList arguments;
-   for ( auto const& argument : type.constructorArguments() ) {
-      arguments.argumentIs( argument.name.string(), argument.type->code().parse( id ) );
+   for ( auto const& [ name, taken ] : type.constructorArguments() ) {
+      bool const isKey = key && key->type() == taken;
+      arguments.argumentIs( name.string(), isKey ? key : taken->code().parse( id ) );
    }
    return type.code().construct( arguments );
 }

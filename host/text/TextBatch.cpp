@@ -44,10 +44,11 @@ releasedText( HoldKind kind, std::size_t count, std::string const& why ) {
 
 } // namespace
 
+template< class Text >
 void
-TextBatch::entry( Ink ink, char const* label, std::string const& text, Ids const& ids ) {
+TextBatch::entry( Ink ink, char const* label, Ids const& ids, Text const& text ) {
    if ( !ids.empty() ) {
-      lines_.entry( at_, ink, label, fmt::format( "{}: {}", text, intfRanges( ids ) ) );
+      lines_.entry( at_, ink, label, fmt::format( "{}: {}", text(), intfRanges( ids ) ) );
    }
 }
 
@@ -87,11 +88,9 @@ TextBatch::printHeld( std::vector< Hold > const& held ) {
    for ( auto const& [ key, ids ] : groups ) {
       auto const& [ kind, from, isInstead ] = key;
       std::string const text = heldText( kind, ids, isInstead );
-      entry(
-         Ink::held,
-         kind == HoldKind::standby ? "standby" : "held",
-         from ? text : text + ", since before the run",
-         ids );
+      entry( Ink::held, kind == HoldKind::standby ? "standby" : "held", ids, [ & ] {
+         return from ? text : text + ", since before the run";
+      } );
    }
 }
 
@@ -102,36 +101,36 @@ TextBatch::printReleased(
    for ( auto const& hold : released ) {
       groups[ { hold.kind, reason.of( hold ) } ].push_back( hold.id );
    }
-   for ( auto const& [ key, ids ] : groups ) {
-      auto const& [ kind, why ] = key;
-      entry( Ink::freed, "released", releasedText( kind, ids.size(), why ), ids );
+   for ( auto const& group : groups ) {
+      entry( Ink::freed, "released", group.second, [ & ] {
+         auto const& [ kind, why ] = group.first;
+         return releasedText( kind, group.second.size(), why );
+      } );
    }
 }
 
 void
 TextBatch::printForced( Changes const& forced ) {
-   auto const begun = forced.begun();
-   auto const ended = forced.ended();
-   auto const text = []( char const* what, Ids const& ids ) {
-      return fmt::format( "{} {}", what, counted( ids.size(), "port-channel" ) );
+   auto const print = [ & ]( char const* what, Ids const& ids ) {
+      entry( Ink::faint, "snooping", ids, [ & ] {
+         return fmt::format( "{} {}", what, counted( ids.size(), "port-channel" ) );
+      } );
    };
-   entry( Ink::faint, "snooping", text( "IGMP snooping forced on", begun ), begun );
-   entry(
-      Ink::faint, "snooping", text( "IGMP snooping no longer forced on", ended ), ended );
+   print( "IGMP snooping forced on", forced.begun() );
+   print( "IGMP snooping no longer forced on", forced.ended() );
 }
 
 void
-TextBatch::printPeers( Ids const& eth, Ids const& all, std::string const& what ) {
-   auto const print = [ & ]( Ids const& ids, std::string const& where ) {
-      std::string const text = counted( ids.size(), "peer interface" );
-      entry( Ink::message, "peer", fmt::format( "{} {} {}", text, what, where ), ids );
+TextBatch::printPeers( Ids const& eth, Ids const& all, char const* what ) {
+   auto const print = [ & ]( Ids const& ids, char const* where, char const* alone ) {
+      entry( Ink::message, "peer", ids, [ & ] {
+         return fmt::format(
+            "{} {} {}{}", counted( ids.size(), "peer interface" ), what, where, alone );
+      } );
    };
-   auto const alone = []( char const* directory ) {
-      return fmt::format( "{} alone", directory );
-   };
-   print( both( eth, all ), "the local directories" );
-   print( without( eth, all ), alone( mount::ethIntfStatusDir ) );
-   print( without( all, eth ), alone( mount::allIntfStatusDir ) );
+   print( both( eth, all ), "the local directories", "" );
+   print( without( eth, all ), mount::ethIntfStatusDir, " alone" );
+   print( without( all, eth ), mount::allIntfStatusDir, " alone" );
 }
 
 void
@@ -153,43 +152,52 @@ TextBatch::printNothing() {
 }
 
 // The first batch names the peer link itself, unless it was held before.
+bool
+TextBatch::namesPeerLink( WriteBatch const& batch, Kovel::IntfId peerLink ) const {
+   auto const& held = batch.held();
+   return isFirst_ && peerLink &&
+      std::none_of( held.begin(), held.end(), [ & ]( Hold const& hold ) {
+             return hold.id == peerLink;
+          } );
+}
+
 void
 TextBatch::printPeerLink( WriteBatch const& batch ) {
-   Kovel::IntfId const peerLink = facts_.peerLink();
-   auto const& held = batch.held();
-   bool const wasHeld = std::any_of(
-      held.begin(), held.end(), [ & ]( Hold const& hold ) { return hold.id == peerLink; } );
-   bool const isNamed = isFirst_ && peerLink && !wasHeld;
    Ids ids = census_.peerLink;
-   std::erase( ids, peerLink );
-   std::string const members = counted( ids.size(), isNamed ? "member" : "port" );
-   if ( !isNamed ) {
-      entry( Ink::faint, "never held", members + " of the peer link", census_.peerLink );
+   if ( ids.empty() && !isFirst_ ) {
       return;
    }
-   std::string const text = ids.empty() ? "" : " and its " + members;
+   Kovel::IntfId const peerLink = facts_.peerLink();
+   std::erase( ids, peerLink );
+   if ( !namesPeerLink( batch, peerLink ) ) {
+      entry( Ink::faint, "never held", census_.peerLink, [ & ] {
+         return counted( ids.size(), "port" ) + " of the peer link";
+      } );
+      return;
+   }
+   std::string const members =
+      ids.empty() ? "" : " and its " + counted( ids.size(), "member" );
    ids.push_back( peerLink );
-   entry( Ink::faint, "never held", "the peer link" + text, ids );
+   entry( Ink::faint, "never held", ids, [ & ] { return "the peer link" + members; } );
 }
 
 void
 TextBatch::printNotHeld() {
    for ( bool const isAlarming : { true, false } ) {
-      for ( auto const& [ why, group ] : census_.notHeld ) {
+      for ( auto const& item : census_.notHeld ) {
+         auto const& [ why, group ] = item;
          if ( group.isAlarming == isAlarming ) {
             std::string const text = counted( group.ports.size(), "port" ) + ", " + why;
             Ink const ink = isAlarming ? Ink::alarm : Ink::faint;
-            entry( ink, "not held", text, group.ports );
+            entry( ink, "not held", group.ports, [ & ] { return text; } );
          }
       }
    }
    if ( !isFirst_ ) {
-      std::string const text = counted( census_.standby.size(), "port" );
-      entry(
-         Ink::held,
-         "standby",
-         text + " of a port-channel in LACP standby",
-         census_.standby );
+      entry( Ink::held, "standby", census_.standby, [ & ] {
+         return counted( census_.standby.size(), "port" ) +
+            " of a port-channel in LACP standby";
+      } );
    }
 }
 
@@ -197,7 +205,7 @@ void
 TextBatch::printNeverHeld( WriteBatch const& batch ) {
    printPeerLink( batch );
    auto const print = [ & ]( char const* what, Ids const& ids ) {
-      entry( Ink::faint, "never held", counted( ids.size(), what ), ids );
+      entry( Ink::faint, "never held", ids, [ & ] { return counted( ids.size(), what ); } );
    };
    print( "management port", census_.management );
    print( "internal port", census_.internal );

@@ -41,7 +41,7 @@ struct TextReport::Run {
    bool isFirstBatch = true;
    std::set< Kovel::IntfId > forced;
    // See Ending.
-   std::vector< std::string > missingConfig;
+   bool wasConfigMissing = false;
 };
 
 TextReport::TextReport( std::ostream& out, TextOptions options )
@@ -88,7 +88,7 @@ TextReport::keep( WriteBatch const& batch, ReleaseReason const& reason, bool fir
       run.ledger.close( hold, run.at, reason.of( hold ) );
    }
    if ( !batch.released().empty() || ( first && batch.held().empty() ) ) {
-      run.missingConfig = run.facts.missingConfig();
+      run.wasConfigMissing = !run.facts.missingConfig().empty();
    }
    for ( auto const id : batch.forced().begun() ) {
       run.forced.insert( id );
@@ -152,7 +152,7 @@ TextReport::end( Milliseconds at, EndRecord const& record ) {
                            run.ledger,
                            run.roll.neverHeld(),
                            { run.forced.begin(), run.forced.end() },
-                           run.missingConfig };
+                           run.wasConfigMissing };
    printSummary( lines_, ending, run.facts );
 }
 

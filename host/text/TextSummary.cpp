@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace ostra {
@@ -97,52 +99,63 @@ printTable( TextLines& lines, std::vector< Span > const& spans, Milliseconds end
    table.print( lines );
 }
 
-// What those wait for that are still held. What holds for all of them is read once.
+// What a hold that has not ended waits for.
+struct Wait {
+   std::string why;
+   // Whether a timer ends it, as long as any is armed.
+   bool hasTimer = false;
+
+   auto operator<=>( Wait const& ) const = default;
+};
+
+// What holds for all that are still held is read once.
 class Waits {
  public:
    explicit Waits( SwitchFacts const& facts );
 
-   std::string of( Hold const& hold ) const;
+   Wait of( Hold const& hold ) const;
 
  private:
-   std::string ofClass( PortClass portClass ) const;
+   Wait ofClass( PortClass portClass ) const;
 
    SwitchFacts const& facts_;
-   // Empty where it depends on the class, and on who put a port-channel in standby.
-   std::string common_;
-   std::string mlag_;
-   std::string nonMlag_;
+   // None where it depends on the class, and on who put a port-channel in standby.
+   std::optional< Wait > common_;
+   Wait mlag_;
+   Wait nonMlag_;
 };
 
-Waits::Waits( SwitchFacts const& facts ) : facts_( facts ) {
+Waits::Waits( SwitchFacts const& facts )
+      : facts_( facts ),
+        mlag_( ofClass( PortClass::mlag ) ),
+        nonMlag_( ofClass( PortClass::nonMlag ) ) {
    if ( !facts.isMachineThere() ) {
-      common_ = "with nothing there to release";
+      common_ = { "with nothing there to release" };
    } else if ( !facts.isDelayRunning() ) {
-      common_ = "although the reload delay is over";
-   } else {
-      mlag_ = ofClass( PortClass::mlag );
-      nonMlag_ = ofClass( PortClass::nonMlag );
+      common_ = { "although the reload delay is over",
+                  mlag_.hasTimer || nonMlag_.hasTimer };
    }
 }
 
-std::string
+Wait
 Waits::ofClass( PortClass portClass ) const {
    if ( facts_.isHeld( portClass ) ) {
-      return "waiting " + periodText( facts_.delay( portClass ) );
+      double const delay = facts_.delay( portClass );
+      return { "waiting " + periodText( delay ), std::isfinite( delay ) };
    }
-   return portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
-                                       : "although the delay of non-MLAG ports is over";
+   return { portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
+                                         : "although the delay of non-MLAG ports is over" };
 }
 
-std::string
+Wait
 Waits::of( Hold const& hold ) const {
-   if ( !common_.empty() ) {
-      return common_;
+   if ( common_ ) {
+      return *common_;
    }
    if ( hold.kind == HoldKind::standby ) {
       return facts_.isMeantForStandby( hold.id )
          ? mlag_
-         : "not put in standby by this state machine";
+         : Wait{ "not put in standby by this state machine" };
    }
    bool const isMlag = mlag_ == nonMlag_ || facts_.classOf( hold.id ) == PortClass::mlag;
    return isMlag ? mlag_ : nonMlag_;
@@ -150,7 +163,7 @@ Waits::of( Hold const& hold ) const {
 
 void
 printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
-   std::map< std::pair< HoldKind, std::string >, Ids > groups;
+   std::map< std::pair< HoldKind, Wait >, Ids > groups;
    Waits const waits( facts );
    for ( Hold const& hold : ending.ledger.open() ) {
       groups[ { hold.kind, waits.of( hold ) } ].push_back( hold.id );
@@ -162,10 +175,10 @@ printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts
       std::string text = fmt::format(
          "{} still held when the run ends, {}",
          counted( ids.size(), holdNoun( kind ) ),
-         wait );
+         wait.why );
       if ( isNobodyThere ) {
          text += " " + them;
-      } else if ( !ending.isTimerLeft ) {
+      } else if ( !ending.isTimerLeft || !wait.hasTimer ) {
          text += ", and no timer will release " + them;
       }
       lines.field( "WARNING", text + ": " + intfRanges( ids ), Ink::alarm );
@@ -232,7 +245,9 @@ printSummary( TextLines& lines, Ending const& ending, SwitchFacts const& facts )
    printTable( lines, spans, ending.at );
    lines.line( "" );
    printResult( lines, ending, spans, facts );
-   printMissingConfig( lines, ending.missingConfig );
+   if ( ending.wasConfigMissing ) {
+      printMissingConfig( lines, facts.missingConfig() );
+   }
    printForced( lines, ending.forced );
 }
 

@@ -2,72 +2,20 @@
 // Copyright 2026 The MlagOstra authors
 
 #include "Program"
-
-#include <host/check/Warnings>
+#include "Warned"
 
 #include <support/Examples>
 
-#include <gmock/gmock.h>
-
 using ostra::ostraRun;
 using ostra::Outcome;
+using ostra::sound;
+using ostra::soundWith;
 using ostra::temporaryFile;
+using ostra::warningsOf;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-namespace {
-
-// What `check` warns of, without "warning: x.yaml:".
-std::vector< std::string >
-warningsOf( std::string const& scenario ) {
-   constexpr std::string_view prefix = "warning: x.yaml:";
-   ostra::Mounts mounts;
-   ostra::Document const document = ostra::parseDocument( "x.yaml", scenario );
-   ostra::Scenario const read =
-      ostra::readScenario( document, mounts, []() -> ostra::RyxType const& {
-         throw std::logic_error( "no agent here" );
-      } );
-   auto lines = ostra::warnings( document, read, mounts );
-   for ( std::string& line : lines ) {
-      EXPECT_THAT( line, StartsWith( std::string( prefix ) ) );
-      line.erase( 0, prefix.size() );
-   }
-   return lines;
-}
-
-// A switch on which everything is in its place.
-constexpr char sound[] = R"(
-mounts:
-  mlagConfig:
-    localInterface: Vlan4094
-    peerLinkIntf: Port-Channel1000
-    reloadDelayNonMlagConfigured: true
-    reloadDelayNonMlag: 330
-    intfConfig: { Port-Channel10: { mlagId: "10" }, Ethernet3: { mlagId: "3" } }
-  ethPhyIntfStatus:
-    intfStatus: { Ethernet1: {}, Ethernet2: {}, Ethernet3: {}, Ethernet4: {}, Management1: {}, Internal1: {} }
-  ethPhyIntfConfig: { intfConfig: { Ethernet1: {}, Ethernet2: {}, Ethernet3: {}, Ethernet4: {} } }
-  lagInputConfig:
-    phyIntf:
-      Ethernet1: { lag: Port-Channel10 }
-      Ethernet2: { lag: Port-Channel1000 }
-      Ethernet3: { lag: null }
-  lagInputIntfStatus: { intfStatus: { Port-Channel10: {} } }
-  lacpOverride: { lagIdConfig: { Port-Channel10: 02:00:00:00:00:01 } }
-  lacpConfig: { portChannel: { Port-Channel10: {} } }
-  igmpsnoopingConfig: { forceEnabledPorts: { Port-Channel10: true, Port-Channel11: false } }
-  peerIntfStatusDir: { intfStatus: { PeerEthernet1: {} } }
-)";
-
-// The same with what happens to it.
-std::string
-soundWith( std::string const& event ) {
-   return sound + ( "events: [ { at: 5, " + event + " } ]\n" );
-}
-
-} // namespace
 
 TEST( Warnings, OfASoundScenarioThereAreNone ) {
    EXPECT_THAT( warningsOf( "{}" ), IsEmpty() );
@@ -226,54 +174,6 @@ TEST( Warnings, PortsWithoutConfigurationInOneLine ) {
          "ethPhyIntfConfig: Ethernet1,3" ) );
 }
 
-TEST( Warnings, RemovalOfWhatIsNotThere ) {
-   for ( std::string const removal :
-         { "ethPhyIntfStatus: { intfStatus: { Ethernet9: null } }",
-           "ethPhyIntfConfig: { intfConfig: { Ethernet9: null } }",
-           "lagInputConfig: { phyIntf: { Ethernet9: null } }",
-           "lagInputIntfStatus: { intfStatus: { Port-Channel9: null } }",
-           "mlagConfig: { intfConfig: { Port-Channel9: null } }",
-           "lacpOverride: { lagIdConfig: { Port-Channel9: null } }",
-           "peerIntfStatusDir: { intfStatus: { PeerEthernet9: null } }" } ) {
-      EXPECT_THAT(
-         warningsOf( soundWith( removal ) ),
-         ElementsAre( EndsWith( "9 is not there to be removed" ) ) );
-   }
-   // The plug-in may have put it there.
-   EXPECT_THAT(
-      warningsOf( soundWith(
-         "mlagissuCause: { intfStatus: { Ethernet9: null } }, "
-         "igmpsnoopingConfig: { forceEnabledPorts: { Port-Channel9: null } }" ) ),
-      IsEmpty() );
-   EXPECT_THAT(
-      warningsOf(
-         "events:\n  - { at: 1, ethPhyIntfConfig: { intfConfig: { Ethernet1: {} } } }\n"
-         "  - { at: 2, ethPhyIntfConfig: { intfConfig: { Ethernet1: null } } }\n"
-         "  - { at: 3, ethPhyIntfConfig: { intfConfig: { Ethernet1: null } } }\n" ),
-      ElementsAre(
-         EndsWith( "no status in ethPhyIntfStatus: Ethernet1" ),
-         StartsWith( "4:48: events[2].ethPhyIntfConfig.intfConfig.Ethernet1: " ) ) );
-}
-
-TEST( Warnings, NullForWhatTheMountsDoNotHave ) {
-   EXPECT_THAT(
-      warningsOf( "mounts:\n  ethPhyIntfStatus:\n    intfStatus:\n      Ethernet1:\n" ),
-      ElementsAre( "4:7: mounts.ethPhyIntfStatus.intfStatus.Ethernet1: null removes it, "
-                   "and it is not "
-                   "there: expected {} to put it in" ) );
-   EXPECT_THAT(
-      warningsOf( "mounts: { mlagissuCause: { intfStatus: { Ethernet1: null } } }" ),
-      ElementsAre( EndsWith( "expected {} to put it in" ) ) );
-   std::string const state = temporaryFile(
-      "state.json", R"({"ethPhyIntfStatus":{"intfStatus":{"Ethernet1":{}}}})" );
-   EXPECT_EQ(
-      ostraRun(
-         "check - --mounts '" + state + "'",
-         "mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1: null } } }" )
-         .err,
-      "" );
-}
-
 TEST( Warnings, PortsThatNeverBecomePresentInOneLine ) {
    auto const absent = []( std::string const& ports ) {
       return ElementsAre( EndsWith( "no status in ethPhyIntfStatus: " + ports ) );
@@ -293,59 +193,6 @@ TEST( Warnings, PortsThatNeverBecomePresentInOneLine ) {
       absent( "Ethernet9" ) );
 }
 
-TEST( Warnings, AnEmptyMlagIdInAnEvent ) {
-   for ( std::string const change :
-         { "Port-Channel10: { mlagId: \"\" }", "Ethernet2: {}" } ) {
-      EXPECT_THAT(
-         warningsOf( soundWith( "mlagConfig: { intfConfig: { " + change + " } }" ) ),
-         ElementsAre( EndsWith( "an empty mlagId is no MLAG configuration" ) ) );
-   }
-   EXPECT_THAT(
-      warningsOf( soundWith( "mlagConfig: { intfConfig: { Port-Channel10: {} } }" ) ),
-      IsEmpty() );
-}
-
-TEST( Warnings, RemovalOfAnAgentOrChildThatIsNotThere ) {
-   auto const warningsOfChanges = []( std::vector< std::string > const& changes ) {
-      std::string events = "events:\n";
-      for ( std::string const& change : changes ) {
-         events += "  - { at: 1, agent: " + change + " }\n";
-      }
-      return ostraRun( "check -", events ).err;
-   };
-   std::string const child = "{ mlagErrdisableSm: null }";
-   EXPECT_EQ( warningsOfChanges( { child, "{}", child, "null", "{}", "null" } ), "" );
-   EXPECT_EQ(
-      warningsOfChanges( { "null", "null" } ),
-      "warning: <stdin>:3:14: events[1].agent: the agent is not there to be removed\n" );
-   std::string const absent =
-      "agent.mlagErrdisableSm: mlagErrdisableSm is not there to be removed\n";
-   EXPECT_THAT( warningsOfChanges( { child, child } ), EndsWith( "events[1]." + absent ) );
-   EXPECT_THAT(
-      warningsOfChanges( { "null", "{ ethPeerIntfStatusReactor: {} }", child } ),
-      EndsWith( "events[2]." + absent ) );
-}
-
-TEST( Warnings, NullForAReferenceThatIsNotSet ) {
-   for ( std::string const change :
-         { "lagInputConfig: { phyIntf: { Ethernet3: { lag: null } } }",
-           "ethPhyIntfConfig: { intfConfig: { Ethernet1: { defaultConfig: null } } }" } ) {
-      EXPECT_THAT(
-         warningsOf( soundWith( change ) ),
-         ElementsAre( EndsWith( "there is none to be cleared" ) ) );
-   }
-   std::string const twice = "events: [ { at: 1, mlagConfig: { peerLinkIntf: null } }, "
-                             "{ at: 2, mlagConfig: { peerLinkIntf: null } } ]\n";
-   EXPECT_THAT(
-      warningsOf( sound + twice ),
-      ElementsAre(
-         EndsWith( "events[1].mlagConfig.peerLinkIntf: there is none to be cleared" ) ) );
-   EXPECT_THAT(
-      warningsOf(
-         soundWith( "lagInputConfig: { phyIntf: { Ethernet1: { lag: null } } }" ) ),
-      IsEmpty() );
-}
-
 TEST( Warnings, MlagThatIsEnabledAndNotConfigured ) {
    EXPECT_THAT(
       warningsOf( "mounts:\n  mlagConfig: { enabled: true, domainId: pod1 }" ),
@@ -353,6 +200,39 @@ TEST( Warnings, MlagThatIsEnabledAndNotConfigured ) {
          "2:26: mounts.mlagConfig.enabled: no port is held without localInterface, "
          "peerAddress, peerLinkIntf" ) );
    EXPECT_THAT( warningsOf( "mounts: { mlagConfig: { domainId: pod1 } }" ), IsEmpty() );
+}
+
+TEST( Warnings, AQuoteThatNothingOpens ) {
+   EXPECT_THAT(
+      warningsOf( "name: 19\"\nmounts:\n  mlagConfig:\n    domainId: pod1'\n"
+                  "    localInterface: Vlan1\n"
+                  "    intfConfig: { Port-Channel10: { mlagId: 10\" } }\n"
+                  "  lagInputIntfStatus: { intfStatus: { Port-Channel10: {} } }\n" ),
+      ElementsAre(
+         "4:15: mounts.mlagConfig.domainId: ends with a quote that nothing opens",
+         "6:45: mounts.mlagConfig.intfConfig.Port-Channel10.mlagId: ends with a quote "
+         "that nothing opens" ) );
+   EXPECT_THAT( warningsOf( "mounts: { mlagConfig: { domainId: '10\"' } }\n" ), IsEmpty() );
+}
+
+// Each is found where it stands, in one walk through the file.
+TEST( Warnings, ThousandsOfThemTakeNoTime ) {
+   std::string scenario = "mounts:\n  lagInputConfig:\n    phyIntf:\n";
+   std::string status = "  ethPhyIntfStatus:\n    intfStatus:\n";
+   std::string config = "  ethPhyIntfConfig:\n    intfConfig:\n";
+   constexpr int count = 4000;
+   for ( int i = 1; i <= count; ++i ) {
+      std::string const port = "      Ethernet" + std::to_string( i );
+      scenario += port + ": { lag: Ethernet1 }\n";
+      status += port + ": {}\n";
+      config += port + ": {}\n";
+   }
+   auto const lines = warningsOf( scenario + status + config );
+   ASSERT_EQ( lines.size(), std::size_t( count ) );
+   EXPECT_EQ(
+      lines.back(),
+      "4003:28: mounts.lagInputConfig.phyIntf.Ethernet4000.lag: Ethernet1 is no "
+      "port-channel" );
 }
 
 TEST( Warnings, ComeInTheOrderOfTheFile ) {
@@ -369,20 +249,6 @@ events: [ { at: 1, mlagConfig: { reloadDelay: -2 } } ]
          StartsWith( "3:50:" ),
          StartsWith( "4:37:" ),
          StartsWith( "5:47:" ) ) );
-}
-
-TEST( Warnings, EventsAfterTheEndInOneLine ) {
-   EXPECT_THAT(
-      warningsOf( "until: 5\nevents: [ { at: 5 }, { at: 6 }, { at: 7 }, { at: 8 } ]" ),
-      ElementsAre(
-         "2:28: events[1].at: does not happen: the run ends before it, nor do the 2 "
-         "behind it" ) );
-   EXPECT_THAT(
-      warningsOf( "until: 5\nevents: [ { at: 6 }, { at: 7 } ]" ),
-      ElementsAre( EndsWith( "the run ends before it, nor does the one behind it" ) ) );
-   EXPECT_THAT(
-      warningsOf( "until: 5\nevents: [ { at: 6 } ]" ),
-      ElementsAre( EndsWith( "does not happen: the run ends before it" ) ) );
 }
 
 TEST( Warnings, AreNoFailureUnlessStrict ) {

@@ -67,3 +67,12 @@ TEST( NdjsonSink, TextThatIsNoUtf8IsShownAsFarAsItGoes ) {
       "{\"t\":0,\"type\":\"log\",\"id\":\"a\xef\xbf\xbd\",\"severity\":6,\"text\":\"\"}"
       "\n" );
 }
+
+TEST( NdjsonSink, WhatWouldChangeATerminalIsEscaped ) {
+   EXPECT_EQ(
+      lineOf( []( auto& sink ) {
+         sink.log( 0ms, { "ID", 6, "a\xc2\x9b\x7f\xe2\x80\xae\xc3\xa4" } );
+      } ),
+      "{\"t\":0,\"type\":\"log\",\"id\":\"ID\",\"severity\":6,\"text\":\"a\\u009b\\u007f"
+      "\\u202e\xc3\xa4\"}\n" );
+}

@@ -236,7 +236,7 @@ TEST( Scenario, NamesAndAddressesSayWhatWasExpected ) {
       HasSubstr( "mounts.ethPhyIntfStatus.intfStatus.Ethernet01: \"Ethernet01\" is not" ) );
    EXPECT_THAT(
       mountComplaint( "ethPhyIntfStatus: {intfStatus: {\"\": {}}}" ),
-      HasSubstr( "empty key: expected" ) );
+      HasSubstr( "empty key: expected an interface name" ) );
    EXPECT_THAT(
       mountComplaint( "mlagConfig: {peerAddress: 10.0.0}" ),
       HasSubstr( "is not an IP address: expected " ) );

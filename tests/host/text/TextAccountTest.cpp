@@ -313,13 +313,50 @@ TEST_F( TextAccountTest, WhatATimerMayReleaseWaits ) {
    lacpConfig( 0ms, "Port-Channel11", true );
    over( true );
    std::string const end = textOfEnd( 100'000ms, true );
+   EXPECT_THAT( end, HasSubstr( "ends, waiting for 330 s: Ethernet3\n" ) );
+}
+
+TEST_F( TextAccountTest, ATimerOfOthersReleasesNobodyElse ) {
+   startAndSkipHeading( smallSwitch() );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet3" } );
+   lacpConfig( 0ms, "Port-Channel11", true );
+   over( true );
+   std::string const end = textOfEnd( 100'000ms, true );
    EXPECT_THAT(
       end,
       HasSubstr( "1 MLAG port still held when the run ends, although the delay of MLAG "
-                 "ports is over:\n                Ethernet1\n" ) );
-   EXPECT_THAT( end, HasSubstr( "ends, waiting for 330 s: Ethernet3\n" ) );
-   EXPECT_THAT( end, HasSubstr( "not put in standby by this state" ) );
-   EXPECT_THAT( end, Not( HasSubstr( "no timer" ) ) );
+                 "ports is over,\n                and no timer will release it: "
+                 "Ethernet1\n" ) );
+   EXPECT_THAT(
+      end,
+      HasSubstr( "not put in standby by this state\n                machine, and no timer "
+                 "will release it: Port-Channel11\n" ) );
+}
+
+TEST_F( TextAccountTest, NoTimerEndsADelayWithoutEnd ) {
+   Json mounts = smallSwitch();
+   mounts[ "mlagConfig" ][ "reloadDelayNonMlag" ] = "inf";
+   startAndSkipHeading( mounts );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1", "Ethernet3" } );
+   std::string const end = textOfEnd( 100'000ms, true );
+   EXPECT_THAT( end, HasSubstr( "ends, waiting for 300 s: Ethernet1\n" ) );
+   EXPECT_THAT(
+      end,
+      HasSubstr( "waiting without end, and no timer will\n                release it: "
+                 "Ethernet3\n" ) );
+}
+
+TEST_F( TextAccountTest, AConfigurationThatIsWholeAgainIsNotMissed ) {
+   startAndSkipHeading( smallSwitch() );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet1" } );
+   event( 10'000ms, 0, R"({ "mlagConfig": { "enabled": false } })" );
+   release( 10'000ms, { "Ethernet1" } );
+   EXPECT_THAT( text(), HasSubstr( "MLAG not configured" ) );
+   event( 20'000ms, 1, R"({ "mlagConfig": { "enabled": true } })" );
+   EXPECT_THAT( textOfEnd( 30'000ms ), Not( HasSubstr( "full MLAG configuration" ) ) );
 }
 
 } // namespace

@@ -100,7 +100,8 @@ Summary at 00:06:40.000
   non-MLAG ports       2  00:00:00.000  -             00:06:40.000  still held
   LACP standby         0  -             -             -             -
 
-  WARNING       2 non-MLAG ports still held when the run ends, waiting without end: Ethernet3-4
+  WARNING       2 non-MLAG ports still held when the run ends, waiting without end, and no timer
+                will release them: Ethernet3-4
 )" );
 }
 

@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// What is odd about a scenario when all of it is known.
+
+#include <host/check/ScenarioReview>
+
+#include <host/base/IntfRanges>
+#include <host/check/IntfKinds>
+#include <host/state/MountTable>
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+constexpr char absence[] = "no status in {}: {}";
+
+} // namespace
+
+std::vector< Doubt >
+ScenarioReview::doubts() {
+   checkSettings();
+   checkStatuses();
+   checkPeerLinks();
+   checkConfigurations();
+   checkPresence();
+   checkMlagIds();
+   checkNonMlagDelay();
+   return std::move( doubts_ );
+}
+
+bool
+ScenarioReview::exists( Id id ) const {
+   return joined_.count( id ) || peerLinks_.count( id ) || isSeen( lags, id ) ||
+      isSeen( ports, id );
+}
+
+void
+ScenarioReview::checkSettings() {
+   for ( int i = 0; i < collectionCount; ++i ) {
+      Keys const& keys = collections[ std::size_t( i ) ];
+      for ( auto const& [ id, patch ] : seen_[ std::size_t( i ) ] ) {
+         if ( keys.isSetting && keys.takes( id ) && !exists( id ) ) {
+            doubtKey(
+               patch,
+               Collection( i ),
+               id,
+               isPortChannel( id )
+                  ? fmt::format(
+                       "no port is a member of {}, and {} does not have it",
+                       id.string(),
+                       mount::lagInputIntfStatus )
+                  : fmt::format( "{} is never present", id.string() ) );
+         }
+      }
+   }
+}
+
+void
+ScenarioReview::checkStatuses() {
+   for ( auto const& [ id, patch ] : seen_[ lags ] ) {
+      bool const isNamed = joined_.count( id ) || peerLinks_.count( id ) ||
+         isSeen( mlags, id ) || isSeen( overrides, id ) || isSeen( lacps, id ) ||
+         isSeen( snooped, id );
+      if ( !isNamed && isPortChannel( id ) ) {
+         doubtKey(
+            patch,
+            lags,
+            id,
+            fmt::format(
+               "no port is a member of {}, and nothing else has it", id.string() ) );
+      }
+   }
+}
+
+// A port-channel that has members and no MLAG id may be the one that was meant.
+void
+ScenarioReview::checkPeerLinks() {
+   std::vector< Id > likely;
+   for ( auto const& [ id, patch ] : joined_ ) {
+      if ( isPortChannel( id ) && !isSeen( mlags, id ) && !peerLinks_.count( id ) ) {
+         likely.push_back( id );
+      }
+   }
+   for ( auto const& [ id, patch ] : peerLinks_ ) {
+      Path const path{ mount::mlagConfig, "peerLinkIntf" };
+      if ( isSeen( mlags, id ) ) {
+         doubt( patch, path, fmt::format( "{} has an MLAG id, too", id.string() ) );
+      }
+      if ( isPortChannel( id ) && !joined_.count( id ) && !likely.empty() ) {
+         doubt(
+            patch,
+            path,
+            fmt::format(
+               "no port is a member of {}; with members and without an MLAG id: {}",
+               id.string(),
+               intfRanges( likely ) ) );
+      }
+   }
+}
+
+// Those of the collection of which `isOdd` holds, in one at the first of them.
+template< class IsOdd >
+void
+ScenarioReview::doubtTogether(
+   Collection collection, IsOdd isOdd, char const* format, char const* mount ) {
+   std::vector< Id > odd;
+   for ( auto const& [ id, patch ] : seen_[ collection ] ) {
+      if ( isOdd( id ) ) {
+         odd.push_back( id );
+      }
+   }
+   if ( !odd.empty() ) {
+      Id const first = odd.front();
+      doubtKey(
+         seen_[ collection ].at( first ),
+         collection,
+         first,
+         fmt::format( fmt::runtime( format ), mount, intfRanges( std::move( odd ) ) ) );
+   }
+}
+
+void
+ScenarioReview::checkConfigurations() {
+   auto const isWithout = [ this ]( Id id ) {
+      return id.kind() == Id::Kind::ethernet && !isSeen( portConfigs, id );
+   };
+   doubtTogether( ports, isWithout, "no configuration in {}: {}", mount::ethPhyIntfConfig );
+}
+
+// Ports that are named and never become present, in one for each place where they are.
+void
+ScenarioReview::checkPresence() {
+   auto const isAbsent = [ this ]( Id id ) { return isPort( id ) && !isSeen( ports, id ); };
+   for ( Collection const collection : { portConfigs, lagConfigs, causes } ) {
+      doubtTogether( collection, isAbsent, absence, mount::ethPhyIntfStatus );
+   }
+   for ( auto const& [ id, patch ] : peerLinks_ ) {
+      if ( isAbsent( id ) ) {
+         doubt(
+            patch,
+            { mount::mlagConfig, "peerLinkIntf" },
+            fmt::format( absence, mount::ethPhyIntfStatus, id.string() ) );
+      }
+   }
+}
+
+// An id pairs one port-channel here with one of the peer.
+void
+ScenarioReview::checkMlagIds() {
+   for ( auto const& [ mlagId, ids ] : mlagIds_ ) {
+      for ( Id const id : ids ) {
+         if ( id != *ids.begin() ) {
+            doubt(
+               Doubt::mounts,
+               { mount::mlagConfig, "intfConfig", id.string(), "mlagId" },
+               fmt::format( "{} has the same MLAG id", ids.begin()->string() ) );
+         }
+      }
+   }
+}
+
+void
+ScenarioReview::checkNonMlagDelay() {
+   if ( !nonMlagConfigured_ && !nonMlagDelays_.empty() ) {
+      doubt(
+         nonMlagDelays_.front(),
+         { mount::mlagConfig, "reloadDelayNonMlag" },
+         "has no effect without reloadDelayNonMlagConfigured" );
+   }
+}
+
+} // namespace ostra
