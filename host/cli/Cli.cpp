@@ -42,7 +42,7 @@ constexpr char serveDescription[] =
 constexpr char typesDescription[] =
    "Lists the registered types with attribute ids, names, value types and flags.";
 
-constexpr char expectedCommand[] = "a command: run, check, types or serve";
+constexpr char expectedCommand[] = "a command that `ostra --help` lists";
 constexpr char expectedFile[] = "a file, or - for standard input";
 
 // What is longer has no place in the numbers by which a document is kept.
