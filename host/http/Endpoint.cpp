@@ -80,6 +80,15 @@ isListenedTo( Address& address ) {
    return is;
 }
 
+// If it is missing, and only it: bind() says what is wrong otherwise.
+void
+makeDirectoryOf( std::string const& path ) {
+   std::size_t const slash = path.rfind( '/' );
+   if ( slash != path.npos && slash != 0 ) {
+      mkdir( path.substr( 0, slash ).c_str(), 0755 );
+   }
+}
+
 std::string
 nameOf( std::string const& address, unsigned short port ) {
    bool const isV6 = address.find( ':' ) != address.npos;
@@ -153,6 +162,7 @@ ListeningSocket::openUnix( UnixEndpoint const& endpoint ) {
       }
       unlink( endpoint.path.c_str() );
    }
+   makeDirectoryOf( endpoint.path );
    // Nobody can connect before the file has its mode, group and queue.
    descriptor_ = makeSocket( AF_UNIX );
    mode_t const mask = umask( 0177 );

@@ -56,6 +56,15 @@ TEST( HttpEndpoint, HasTheModeThatIsAskedFor ) {
    EXPECT_EQ( found.st_mode & 07777, 0640U );
 }
 
+TEST( HttpEndpoint, MakesTheDirectoryThatIsMissingAndNoMore ) {
+   std::string const path = socketPath();
+   EXPECT_EQ( failureOf( { path + ".d/socket" } ), "" );
+   EXPECT_EQ(
+      failureOf( { path + ".e/e/socket" } ),
+      "cannot listen on " + path + ".e/e/socket: No such file or directory" );
+   EXPECT_FALSE( std::filesystem::exists( path + ".e" ) );
+}
+
 TEST( HttpEndpoint, RefusesAGroupThatThereIsNot ) {
    std::string const path = socketPath();
    EXPECT_EQ(
