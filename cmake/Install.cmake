@@ -122,5 +122,5 @@ function( mlagostra_install_package )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
    mlagostra_install_service()
-   install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
+   install( FILES LICENSE docs/serve.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
 endfunction()
