@@ -10,7 +10,7 @@ NoDriver::carryOut( std::vector< Order > const& orders ) {
    for ( Order const& order : orders ) {
       listener_->answered( { order.id,
                              order.interface,
-                             Outcome::Result::unsupported,
+                             Answer::Result::unsupported,
                              "the driver none has no devices" } );
    }
 }

@@ -10,7 +10,7 @@ namespace ostra {
 
 namespace {
 
-using Result = Outcome::Result;
+using Result = Answer::Result;
 
 constexpr Ryx::Seconds firstWait = 0.1;
 constexpr Ryx::Seconds longestWait = 30;
@@ -61,23 +61,23 @@ Reconciler::wantedIs( std::string const& interface, HoldKind kind, bool isHold )
 }
 
 void
-Reconciler::answered( Outcome const& outcome ) {
-   auto const found = ports_.find( outcome.interface );
-   if ( found == ports_.end() || found->second.order != outcome.order ) {
+Reconciler::answered( Answer const& answer ) {
+   auto const found = ports_.find( answer.interface );
+   if ( found == ports_.end() || found->second.order != answer.order ) {
       // Another one has replaced it.
       return;
    }
    Port& port = found->second;
    port.order = 0;
-   port.result = outcome.result;
-   port.error = outcome.error;
-   if ( outcome.result == Result::done ) {
+   port.result = answer.result;
+   port.error = answer.error;
+   if ( answer.result == Result::done ) {
       port.observed = port.orderIsHold ? Observed::held : Observed::released;
       port.settledAt = Ryx::now();
-   } else if ( outcome.result == Result::failed ) {
+   } else if ( answer.result == Result::failed ) {
       port.due = Ryx::now() + waitAfter( ++port.attempts );
    }
-   changed( outcome.interface, port );
+   changed( answer.interface, port );
 }
 
 void

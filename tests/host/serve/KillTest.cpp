@@ -49,7 +49,7 @@ class Devices final : public ostra::Driver {
    void carryOut( std::vector< ostra::Order > const& orders ) override {
       for ( ostra::Order const& order : orders ) {
          say( fmt::format( "{} {}", order.isHold ? "hold" : "release", order.interface ) );
-         listener_->answered( { order.id, order.interface, ostra::Outcome::Result::done } );
+         listener_->answered( { order.id, order.interface, ostra::Answer::Result::done } );
       }
    }
    std::optional< std::string > deviceOf( std::string const& ) const override { return {}; }

@@ -7,10 +7,10 @@
 
 #include <gmock/gmock.h>
 
+using ostra::Answer;
 using ostra::Enforcement;
 using ostra::HoldKind;
 using ostra::Observed;
-using ostra::Outcome;
 using State = ostra::Enforcement::State;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -57,8 +57,8 @@ class ReconcilerTest : public testing::Test {
     public:
       explicit Listener( ReconcilerTest& test ) : test_( test ) {}
       void facts( ostra::Json const& ) override {}
-      void answered( Outcome const& outcome ) override {
-         test_.reconciler.answered( outcome );
+      void answered( Answer const& answer ) override {
+         test_.reconciler.answered( answer );
       }
       void observed( std::string const& interface, Observed observed ) override {
          test_.reconciler.observed( interface, observed );
@@ -102,7 +102,7 @@ TEST_F( ReconcilerTest, WhatIsWantedAndNotWantedInOneTurnIsNotOrdered ) {
 }
 
 TEST_F( ReconcilerTest, AFailureIsTriedAgainEachTimeAfterTwiceAsLong ) {
-   driver.result = Outcome::Result::failed;
+   driver.result = Answer::Result::failed;
    want( "Ethernet1", true );
    EXPECT_EQ( of( "Ethernet1" ), ( Enforcement{ State::failed, "device busy" } ) );
    EXPECT_FALSE( reconciler.isSettled() );
@@ -113,31 +113,31 @@ TEST_F( ReconcilerTest, AFailureIsTriedAgainEachTimeAfterTwiceAsLong ) {
       pass( 2 );
       EXPECT_THAT( orders(), ElementsAre( "hold Ethernet1" ) ) << wait;
    }
-   driver.result = Outcome::Result::done;
+   driver.result = Answer::Result::done;
    pass( 801 );
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::held } );
 }
 
 TEST_F( ReconcilerTest, AReleaseThatFailsIsTriedAgainToo ) {
    want( "Ethernet1", true );
-   driver.result = Outcome::Result::failed;
+   driver.result = Answer::Result::failed;
    want( "Ethernet1", false );
    EXPECT_EQ( of( "Ethernet1" ), ( Enforcement{ State::failed, "device busy" } ) );
-   driver.result = Outcome::Result::done;
+   driver.result = Answer::Result::done;
    pass( 100 );
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::released } );
    EXPECT_THAT( driver.held, IsEmpty() );
 }
 
 TEST_F( ReconcilerTest, WhatCannotBeDoneWaitsForTheDeviceToChange ) {
-   driver.result = Outcome::Result::unsupported;
+   driver.result = Answer::Result::unsupported;
    want( "Ethernet1", true );
    EXPECT_EQ( of( "Ethernet1" ), ( Enforcement{ State::unsupported, "device busy" } ) );
    EXPECT_TRUE( reconciler.isSettled() );
    orders();
    pass( 60'000 );
    EXPECT_THAT( orders(), IsEmpty() );
-   driver.result = Outcome::Result::done;
+   driver.result = Answer::Result::done;
    driver.listener->observed( "Ethernet1", Observed::released );
    endTurn();
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::held } );
