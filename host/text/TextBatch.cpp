@@ -88,8 +88,9 @@ TextBatch::printHeld( std::vector< Hold > const& held ) {
    for ( auto const& [ key, ids ] : groups ) {
       auto const& [ kind, from, isInstead ] = key;
       std::string const text = heldText( kind, ids, isInstead );
+      bool const isOfBefore = !from;
       entry( Ink::held, kind == HoldKind::standby ? "standby" : "held", ids, [ & ] {
-         return from ? text : text + ", since before the run";
+         return isOfBefore ? text + ", since before the run" : text;
       } );
    }
 }
