@@ -96,6 +96,15 @@ class Cpp:
         return [f"{self.input(a)} const& {a.name}" for a in self.given_attributes]
 
     @property
+    def watched_inputs(self):
+        return [a for a in self.given_attributes
+                if a.kind == "input" and "unwatched" not in a.flags]
+
+    @property
+    def taken_over(self):
+        return [a for a in self.given_attributes if a not in self.watched_inputs]
+
+    @property
     def input_headers(self):
         return sorted({a.type.header for a in self.given_attributes})
 
