@@ -52,17 +52,27 @@ MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
    return classOf( membershipOf( intfId ) ) == PortClass::mlag;
 }
 
+namespace {
+
+// A site of mlagLink, which readers of traces know, whichever function answers it.
+Ryx::TraceSite
+mlagLinkSite( int line = __builtin_LINE() ) noexcept {
+   return { 8, line, "mlagLink" };
+}
+
+} // namespace
+
 PortClass
 MlagErrdisableSm::classOf( Membership const& membership ) const {
    Kovel::IntfId const link = membership.portChannel.value_or( membership.intfId );
-   trace( 8, "MlagErrdisableSm::", "mlagLink", " ", membership.intfId );
+   trace( mlagLinkSite(), "MlagErrdisableSm::", "mlagLink", " ", membership.intfId );
    if ( membership.portChannel ) {
-      trace( 8, "New intfId: ", link );
+      trace( mlagLinkSite(), "New intfId: ", link );
    }
    if ( isMlagInterface( link ) ) {
       return PortClass::mlag;
    }
-   trace( 8, " Non MLAG interface ", link );
+   trace( mlagLinkSite(), " Non MLAG interface ", link );
    return PortClass::nonMlag;
 }
 

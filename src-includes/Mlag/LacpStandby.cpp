@@ -22,7 +22,11 @@ MlagErrdisableSm::qualifiesForStandby(
    // A step of isLacpStandby, whose trace it writes.
    constexpr char signature[] =
       "bool Mlag::Ostra::MlagErrdisableSm::isLacpStandby(Kovel::IntfId) const";
-   trace( 8, signature, " ", membership.intfId );
+   trace(
+      Ryx::TraceSite( 8, __builtin_LINE(), "isLacpStandby" ),
+      signature,
+      " ",
+      membership.intfId );
    return inputHere< &Sm::mlagConfig_ >().lacpStandby() && !isInPeerLink( membership ) &&
       inputHere< &Sm::mlagStatus_ >().mlagState() == MlagState::mlagSecondary &&
       mlagProtoStatus_->holdInSecondary() && portChannel &&

@@ -71,6 +71,14 @@ TEST_F( SmTraces, NameTheFunctionInShort ) {
              "handleIntfStatus" } ) );
 }
 
+TEST_F( SmTraces, OfQuestionsNameTheQuestion ) {
+   start();
+   Ryx::traceEnabledIs( "MlagErrdisableSm", true );
+   sm->mlagLink( id( "Ethernet9" ) );
+   sm->isLacpStandby( id( "Ethernet9" ) );
+   EXPECT_EQ( functions(), ( Log{ "mlagLink", "mlagLink", "isLacpStandby" } ) );
+}
+
 TEST_F( SmTraces, OfTheStepsOfAnInterfacesHandlingNameTheHandler ) {
    member( "Ethernet1", "Port-Channel10" );
    mlagInterface( "Port-Channel10" );
