@@ -44,9 +44,6 @@ EventFeed::EventFeed( event_base* base, Records& records, History history )
         history_( std::move( history ) ),
         subscription_(
            records.subscribe( [ this ]( LiveRecord const& record ) { heard( record ); } ) ),
-        last_(
-           records.pending().empty() ? records.nextId() - 1
-                                     : records.pending().front().id - 1 ),
         wakeUp_( event_new(
            base,
            -1,
@@ -61,7 +58,6 @@ EventFeed::~EventFeed() {
 
 void
 EventFeed::heard( LiveRecord const& record ) {
-   last_ = record.id;
    recent_.push_back( record );
    if ( recent_.size() > recentRecords ) {
       recent_.pop_front();
@@ -69,6 +65,12 @@ EventFeed::heard( LiveRecord const& record ) {
    if ( !streams_.empty() ) {
       event_active( wakeUp_, 0, 0 );
    }
+}
+
+std::int64_t
+EventFeed::last() const noexcept {
+   auto const& pending = records_.pending();
+   return ( pending.empty() ? records_.nextId() : pending.front().id ) - 1;
 }
 
 void
@@ -84,7 +86,7 @@ EventFeed::wake() {
 std::vector< LiveRecord >
 EventFeed::behind( std::int64_t since, std::size_t limit ) const {
    bool const isRecent = !recent_.empty() && recent_.front().id <= since + 1;
-   if ( !isRecent && since < last_ ) {
+   if ( !isRecent && since < last() ) {
       auto older = history_( since, limit );
       if ( !older.empty() ) {
          return older;
@@ -102,7 +104,7 @@ EventFeed::behind( std::int64_t since, std::size_t limit ) const {
 
 void
 EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
-   std::int64_t since = last_;
+   std::int64_t since = last();
    std::string const* const seen = request.header( "last-event-id" );
    std::string const* const asked = seen ? seen : request.parameter( "since" );
    if ( asked && !asked->empty() ) {
@@ -111,9 +113,13 @@ EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
          reply.send( idProblem( seen ? "Last-Event-ID" : "since", *asked ) );
          return;
       }
-      since = std::min( *id, last_ );
+      since = std::min( *id, last() );
    }
-   streams_.push_back( reply );
+   // Without records nobody is woken, so that those that have ended go here.
+   std::erase_if( streams_, []( http::Reply const& open ) { return !open.isOpen(); } );
+   if ( request.method != "HEAD" ) {
+      streams_.push_back( reply );
+   }
    bool isFirst = true;
    http::Stream answer{ {}, [ this, since, isFirst ]() mutable {
                           std::string piece = isFirst ? "retry: 1000\n\n" : "";
@@ -149,7 +155,7 @@ EventFeed::history( http::Request const& request, http::Reply const& reply ) {
    auto const next = [ this,
                        since = numbers[ 0 ],
                        left = numbers[ 1 ],
-                       last = last_ ]() mutable -> std::optional< std::string > {
+                       last = last() ]() mutable -> std::optional< std::string > {
       auto const limit = static_cast< std::size_t >(
          std::min( left, static_cast< std::int64_t >( recordsAtOnce ) ) );
       std::string lines;

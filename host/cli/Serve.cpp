@@ -75,15 +75,17 @@ class Service {
          loop_.signalIs( signal, [ this ] { loop_.stop(); } );
       }
       loop_.signalIs( SIGHUP, [ this ] { readAgain(); } );
-      for ( ListenEndpoint const& endpoint : config_.listen ) {
-         std::visit( [ & ]( auto const& at ) { listen( at, out ); }, endpoint );
-      }
-      out.flush();
       loop_.turnEndIs( [ this ] {
          host_.endTurn();
          notify_.endTurn();
          sayProblem();
       } );
+      // Ports are held, and that is durable, before anybody hears that there is a host.
+      loop_.turn();
+      for ( ListenEndpoint const& endpoint : config_.listen ) {
+         std::visit( [ & ]( auto const& at ) { listen( at, out ); }, endpoint );
+      }
+      out.flush();
       notify_.ready( describe( config_ ) );
       loop_.run();
       notify_.stopping();

@@ -47,8 +47,10 @@ valueOf( std::string const& text ) {
 
 void
 tellRevision( ClientOptions const& options, Json const& answer, std::ostream& out ) {
-   out << ( options.isJson ? answer.dump()
-                           : fmt::format( "revision {}", answer.value( "revision", 0 ) ) )
+   out << ( options.isJson
+               ? answer.dump()
+               : fmt::format(
+                    "revision {}", answer.value( "revision", std::int64_t( 0 ) ) ) )
        << '\n';
 }
 

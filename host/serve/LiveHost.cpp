@@ -83,9 +83,9 @@ LiveHost::restore() {
 
 Resumption
 LiveHost::resumption() const {
-   bool const hasHeld = before_.is_object() && before_.contains( "mlagPortsErrdisabled" ) &&
-      live_.delayStart().has_value();
-   if ( !hasHeld ) {
+   bool const hadMachine =
+      before_.is_object() && before_.contains( "mlagPortsErrdisabled" );
+   if ( !hadMachine ) {
       return {};
    }
    bool const isMlagHeld = before_.at( "mlagPortsErrdisabled" ) == Json( true );
@@ -186,21 +186,28 @@ LiveHost::commit() {
    if ( !isDurable ) {
       problem = { "store", store_.problem(), "a store that can be written: it is applied" };
    }
-   for ( Acknowledge const& acknowledge : changes.acknowledges ) {
-      acknowledge( problem );
+   for ( Acknowledge& acknowledge : changes.acknowledges ) {
+      answers_.push_back(
+         [ acknowledge = std::move( acknowledge ), problem ] { acknowledge( problem ); } );
    }
    live_.records().publish();
 }
 
 void
 LiveHost::endTurn() {
-   reconciler_.orderHolds();
-   commit();
-   reconciler_.orderReleases();
-   // What the driver has answered at once.
-   if ( !live_.records().pending().empty() ) {
+   do {
+      reconciler_.orderHolds();
       commit();
-   }
+      reconciler_.orderReleases();
+      // What the driver has answered at once.
+      if ( !live_.records().pending().empty() ) {
+         commit();
+      }
+      // Whoever is answered may have sent another change already.
+      for ( auto const& answer : std::exchange( answers_, {} ) ) {
+         answer();
+      }
+   } while ( live_.hasChanged() );
 }
 
 bool

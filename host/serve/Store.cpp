@@ -376,16 +376,28 @@ Store::prune() {
    }
 }
 
+void
+Store::readHistory(
+   std::int64_t since, std::size_t limit, std::vector< LiveRecord >& records ) {
+   if ( !open_ ) {
+      return;
+   }
+   auto& read = open_->read.with( since, static_cast< std::int64_t >( limit ) );
+   while ( read.next() ) {
+      records.push_back(
+         { read.number( 0 ), Milliseconds( read.number( 1 ) ), read.text( 2 ) } );
+   }
+   read.with();
+}
+
 std::vector< LiveRecord >
 Store::history( std::int64_t since, std::size_t limit ) {
    std::vector< LiveRecord > records;
-   if ( open_ ) {
-      auto& read = open_->read.with( since, static_cast< std::int64_t >( limit ) );
-      while ( read.next() ) {
-         records.push_back(
-            { read.number( 0 ), Milliseconds( read.number( 1 ) ), read.text( 2 ) } );
-      }
-      read.with();
+   try {
+      readHistory( since, limit, records );
+   } catch ( DatabaseError const& error ) {
+      // Whoever asks for what is damaged must not end the host.
+      problem_ = fmt::format( "history cannot be read: {}", error.what() );
    }
    for ( LiveRecord const& record : waiting_.records ) {
       if ( record.id > since && records.size() < limit ) {

@@ -121,6 +121,10 @@ TEST( Api, PatchIsRefusedWithTheWordsOfTheScenarioReader ) {
         409,
         "mlagissuCause" },
       { "/v1/state", "{", 400, "" },
+      { "/v1/state/mlagConfig", "", 400, "" },
+      { "/v1/state/mlagConfig", "# nothing", 400, "" },
+      { "/v1/state/mlagConfig", "{'reloadDelay': 5}", 400, "" },
+      { "/v1/state/mlagConfig/reloadDelay", "5, reloadDelayNonMlag: 7", 400, "" },
       { "/v1/state", "{} {}", 400, "" },
       { "/v1/state", "\xff", 400, "" },
       { "/v1/state", "7", 400, "" },
@@ -198,25 +202,66 @@ TEST( Api, EventsResumeWithoutGapOrDouble ) {
    }
 }
 
-TEST( Api, EventsResumeFromTheHistoryOfAnEarlierProcess ) {
-   LiveApi api;
-   std::int64_t const last = api.stored.back().id;
-   // The feed of a new process has nothing in memory.
-   EventFeed feed(
-      api.loop.base(), api.live.records(), [ &api ]( std::int64_t since, std::size_t ) {
-         std::vector< LiveRecord > found;
-         for ( LiveRecord const& record : api.stored ) {
-            if ( record.id > since && found.size() < 2 ) {
-               found.push_back( record );
-            }
+namespace {
+
+// What is stored, in small pieces.
+ostra::History
+storedIn( LiveApi& api ) {
+   return [ &api ]( std::int64_t since, std::size_t ) {
+      std::vector< LiveRecord > found;
+      for ( LiveRecord const& record : api.stored ) {
+         if ( record.id > since && found.size() < 2 ) {
+            found.push_back( record );
          }
-         return found;
-      } );
+      }
+      return found;
+   };
+}
+
+void
+addFeed( LiveApi& api, EventFeed& feed ) {
    api.server.add( { "GET",
                      "/again",
                      [ &feed ]( http::Request const& request, http::Reply const& reply ) {
                         feed.stream( request, reply );
                      } } );
+}
+
+} // namespace
+
+TEST( Api, EventsBeginBehindWhatWasToldBeforeTheFeedKnewTheNumbers ) {
+   LiveApi api;
+   EventFeed feed( api.loop.base(), api.live.records(), storedIn( api ) );
+   addFeed( api, feed );
+   std::int64_t const next = api.stored.back().id + 50;
+   api.live.records().nextIdIs( next );
+   api.stored.push_back( { next - 1, {}, "{}" } );
+   auto client = api.client();
+   client.send( "GET /again HTTP/1.1\r\nHost: localhost\r\n\r\n" );
+   std::string events = client.readUntil( "retry: 1000\n\n" );
+   api.live.records().add( { { "type", "mark" } } );
+   events += client.readUntil( "\"type\":\"mark\"}\n\n" );
+   EXPECT_EQ( idsOf( events ), numbers( next, next ) );
+}
+
+TEST( Api, AStreamThatHasEndedIsCountedNoMore ) {
+   LiveApi api;
+   EventFeed feed( api.loop.base(), api.live.records(), storedIn( api ) );
+   addFeed( api, feed );
+   for ( int i = 0; i < 3; ++i ) {
+      auto client = api.client();
+      client.send( "HEAD /again HTTP/1.1\r\nHost: localhost\r\n\r\n" );
+      client.readUntil( "\r\n\r\n" );
+   }
+   EXPECT_EQ( feed.streams(), 0U );
+}
+
+TEST( Api, EventsResumeFromTheHistoryOfAnEarlierProcess ) {
+   LiveApi api;
+   std::int64_t const last = api.stored.back().id;
+   // The feed of a new process has nothing in memory.
+   EventFeed feed( api.loop.base(), api.live.records(), storedIn( api ) );
+   addFeed( api, feed );
    auto client = api.client();
    client.send( "GET /again?since=0 HTTP/1.1\r\nHost: localhost\r\n\r\n" );
    std::string events = client.readUntil( fmt::format( "id: {}\ndata: ", last ) );

@@ -160,6 +160,19 @@ TEST_F( Restart, AMonthAfterTheBootHoldsNothing ) {
    EXPECT_EQ( process.host().ports().summary().at( "mlag" ).at( "state" ), "released" );
 }
 
+TEST_F( Restart, OfAHostThatWasConfiguredAfterItsStartHoldsNothing ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      ASSERT_EQ( process.patch( reloadedSwitch() ), "" );
+      ASSERT_THAT( process.errdisabled(), IsEmpty() );
+   }
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   EXPECT_THAT( process.errdisabled(), IsEmpty() );
+   EXPECT_THAT( driver.batches, IsEmpty() );
+}
+
 TEST_F( Restart, OfAnotherBootKeepsConfigurationAndBeginsADelay ) {
    {
       LiveProcess process( state(), clock, driver );
