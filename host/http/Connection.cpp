@@ -34,7 +34,7 @@ addBody( evbuffer* output, Body const& body ) {
    if (
       evbuffer_add_reference(
          output, body->data(), body->size(), releaseReference, holder.get() ) == 0 ) {
-      holder.release();
+      static_cast< void >( holder.release() );
    }
 }
 

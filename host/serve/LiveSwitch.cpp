@@ -63,7 +63,7 @@ rowOf( Path path, RyxType const& mount ) {
 Document
 patchDocument( Path const& path, std::string const& text ) {
    // By itself first: what closes it must not be what stands around it.
-   Document const alone = parse( text );
+   Document alone = parse( text );
    // What is read takes more, a comment alone for one, which would stand for null.
    if ( !Json::accept( text ) ) {
       throw PatchRefusal( Kind::invalid, { "", "not JSON", "a value in JSON" } );
