@@ -85,7 +85,8 @@ void
 playTo( ostra::RecordSink& sink, ostra::Scenario const& scenario, ostra::Mounts& mounts ) {
    ostra::ScenarioTime time( scenario.startTime );
    ostra::Agent agent( agentType(), mounts );
-   ostra::Diagnostics const diagnostics( sink, time, 15 );
+   ostra::Diagnostics const diagnostics(
+      sink, [ &time ] { return time.instant(); }, 15 );
    ostra::VirtualPacer pacer;
    ostra::Run( { scenario, mounts, agent, time, sink, pacer, [] { return true; } } ).play();
 }

@@ -113,9 +113,10 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
    sayStart();
    for ( ;; ) {
       for ( int client = 0; client < 3; ++client ) {
+         ++number;
          host.live().patch(
             {},
-            fmt::format( R"({{"mlagConfig": {{"domainId": "{}"}}}})", ++number ),
+            fmt::format( R"({{"mlagConfig": {{"domainId": "{}"}}}})", number ),
             [ &devices, number ]( auto const& problem ) {
                devices.say( fmt::format( "{} {}", problem ? "lost" : "kept", number ) );
             } );
