@@ -46,7 +46,7 @@ append( Json& json, TraceLineRecord const& trace ) {
 
 std::string
 lineOf( Json const& json ) {
-   std::string const text = json.dump( -1, ' ', false, Json::error_handler_t::replace );
+   std::string text = json.dump( -1, ' ', false, Json::error_handler_t::replace );
    if ( isAscii( text ) && text.find( '\x7f' ) == text.npos ) {
       return text;
    }
