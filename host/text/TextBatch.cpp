@@ -186,11 +186,12 @@ void
 TextBatch::printNotHeld() {
    for ( bool const isAlarming : { true, false } ) {
       for ( auto const& item : census_.notHeld ) {
-         auto const& [ why, group ] = item;
+         auto const& group = item.second;
          if ( group.isAlarming == isAlarming ) {
-            std::string const text = counted( group.ports.size(), "port" ) + ", " + why;
             Ink const ink = isAlarming ? Ink::alarm : Ink::faint;
-            entry( ink, "not held", group.ports, [ & ] { return text; } );
+            entry( ink, "not held", group.ports, [ & ] {
+               return counted( group.ports.size(), "port" ) + ", " + item.first;
+            } );
          }
       }
    }
