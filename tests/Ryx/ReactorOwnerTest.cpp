@@ -101,6 +101,21 @@ TEST_F( ReactorOwnerTest, DeletingAllMarksAndOrphansEveryReactor ) {
    EXPECT_EQ( heardOfAChange(), Calls{} );
 }
 
+// Deleting a single one switches it off in any case.
+TEST_F( ReactorOwnerTest, DeletingAllLeavesTheSwitchOfAReactorThatWatchesNothing ) {
+   owner->portIs( one );
+   owner->portIs( two );
+   auto const all = owner->port( 1 );
+   auto const single = owner->port( 2 );
+   all->notifierIs( nullptr );
+   single->notifierIs( nullptr );
+   owner->portDel( 2 );
+   owner->portDelAll();
+   EXPECT_TRUE( all->hasNotificationActive() );
+   EXPECT_FALSE( single->hasNotificationActive() );
+   EXPECT_EQ( all->owner(), nullptr );
+}
+
 TEST_F( ReactorOwnerTest, ARemovedReactorIsFreedWithItsLastPointer ) {
    owner->portIs( one );
    owner->portDel( 1 );
