@@ -3,19 +3,10 @@
 
 #include <host/run/NdjsonSink>
 
+#include <host/base/JsonLine>
 #include <host/base/Milliseconds>
-#include <host/run/RecordJson>
 
 namespace ostra {
-
-namespace {
-
-Json
-timed( Milliseconds at ) {
-   return { { "t", toJson( secondsOf( at ) ) } };
-}
-
-} // namespace
 
 void
 NdjsonSink::start( StartRecord const&, StateView const& state ) {
@@ -23,38 +14,20 @@ NdjsonSink::start( StartRecord const&, StateView const& state ) {
 }
 
 void
-NdjsonSink::write( Milliseconds at, WriteRecord const& write ) {
-   line( at, write );
-}
-
-void
-NdjsonSink::event( Milliseconds at, EventRecord const& event ) {
-   line( at, event );
-}
-
-void
-NdjsonSink::log( Milliseconds at, LogMessageRecord const& message ) {
-   line( at, message );
-}
-
-void
-NdjsonSink::trace( Milliseconds at, TraceLineRecord const& trace ) {
-   line( at, trace );
-}
-
-void
 NdjsonSink::end( Milliseconds at, EndRecord const& ) {
-   Json json = timed( at );
+   Json json = head( at );
    appendMember( json, "type", "end" );
    appendMember( json, "state", state_->at( {} ) );
-   out_ << lineOf( json ) << '\n';
+   put( json );
 }
 
-template< class Record >
+Json
+NdjsonSink::head( Milliseconds at ) const {
+   return { { "t", toJson( secondsOf( at ) ) } };
+}
+
 void
-NdjsonSink::line( Milliseconds at, Record const& record ) {
-   Json json = timed( at );
-   append( json, record );
+NdjsonSink::put( Json const& json ) {
    out_ << lineOf( json ) << '\n';
 }
 

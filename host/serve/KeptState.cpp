@@ -3,7 +3,7 @@
 
 #include <host/serve/KeptState>
 
-#include <host/run/RecordJson>
+#include <host/base/JsonLine>
 
 #include <fmt/format.h>
 

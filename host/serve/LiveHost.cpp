@@ -3,7 +3,7 @@
 
 #include <host/serve/LiveHost>
 
-#include <host/run/RecordJson>
+#include <host/base/JsonLine>
 
 #include <array>
 

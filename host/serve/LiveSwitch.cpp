@@ -3,8 +3,8 @@
 
 #include <host/serve/LiveSwitch>
 
+#include <host/base/JsonLine>
 #include <host/base/Words>
-#include <host/run/RecordJson>
 
 #include <Ryx/Activity>
 #include <Ryx/Clock>

@@ -3,7 +3,7 @@
 
 #include <host/serve/Records>
 
-#include <host/run/RecordJson>
+#include <host/base/JsonLine>
 
 #include <utility>
 
@@ -19,34 +19,6 @@ Records::head( Milliseconds at ) const {
 void
 Records::put( Json const& json ) {
    pending_.push_back( { nextId_++, time_.date(), lineOf( json ) } );
-}
-
-template< class Record >
-void
-Records::put( Milliseconds at, Record const& record ) {
-   Json json = head( at );
-   append( json, record );
-   put( json );
-}
-
-void
-Records::write( Milliseconds at, WriteRecord const& record ) {
-   put( at, record );
-}
-
-void
-Records::event( Milliseconds at, EventRecord const& record ) {
-   put( at, record );
-}
-
-void
-Records::log( Milliseconds at, LogMessageRecord const& record ) {
-   put( at, record );
-}
-
-void
-Records::trace( Milliseconds at, TraceLineRecord const& record ) {
-   put( at, record );
 }
 
 void

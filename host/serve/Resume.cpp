@@ -5,7 +5,7 @@
 
 #include <host/serve/LiveSwitch>
 
-#include <host/run/RecordJson>
+#include <host/base/JsonLine>
 
 #include <Ryx/Activity>
 #include <Ryx/Clock>

@@ -55,22 +55,20 @@ life(
    auto process = std::make_unique< LiveProcess >( directory, clock, driver );
    process->start();
    EXPECT_EQ( process->patch( reloadedSwitch( rest ) ), "" );
-   process.reset();
-   // The reload: the configuration is there, the statuses come with the machine.
-   process = std::make_unique< LiveProcess >( directory, clock, driver, "boot 2" );
-   process->start(
-      "{\"ethPhyIntfStatus\": {\"intfStatus\": {\"Ethernet1\": {}, "
-      "\"Ethernet2\": {}, \"Ethernet3\": {}}}" +
-      rest + "}" );
+   // The configuration is there, the statuses come with the machine.
+   auto const startAgain = [ & ] {
+      process.reset();
+      process = std::make_unique< LiveProcess >( directory, clock, driver, "boot 2" );
+      process->start(
+         "{\"ethPhyIntfStatus\": {\"intfStatus\": {\"Ethernet1\": {}, "
+         "\"Ethernet2\": {}, \"Ethernet3\": {}}}" +
+         rest + "}" );
+   };
+   startAgain();
    Holds holds;
    for ( int second = 0; second < 40; ++second ) {
       if ( isRestarted ) {
-         process.reset();
-         process = std::make_unique< LiveProcess >( directory, clock, driver, "boot 2" );
-         process->start(
-            "{\"ethPhyIntfStatus\": {\"intfStatus\": {\"Ethernet1\": {}, "
-            "\"Ethernet2\": {}, \"Ethernet3\": {}}}" +
-            rest + "}" );
+         startAgain();
       }
       if ( second == 10 && !change.empty() ) {
          EXPECT_EQ( process->patch( change ), "" );

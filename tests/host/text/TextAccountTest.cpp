@@ -306,7 +306,7 @@ TEST_F( TextAccountTest, WhatNoTimerWillReleaseIsSaidToBeSo ) {
    EXPECT_THAT( end, HasSubstr( "no timer will release it: Port-Channel10\n" ) );
 }
 
-TEST_F( TextAccountTest, WhatATimerMayReleaseWaits ) {
+TEST_F( TextAccountTest, ATimerReleasesWhatWaitsForItAndNothingElse ) {
    startAndSkipHeading( smallSwitch() );
    delayRuns( 0ms, true );
    hold( 0ms, { "Ethernet1", "Ethernet3" } );
@@ -314,15 +314,6 @@ TEST_F( TextAccountTest, WhatATimerMayReleaseWaits ) {
    over( true );
    std::string const end = textOfEnd( 100'000ms, true );
    EXPECT_THAT( end, HasSubstr( "ends, waiting for 330 s: Ethernet3\n" ) );
-}
-
-TEST_F( TextAccountTest, ATimerOfOthersReleasesNobodyElse ) {
-   startAndSkipHeading( smallSwitch() );
-   delayRuns( 0ms, true );
-   hold( 0ms, { "Ethernet1", "Ethernet3" } );
-   lacpConfig( 0ms, "Port-Channel11", true );
-   over( true );
-   std::string const end = textOfEnd( 100'000ms, true );
    EXPECT_THAT(
       end,
       HasSubstr( "1 MLAG port still held when the run ends, although the delay of MLAG "
