@@ -102,6 +102,7 @@ class Service {
       for ( std::string const& finding : host_.findings() ) {
          say( finding );
       }
+      finding_ = host_.store().finding();
    }
 
    template< class Endpoint >
@@ -115,8 +116,12 @@ class Service {
       err_ << oneLine( fmt::format( "ostra: {}", line ) ) << '\n' << std::flush;
    }
 
-   // Once when it begins, and once when it is over.
+   // Once when it begins, and once when it is over; and what the store finds meanwhile.
    void sayProblem() {
+      if ( host_.store().finding() != finding_ ) {
+         finding_ = host_.store().finding();
+         say( finding_ );
+      }
       std::string const& problem = host_.store().problem();
       if ( problem != problem_ ) {
          problem_ = problem;
@@ -155,6 +160,7 @@ class Service {
    Api api_;
    http::Server server_;
    std::string problem_;
+   std::string finding_;
 };
 
 } // namespace

@@ -31,6 +31,8 @@ Database::Database( std::string const& path ) {
       fail( code );
    }
    sqlite3_extended_result_codes( database, 1 );
+   // An operator who looks at it is soon done.
+   sqlite3_busy_timeout( database, 1000 );
 }
 
 void

@@ -48,6 +48,9 @@ LiveHost::start( Document const* file ) {
    wantAll();
    live_.writeListenerIs( [ this ]( WriteRecord const& record ) { want( record ); } );
    live_.start( resumption() );
+   if ( before_.contains( "released" ) ) {
+      live_.releasedIs( before_.at( "released" ).get< std::set< std::string > >() );
+   }
    isStarted_ = true;
    loop_.turnEndIs( [ this ] { endTurn(); } );
 }
@@ -151,6 +154,7 @@ LiveHost::note() const {
    Json note = { { "boot", bootId_ }, { "revision", live_.revision() } };
    auto const start = live_.delayStart();
    note[ "delayStart" ] = start ? toJson( *start ) : Json();
+   note[ "released" ] = live_.released();
    for ( char const* flag : machineFlags ) {
       Json const value = live_.view().at( { agentKey, std::string( machine ), flag } );
       if ( !value.is_null() ) {

@@ -91,6 +91,9 @@ LiveSwitch::wrote( WriteRecord const& record ) {
    records_.write( time_.instant(), record );
    std::size_t const mount = Mounts::index( record.path.front() );
    changes_.rows.insert( rowOf( record.path, *mounts_.object( mount )->type() ) );
+   if ( record.path.front() == mount::mlagissuCause && !record.value.is_null() ) {
+      released_.erase( record.path.back() );
+   }
    writeListener_( record );
 }
 
@@ -148,8 +151,9 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
       records_.event( time_.instant(), { static_cast< std::size_t >( revision_ ), {} } );
    }
    for ( Change const& change : changes ) {
-      if ( isRelease( change ) && by == Owner::client ) {
+      if ( isRelease( change ) && by == Owner::client && state( change.path ) ) {
          records_.add( { { "type", "release" }, { "interface", change.path.back() } } );
+         released_.insert( change.path.back() );
       }
       std::size_t const mount = Mounts::index( change.path.front() );
       if ( by != Owner::driver ) {

@@ -53,6 +53,18 @@ LiveSwitch::merge( Json const& patch ) {
 }
 
 void
+LiveSwitch::releasedIs( std::set< std::string > released ) {
+   Json ports = Json::object();
+   for ( std::string const& interface : released ) {
+      if ( state( { mount::mlagissuCause, "intfStatus", interface } ) ) {
+         ports[ interface ] = nullptr;
+      }
+   }
+   merge( { { mount::mlagissuCause, { { "intfStatus", ports } } } } );
+   released_ = std::move( released );
+}
+
+void
 LiveSwitch::setUp( Resumption const& resumption ) {
    if ( !resumption.isMlagReleased && !resumption.isNonMlagReleased ) {
       agent_.setAll();

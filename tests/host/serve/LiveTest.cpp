@@ -149,10 +149,12 @@ TEST_F( Live, WhatThePluginWritesIsThePluginsButARelease ) {
    auto const before = process.history().size();
    EXPECT_EQ( process.patch( "null", { "mlagissuCause", "intfStatus", "Ethernet2" } ), "" );
    EXPECT_THAT( process.errdisabled(), ElementsAre( "Ethernet1" ) );
+   // Releasing what is not held changes nothing.
+   EXPECT_EQ( process.patch( "null", { "mlagissuCause", "intfStatus", "Ethernet9" } ), "" );
    auto const all = types();
    EXPECT_THAT(
       std::vector< std::string >( all.begin() + std::ptrdiff_t( before ), all.end() ),
-      ElementsAre( "event", "release", "write", "port" ) );
+      ElementsAre( "event", "release", "write", "port", "event" ) );
 }
 
 TEST_F( Live, AnotherFileTakesTheFirstOnesPlace ) {

@@ -158,6 +158,40 @@ TEST_F( Restart, AMonthAfterTheBootHoldsNothing ) {
    EXPECT_EQ( process.host().ports().summary().at( "mlag" ).at( "state" ), "released" );
 }
 
+TEST_F( Restart, DoesNotHoldAgainWhatWasReleasedByHand ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( reloadedSwitch() );
+      ASSERT_THAT( process.errdisabled(), ElementsAre( "Ethernet1", "Ethernet2" ) );
+      ASSERT_EQ(
+         process.patch( "null", { "mlagissuCause", "intfStatus", "Ethernet1" } ), "" );
+   }
+   driver.batches.clear();
+   for ( int restarts = 0; restarts < 2; ++restarts ) {
+      LiveProcess process( state(), clock, driver );
+      process.start( reloadedSwitch() );
+      EXPECT_THAT( process.errdisabled(), ElementsAre( "Ethernet2" ) );
+   }
+   EXPECT_THAT( driver.batches, IsEmpty() );
+}
+
+TEST_F( Restart, HoldsWhatWasReleasedByHandAndHasComeBack ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( reloadedSwitch() );
+      ostra::Path const port{ "ethPhyIntfStatus", "intfStatus", "Ethernet4" };
+      ASSERT_EQ( process.patch( "{}", port ), "" );
+      ASSERT_EQ(
+         process.patch( "null", { "mlagissuCause", "intfStatus", "Ethernet4" } ), "" );
+      ASSERT_EQ( process.patch( "null", port ), "" );
+      ASSERT_EQ( process.patch( "{}", port ), "" );
+   }
+   LiveProcess process( state(), clock, driver );
+   process.start( reloadedSwitch() );
+   EXPECT_THAT(
+      process.errdisabled(), ElementsAre( "Ethernet1", "Ethernet2", "Ethernet4" ) );
+}
+
 TEST_F( Restart, OfAHostThatWasConfiguredAfterItsStartHoldsNothing ) {
    {
       LiveProcess process( state(), clock, driver );
