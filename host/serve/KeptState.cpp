@@ -48,12 +48,12 @@ erase( Json& value, Path const& path, std::size_t depth ) {
    }
 }
 
-// An entry that the file makes, and of which it leaves the rest to others, stays.
-bool
-isOfFileAlone( LiveSwitch const& live, RowKey const& row ) {
-   auto const& file = live.owners().file();
-   bool const isOf = file.contains( row );
-   return isOf && ( row.size() < depthOfEntry || !live.state( row )->is_object() );
+// What others have set in an entry of the file's: without the file's it does not come back.
+Json
+inEntryOfFile( Json value ) {
+   Json marked = Json::array();
+   marked.push_back( std::move( value ) );
+   return marked;
 }
 
 // The row without what the plug-in wrote into it, as configuration.
@@ -115,16 +115,19 @@ keptRow( LiveSwitch const& live, RowKey const& row ) {
       return std::nullopt;
    }
    auto value = live.state( row );
-   if ( !value || isOfFileAlone( live, row ) ) {
+   auto const& file = live.owners().file();
+   bool const isEntry = row.size() == depthOfEntry && value && value->is_object();
+   if ( !value || ( !isEntry && file.contains( row ) ) ) {
       return std::nullopt;
    }
-   auto const& file = live.owners().file();
    for ( auto it = file.upper_bound( row );
          it != file.end() && std::equal( row.begin(), row.end(), it->begin() );
          ++it ) {
       erase( *value, *it, row.size() );
    }
-   return lineOf( *value );
+   return lineOf(
+      isEntry && live.owners().isOfFile( row ) ? inEntryOfFile( std::move( *value ) )
+                                               : *value );
 }
 
 Rows
@@ -154,11 +157,16 @@ keptRows( LiveSwitch const& live ) {
 std::vector< std::string >
 restoreRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
    std::vector< std::pair< RowKey, Json > > restored;
+   std::vector< Change > entries;
    for ( auto const& [ name, value ] : rows ) {
       RowKey const row = rowOfName( name );
       bool const isBack = isSameBoot || contains( configuration, row.front() );
       if ( isBack && live.owners().ownerOf( { row.front() } ) != Owner::driver ) {
-         Json const read = Json::parse( *value );
+         Json read = Json::parse( *value );
+         if ( read.is_array() ) {
+            read = Json( read.at( 0 ) );
+            entries.push_back( { Change::Kind::addEntry, row } );
+         }
          restored.emplace_back( row, isSameBoot ? read : configurationOf( row, read ) );
       }
    }
@@ -175,6 +183,7 @@ restoreRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
          }
       }
    }
+   live.owners().fileIs( entries );
    return problems;
 }
 

@@ -58,6 +58,28 @@ rowOf( Path path, RyxType const& mount ) {
    return path;
 }
 
+Json
+around( Path const& path, Json value ) {
+   for ( auto key = path.rbegin(); key != path.rend(); ++key ) {
+      Json object = Json::object();
+      object[ *key ] = std::move( value );
+      value = std::move( object );
+   }
+   return value;
+}
+
+// Of an attribute; null, which takes it out, of a member of a collection.
+Json
+defaultOf( Path const& path, RowKey const& row ) {
+   Mounts mounts;
+   if ( path.size() > depthOfEntry ) {
+      Document const entry =
+         parseDocument( "defaults", lineOf( around( row, Json::object() ) ) );
+      mounts.apply( Item( entry ) );
+   }
+   return mounts.at( path );
+}
+
 } // namespace
 
 Document
@@ -213,16 +235,14 @@ LiveSwitch::fileIs( Document const& mounts ) {
 // unless the file still has something in it.
 void
 LiveSwitch::unset( Path const& path ) {
-   static Mounts const defaults;
    RowKey const row =
       rowOf( path, *mounts_.object( Mounts::index( path.front() ) )->type() );
    bool const isMember = row.size() == depthOfEntry;
-   if ( isMember && owners_.isOfFile( row ) ) {
-      return;
+   bool const isEntryLeft = isMember && owners_.isOfFile( row );
+   Path const& gone = isMember && !isEntryLeft ? row : path;
+   if ( state( gone ) && !( isEntryLeft && path == row ) ) {
+      merge( around( gone, defaultOf( gone, row ) ) );
    }
-   Json const value = isMember ? Json() : defaults.at( row );
-   merge(
-      { { row[ 0 ], { { row[ 1 ], isMember ? Json{ { row[ 2 ], value } } : value } } } } );
 }
 
 TurnChanges

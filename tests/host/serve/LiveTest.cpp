@@ -175,6 +175,26 @@ TEST_F( Live, AnotherFileTakesTheFirstOnesPlace ) {
       "mlagConfig.domainId: owned by the " );
 }
 
+TEST_F( Live, AnAttributeOfAnEntryThatTheFileLeavesOutGetsItsDefault ) {
+   process.start( R"({"ethPhyIntfStatus": {"intfStatus": {
+      "Ethernet1": {"linkStatus": 2}, "Ethernet2": {"linkStatus": 2}}}})" );
+   Json const unset = Json::parse( R"({"linkStatus": 0})" );
+   auto const next = ostra::parseDocument(
+      "o", R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet1": {}}}})" );
+   process.host().fileIs( &next );
+   process.turn();
+   EXPECT_EQ(
+      process.at( { "ethPhyIntfStatus", "intfStatus" } ),
+      Json( { { "Ethernet1", unset } } ) );
+   EXPECT_EQ(
+      process.patch( "1", { "ethPhyIntfStatus", "intfStatus", "Ethernet1", "linkStatus" } ),
+      "" );
+   auto const none = ostra::parseDocument( "o", "{}" );
+   process.host().fileIs( &none );
+   process.turn();
+   EXPECT_EQ( process.at( { "ethPhyIntfStatus", "intfStatus" } ), Json::object() );
+}
+
 TEST_F( Live, SubscribersHearOfWhatIsDurableOnceAndInOrder ) {
    process.start();
    std::vector< std::int64_t > heard;

@@ -205,6 +205,38 @@ TEST_F( Restart, OfAHostThatWasConfiguredAfterItsStartHoldsNothing ) {
    EXPECT_THAT( driver.batches, IsEmpty() );
 }
 
+TEST_F( Restart, TakesAwayWhatTheFileNoLongerHas ) {
+   std::string const file = R"({"ethPhyIntfStatus": {"intfStatus": {
+      "Ethernet1": {"linkStatus": 2}, "Ethernet2": {}}},
+      "lacpConfig": {"portChannel": {"Port-Channel1": {}}}})";
+   ostra::Path const status{ "ethPhyIntfStatus", "intfStatus" };
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( file );
+      ASSERT_EQ(
+         process.patch( R"({"Ethernet2": {"linkStatus": 2}, "Ethernet3": {}})", status ),
+         "" );
+   }
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( file );
+      EXPECT_THAT( process.at( status ), SizeIs( 3 ) );
+      EXPECT_EQ( process.at( status ).at( "Ethernet2" ).at( "linkStatus" ), 2 );
+   }
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet1": {}}}})" );
+      EXPECT_EQ( process.at( status ).at( "Ethernet1" ).at( "linkStatus" ), 0 );
+      EXPECT_FALSE( process.at( status ).contains( "Ethernet2" ) );
+   }
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   EXPECT_THAT( process.host().findings(), IsEmpty() );
+   EXPECT_THAT(
+      process.at( status ), ElementsAre( process.at( status ).at( "Ethernet3" ) ) );
+   EXPECT_EQ( process.at( { "lacpConfig", "portChannel" } ), Json::object() );
+}
+
 TEST_F( Restart, OfAnotherBootKeepsConfigurationAndBeginsADelay ) {
    {
       LiveProcess process( state(), clock, driver );
