@@ -210,7 +210,9 @@ Reconciler::enforcement( std::string const& interface ) const {
 
 bool
 Reconciler::isSettled() const {
-   return open_.empty();
+   return std::none_of( open_.begin(), open_.end(), [ this ]( auto const& interface ) {
+      return enforcementOf( ports_.at( interface ) ).state == Enforcement::State::pending;
+   } );
 }
 
 } // namespace ostra

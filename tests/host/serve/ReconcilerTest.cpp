@@ -105,7 +105,6 @@ TEST_F( ReconcilerTest, AFailureIsTriedAgainEachTimeAfterTwiceAsLong ) {
    driver.result = Answer::Result::failed;
    want( "Ethernet1", true );
    EXPECT_EQ( of( "Ethernet1" ), ( Enforcement{ State::failed, "device busy" } ) );
-   EXPECT_FALSE( reconciler.isSettled() );
    orders();
    for ( int const wait : { 100, 200, 400 } ) {
       pass( wait - 1 );
@@ -116,6 +115,19 @@ TEST_F( ReconcilerTest, AFailureIsTriedAgainEachTimeAfterTwiceAsLong ) {
    driver.result = Answer::Result::done;
    pass( 801 );
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::held } );
+}
+
+TEST_F( ReconcilerTest, WhatHasFailedIsSettledAndWhatHasNoAnswerIsNot ) {
+   driver.isSilent = true;
+   want( "Ethernet1", true );
+   EXPECT_FALSE( reconciler.isSettled() );
+   driver.isSilent = false;
+   driver.result = Answer::Result::failed;
+   pass( 10'001 );
+   EXPECT_EQ( of( "Ethernet1" ).state, State::failed );
+   EXPECT_TRUE( reconciler.isSettled() );
+   pass( 60'000 );
+   EXPECT_TRUE( reconciler.isSettled() );
 }
 
 TEST_F( ReconcilerTest, AReleaseThatFailsIsTriedAgainToo ) {
