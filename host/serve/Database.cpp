@@ -22,7 +22,7 @@ Database::Deleter::operator()( sqlite3* database ) const noexcept {
    sqlite3_close_v2( database );
 }
 
-Database::Database( std::string const& path ) {
+Database::Database( std::string const& path, int wait ) {
    sqlite3* database = nullptr;
    int const code = sqlite3_open_v2(
       path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr );
@@ -31,8 +31,7 @@ Database::Database( std::string const& path ) {
       fail( code );
    }
    sqlite3_extended_result_codes( database, 1 );
-   // An operator who looks at it is soon done.
-   sqlite3_busy_timeout( database, 1000 );
+   sqlite3_busy_timeout( database, wait );
 }
 
 void

@@ -56,6 +56,27 @@ inEntryOfFile( Json value ) {
    return marked;
 }
 
+// A row of the store.
+struct Restored {
+   RowKey key;
+   Json value;
+   // The entry was the file's.
+   bool isInEntryOfFile;
+};
+
+Restored
+restoredOf( std::string const& name, std::string const& text ) {
+   Json const value = Json::parse( text );
+   bool const isMarked = value.is_array();
+   return { rowOfName( name ), isMarked ? Json( value.at( 0 ) ) : value, isMarked };
+}
+
+bool
+comesBack( LiveSwitch const& live, RowKey const& row, bool isSameBoot ) {
+   return ( isSameBoot || contains( configuration, row.front() ) ) &&
+      live.owners().ownerOf( { row.front() } ) != Owner::driver;
+}
+
 // The row without what the plug-in wrote into it, as configuration.
 Json
 configurationOf( RowKey const& row, Json value ) {
@@ -67,11 +88,11 @@ configurationOf( RowKey const& row, Json value ) {
 
 // A patch by name of mount, in which each row stands in its place.
 Json
-patchOf( std::vector< std::pair< RowKey, Json > > const& rows ) {
+patchOf( std::vector< Restored > const& rows ) {
    Json patch = Json::object();
-   for ( auto const& [ row, value ] : rows ) {
+   for ( Restored const& row : rows ) {
       Json* at = &patch;
-      for ( std::string const& key : row ) {
+      for ( std::string const& key : row.key ) {
          Json::object_t& object = at->is_null()
             ? *( *at = Json::object() ).get_ptr< Json::object_t* >()
             : at->get_ref< Json::object_t& >();
@@ -81,7 +102,7 @@ patchOf( std::vector< std::pair< RowKey, Json > > const& rows ) {
          }
          at = &object.back().second;
       }
-      *at = value;
+      *at = row.value;
    }
    return patch;
 }
@@ -93,6 +114,24 @@ merge( LiveSwitch& live, Json const& patch ) {
    root.forEachEntry(
       "", [ & ]( Item const& entry ) { live.mounts().checkMount( entry ); } );
    live.mounts().apply( root );
+}
+
+std::vector< std::string >
+mergeAll( LiveSwitch& live, std::vector< Restored > const& rows ) {
+   std::vector< std::string > problems;
+   try {
+      merge( live, patchOf( rows ) );
+   } catch ( Failure const& ) {
+      // One of them does not fit; which one is seen one by one.
+      for ( Restored const& row : rows ) {
+         try {
+            merge( live, patchOf( { row } ) );
+         } catch ( Failure const& failure ) {
+            problems.emplace_back( failure.what() );
+         }
+      }
+   }
+   return problems;
 }
 
 } // namespace
@@ -156,35 +195,38 @@ keptRows( LiveSwitch const& live ) {
 
 std::vector< std::string >
 restoreRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
-   std::vector< std::pair< RowKey, Json > > restored;
+   std::vector< Restored > restored;
    std::vector< Change > entries;
    for ( auto const& [ name, value ] : rows ) {
-      RowKey const row = rowOfName( name );
-      bool const isBack = isSameBoot || contains( configuration, row.front() );
-      if ( isBack && live.owners().ownerOf( { row.front() } ) != Owner::driver ) {
-         Json read = Json::parse( *value );
-         if ( read.is_array() ) {
-            read = Json( read.at( 0 ) );
-            entries.push_back( { Change::Kind::addEntry, row } );
-         }
-         restored.emplace_back( row, isSameBoot ? read : configurationOf( row, read ) );
+      Restored row = restoredOf( name, *value );
+      if ( !comesBack( live, row.key, isSameBoot ) ) {
+         continue;
       }
-   }
-   std::vector< std::string > problems;
-   try {
-      merge( live, patchOf( restored ) );
-   } catch ( Failure const& ) {
-      // One of them does not fit; which one is seen one by one.
-      for ( auto const& row : restored ) {
-         try {
-            merge( live, patchOf( { row } ) );
-         } catch ( Failure const& failure ) {
-            problems.emplace_back( failure.what() );
-         }
+      if ( row.isInEntryOfFile ) {
+         entries.push_back( { Change::Kind::addEntry, row.key } );
       }
+      if ( !isSameBoot ) {
+         row.value = configurationOf( row.key, std::move( row.value ) );
+      }
+      restored.push_back( std::move( row ) );
    }
    live.owners().fileIs( entries );
-   return problems;
+   return mergeAll( live, restored );
+}
+
+std::vector< std::string >
+takeUpRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
+   std::vector< Restored > restored;
+   for ( auto const& [ name, value ] : rows ) {
+      Restored row = restoredOf( name, *value );
+      bool const isOfPlugin = live.owners().ownerOf( row.key ) == Owner::plugin;
+      bool const isGone = row.isInEntryOfFile && !live.owners().isOfFile( row.key );
+      if ( comesBack( live, row.key, isSameBoot ) && !isOfPlugin && !isGone ) {
+         row.value = configurationOf( row.key, std::move( row.value ) );
+         restored.push_back( std::move( row ) );
+      }
+   }
+   return mergeAll( live, restored );
 }
 
 } // namespace ostra

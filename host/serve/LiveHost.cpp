@@ -62,11 +62,13 @@ LiveHost::restore() {
    if ( !store_.finding().empty() ) {
       findings_.push_back( store_.finding() );
    }
-   if ( note.is_object() ) {
-      live_.revisionIs( note.at( "revision" ).get< Revision >() );
-   } else {
-      live_.revisionIs( store_.nextId() - 1 );
-   }
+   // There are no more revisions than records.
+   bool const isKnown = note.is_object() && !store_.areNumbersLost();
+   live_.revisionIs(
+      isKnown ? note.at( "revision" ).get< Revision >() : store_.nextId() - 1 );
+   firstOfBoot_ =
+      isSameBoot ? note.value( "firstRecord", store_.nextId() ) : store_.nextId();
+   store_.firstOfBootIs( firstOfBoot_ );
    live_.records().nextIdIs( store_.nextId() );
    Rows const rows = store_.takeRows();
    for ( std::string& problem : restoreRows( live_, rows, isSameBoot ) ) {
@@ -151,7 +153,9 @@ LiveHost::reportPort( std::string const& interface ) {
 
 std::string
 LiveHost::note() const {
-   Json note = { { "boot", bootId_ }, { "revision", live_.revision() } };
+   Json note = { { "boot", bootId_ },
+                 { "revision", live_.revision() },
+                 { "firstRecord", firstOfBoot_ } };
    auto const start = live_.delayStart();
    note[ "delayStart" ] = start ? toJson( *start ) : Json();
    note[ "released" ] = live_.released();
@@ -162,6 +166,21 @@ LiveHost::note() const {
       }
    }
    return note.dump();
+}
+
+// What was read late comes in as a change of now.
+Rows
+LiveHost::allRows( StoreContent const& found ) {
+   Json const note = noteOf( found.note );
+   bool const isSameBoot = note.is_object() && note.at( "boot" ) == bootId_;
+   for ( std::string& problem : takeUpRows( live_, found.rows, isSameBoot ) ) {
+      findings_.push_back( std::move( problem ) );
+   }
+   Rows rows = keptRows( live_ );
+   for ( auto const& [ name, value ] : found.rows ) {
+      rows.try_emplace( name );
+   }
+   return rows;
 }
 
 void
@@ -183,7 +202,9 @@ LiveHost::commit() {
    turn.records = live_.records().pending();
    turn.isAwaited = !changes.acknowledges.empty();
    bool const isDurable =
-      store_.commit( std::move( turn ), [ this ] { return keptRows( live_ ); } );
+      store_.commit( std::move( turn ), [ this ]( StoreContent const& found ) {
+         return allRows( found );
+      } );
    lastNote_ = now;
    retry_.timeIs( isDurable ? Ryx::never : Ryx::now() + betweenTries );
    std::optional< Complaint > problem;

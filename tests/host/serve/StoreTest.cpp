@@ -110,7 +110,7 @@ TEST_F( StoreTest, OneWithABitFlippedInAValueIsSetAside ) {
 
 TEST_F( StoreTest, OneOfALaterVersionIsSetAside ) {
    leave();
-   ostra::Database( file() ).run( "PRAGMA user_version=2" );
+   ostra::Database( file(), 0 ).run( "PRAGMA user_version=2" );
    expectAnew( "of version 2, and this program knows 1" );
 }
 
@@ -177,9 +177,23 @@ TEST_F( StoreTest, HistoryIsNoLongerThanItsLimit ) {
    EXPECT_EQ(
       history.back().at( "seq" ).get< int >() - history.front().at( "seq" ).get< int >(),
       49 );
+   // Setting the date is no reason for this boot's to go.
    clock.offset += std::chrono::days( 31 );
    process.patch( "{\"mlagConfig\": {\"reloadDelay\": 1}}" );
+   EXPECT_THAT( process.history(), SizeIs( 50 ) );
+   clock.moment += std::chrono::days( 31 );
+   process.patch( "{\"mlagConfig\": {\"reloadDelay\": 2}}" );
    EXPECT_THAT( process.history(), SizeIs( 1 ) );
+}
+
+TEST_F( StoreTest, RecordsOfABootBeforeGoByTheDate ) {
+   leave();
+   clock.offset += std::chrono::days( 31 );
+   LiveProcess process( state(), clock, driver, "boot 2" );
+   auto const firstOfBoot = process.host().store().nextId();
+   process.start();
+   EXPECT_EQ( process.patch( "{\"mlagConfig\": {\"reloadDelay\": 1}}" ), "" );
+   EXPECT_EQ( process.history().front().at( "seq" ), firstOfBoot );
 }
 
 TEST_F( StoreTest, HistoryGoesOnBehindAnyRecord ) {
@@ -206,4 +220,34 @@ TEST_F( StoreTest, WhatTheFileSetsIsNotKept ) {
    process.start();
    EXPECT_EQ( process.at( { "mlagConfig", "reloadDelay" } ), 0 );
    EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
+}
+
+TEST_F( StoreTest, OneThatAnotherProcessHasIsTakenUpWhenItCanBeRead ) {
+   leave();
+   std::string const port = R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet7": {}}}})";
+   {
+      ostra::Database operators( file(), 0 );
+      operators.run( "BEGIN EXCLUSIVE" );
+      LiveProcess process( state(), clock, driver );
+      process.start( R"({"mlagConfig": {"enabled": false}})" );
+      EXPECT_THAT( process.host().store().problem(), HasSubstr( "locked" ) );
+      EXPECT_THAT(
+         process.patch( "true", { "mlagConfig", "lacpStandby" } ), HasSubstr( "locked" ) );
+      process.patch( port );
+      process.pass( 20'000 );
+      EXPECT_EQ( setAside(), 0U );
+      operators.run( "ROLLBACK" );
+      operators = ostra::Database( state() + "/other.db", 0 );
+      process.pass( 10'000 );
+      EXPECT_EQ( process.host().store().problem(), "" );
+      EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
+      EXPECT_EQ( process.at( { "mlagConfig", "lacpStandby" } ), true );
+      EXPECT_THAT( process.at( { "ethPhyIntfStatus", "intfStatus" } ), SizeIs( 4 ) );
+   }
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   EXPECT_EQ( setAside(), 0U );
+   EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
+   EXPECT_EQ( process.at( { "mlagConfig", "lacpStandby" } ), true );
+   EXPECT_THAT( process.at( { "ethPhyIntfStatus", "intfStatus" } ), SizeIs( 4 ) );
 }

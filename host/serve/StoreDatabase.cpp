@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/StoreDatabase>
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace ostra {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t schemaVersion = 1;
+// Of records that are too many or too old: what one transaction deletes.
+constexpr std::int64_t pruned = 1000;
+
+constexpr char schema[] =
+   "PRAGMA journal_mode=WAL;"
+   "CREATE TABLE state ( path TEXT PRIMARY KEY, value TEXT NOT NULL, sum INTEGER NOT NULL )"
+   " WITHOUT ROWID;"
+   "CREATE TABLE kept ( name TEXT PRIMARY KEY, value TEXT NOT NULL, sum INTEGER NOT NULL )"
+   " WITHOUT ROWID;"
+   "CREATE TABLE history ( id INTEGER PRIMARY KEY, date INTEGER NOT NULL,"
+   " line TEXT NOT NULL );";
+
+// A record that goes, with what Pruning has in order.
+constexpr char isPruned[] =
+   "id <= ?1 OR CASE WHEN id >= ?2 AND json_valid( line )"
+   " THEN 1000 * json_extract( line, '$.t' ) < ?4 ELSE date < ?3 END";
+
+// Notices a bit that has changed on the disk.
+std::int64_t
+checksum( std::string_view key, std::string_view value ) {
+   std::uint64_t sum = 14695981039346656037U;
+   for ( std::string_view const text : { key, std::string_view( "\0", 1 ), value } ) {
+      for ( char const c : text ) {
+         sum = ( sum ^ static_cast< unsigned char >( c ) ) * 1099511628211U;
+      }
+   }
+   return static_cast< std::int64_t >( sum );
+}
+
+void
+checkSum( Database::Statement const& row ) {
+   if ( row.number( 2 ) != checksum( row.text( 0 ), row.text( 1 ) ) ) {
+      throw StoreDamage( fmt::format( "{} is not what was written", row.text( 0 ) ) );
+   }
+}
+
+// No other process has it, so that it needs no shared memory.
+Database
+opened( std::string const& path, Milliseconds wait ) {
+   Database database( path, static_cast< int >( wait.count() ) );
+   database.run( "PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=NORMAL;"
+                 "PRAGMA journal_size_limit=4194304;" );
+   auto const version = database.numberOf( "PRAGMA user_version" );
+   if ( version > schemaVersion ) {
+      throw StoreDamage( fmt::format(
+         "of version {}, and this program knows {}", version, schemaVersion ) );
+   }
+   if ( version != schemaVersion ) {
+      throw StoreDamage( "not a store" );
+   }
+   return database;
+}
+
+} // namespace
+
+void
+StoreDatabase::create( std::string const& path ) {
+   std::string const beside = path + ".new";
+   std::error_code error;
+   for ( char const* suffix : { "", "-wal", "-shm" } ) {
+      fs::remove( beside + suffix, error );
+   }
+   {
+      Database database( beside, 0 );
+      database.run( schema );
+      database.run( fmt::format( "PRAGMA user_version={}", schemaVersion ) );
+   }
+   fs::rename( beside, path );
+}
+
+StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
+      : database_( opened( path, wait ) ),
+        begin_( database_, "BEGIN IMMEDIATE" ),
+        end_( database_, "COMMIT" ),
+        setRow_( database_, "INSERT OR REPLACE INTO state VALUES ( ?, ?, ? )" ),
+        deleteRow_( database_, "DELETE FROM state WHERE path = ?" ),
+        keep_( database_, "INSERT OR REPLACE INTO kept VALUES ( ?, ?, ? )" ),
+        add_( database_, "INSERT OR REPLACE INTO history VALUES ( ?, ?, ? )" ),
+        oldest_(
+           database_,
+           fmt::format( "SELECT id, {} FROM history ORDER BY id LIMIT 1", isPruned ) ),
+        prune_(
+           database_,
+           fmt::format( "DELETE FROM history WHERE ( {} ) AND id < ?5", isPruned ) ),
+        read_(
+           database_,
+           "SELECT id, date, line FROM history WHERE id > ? ORDER BY id LIMIT ?" ) {}
+
+StoreContent
+StoreDatabase::load() {
+   for ( char const* table : { "state", "kept" } ) {
+      std::string const found =
+         database_.textOf( fmt::format( "PRAGMA quick_check({})", table ) );
+      if ( found != "ok" ) {
+         throw StoreDamage( found );
+      }
+   }
+   StoreContent content;
+   Database::Statement state( database_, "SELECT path, value, sum FROM state" );
+   while ( state.next() ) {
+      checkSum( state );
+      content.rows[ state.text( 0 ) ] = state.text( 1 );
+   }
+   Database::Statement kept( database_, "SELECT name, value, sum FROM kept" );
+   while ( kept.next() ) {
+      checkSum( kept );
+      std::string const value = kept.text( 1 );
+      if ( kept.text( 0 ) == "note" ) {
+         content.note = value;
+      } else {
+         std::from_chars( value.data(), value.data() + value.size(), content.nextId );
+      }
+   }
+   return content;
+}
+
+void
+StoreDatabase::awaitedIs( bool isAwaited ) {
+   if ( isAwaited != isFull_ ) {
+      database_.run( isAwaited ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=NORMAL" );
+      isFull_ = isAwaited;
+   }
+}
+
+void
+StoreDatabase::write( StoreTurn const& turn, Pruning const& pruning ) {
+   awaitedIs( turn.isAwaited );
+   begin_.with().run();
+   try {
+      writeTurn( turn );
+      prune( pruning );
+      end_.with().run();
+   } catch ( DatabaseError const& ) {
+      try {
+         database_.run( "ROLLBACK" );
+      } catch ( DatabaseError const& ) {
+         // It has been rolled back by itself.
+      }
+      throw;
+   }
+}
+
+void
+StoreDatabase::writeTurn( StoreTurn const& turn ) {
+   for ( auto const& [ path, value ] : turn.rows ) {
+      if ( value ) {
+         setRow_.with( path, *value, checksum( path, *value ) ).run();
+      } else {
+         deleteRow_.with( path ).run();
+      }
+   }
+   for ( auto const& [ name, value ] :
+         { std::pair< std::string, std::string >{ "note", turn.note },
+           { "nextId", std::to_string( turn.nextId ) } } ) {
+      keep_.with( name, value, checksum( name, value ) ).run();
+   }
+   for ( LiveRecord const& record : turn.records ) {
+      add_.with( record.id, std::int64_t( record.date.count() ), record.line ).run();
+   }
+}
+
+void
+StoreDatabase::prune( Pruning const& pruning ) {
+   std::int64_t const date = pruning.date.count();
+   std::int64_t const sinceBoot = pruning.sinceBoot.count();
+   Database::Statement& oldest =
+      oldest_.with( pruning.last, pruning.firstOfBoot, date, sinceBoot );
+   bool const isToDo = oldest.next() && oldest.number( 1 ) != 0;
+   std::int64_t const first = isToDo ? oldest.number( 0 ) : 0;
+   oldest.with();
+   if ( isToDo ) {
+      prune_.with( pruning.last, pruning.firstOfBoot, date, sinceBoot, first + pruned )
+         .run();
+   }
+}
+
+void
+StoreDatabase::readHistory(
+   std::int64_t since, std::size_t limit, std::vector< LiveRecord >& records ) {
+   auto& read = read_.with( since, static_cast< std::int64_t >( limit ) );
+   while ( read.next() ) {
+      records.push_back(
+         { read.number( 0 ), Milliseconds( read.number( 1 ) ), read.text( 2 ) } );
+   }
+   read.with();
+}
+
+} // namespace ostra

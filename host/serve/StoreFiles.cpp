@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/StoreFiles>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ostra {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
+constexpr int digits = 20;
+
+std::string
+freeName( std::string const& path, std::string const& date ) {
+   std::string const aside = fmt::format( "{}.aside-{}", path, date );
+   std::string name = aside;
+   std::error_code error;
+   for ( int n = 2; fs::exists( name, error ) || fs::exists( name + "-wal", error ); ++n ) {
+      name = fmt::format( "{}-{}", aside, n );
+   }
+   return name;
+}
+
+bool
+moveLogs( std::string const& from, std::string const& to ) {
+   bool isMoved = false;
+   for ( char const* suffix : logs ) {
+      std::error_code error;
+      fs::rename( from + suffix, to + suffix, error );
+      isMoved |= !error;
+   }
+   return isMoved;
+}
+
+std::string
+firstLineOf( std::string const& path ) {
+   std::string line;
+   std::ifstream in( path );
+   std::getline( in, line );
+   return line;
+}
+
+} // namespace
+
+StoreFiles::StoreFiles( std::string directory )
+      : database_( std::move( directory ) + "/state.db" ) {}
+
+StoreFiles::~StoreFiles() {
+   if ( numbers_ >= 0 ) {
+      close( numbers_ );
+   }
+}
+
+// Another file has another number, unless the directory is another one, too: then all of it
+// was copied.
+std::string
+StoreFiles::owner() const {
+   struct stat file {};
+   struct stat directory {};
+   std::string const parent = fs::path( database_ ).parent_path();
+   bool const isThere =
+      stat( database_.c_str(), &file ) == 0 && stat( parent.c_str(), &directory ) == 0;
+   return isThere ? fmt::format( "{} {}", directory.st_ino, file.st_ino ) : "";
+}
+
+std::string
+StoreFiles::separate( std::string const& date ) {
+   std::string const now = owner();
+   std::string const before = firstLineOf( database_ + "-of" );
+   bool const isCopy =
+      before.substr( 0, before.find( ' ' ) ) != now.substr( 0, now.find( ' ' ) );
+   bool const isOwn = !now.empty() && ( before.empty() || before == now || isCopy );
+   if ( isOwn ) {
+      return {};
+   }
+   std::string const aside = freeName( database_, date );
+   return moveLogs( database_, aside )
+      ? fmt::format( "{}-wal: of another database; it is now {}-wal", database_, aside )
+      : std::string();
+}
+
+void
+StoreFiles::adopt() const {
+   std::string const now = owner();
+   std::string const path = database_ + "-of";
+   if ( firstLineOf( path ) != now ) {
+      std::ofstream( path, std::ios::trunc ) << now << '\n';
+   }
+}
+
+std::string
+StoreFiles::setAside( std::string const& date ) const {
+   std::string const aside = freeName( database_, date );
+   fs::rename( database_, aside );
+   moveLogs( database_, aside );
+   return aside;
+}
+
+std::int64_t
+StoreFiles::numbersTold() const {
+   std::string const text = firstLineOf( database_ + "-numbers" );
+   std::int64_t below = 0;
+   std::size_t const first = text.find_first_not_of( '0' );
+   if ( first != text.npos ) {
+      std::from_chars( text.data() + first, text.data() + text.size(), below );
+   }
+   return below;
+}
+
+bool
+StoreFiles::numbersToldAre( std::int64_t below ) {
+   std::string const path = database_ + "-numbers";
+   if ( numbers_ < 0 ) {
+      numbers_ = open( path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600 );
+   }
+   // In its place: that takes no room.
+   std::string const text = fmt::format( "{:0{}}\n", below, digits );
+   auto const size = static_cast< ssize_t >( text.size() );
+   return numbers_ >= 0 && pwrite( numbers_, text.data(), text.size(), 0 ) == size &&
+      fdatasync( numbers_ ) == 0;
+}
+
+} // namespace ostra

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// A store whose disk is full, and one whose files are not one another's.
+
+#include "LiveProcess"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+using ostra::FakeDriver;
+using ostra::LiveProcess;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// No file grows beyond that while it is there.
+class FullDisk {
+ public:
+   explicit FullDisk( rlim_t octets ) {
+      before_ = signal( SIGXFSZ, SIG_IGN );
+      getrlimit( RLIMIT_FSIZE, &limit_ );
+      rlimit const full{ octets, limit_.rlim_max };
+      setrlimit( RLIMIT_FSIZE, &full );
+   }
+   ~FullDisk() {
+      setrlimit( RLIMIT_FSIZE, &limit_ );
+      signal( SIGXFSZ, before_ );
+   }
+
+ private:
+   rlimit limit_;
+   sighandler_t before_;
+};
+
+class StoreDisk : public testing::Test {
+ protected:
+   std::string const& state() const { return directory_.path(); }
+   std::string file( std::string const& suffix = "" ) const {
+      return state() + "/state.db" + suffix;
+   }
+   static std::string change( LiveProcess& process, int number ) {
+      return process.patch(
+         "\"" + std::to_string( number ) + "\"", { "mlagConfig", "domainId" } );
+   }
+   // A process that was killed: its log is not in the database yet.
+   void leaveKilled( std::string const& domain ) {
+      pid_t const child = fork();
+      if ( child == 0 ) {
+         LiveProcess process( state(), clock, driver );
+         process.start();
+         process.patch( "\"" + domain + "\"", { "mlagConfig", "domainId" } );
+         _exit( 0 );
+      }
+      waitpid( child, nullptr, 0 );
+   }
+   std::string domain() {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      findings = process.host().findings();
+      return process.at( { "mlagConfig", "domainId" } );
+   }
+
+   ostra::SimulatedClock clock;
+   FakeDriver driver;
+   std::vector< std::string > findings;
+
+ private:
+   ostra::TemporaryDirectory const directory_;
+};
+
+} // namespace
+
+TEST_F( StoreDisk, IsTriedAgainWithAPauseWhileItIsFull ) {
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   {
+      FullDisk const full( 4096 );
+      EXPECT_THAT( change( process, 1 ), HasSubstr( "store: " ) );
+   }
+   // It could be written now, and it is not tried with every turn.
+   EXPECT_THAT( change( process, 2 ), HasSubstr( "store: " ) );
+   process.pass( 5'000 );
+   EXPECT_EQ( process.host().store().problem(), "" );
+   EXPECT_EQ( change( process, 3 ), "" );
+}
+
+TEST_F( StoreDisk, NumbersThatWereToldWhileItWasFullAreNotToldAgain ) {
+   std::int64_t told = 0;
+   ostra::Revision revision = 0;
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      EXPECT_EQ( change( process, 0 ), "" );
+      FullDisk const full( 4096 );
+      for ( int i = 1; i < 10; ++i ) {
+         EXPECT_THAT( change( process, i ), HasSubstr( "store: " ) );
+      }
+      told = process.host().live().records().nextId();
+      revision = process.host().live().revision();
+   }
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   EXPECT_GE( process.host().live().records().nextId(), told );
+   EXPECT_GE( process.host().live().revision(), revision );
+   EXPECT_EQ( change( process, 11 ), "" );
+   auto const next = process.host().live().records().nextId();
+   EXPECT_EQ( change( process, 12 ), "" );
+   EXPECT_EQ( process.host().live().records().nextId(), next + 1 );
+}
+
+TEST_F( StoreDisk, WhatIsInTheLogOfAKilledProcessIsThere ) {
+   leaveKilled( "a" );
+   ASSERT_TRUE( fs::exists( file( "-wal" ) ) );
+   EXPECT_EQ( domain(), "a" );
+   EXPECT_THAT( findings, IsEmpty() );
+}
+
+TEST_F( StoreDisk, TheLogOfADatabaseThatIsGoneIsSetAside ) {
+   leaveKilled( "a" );
+   fs::remove( file() );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, ElementsAre( HasSubstr( "of another database" ) ) );
+}
+
+TEST_F( StoreDisk, TheLogIsNotWrittenIntoADatabaseThatWasPutInItsPlace ) {
+   EXPECT_EQ( domain(), "" );
+   fs::copy_file( file(), file( ".backup" ) );
+   leaveKilled( "a" );
+   fs::rename( file( ".backup" ), file() );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, ElementsAre( HasSubstr( "of another database" ) ) );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, IsEmpty() );
+}
+
+TEST_F( StoreDisk, ADirectoryThatWasCopiedIsWhole ) {
+   leaveKilled( "a" );
+   std::string const copy = state() + "-copy";
+   fs::rename( state(), copy );
+   fs::create_directories( state() );
+   for ( auto const& entry : fs::directory_iterator( copy ) ) {
+      fs::copy_file( entry.path(), state() + "/" + entry.path().filename().string() );
+   }
+   fs::remove_all( copy );
+   EXPECT_EQ( domain(), "a" );
+   EXPECT_THAT( findings, IsEmpty() );
+}
