@@ -8,12 +8,17 @@
 #include <host/serve/Config>
 #include <host/serve/LiveHost>
 #include <host/serve/Notify>
+#include <host/serve/Owners>
+#include <host/serve/WakeUp>
 #include <host/state/Plugin>
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <csignal>
 #include <memory>
+
+#include <sys/resource.h>
 
 namespace ostra {
 
@@ -32,8 +37,63 @@ std::string
 bootIdOf( Config const& config ) {
    std::string text = readFile( config.bootId ).text;
    text.erase( text.find_last_not_of( " \t\r\n" ) + 1 );
+   // Every boot would be the same one.
+   if ( text.empty() ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "{}: empty: expected what tells one boot from another", config.bootId ) );
+   }
    return text;
 }
+
+// Whatever would be refused later on, beside what only trying shows.
+void
+checkConfig( Config const& config ) {
+   auto const driver = makeDriver( config );
+   bootIdOf( config );
+   readToken( config.tokenFile );
+   for ( ListenEndpoint const& endpoint : config.listen ) {
+      if ( auto const* const at = std::get_if< UnixEndpoint >( &endpoint ) ) {
+         http::checkGroup( at->group );
+      }
+   }
+   if ( config.mounts ) {
+      Owners owners;
+      owners.driverIs( driver->mounts() );
+      try {
+         owners.check( changesOf( Item( *config.mounts ) ), Owner::file );
+      } catch ( PatchRefusal const& refusal ) {
+         throw Failure( ExitStatus::badInput, fmt::format( "mounts: {}", refusal.what() ) );
+      }
+   }
+}
+
+// As many descriptors as the process may have; how many that is.
+std::size_t
+raiseDescriptors() {
+   rlimit limit{};
+   getrlimit( RLIMIT_NOFILE, &limit );
+   limit.rlim_cur = limit.rlim_max;
+   setrlimit( RLIMIT_NOFILE, &limit );
+   getrlimit( RLIMIT_NOFILE, &limit );
+   return limit.rlim_cur;
+}
+
+// The network never has so many of the descriptors that the unix socket, the store and the
+// driver have too few.
+http::Limits
+httpLimits() {
+   constexpr std::size_t others = 256;
+   http::Limits limits;
+   std::size_t const descriptors = std::max( raiseDescriptors(), 2 * others );
+   std::size_t const half = ( descriptors - others ) / 2;
+   limits.connections = std::min( limits.connections, half );
+   limits.networkConnections = std::min( limits.networkConnections, half );
+   return limits;
+}
+
+constexpr Ryx::Seconds betweenListens = 5;
 
 LiveHost::Options
 hostOptions( Config const& config ) {
@@ -63,7 +123,7 @@ class Service {
                    [ this ] { return host_.store().problem(); },
                    std::string( driver_->name() ),
                    host_.bootId() } ),
-           server_( loop_.base() ) {
+           server_( loop_.base(), httpLimits() ) {
       api_.addTo( server_ );
       server_.complaintIs( [ this ]( std::string const& what ) { say( what ); } );
    }
@@ -75,10 +135,11 @@ class Service {
          loop_.signalIs( signal, [ this ] { loop_.stop(); } );
       }
       loop_.signalIs( SIGHUP, [ this ] { readAgain(); } );
-      loop_.turnEndIs( [ this ] {
+      loop_.turnEndIs( [ this, &out ] {
          host_.endTurn();
          notify_.endTurn();
          sayProblem();
+         listenAgain( out );
       } );
       // Ports are held, and that is durable, before anybody hears that there is a host.
       loop_.turn();
@@ -105,9 +166,44 @@ class Service {
       finding_ = host_.store().finding();
    }
 
-   template< class Endpoint >
-   void listen( Endpoint const& endpoint, std::ostream& out ) {
-      http::ListeningSocket socket( endpoint );
+   void listen( UnixEndpoint const& endpoint, std::ostream& out ) {
+      take( http::ListeningSocket( endpoint ), out );
+   }
+
+   // Somebody else may have the port, or the address may come later: ports are held all the
+   // same.
+   void listen( TcpEndpoint const& endpoint, std::ostream& out ) {
+      if ( std::string const why = triedToListen( endpoint, out ); !why.empty() ) {
+         say( fmt::format( "{}: it is tried again", why ) );
+         missing_.push_back( endpoint );
+         nextListen_ = Ryx::now() + betweenListens;
+         listenTimer_.timeIs( nextListen_ );
+      }
+   }
+
+   void listenAgain( std::ostream& out ) {
+      if ( missing_.empty() || Ryx::now() < nextListen_ ) {
+         return;
+      }
+      std::erase_if( missing_, [ & ]( TcpEndpoint const& endpoint ) {
+         return triedToListen( endpoint, out ).empty();
+      } );
+      out.flush();
+      nextListen_ = Ryx::now() + betweenListens;
+      listenTimer_.timeIs( missing_.empty() ? Ryx::never : nextListen_ );
+   }
+
+   // Why not; empty when it listens.
+   std::string triedToListen( TcpEndpoint const& endpoint, std::ostream& out ) {
+      try {
+         take( http::ListeningSocket( endpoint ), out );
+         return {};
+      } catch ( Failure const& failure ) {
+         return failure.what();
+      }
+   }
+
+   void take( http::ListeningSocket socket, std::ostream& out ) {
       out << fmt::format( "ostra: serving on {}\n", socket.name() );
       server_.listen( std::move( socket ) );
    }
@@ -161,6 +257,10 @@ class Service {
    http::Server server_;
    std::string problem_;
    std::string finding_;
+   // Where it does not listen yet, and when that is tried again.
+   std::vector< TcpEndpoint > missing_;
+   Ryx::Seconds nextListen_ = 0;
+   WakeUp listenTimer_;
 };
 
 } // namespace
@@ -168,6 +268,7 @@ class Service {
 void
 serve( ServeOptions const& options, std::ostream& out, std::ostream& err ) {
    Config config = loadConfig( options.config );
+   checkConfig( config );
    if ( options.isCheck ) {
       out << fmt::format(
          "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );

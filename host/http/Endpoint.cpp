@@ -185,6 +185,15 @@ ListeningSocket::openUnix( UnixEndpoint const& endpoint ) {
 }
 
 void
+checkGroup( std::string const& groupName ) {
+   if ( !groupName.empty() && !getgrnam( groupName.c_str() ) ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format( "listen: no group is called {}", inQuotes( groupName ) ) );
+   }
+}
+
+void
 ListeningSocket::giveTo( std::string const& groupName ) {
    if ( groupName.empty() ) {
       return;

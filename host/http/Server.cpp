@@ -9,6 +9,7 @@
 #include <event2/listener.h>
 #include <event2/util.h>
 
+#include <algorithm>
 #include <unordered_map>
 
 #include <netinet/in.h>
@@ -29,10 +30,12 @@ class Server::Listener {
       evconnlistener_set_error_cb( events_, onError );
       owner_.ended = [ this ]( Connection& connection ) {
          connections_.erase( &connection );
+         site_.networkConnections -= socket_.isUnix() ? 0 : 1;
       };
    }
 
    ~Listener() {
+      site_.networkConnections -= socket_.isUnix() ? 0 : connections_.size();
       connections_.clear();
       event_free( pause_ );
       evconnlistener_free( events_ );
@@ -44,7 +47,7 @@ class Server::Listener {
 
  private:
    // Beyond the limit, those that are told so: what comes in addition waits in the queue.
-   static constexpr std::size_t turnedAway = 64;
+   static constexpr std::ptrdiff_t turnedAway = 64;
 
    static void onConnection( evconnlistener*, int descriptor, sockaddr*, int, void* self ) {
       static_cast< Listener* >( self )->take( descriptor );
@@ -70,18 +73,32 @@ class Server::Listener {
          int const on = 1;
          setsockopt( descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on );
       }
-      bool const isFull = connections_.size() >= site_.limits.connections;
+      bool const isFull = room() <= 0;
       auto const connection =
          std::make_shared< Connection >( site_, owner_, descriptor, socket_.isUnix() );
       connections_.emplace( connection.get(), connection );
+      site_.networkConnections += socket_.isUnix() ? 0 : 1;
       if ( isFull ) {
          connection->turnAway( { 503, "connections", "too many", "another try later" } );
       } else {
          connection->start();
       }
-      if ( connections_.size() >= site_.limits.connections + turnedAway ) {
+      if ( room() <= -turnedAway ) {
          pause();
       }
+   }
+
+   // How many connections it may still take.
+   std::ptrdiff_t room() const noexcept {
+      Limits const& limits = site_.limits;
+      auto const left = []( std::size_t most, std::size_t now ) {
+         return static_cast< std::ptrdiff_t >( most ) -
+            static_cast< std::ptrdiff_t >( now );
+      };
+      std::ptrdiff_t const own = left( limits.connections, connections_.size() );
+      return socket_.isUnix()
+         ? own
+         : std::min( own, left( limits.networkConnections, site_.networkConnections ) );
    }
 
    Site& site_;
@@ -92,8 +109,7 @@ class Server::Listener {
    event* pause_;
 };
 
-Server::Server( event_base* base, Limits const& limits )
-      : site_{ base, limits, {}, {}, 0, {} } {}
+Server::Server( event_base* base, Limits const& limits ) : site_{ base, limits, {}, {} } {}
 
 Server::~Server() = default;
 

@@ -101,14 +101,22 @@ forEachKey( Item const& map, KnownKeys const& keys, Read read ) {
       } );
 }
 
+// What fits into the address of a socket.
+constexpr std::size_t longestSocketPath = 107;
+
 ListenEndpoint
 readEndpoint( Item const& item ) {
    static KnownKeys const keys = { "unix", "mode", "group", "tcp" };
    UnixEndpoint unixEndpoint;
    std::optional< TcpEndpoint > tcp;
+   bool isOfUnix = false;
    forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
+      isOfUnix |= key == "mode" || key == "group";
       if ( key == "unix" ) {
          unixEndpoint.path = pathOf( entry );
+         if ( unixEndpoint.path.size() > longestSocketPath ) {
+            entry.refuse( fmt::format( "a path of at most {} octets", longestSocketPath ) );
+         }
       } else if ( key == "mode" ) {
          unixEndpoint.mode = modeOf( entry );
       } else if ( key == "group" ) {
@@ -126,6 +134,9 @@ readEndpoint( Item const& item ) {
    } );
    if ( tcp.has_value() == !unixEndpoint.path.empty() ) {
       item.refuse( "either unix or tcp" );
+   }
+   if ( tcp && isOfUnix ) {
+      item.refuse( "mode and group beside unix only" );
    }
    if ( tcp ) {
       return *tcp;

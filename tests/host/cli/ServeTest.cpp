@@ -6,9 +6,14 @@
 #include "Program"
 #include "RunningProgram"
 
+#include <host/http/Endpoint>
+
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <array>
 #include <csignal>
+#include <memory>
 
 using ostra::ostraRun;
 using ostra::RunningProgram;
@@ -20,10 +25,15 @@ class Serve : public testing::Test {
  protected:
    Serve() { configure( "  mlagConfig: { reloadDelay: 5 }\n" ); }
 
-   void configure( std::string const& mounts ) {
+   // `rest`: of the top level; `listen`: beside the unix socket.
+   void configure(
+      std::string const& mounts,
+      std::string const& rest = "",
+      std::string const& listen = "" ) {
       std::ofstream( config ) << "state: " << directory_.path()
                               << "/state\nlisten: [ { unix: " << directory_.path()
-                              << "/socket } ]\nmounts:\n"
+                              << "/socket }" << listen << " ]\n"
+                              << rest << "mounts:\n"
                               << mounts;
    }
    // Of a signal that comes when it serves.
@@ -69,6 +79,59 @@ TEST_F( Serve, AFileCanBeCheckedWithoutServing ) {
    auto const outcome = ostraRun( "serve --check --config " + config );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.out, HasSubstr( ": ok, driver none" ) );
+}
+
+TEST_F( Serve, ACheckRefusesWhatServingWould ) {
+   std::string const mounts = "  mlagConfig: { reloadDelay: 5 }\n";
+   std::string const empty = ostra::temporaryFile( "boot-id", "\n" );
+   for ( auto const& [ rest, listen, expected ] :
+         std::vector< std::array< std::string, 3 > >{
+            { "tokenFile: /no/such/token\n", "", "/no/such/token" },
+            { "driver: linux\n", "", "driver: \"linux\": expected none" },
+            { "bootId: " + empty + "\n", "", "empty: expected what tells one boot" },
+            { "bootId: /no/such/boot\n", "", "/no/such/boot" },
+            { "", ", { unix: /tmp/x, group: no-such-group }", "no group is called" } } ) {
+      configure( mounts, rest, listen );
+      for ( char const* command : { "serve --check", "serve" } ) {
+         auto const outcome = ostraRun( std::string( command ) + " --config " + config );
+         ostra::expectRefused( outcome, 2 );
+         EXPECT_THAT( outcome.err, HasSubstr( expected ) );
+      }
+   }
+   configure( "  mlagProtoStatus: { portsErrdisabled: true }\n" );
+   auto const owned = ostraRun( "serve --check --config " + config );
+   ostra::expectRefused( owned, 2 );
+   EXPECT_THAT(
+      owned.err,
+      HasSubstr( "mounts: mlagProtoStatus.portsErrdisabled: owned by the plug-in" ) );
+}
+
+TEST_F( Serve, APortThatIsTakenDoesNotKeepItFromServing ) {
+   ostra::http::ListeningSocket const taken( ostra::TcpEndpoint{ "127.0.0.1", 0 } );
+   configure(
+      "  mlagConfig: { reloadDelay: 5 }\n",
+      "",
+      fmt::format( ", {{ tcp: '127.0.0.1:{}' }}", taken.port() ) );
+   auto const outcome = outcomeOf( SIGTERM );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT( outcome.out, HasSubstr( "/socket\n" ) );
+   EXPECT_THAT( outcome.err, HasSubstr( taken.name() + ": Address already in use" ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "tried again" ) );
+}
+
+TEST_F( Serve, APortThatBecomesFreeIsListenedTo ) {
+   auto taken = std::make_unique< ostra::http::ListeningSocket >(
+      ostra::TcpEndpoint{ "127.0.0.1", 0 } );
+   std::string const name = taken->name();
+   configure(
+      "  mlagConfig: { reloadDelay: 5 }\n", "", fmt::format( ", {{ tcp: '{}' }}", name ) );
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   taken.reset();
+   // It is tried every five seconds.
+   std::this_thread::sleep_for( std::chrono::milliseconds( 5500 ) );
+   program.signal( SIGTERM );
+   EXPECT_THAT( program.outcome().out, HasSubstr( "ostra: serving on " + name ) );
 }
 
 TEST_F( Serve, AFileThatIsWrongWhenItIsReadAgainChangesNothing ) {
