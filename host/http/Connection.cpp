@@ -9,6 +9,7 @@
 #include <event2/bufferevent.h>
 #include <event2/event.h>
 
+#include <netdb.h>
 #include <sys/socket.h>
 
 namespace ostra::http {
@@ -38,6 +39,28 @@ addBody( evbuffer* output, Body const& body ) {
    }
 }
 
+// The address that the client has connected to; empty when there is none.
+std::string
+localAddressOf( int descriptor ) {
+   sockaddr_storage storage{};
+   socklen_t length = sizeof storage;
+   auto* const address = reinterpret_cast< sockaddr* >( &storage );
+   char text[ NI_MAXHOST ] = "";
+   if (
+      getsockname( descriptor, address, &length ) != 0 ||
+      getnameinfo( address, length, text, sizeof text, nullptr, 0, NI_NUMERICHOST ) != 0 ) {
+      return {};
+   }
+   std::string_view local = text;
+   // One of version 4 at a socket of version 6.
+   constexpr std::string_view mapped = "::ffff:";
+   if ( local.starts_with( mapped ) && local.find( '.' ) != local.npos ) {
+      local.remove_prefix( mapped.size() );
+   }
+   // Without the interface of a link-local one.
+   return std::string( local.substr( 0, local.find( '%' ) ) );
+}
+
 } // namespace
 
 Connection::Connection( Site& site, Owner& owner, int descriptor, bool isUnix )
@@ -45,8 +68,11 @@ Connection::Connection( Site& site, Owner& owner, int descriptor, bool isUnix )
         owner_( owner ),
         events_( bufferevent_socket_new( site.base, descriptor, BEV_OPT_CLOSE_ON_FREE ) ),
         deadline_( evtimer_new( site.base, onDeadline, this ) ),
+        again_( evtimer_new( site.base, onAgain, this ) ),
         parser_( std::make_unique< RequestParser >( site.limits ) ),
+        localAddress_( isUnix ? std::string() : localAddressOf( descriptor ) ),
         isUnix_( isUnix ) {
+   evbuffer_add_cb( bufferevent_get_output( events_ ), onOutput, this );
    bufferevent_setcb( events_, onRead, onWritten, onEvent, this );
    // What is not looked at yet stays with the client.
    bufferevent_setwatermark( events_, EV_READ, 0, site.limits.queue );
@@ -59,6 +85,9 @@ Connection::~Connection() {
    releaseBody();
    owner_.streams -= next_ ? 1 : 0;
    event_free( deadline_ );
+   event_free( again_ );
+   evbuffer_remove_cb( bufferevent_get_output( events_ ), onOutput, this );
+   site_.output -= waiting();
    bufferevent_free( events_ );
 }
 
@@ -112,6 +141,11 @@ Connection::onEvent( bufferevent*, short what, void* self ) {
 }
 
 void
+Connection::onOutput( evbuffer*, evbuffer_cb_info const* change, void* self ) {
+   static_cast< Connection* >( self )->site_.output += change->n_added - change->n_deleted;
+}
+
+void
 Connection::onDeadline( int, short, void* self ) {
    auto const connection = static_cast< Connection* >( self )->shared_from_this();
    connection->passDeadline();
@@ -137,6 +171,12 @@ Connection::passDeadline() {
    }
 }
 
+bool
+Connection::hasRoom( std::size_t octets ) const {
+   std::size_t const most = site_.limits.allOutput;
+   return site_.output + octets <= ( isUnix_ ? most : most / 2 );
+}
+
 std::size_t
 Connection::waiting() const {
    return evbuffer_get_length( bufferevent_get_output( events_ ) );
@@ -151,127 +191,6 @@ void
 Connection::deadlineIs( std::chrono::milliseconds time ) {
    timeval const after = timevalOf( time );
    evtimer_add( deadline_, &after );
-}
-
-void
-Connection::proceed() {
-   if ( isProceeding_ ) {
-      return;
-   }
-   isProceeding_ = true;
-   while ( state_ == State::reading && hasInput() && waiting() < site_.limits.queue ) {
-      readRequest();
-   }
-   isProceeding_ = false;
-   evbuffer* const input = bufferevent_get_input( events_ );
-   if ( state_ == State::ending || state_ == State::lingering ) {
-      evbuffer_drain( input, evbuffer_get_length( input ) );
-   } else if ( state_ == State::reading && isInputOver_ && !hasInput() ) {
-      endInput();
-   }
-}
-
-void
-Connection::endInput() {
-   if ( parser_->hasBegun() ) {
-      refuse( { 400, "request", "a part", "all of it" } );
-   } else {
-      endWhenSent();
-   }
-}
-
-void
-Connection::readRequest() {
-   bool const hadBegun = parser_->hasBegun();
-   evbuffer* const input = bufferevent_get_input( events_ );
-   std::size_t const size = evbuffer_get_contiguous_space( input );
-   auto const* const octets = reinterpret_cast< char const* >(
-      evbuffer_pullup( input, static_cast< ev_ssize_t >( size ) ) );
-   std::string_view text( octets, size );
-   auto const progress = parser_->take( text );
-   evbuffer_drain( input, size - text.size() );
-   countBody();
-   if ( state_ != State::reading ) {
-      return;
-   }
-   if ( !hadBegun && parser_->hasBegun() ) {
-      deadlineIs( site_.limits.headTime );
-   }
-   switch ( progress ) {
-   case RequestParser::Progress::more:
-      break;
-   case RequestParser::Progress::head:
-      acceptHead();
-      break;
-   case RequestParser::Progress::complete:
-      handleRequest();
-      break;
-   case RequestParser::Progress::refused:
-      isHead_ = false;
-      refuse( parser_->problem() );
-      break;
-   }
-}
-
-void
-Connection::countBody() {
-   std::size_t const size = parser_->request().body.size();
-   site_.bodies += size - countedBody_;
-   countedBody_ = size;
-   if ( site_.bodies > site_.limits.allBodies && state_ == State::reading ) {
-      refuse( { 503, "body", "too many at a time", "another try later" } );
-   }
-}
-
-void
-Connection::releaseBody() {
-   site_.bodies -= countedBody_;
-   countedBody_ = 0;
-}
-
-void
-Connection::acceptHead() {
-   Request& request = parser_->request();
-   request.isFromSocket = isUnix_;
-   isHead_ = request.method == "HEAD";
-   hasChunks_ = request.hasChunks;
-   if ( auto const problem = site_.router.find( request, true, site_.guard, route_ ) ) {
-      refuse( *problem );
-      return;
-   }
-   deadlineIs( site_.limits.bodyTime );
-   if ( parser_->waitsToContinue() ) {
-      write( "HTTP/1.1 100 Continue\r\n\r\n" );
-   }
-}
-
-void
-Connection::handleRequest() {
-   // The parser goes when it is answered.
-   Request request = std::move( parser_->request() );
-   evtimer_del( deadline_ );
-   request.isFromSocket = isUnix_;
-   isHead_ = request.method == "HEAD";
-   hasChunks_ = request.hasChunks;
-   isPersistent_ = request.isPersistent;
-   if ( !route_ ) {
-      if ( auto const problem = site_.router.find( request, false, site_.guard, route_ ) ) {
-         state_ = State::handling;
-         answer( problemResponse( *problem ) );
-         return;
-      }
-   }
-   state_ = State::handling;
-   Reply const reply( weak_from_this() );
-   try {
-      route_->handler( request, reply );
-   } catch ( std::exception const& error ) {
-      if ( site_.complain ) {
-         site_.complain(
-            fmt::format( "{} {}: {}", request.method, request.target, error.what() ) );
-      }
-      reply.send( Problem{ 500, "server", error.what(), "no failure" } );
-   }
 }
 
 void
@@ -304,6 +223,11 @@ Connection::answer( Response response ) {
       return;
    }
    auto const self = shared_from_this();
+   if ( response.body && !isHead_ && !hasRoom( response.body->size() ) ) {
+      isPersistent_ = false;
+      response = problemResponse(
+         { 503, "answers", "too many that nobody has taken", "another try later" } );
+   }
    send( response, response.body ? response.body->size() : 0 );
    if ( response.body && !response.body->empty() && !isHead_ ) {
       addBody( bufferevent_get_output( events_ ), response.body );
@@ -325,7 +249,9 @@ Connection::finishAnswer() {
    parser_ = std::make_unique< RequestParser >( site_.limits );
    route_ = nullptr;
    deadlineIs( site_.limits.idleTime );
-   proceed();
+   if ( !isProceeding_ && ( hasInput() || isInputOver_ ) ) {
+      proceedLater();
+   }
 }
 
 void
@@ -367,7 +293,8 @@ Connection::wake() {
 void
 Connection::pump() {
    auto const self = shared_from_this();
-   while ( state_ == State::streaming && waiting() < site_.limits.queue ) {
+   while ( state_ == State::streaming && waiting() < site_.limits.queue &&
+           ( waiting() == 0 || hasRoom( 0 ) ) ) {
       auto const piece = next_();
       if ( piece && piece->empty() ) {
          return;
@@ -431,6 +358,7 @@ Connection::end() {
       bufferevent_disable( events_, EV_READ | EV_WRITE );
       bufferevent_setcb( events_, nullptr, nullptr, nullptr, nullptr );
       evtimer_del( deadline_ );
+      evtimer_del( again_ );
       owner_.ended( *this );
    }
 }

@@ -6,6 +6,7 @@
 #include <host/base/Failure>
 
 #include <algorithm>
+#include <array>
 
 #include <arpa/inet.h>
 #include <strings.h>
@@ -20,15 +21,29 @@ isPort( std::string_view text ) {
       text.find_first_not_of( "0123456789" ) == text.npos;
 }
 
-bool
-isAddress( int family, std::string_view text ) {
-   unsigned char address[ sizeof( in6_addr ) ];
-   return inet_pton( family, std::string( text ).c_str(), address ) == 1;
+using Address = std::array< unsigned char, sizeof( in6_addr ) >;
+
+std::optional< Address >
+addressOf( int family, std::string_view text ) {
+   Address address{};
+   bool const isOne = inet_pton( family, std::string( text ).c_str(), address.data() ) == 1;
+   return isOne ? std::optional( address ) : std::nullopt;
 }
 
-// The machine itself or one of its addresses, with a port or without one.
+// The machine itself, or where the client has connected to: a page may have been made to ask
+// here under any other address.
 bool
-isNumericHost( std::string_view host ) {
+isHere( int family, std::string_view name, std::string const& local ) {
+   auto const address = addressOf( family, name );
+   bool const isLoopback = address &&
+      ( family == AF_INET ? address->front() == 127
+                          : address == addressOf( family, "::1" ) );
+   return isLoopback || ( address && address == addressOf( family, local ) );
+}
+
+// This machine by its address, with a port or without one.
+bool
+isNumericHost( std::string_view host, std::string const& local ) {
    std::size_t const end = host.starts_with( '[' )
       ? host.find( ']' )
       : std::min( host.find( ':' ), host.size() );
@@ -43,10 +58,10 @@ isNumericHost( std::string_view host ) {
       return false;
    }
    if ( isBracketed ) {
-      return isAddress( AF_INET6, name );
+      return isHere( AF_INET6, name, local );
    }
    return strcasecmp( std::string( name ).c_str(), "localhost" ) == 0 ||
-      isAddress( AF_INET, name );
+      isHere( AF_INET, name, local );
 }
 
 // A page of another site had the browser send it. That a person follows a link is none.
@@ -74,10 +89,11 @@ isEqualInConstantTime( std::string_view a, std::string_view b ) noexcept {
 
 std::optional< Problem >
 Guard::problemOf( Request const& request ) const {
-   if ( !request.isFromSocket && !isNumericHost( request.host ) ) {
-      return Problem{
-         421, "Host", inQuotes( request.host ), "localhost or an address of this machine"
-      };
+   if ( !request.isFromSocket && !isNumericHost( request.host, request.localAddress ) ) {
+      return Problem{ 421,
+                      "Host",
+                      inQuotes( request.host ),
+                      "localhost or the address that was connected to" };
    }
    if ( auto problem = originProblem( request ) ) {
       return problem;
