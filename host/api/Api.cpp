@@ -21,8 +21,10 @@ using http::Reply;
 using http::Request;
 using http::Response;
 
-// For that long all ports are told from what was told, if nothing has changed but the time.
+// For that long it is told again, if nothing has changed but the time.
 constexpr Milliseconds longestTold{ 50 };
+// The state by itself does not depend on the time.
+constexpr Milliseconds asLongAsItIsSo = lastInstant;
 
 // Of "/v1/state/mount/attribute": what stands behind the first two.
 Path
@@ -102,6 +104,11 @@ void
 Api::addState( http::Server& server ) {
    server.add( get( "/v1/state/**", [ this ]( Request const& request ) {
       Path const path = restOf( request );
+      if ( path.empty() ) {
+         return toldOr( state_, asLongAsItIsSo, [ this ] {
+            return http::jsonResponse( *parts_.live.state( {} ) );
+         } );
+      }
       auto const state = parts_.live.state( path );
       return state ? http::jsonResponse( *state )
                    : http::problemResponse( absence( parts_.live, path ) );
@@ -132,23 +139,26 @@ Api::patch( Request const& request, Reply const& reply ) {
    }
 }
 
+template< class Make >
 Response
-Api::portsResponse() {
+Api::toldOr( Told& told, Milliseconds longest, Make make ) {
    refresh();
    Milliseconds const now = parts_.live.time().instant();
-   bool const isFresh =
-      told_.body && toldVersion_ == parts_.live.version() && now - toldAt_ < longestTold;
-   if ( !isFresh ) {
-      told_ = http::jsonResponse( parts_.ports.all() );
-      toldVersion_ = parts_.live.version();
-      toldAt_ = now;
+   bool const isSo = told.response.body && told.version == parts_.live.version() &&
+      now - told.at < longest;
+   if ( !isSo ) {
+      told = { make(), parts_.live.version(), now };
    }
-   return told_;
+   return told.response;
 }
 
 void
 Api::addPorts( http::Server& server ) {
-   server.add( get( "/v1/ports", [ this ]( Request const& ) { return portsResponse(); } ) );
+   server.add( get( "/v1/ports", [ this ]( Request const& ) {
+      return toldOr( ports_, longestTold, [ this ] {
+         return http::jsonResponse( parts_.ports.all() );
+      } );
+   } ) );
    server.add( get( "/v1/ports/**", [ this ]( Request const& request ) {
       refresh();
       // A name has slashes of its own, escaped or not.
@@ -159,8 +169,8 @@ Api::addPorts( http::Server& server ) {
                        { 404, "ports", inQuotes( name ), "a port that is there or held" } );
    } ) );
    server.add( get( "/v1/summary", [ this ]( Request const& ) {
-      refresh();
-      return http::jsonResponse( summary() );
+      return toldOr(
+         summary_, longestTold, [ this ] { return http::jsonResponse( summary() ); } );
    } ) );
 }
 
@@ -206,8 +216,9 @@ Api::addHealth( http::Server& server ) {
          : http::problemResponse( { 503, "ports", "orders without an answer", "none" } );
    } ) );
    server.add( get( "/metrics", [ this ]( Request const& ) {
-      refresh();
-      return http::textResponse( "text/plain; version=0.0.4; charset=utf-8", metrics() );
+      return toldOr( metrics_, longestTold, [ this ] {
+         return http::textResponse( "text/plain; version=0.0.4; charset=utf-8", metrics() );
+      } );
    } ) );
 }
 
@@ -259,10 +270,15 @@ Api::metrics() const {
       "Whether the store takes what it is given.",
       fmt::format( "ostra_store_ok {}\n", parts_.storeProblem().empty() ? 1 : 0 ) );
    tell(
-      "ostra_revision",
+      "ostra_revision_total",
       "counter",
       "Patches of clients.",
-      fmt::format( "ostra_revision {}\n", parts_.live.revision() ) );
+      fmt::format( "ostra_revision_total {}\n", parts_.live.revision() ) );
+   tell(
+      "ostra_holds_undone_total",
+      "counter",
+      "Holds that somebody else has undone, and that were to be done again.",
+      fmt::format( "ostra_holds_undone_total {}\n", parts_.ports.reconciler().redone() ) );
    tell(
       "ostra_event_streams",
       "gauge",

@@ -85,7 +85,7 @@ EventFeed::wake() {
 
 std::vector< LiveRecord >
 EventFeed::behind( std::int64_t since, std::size_t limit ) const {
-   bool const isRecent = !recent_.empty() && recent_.front().id <= since + 1;
+   bool const isRecent = !recent_.empty() && recent_.front().id - 1 <= since;
    if ( !isRecent && since < last() ) {
       auto older = history_( since, limit );
       if ( !older.empty() ) {

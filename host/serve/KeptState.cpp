@@ -226,7 +226,9 @@ takeUpRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
          restored.push_back( std::move( row ) );
       }
    }
-   return mergeAll( live, restored );
+   auto problems = mergeAll( live, restored );
+   live.touch();
+   return problems;
 }
 
 } // namespace ostra

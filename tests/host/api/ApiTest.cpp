@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <sstream>
+
 namespace ostra {
 
 namespace {
@@ -310,6 +312,35 @@ TEST( Api, MetricsCountWhatIsHeld ) {
    EXPECT_NE( metrics.find( "\nostra_ports 3\n" ), metrics.npos ) << metrics;
    EXPECT_NE( metrics.find( "\nostra_ports_held{kind=\"errdisable\"} 3\n" ), metrics.npos );
    EXPECT_NE( metrics.find( "\nostra_class_held{class=\"mlag\"} 1\n" ), metrics.npos );
+}
+
+TEST( Api, HistoryBehindTheGreatestNumberIsEmpty ) {
+   LiveApi api;
+   std::string const answer = api.get( "/v1/history?since=9223372036854775807" );
+   EXPECT_EQ( http::statusOf( answer ), 200 );
+   EXPECT_EQ( answer.find( "seq" ), answer.npos );
+}
+
+TEST( Api, WhatIsToldAgainIsWhatHasChanged ) {
+   LiveApi api;
+   for ( int delay : { 120, 240 } ) {
+      api.patch( "/v1/state/mlagConfig", fmt::format( R"({{"reloadDelay": {}}})", delay ) );
+      EXPECT_EQ( api.json( "/v1/state" )[ "mlagConfig" ][ "reloadDelay" ], delay );
+      EXPECT_EQ( api.json( "/v1/state" )[ "mlagConfig" ][ "reloadDelay" ], delay );
+      EXPECT_EQ( api.json( "/v1/summary" )[ "mlag" ][ "remaining" ], delay );
+   }
+   EXPECT_EQ( api.json( "/v1/summary" )[ "revision" ], 2 );
+}
+
+TEST( Api, CountersEndAsCountersDo ) {
+   LiveApi api;
+   std::string const text = api.get( "/metrics" );
+   EXPECT_NE( text.find( "\nostra_holds_undone_total 0\n" ), text.npos );
+   std::istringstream lines( text );
+   for ( std::string line; std::getline( lines, line ); ) {
+      bool const isCounter = line.starts_with( "# TYPE" ) && line.ends_with( " counter" );
+      EXPECT_TRUE( !isCounter || line.ends_with( "_total counter" ) ) << line;
+   }
 }
 
 } // namespace ostra
