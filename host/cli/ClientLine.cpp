@@ -4,6 +4,7 @@
 #include <host/cli/ClientLine>
 
 #include <host/base/Failure>
+#include <host/cli/Serve>
 
 #include <fmt/format.h>
 
@@ -101,6 +102,18 @@ ClientLine::addRelease() {
    parser_.addTexts(
       command, "INTERFACE", "Ports that are errdisabled", "interfaces", interfaces_ );
    parser_.addFlag( command, "--all", isAll_, "All of them" );
+   parser_.addFlag(
+      command,
+      "--offline",
+      isOffline_,
+      "With --all, when there is no host: take its holds from the devices" );
+   parser_.addText(
+      command,
+      "--config",
+      "FILE",
+      "With --offline: the host's configuration, instead of /etc/ostra/ostra.yaml",
+      "a file",
+      config_ );
 }
 
 ClientOptions
@@ -141,7 +154,14 @@ ClientLine::release( std::ostream& out ) const {
    if ( isAll_ == !interfaces_.empty() ) {
       refuse( "ostra release", isAll_ ? "both" : "nothing to do", "interfaces or --all" );
    }
-   releaseLive( options(), interfaces_, out );
+   if ( isOffline_ && !isAll_ ) {
+      refuse( "ostra release", "--offline", "--all with it" );
+   }
+   if ( isOffline_ ) {
+      releaseOffline( config_, out );
+   } else {
+      releaseLive( options(), interfaces_, out );
+   }
 }
 
 } // namespace ostra

@@ -277,4 +277,11 @@ serve( ServeOptions const& options, std::ostream& out, std::ostream& err ) {
    Service( options, std::move( config ), err ).run( out );
 }
 
+void
+releaseOffline( std::optional< std::string > const& config, std::ostream& out ) {
+   auto const driver = makeDriver( loadConfig( config ) );
+   out << fmt::format(
+      "nothing to release: the driver {} has no devices\n", driver->name() );
+}
+
 } // namespace ostra

@@ -139,7 +139,16 @@ setLive(
       // What is `null` is to be said, too.
       patch.update( one, true );
    }
-   tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
+   try {
+      tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
+   } catch ( Failure const& failure ) {
+      // It was none only for how values are written.
+      bool const isUnquoted = std::string_view( failure.what() ).ends_with( "in quotes" );
+      throw isUnquoted
+         ? Failure(
+              failure.status(), std::string( failure.what() ) + ", as mlagId='\"12\"'" )
+         : failure;
+   }
 }
 
 void

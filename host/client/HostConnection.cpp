@@ -4,6 +4,7 @@
 #include <host/client/HostConnection>
 
 #include <host/base/Failure>
+#include <host/serve/Config>
 
 #include <fmt/format.h>
 
@@ -99,11 +100,16 @@ getRequest( std::string const& target ) {
 
 std::string
 defaultSocket() {
-   char const* const directory = std::getenv( "XDG_RUNTIME_DIR" );
-   std::string const own = fmt::format( "{}/ostra.sock", directory ? directory : "" );
-   return directory && *directory == '/' && access( own.c_str(), F_OK ) == 0
-      ? own
-      : std::string( machinesSocket );
+   return defaultSocket( Surroundings::current() );
+}
+
+std::string
+defaultSocket( Surroundings surroundings ) {
+   // A host that the same user has started.
+   surroundings.isRoot = surroundings.isRoot && surroundings.runtimeDirectory.empty();
+   Config const config = defaultConfig( surroundings );
+   std::string const& own = std::get< UnixEndpoint >( config.listen.front() ).path;
+   return access( own.c_str(), F_OK ) == 0 ? own : std::string( machinesSocket );
 }
 
 std::string

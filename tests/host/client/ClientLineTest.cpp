@@ -17,6 +17,8 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
         "ostra set: \"a\": expected a path and a value, as mlagConfig.reloadDelay=120\n" },
       { "release", "ostra release: nothing to do: expected interfaces or --all\n" },
       { "release --all Ethernet1", "ostra release: both: expected interfaces or --all\n" },
+      { "release --offline Ethernet1",
+        "ostra release: --offline: expected --all with it\n" },
       { "show ports x", "ostra show: \"x\": expected a path behind state alone\n" },
       { "show nothing", "ostra show: WHAT: \"nothing\": expected summary|ports|state\n" },
       { "apply", "ostra apply: no FILE: expected a file, or -\n" },
@@ -28,6 +30,15 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
       EXPECT_EQ( outcome.out, "" ) << arguments;
       EXPECT_EQ( outcome.err, line );
    }
+}
+
+TEST( ClientLine, ReleasesFromTheDevicesWithoutAHost ) {
+   std::string const none = temporaryFile( "none.yaml", "driver: none\n" );
+   Outcome const outcome = ostraRun( "release --all --offline --config " + none );
+   EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+   EXPECT_EQ( outcome.out, "nothing to release: the driver none has no devices\n" );
+   std::string const linux = temporaryFile( "linux.yaml", "driver: linux\n" );
+   expectRefused( ostraRun( "release --all --offline --config " + linux ), 2 );
 }
 
 } // namespace ostra

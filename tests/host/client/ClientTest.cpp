@@ -4,10 +4,14 @@
 #include "api/LiveApi"
 
 #include <host/client/ClientCommands>
+#include <host/client/HostConnection>
 #include <host/client/LiveText>
+#include <host/serve/Config>
 
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <fstream>
 #include <future>
 #include <sstream>
 
@@ -71,6 +75,34 @@ TEST( Client, ShowsAndSets ) {
             showLive( options, Shown::state, "mlagConfig.reloadDelay", out );
          } ),
       "120\n" );
+}
+
+TEST( Client, AsksTheHostThatTheUserHasStarted ) {
+   TemporaryDirectory const directory;
+   std::string const state = directory.path() + "/state";
+   std::filesystem::create_directories( state + "/ostra" );
+   Surroundings const user{ false, "/home/me", state, "" };
+   EXPECT_EQ( defaultSocket( user ), "/run/ostra/ostra.sock" );
+   std::string const socket = state + "/ostra/ostra.sock";
+   std::ofstream( socket ) << "";
+   EXPECT_EQ( defaultSocket( user ), socket );
+   std::ofstream( directory.path() + "/ostra.sock" ) << "";
+   EXPECT_EQ(
+      defaultSocket( { false, "/home/me", state, directory.path() } ),
+      directory.path() + "/ostra.sock" );
+   EXPECT_EQ(
+      defaultSocket( { true, "/root", "", directory.path() } ),
+      directory.path() + "/ostra.sock" );
+}
+
+TEST( Client, SaysHowATextIsQuoted ) {
+   LiveApi api;
+   std::string const said = saidBy( api, []( auto const& options, auto& out ) {
+      setLive( options, { "mlagConfig.intfConfig.Port-Channel2.mlagId=12" }, out );
+   } );
+   EXPECT_TRUE( said.starts_with( "2 ostra set: mlagConfig.intfConfig.Port-Channel2" ) )
+      << said;
+   EXPECT_TRUE( said.ends_with( "in quotes, as mlagId='\"12\"'" ) ) << said;
 }
 
 TEST( Client, ShowsThePortsAndTheSummary ) {
