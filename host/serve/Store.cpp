@@ -97,6 +97,9 @@ Store::openFile( Milliseconds wait ) {
    if ( !separated.empty() ) {
       finding_ = separated;
    }
+   if ( files_.isOther() ) {
+      leaveNumbers();
+   }
    std::error_code error;
    isEmpty_ = !fs::exists( files_.database(), error );
    if ( isEmpty_ ) {
@@ -107,8 +110,8 @@ Store::openFile( Milliseconds wait ) {
    if ( !isEmpty_ ) {
       found_ = database_->load();
    }
-   areNumbersLost_ = numbersTold_ > found_.nextId;
    nextId_ = std::max( { nextId_, found_.nextId, numbersTold_ } );
+   areNumbersLost_ = nextId_ > found_.nextId;
    if ( numbersTold_ == 0 ) {
       files_.numbersToldAre( 0 );
    }

@@ -77,14 +77,20 @@ StoreFiles::owner() const {
    return isThere ? fmt::format( "{} {}", directory.st_ino, file.st_ino ) : "";
 }
 
-std::string
-StoreFiles::separate( std::string const& date ) {
+bool
+StoreFiles::isOther() const {
    std::string const now = owner();
    std::string const before = firstLineOf( database_ + "-of" );
-   bool const isCopy =
-      before.substr( 0, before.find( ' ' ) ) != now.substr( 0, now.find( ' ' ) );
-   bool const isOwn = !now.empty() && ( before.empty() || before == now || isCopy );
-   if ( isOwn ) {
+   auto const directory = []( std::string const& text ) {
+      return text.substr( 0, text.find( ' ' ) );
+   };
+   bool const isCopy = !now.empty() && directory( before ) != directory( now );
+   return !before.empty() && before != now && !isCopy;
+}
+
+std::string
+StoreFiles::separate( std::string const& date ) {
+   if ( !owner().empty() && !isOther() ) {
       return {};
    }
    std::string const aside = freeName( database_, date );

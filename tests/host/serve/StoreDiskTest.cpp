@@ -155,3 +155,25 @@ TEST_F( StoreDisk, ADirectoryThatWasCopiedIsWhole ) {
    EXPECT_EQ( domain(), "a" );
    EXPECT_THAT( findings, IsEmpty() );
 }
+
+TEST_F( StoreDisk, NumbersThatWereToldBeforeItWasLostAreNotToldAgain ) {
+   auto const next = [ this ] {
+      clock.moment += std::chrono::seconds( 1 );
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      EXPECT_EQ( change( process, 1 ), "" );
+      return std::pair(
+         process.host().live().records().nextId(), process.host().live().revision() );
+   };
+   auto const first = next();
+   fs::copy_file( file(), file( ".backup" ) );
+   auto const second = next();
+   fs::rename( file( ".backup" ), file() );
+   auto const third = next();
+   EXPECT_GT( third.first, second.first );
+   EXPECT_GT( third.second, second.second );
+   EXPECT_GT( second.first, first.first );
+   fs::remove( file() );
+   EXPECT_GT( next().first, third.first );
+   EXPECT_GT( next().second, third.second );
+}
