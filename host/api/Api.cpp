@@ -148,6 +148,9 @@ Api::toldOr( Told& told, Milliseconds longest, Make make ) {
       now - told.at < longest;
    if ( !isSo ) {
       told = { make(), parts_.live.version(), now };
+      // Making it may take longer than it lasts.
+      refresh();
+      told.at = parts_.live.time().instant();
    }
    return told.response;
 }
