@@ -12,13 +12,13 @@ constexpr Milliseconds never = Milliseconds::max();
 } // namespace
 
 char const*
-holdNoun( HoldKind kind ) {
+holdNoun( HolderKind kind ) {
    switch ( kind ) {
-   case HoldKind::mlagPort:
+   case HolderKind::mlagPort:
       return "MLAG port";
-   case HoldKind::nonMlagPort:
+   case HolderKind::nonMlagPort:
       return "non-MLAG port";
-   case HoldKind::standby:
+   case HolderKind::standby:
       break;
    }
    return "port-channel";
@@ -26,7 +26,7 @@ holdNoun( HoldKind kind ) {
 
 void
 HoldLedger::begin( Hold const& hold ) {
-   open_[ hold.kind == HoldKind::standby ].try_emplace( hold.id, hold );
+   open_[ hold.kind == HolderKind::standby ].try_emplace( hold.id, hold );
 }
 
 std::optional< Hold >

@@ -51,7 +51,7 @@ PortRoll::event( Json const& patch ) {
 
 void
 PortRoll::hold( Hold const& hold ) {
-   if ( hold.kind != HoldKind::standby ) {
+   if ( hold.kind != HolderKind::standby ) {
       heldNow_.insert( hold.id );
       heldOnce_.insert( hold.id );
       heldEver_.insert( hold.id );

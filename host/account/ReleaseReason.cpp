@@ -75,7 +75,7 @@ ReleaseReason::ReleaseReason(
 
 std::string
 ReleaseReason::of( Hold const& hold ) const {
-   bool const isStandby = hold.kind == HoldKind::standby;
+   bool const isStandby = hold.kind == HolderKind::standby;
    if ( ended_[ isStandby ].contains( hold.id ) ) {
       return "by the event";
    }

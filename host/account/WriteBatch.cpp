@@ -11,9 +11,9 @@ namespace {
 
 using Kovel::IntfId;
 
-HoldKind
+HolderKind
 holdKind( PortClass portClass ) {
-   return portClass == PortClass::mlag ? HoldKind::mlagPort : HoldKind::nonMlagPort;
+   return portClass == PortClass::mlag ? HolderKind::mlagPort : HolderKind::nonMlagPort;
 }
 
 // Of a port-channel's LACP configuration, or of just that attribute of it.
@@ -51,7 +51,7 @@ WriteBatch::begin() {
    }
    for ( IntfId const id : facts_.keys( { mount::lacpConfig, "portChannel" } ) ) {
       if ( isStandby( facts_.at( { mount::lacpConfig, "portChannel", id.string() } ) ) ) {
-         hold( HoldKind::standby, id, std::nullopt );
+         hold( HolderKind::standby, id, std::nullopt );
       }
    }
 }
@@ -103,8 +103,8 @@ WriteBatch::delayRuns() const {
 }
 
 void
-WriteBatch::hold( HoldKind kind, IntfId id, HoldTime from ) {
-   bool const isStandby = kind == HoldKind::standby;
+WriteBatch::hold( HolderKind kind, IntfId id, HoldTime from ) {
+   bool const isStandby = kind == HolderKind::standby;
    if ( isStandby ? ledger_.isInStandby( id ) : ledger_.isErrdisabled( id ) ) {
       return;
    }
@@ -122,7 +122,7 @@ void
 WriteBatch::release( std::optional< Hold > const& hold ) {
    if ( hold ) {
       released_.push_back( *hold );
-      releasedIds_.insert( { hold->kind == HoldKind::standby, hold->id } );
+      releasedIds_.insert( { hold->kind == HolderKind::standby, hold->id } );
    }
 }
 
@@ -133,7 +133,7 @@ WriteBatch::writePort( Milliseconds at, IntfId id, bool held ) {
 
 void
 WriteBatch::writeStandby( Milliseconds at, IntfId id, bool standby ) {
-   standby ? hold( HoldKind::standby, id, at ) : release( ledger_.takeStandby( id ) );
+   standby ? hold( HolderKind::standby, id, at ) : release( ledger_.takeStandby( id ) );
 }
 
 } // namespace ostra

@@ -7,10 +7,8 @@
 #include <host/check/Warnings>
 #include <host/cli/Input>
 #include <host/run/Diagnostics>
-#include <host/run/NdjsonSink>
 #include <host/run/Run>
 #include <host/state/TypeList>
-#include <host/text/TextReport>
 
 #include <fmt/format.h>
 
@@ -38,26 +36,6 @@ terminalWidth() {
    winsize size{};
    bool const isKnown = ioctl( STDOUT_FILENO, TIOCGWINSZ, &size ) == 0 && size.ws_col != 0;
    return isKnown ? std::optional< std::size_t >( size.ws_col ) : std::nullopt;
-}
-
-// The records' way out, and what it takes to tell them before the time goes on.
-struct Output {
-   std::unique_ptr< RecordSink > sink;
-   std::function< void() > settle;
-};
-
-Output
-makeOutput( RunOptions const& options, std::ostream& out ) {
-   if ( options.format == RunFormat::ndjson ) {
-      return { std::make_unique< NdjsonSink >( out ), [] {} };
-   }
-   TextOptions const text{ .colour = hasColour( options.colour ),
-                           .trace = options.trace.has_value(),
-                           .width =
-                              lineWidth( environment( "COLUMNS" ), terminalWidth() ) };
-   auto report = std::make_unique< TextReport >( out, text );
-   TextReport* const borrowed = report.get();
-   return { std::move( report ), [ borrowed ] { borrowed->settle(); } };
 }
 
 std::string
@@ -104,6 +82,11 @@ pluginForTypes( std::optional< std::string > const& path ) {
 
 } // namespace
 
+std::size_t
+outputWidth() {
+   return lineWidth( environment( "COLUMNS" ), terminalWidth() );
+}
+
 bool
 hasColour( Colour colour ) {
    switch ( colour ) {
@@ -126,7 +109,12 @@ runScenario( RunOptions const& options, std::ostream& out ) {
       input.scenario().until = options.until;
    }
    ScenarioTime time( input.scenario().startTime );
-   Output const output = makeOutput( options, out );
+   RecordOutput const output = makeOutput(
+      options.format,
+      { .colour = hasColour( options.colour ),
+        .trace = options.trace.has_value(),
+        .width = outputWidth() },
+      out );
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
    Diagnostics const diagnostics(

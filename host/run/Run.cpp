@@ -46,14 +46,18 @@ Run::play() {
       MountsWatch const watch( parts_.mounts, [ this ]( WriteRecord const& record ) {
          parts_.sink.write( now(), record );
       } );
-      parts_.sink.start( { parts_.scenario.name }, state_ );
-      try {
-         parts_.agent.setAll();
-         passInstants();
-      } catch ( std::exception const& error ) {
-         failure = error.what();
-      }
+      failure = passInstants( true );
    }
+   end( failure );
+}
+
+void
+Run::playOn() {
+   end( passInstants( false ) );
+}
+
+void
+Run::end( std::string const& failure ) {
    parts_.sink.end( now(), { wakeUp().has_value() } );
    if ( !failure.empty() ) {
       throw Failure(
@@ -65,11 +69,20 @@ Run::play() {
    }
 }
 
-void
-Run::passInstants() {
-   do {
-      passInstant();
-   } while ( parts_.settle() && advance() );
+std::string
+Run::passInstants( bool isFromStart ) {
+   parts_.sink.start( { parts_.scenario.name }, state_ );
+   try {
+      if ( isFromStart ) {
+         parts_.agent.setAll();
+      }
+      do {
+         passInstant();
+      } while ( parts_.settle() && advance() );
+   } catch ( std::exception const& error ) {
+      return error.what();
+   }
+   return {};
 }
 
 void

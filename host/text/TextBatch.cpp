@@ -37,8 +37,8 @@ without( Ids const& a, Ids const& b ) {
 }
 
 std::string
-releasedText( HoldKind kind, std::size_t count, std::string const& why ) {
-   char const* const of = kind == HoldKind::standby ? "LACP standby of " : "";
+releasedText( HolderKind kind, std::size_t count, std::string const& why ) {
+   char const* const of = kind == HolderKind::standby ? "LACP standby of " : "";
    return fmt::format( "{}{}, {}", of, counted( count, holdNoun( kind ) ), why );
 }
 
@@ -56,7 +56,7 @@ TextBatch::entry( Ink ink, char const* label, Ids const& ids, Text const& text )
 // tells of members in the first batch only.
 bool
 TextBatch::isInstead( Hold const& hold ) const {
-   return isFirst_ && hold.kind == HoldKind::standby &&
+   return isFirst_ && hold.kind == HolderKind::standby &&
       facts_.isMeantForStandby( hold.id ) && census_.standbyCount( { hold.id } ) != 0;
 }
 
@@ -69,19 +69,20 @@ TextBatch::standbyText( Ids const& ids, bool isInstead ) const {
 }
 
 std::string
-TextBatch::heldText( HoldKind kind, Ids const& ids, bool isInstead ) const {
-   if ( kind == HoldKind::standby ) {
+TextBatch::heldText( HolderKind kind, Ids const& ids, bool isInstead ) const {
+   if ( kind == HolderKind::standby ) {
       return standbyText( ids, isInstead );
    }
    std::string const text = counted( ids.size(), holdNoun( kind ) ) + " errdisabled";
-   auto const portClass = kind == HoldKind::mlagPort ? PortClass::mlag : PortClass::nonMlag;
+   auto const portClass =
+      kind == HolderKind::mlagPort ? PortClass::mlag : PortClass::nonMlag;
    bool const isTimed = isFirst_ && facts_.isHeld( portClass );
    return isTimed ? text + " " + periodText( facts_.delay( portClass ) ) : text;
 }
 
 void
 TextBatch::printHeld( std::vector< Hold > const& held ) {
-   std::map< std::tuple< HoldKind, HoldTime, bool >, Ids > groups;
+   std::map< std::tuple< HolderKind, HoldTime, bool >, Ids > groups;
    for ( auto const& hold : held ) {
       groups[ { hold.kind, hold.from, isInstead( hold ) } ].push_back( hold.id );
    }
@@ -89,7 +90,7 @@ TextBatch::printHeld( std::vector< Hold > const& held ) {
       auto const& [ kind, from, isInstead ] = key;
       std::string const text = heldText( kind, ids, isInstead );
       bool const isOfBefore = !from;
-      entry( Ink::held, kind == HoldKind::standby ? "standby" : "held", ids, [ & ] {
+      entry( Ink::held, kind == HolderKind::standby ? "standby" : "held", ids, [ & ] {
          return isOfBefore ? text + ", since before the run" : text;
       } );
    }
@@ -98,7 +99,7 @@ TextBatch::printHeld( std::vector< Hold > const& held ) {
 void
 TextBatch::printReleased(
    std::vector< Hold > const& released, ReleaseReason const& reason ) {
-   std::map< std::pair< HoldKind, std::string >, Ids > groups;
+   std::map< std::pair< HolderKind, std::string >, Ids > groups;
    for ( auto const& hold : released ) {
       groups[ { hold.kind, reason.of( hold ) } ].push_back( hold.id );
    }

@@ -25,15 +25,15 @@ using Ids = std::vector< Kovel::IntfId >;
 // Of more spans of one kind than that, the smallest are told in one line.
 constexpr std::size_t maxRows = 8;
 
-constexpr std::array kinds = { HoldKind::mlagPort,
-                               HoldKind::nonMlagPort,
-                               HoldKind::standby };
+constexpr std::array kinds = { HolderKind::mlagPort,
+                               HolderKind::nonMlagPort,
+                               HolderKind::standby };
 
 // "MLAG ports", "non-MLAG ports", "LACP standby".
 std::string
-kindName( HoldKind kind ) {
-   return kind == HoldKind::standby ? "LACP standby"
-                                    : std::string( holdNoun( kind ) ) + "s";
+kindName( HolderKind kind ) {
+   return kind == HolderKind::standby ? "LACP standby"
+                                      : std::string( holdNoun( kind ) ) + "s";
 }
 
 TextTable::Row
@@ -49,7 +49,7 @@ rowOf( Span const& span, Milliseconds end ) {
 
 // In the order of `spans`, to which the pointers point.
 std::vector< Span const* >
-spansOf( HoldKind kind, std::vector< Span > const& spans ) {
+spansOf( HolderKind kind, std::vector< Span > const& spans ) {
    std::vector< Span const* > some;
    for ( auto const& span : spans ) {
       if ( span.kind == kind ) {
@@ -75,7 +75,7 @@ takeSmallest( std::vector< Span const* >& spans ) {
 
 void
 addRows(
-   TextTable& table, HoldKind kind, std::vector< Span > const& all, Milliseconds end ) {
+   TextTable& table, HolderKind kind, std::vector< Span > const& all, Milliseconds end ) {
    auto spans = spansOf( kind, all );
    std::size_t const others = takeSmallest( spans );
    std::string const name = kindName( kind );
@@ -93,7 +93,7 @@ addRows(
 void
 printTable( TextLines& lines, std::vector< Span > const& spans, Milliseconds end ) {
    TextTable table;
-   for ( HoldKind const kind : kinds ) {
+   for ( HolderKind const kind : kinds ) {
       addRows( table, kind, spans, end );
    }
    table.print( lines );
@@ -152,7 +152,7 @@ Waits::of( Hold const& hold ) const {
    if ( common_ ) {
       return *common_;
    }
-   if ( hold.kind == HoldKind::standby ) {
+   if ( hold.kind == HolderKind::standby ) {
       return facts_.isMeantForStandby( hold.id )
          ? mlag_
          : Wait{ "not put in standby by this state machine" };
@@ -163,7 +163,7 @@ Waits::of( Hold const& hold ) const {
 
 void
 printStillHeld( TextLines& lines, Ending const& ending, SwitchFacts const& facts ) {
-   std::map< std::pair< HoldKind, Wait >, Ids > groups;
+   std::map< std::pair< HolderKind, Wait >, Ids > groups;
    Waits const waits( facts );
    for ( Hold const& hold : ending.ledger.open() ) {
       groups[ { hold.kind, waits.of( hold ) } ].push_back( hold.id );
