@@ -3,6 +3,7 @@
 
 #include <host/api/Api>
 
+#include <host/api/Problems>
 #include <host/base/Failure>
 #include <host/state/TypeList>
 
@@ -30,23 +31,6 @@ constexpr Milliseconds asLongAsItIsSo = lastInstant;
 Path
 restOf( Request const& request ) {
    return { request.path.begin() + 2, request.path.end() };
-}
-
-int
-statusOf( PatchRefusal::Kind kind ) {
-   switch ( kind ) {
-   case PatchRefusal::Kind::notFound:
-      return 404;
-   case PatchRefusal::Kind::notOwned:
-      return 409;
-   default:
-      return 400;
-   }
-}
-
-Problem
-problemOf( int status, Complaint const& complaint ) {
-   return { status, complaint.where, complaint.found, complaint.expected };
 }
 
 // What is not there, by the first key on the way that leads to nothing.
@@ -82,7 +66,8 @@ get( std::string pattern, Answer answer ) {
 
 Api::Api( ApiParts parts )
       : parts_( std::move( parts ) ),
-        feed_( parts_.base, parts_.live.records(), parts_.history ) {}
+        feed_( parts_.base, parts_.live.records(), parts_.history ),
+        forecasts_( parts_.base, parts_.live ) {}
 
 void
 Api::addTo( http::Server& server ) {
@@ -90,6 +75,7 @@ Api::addTo( http::Server& server ) {
    addPorts( server );
    addTypes( server );
    addHealth( server );
+   forecasts_.addTo( server );
    server.add(
       { "GET", "/v1/events", [ this ]( Request const& request, Reply const& reply ) {
           feed_.stream( request, reply );
@@ -135,7 +121,7 @@ Api::patch( Request const& request, Reply const& reply ) {
    try {
       *revision = parts_.live.patch( restOf( request ), request.body, acknowledge );
    } catch ( PatchRefusal const& refusal ) {
-      reply.send( problemOf( statusOf( refusal.kind() ), refusal.complaint() ) );
+      reply.send( problemOf( refusal ) );
    }
 }
 

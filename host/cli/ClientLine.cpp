@@ -5,6 +5,8 @@
 
 #include <host/base/Failure>
 #include <host/cli/Serve>
+#include <host/client/Why>
+#include <host/input/Instant>
 
 #include <fmt/format.h>
 
@@ -17,6 +19,8 @@ ClientLine::addCommands() {
    addHistory();
    addPatches();
    addRelease();
+   addForecast();
+   addWhy();
 }
 
 CLI::App&
@@ -116,6 +120,42 @@ ClientLine::addRelease() {
       config_ );
 }
 
+void
+ClientLine::addForecast() {
+   CLI::App& command =
+      add( "forecast", "Shows what would happen on the live host from now on.", "ndjson" );
+   parser_.addTexts(
+      command,
+      "PATCH",
+      "What is changed first: a file, - for standard input, a patch in braces, or paths "
+      "and values as `ostra set` takes them",
+      "a patch",
+      changes_ );
+   parser_.addValue(
+      command,
+      "--until",
+      "SECONDS",
+      "End at that time from now",
+      std::string( expectedScenarioInstant ),
+      [ this ]( std::string const& text ) {
+         until_ = scenarioInstant( text );
+         if ( !until_ ) {
+            refuse(
+               "ostra forecast: --until", inQuotes( text ), expectedInsteadOf( text ) );
+         }
+         return true;
+      } );
+}
+
+void
+ClientLine::addWhy() {
+   CLI::App& command =
+      add( "why", "Says why a port is held or not, and what would release it.", "json" );
+   parser_
+      .addText( command, "INTERFACE", " ", "The port", "the name of a port", interface_ )
+      .required();
+}
+
 ClientOptions
 ClientLine::options() const {
    return { socket_, isJson_, hasColour( colour_ ) };
@@ -135,6 +175,10 @@ ClientLine::execute( std::string const& command, std::ostream& out ) const {
       applyLive( options(), *file_, out );
    } else if ( command == "release" ) {
       release( out );
+   } else if ( command == "forecast" ) {
+      forecastLive( options(), changes_, until_, outputWidth(), out );
+   } else if ( command == "why" ) {
+      tellWhy( options(), *interface_, out );
    } else {
       return false;
    }

@@ -17,11 +17,6 @@ namespace ostra {
 
 namespace {
 
-HostConnection
-hostOf( ClientOptions const& options, std::string const& command ) {
-   return { "ostra " + command, options.socket ? *options.socket : defaultSocket() };
-}
-
 // "mlagConfig.intfConfig" as "/v1/state/mlagConfig/intfConfig"; slashes divide as dots do
 // where there is no dot.
 std::string
@@ -54,7 +49,48 @@ tellRevision( ClientOptions const& options, Json const& answer, std::ostream& ou
        << '\n';
 }
 
+// What would be changed by all of them.
+Json
+assignedBy( std::vector< std::string > const& assignments ) {
+   Json patch = Json::object();
+   for ( std::string const& assignment : assignments ) {
+      Json const one = assignmentPatch( assignment );
+      // What is `null` is to be said, too.
+      patch.update( one, true );
+   }
+   return patch;
+}
+
+Json
+patchIn( File file ) {
+   auto const document = parseDocument( std::move( file.name ), std::move( file.text ) );
+   return toJson( document.root() );
+}
+
+// A path begins with the name of a mount; that of a file may have an equals sign, too.
+bool
+isAssignment( std::string const& text ) {
+   return text.find( '=' ) != text.npos && text.front() != '/' && text.front() != '.' &&
+      text.front() != '{';
+}
+
+Json
+patchOf( std::vector< std::string > const& changes ) {
+   bool const isFile = changes.size() == 1 && !isAssignment( changes[ 0 ] );
+   if ( !isFile ) {
+      return assignedBy( changes );
+   }
+   return patchIn(
+      changes[ 0 ].front() == '{' ? File{ "patch", changes[ 0 ] }
+                                  : readFile( changes[ 0 ] ) );
+}
+
 } // namespace
+
+HostConnection
+hostOf( ClientOptions const& options, std::string const& command ) {
+   return { "ostra " + command, options.socket ? *options.socket : defaultSocket() };
+}
 
 Json
 assignmentPatch( std::string const& assignment ) {
@@ -133,12 +169,7 @@ setLive(
    ClientOptions const& options,
    std::vector< std::string > const& assignments,
    std::ostream& out ) {
-   Json patch = Json::object();
-   for ( std::string const& assignment : assignments ) {
-      Json const one = assignmentPatch( assignment );
-      // What is `null` is to be said, too.
-      patch.update( one, true );
-   }
+   Json const patch = assignedBy( assignments );
    try {
       tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
    } catch ( Failure const& failure ) {
@@ -153,9 +184,7 @@ setLive(
 
 void
 applyLive( ClientOptions const& options, std::string const& file, std::ostream& out ) {
-   File input = readFile( file );
-   auto const document = parseDocument( std::move( input.name ), std::move( input.text ) );
-   Json const patch = toJson( document.root() );
+   Json const patch = patchIn( readFile( file ) );
    tellRevision( options, hostOf( options, "apply" ).patch( "/v1/state", patch ), out );
 }
 
@@ -189,6 +218,29 @@ releaseLive(
    } else {
       out << counted( patch.size(), "port" ) << " released\n";
    }
+}
+
+void
+forecastLive(
+   ClientOptions const& options,
+   std::vector< std::string > const& changes,
+   std::optional< Milliseconds > until,
+   std::size_t width,
+   std::ostream& out ) {
+   Json request = Json::object();
+   if ( !changes.empty() ) {
+      request[ "patch" ] = patchOf( changes );
+   }
+   if ( until ) {
+      request[ "until" ] = secondsOf( *until );
+   }
+   std::string const target = options.isJson
+      ? "/v1/forecast"
+      : fmt::format(
+           "/v1/forecast?format=text&width={}{}",
+           width,
+           options.hasColour ? "&colour=always" : "" );
+   out << hostOf( options, "forecast" ).post( target, request );
 }
 
 } // namespace ostra

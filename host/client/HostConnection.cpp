@@ -96,6 +96,23 @@ getRequest( std::string const& target ) {
    return fmt::format( "GET {} HTTP/1.0\r\nHost: localhost\r\n\r\n", target );
 }
 
+std::string
+requestWith(
+   std::string_view method,
+   std::string const& target,
+   std::string_view contentType,
+   Json const& json ) {
+   std::string const body = json.dump( -1, ' ', false, Json::error_handler_t::replace );
+   return fmt::format(
+      "{} {} HTTP/1.0\r\nHost: localhost\r\nContent-Type: {}\r\n"
+      "Content-Length: {}\r\n\r\n{}",
+      method,
+      target,
+      contentType,
+      body.size(),
+      body );
+}
+
 } // namespace
 
 std::string
@@ -146,20 +163,21 @@ HostConnection::refuse( int status, std::string_view body ) const {
       bool const isThere = error.is_object() && error.contains( name );
       return isThere && error[ name ].is_string() ? error[ name ].get< std::string >() : "";
    };
-   std::string const where = part( "where" );
+   Complaint const complaint{ part( "where" ), part( "found" ), part( "expected" ) };
    throw Failure(
       status < 500 ? ExitStatus::badInput : ExitStatus::failed,
       error.is_object() ? fmt::format(
                              "{}: {}{}{}: expected {}",
                              command_,
-                             where,
-                             where.empty() ? "" : ": ",
-                             part( "found" ),
-                             part( "expected" ) )
-                        : fmt::format( "{}: the host answers {}", command_, status ) );
+                             complaint.where,
+                             complaint.where.empty() ? "" : ": ",
+                             complaint.found,
+                             complaint.expected )
+                        : fmt::format( "{}: the host answers {}", command_, status ),
+      complaint );
 }
 
-Json
+std::string
 HostConnection::answerTo( std::string const& request ) const {
    Descriptor const connection( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) );
    if ( !connection.connectTo( socket_ ) || !connection.send( request ) ) {
@@ -174,7 +192,12 @@ HostConnection::answerTo( std::string const& request ) const {
    if ( *status != 200 ) {
       refuse( *status, answer );
    }
-   Json json = Json::parse( answer, nullptr, false );
+   return answer;
+}
+
+Json
+HostConnection::jsonAnswerTo( std::string const& request ) const {
+   Json json = Json::parse( answerTo( request ), nullptr, false );
    if ( json.is_discarded() ) {
       fail( "half an answer" );
    }
@@ -183,19 +206,18 @@ HostConnection::answerTo( std::string const& request ) const {
 
 Json
 HostConnection::get( std::string const& target ) const {
-   return answerTo( getRequest( target ) );
+   return jsonAnswerTo( getRequest( target ) );
 }
 
 Json
 HostConnection::patch( std::string const& target, Json const& patch ) const {
-   std::string const body = patch.dump( -1, ' ', false, Json::error_handler_t::replace );
-   return answerTo( fmt::format(
-      "PATCH {} HTTP/1.0\r\nHost: localhost\r\nContent-Type: "
-      "application/merge-patch+json\r\n"
-      "Content-Length: {}\r\n\r\n{}",
-      target,
-      body.size(),
-      body ) );
+   return jsonAnswerTo(
+      requestWith( "PATCH", target, "application/merge-patch+json", patch ) );
+}
+
+std::string
+HostConnection::post( std::string const& target, Json const& body ) const {
+   return answerTo( requestWith( "POST", target, "application/json", body ) );
 }
 
 void

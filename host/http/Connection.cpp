@@ -135,7 +135,11 @@ Connection::onEvent( bufferevent*, short what, void* self ) {
       connection->end();
       break;
    default:
-      connection->proceed();
+      if ( connection->gone_ ) {
+         connection->end();
+      } else {
+         connection->proceed();
+      }
       break;
    }
 }
@@ -228,6 +232,7 @@ Connection::answer( Response response ) {
       response = problemResponse(
          { 503, "answers", "too many that nobody has taken", "another try later" } );
    }
+   gone_ = nullptr;
    send( response, response.body ? response.body->size() : 0 );
    if ( response.body && !response.body->empty() && !isHead_ ) {
       addBody( bufferevent_get_output( events_ ), response.body );
@@ -260,6 +265,7 @@ Connection::answer( Stream stream ) {
       return;
    }
    auto const self = shared_from_this();
+   gone_ = nullptr;
    if ( owner_.streams >= site_.limits.streams ) {
       refuse( { 503, "connections", "too many streams", "another try later" } );
       return;
@@ -287,6 +293,16 @@ void
 Connection::wake() {
    if ( state_ == State::streaming ) {
       pump();
+   }
+}
+
+void
+Connection::goneIs( std::function< void() > gone ) {
+   if ( state_ == State::handling ) {
+      gone_ = std::move( gone );
+      if ( isInputOver_ ) {
+         end();
+      }
    }
 }
 
@@ -359,6 +375,9 @@ Connection::end() {
       bufferevent_setcb( events_, nullptr, nullptr, nullptr, nullptr );
       evtimer_del( deadline_ );
       evtimer_del( again_ );
+      if ( auto const gone = std::exchange( gone_, nullptr ) ) {
+         gone();
+      }
       owner_.ended( *this );
    }
 }

@@ -37,6 +37,13 @@ Reply::send( Stream stream ) const {
 }
 
 void
+Reply::goneIs( std::function< void() > gone ) const {
+   if ( auto const answerer = state_->answerer.lock() ) {
+      answerer->goneIs( std::move( gone ) );
+   }
+}
+
+void
 Reply::wake() const {
    if ( auto const answerer = state_->answerer.lock() ) {
       answerer->wake();

@@ -33,7 +33,7 @@ LiveSwitch::start( Resumption const& resumption ) {
    time_.refresh();
    diagnostics_.emplace(
       records_, [ this ] { return time_.instant(); }, std::nullopt );
-   watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { wrote( record ); } );
+   watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { report_( record ); } );
    setUp( resumption );
    GenericPtr const sm = agent_.child( machine );
    if ( sm && resumption.wasSecondary ) {

@@ -59,7 +59,7 @@ declare -A folders=(
    [text]='base input state run account check'
    [http]='base'
    [serve]='base input state run'
-   [api]='base input state run account check http serve'
+   [api]='base input state run account check text http serve'
    [client]='base input state run account check text http serve api'
    [cli]='base input state run account check text http serve api client'
 )

@@ -22,6 +22,11 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
       { "show ports x", "ostra show: \"x\": expected a path behind state alone\n" },
       { "show nothing", "ostra show: WHAT: \"nothing\": expected summary|ports|state\n" },
       { "apply", "ostra apply: no FILE: expected a file, or -\n" },
+      { "forecast --until soon",
+        "ostra forecast: --until: \"soon\": expected a number of seconds from 0, in whole "
+        "milliseconds\n" },
+      { "forecast {}x", "patch:1:3: not YAML: \"x\": expected the end of the file\n" },
+      { "why", "ostra why: no INTERFACE: expected the name of a port\n" },
       { "watch --format json", "ostra watch: --format: \"json\": expected text|ndjson\n" },
    };
    for ( auto const& [ arguments, line ] : table ) {

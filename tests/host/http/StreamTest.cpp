@@ -132,4 +132,26 @@ TEST( HttpStream, AreLimitedAndCountedDownWhenTheyEnd ) {
    EXPECT_EQ( statusOf( echo.answerTo( request ) ), 200 );
 }
 
+TEST( HttpServer, TellsWhoIsToAnswerThatTheClientHasGone ) {
+   EchoServer echo;
+   int gone = 0;
+   for ( bool const isAnswered : { false, true } ) {
+      auto client = echo.client();
+      client.send( "GET /later HTTP/1.1\r\nHost: localhost\r\n\r\n" );
+      while ( echo.replies.empty() && !echo.loop.isOver() ) {
+         echo.loop.turn();
+      }
+      echo.replies.back().goneIs( [ &gone ] { ++gone; } );
+      if ( isAnswered ) {
+         echo.replies.back().send( textResponse( "text/plain", "here" ) );
+      }
+      client.finish();
+      while ( echo.replies.back().isOpen() && !echo.loop.isOver() ) {
+         echo.loop.turn();
+      }
+      EXPECT_EQ( gone, 1 );
+      echo.replies.clear();
+   }
+}
+
 } // namespace ostra::http

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/client/LiveText>
+
+#include <host/base/Failure>
+
+#include <fmt/format.h>
+
+#include <cmath>
+
+namespace ostra {
+
+namespace {
+
+std::string
+textOf( Json const& json, char const* key ) {
+   Json const value = json.value( key, Json() );
+   return value.is_string() ? oneLine( value.get< std::string >() ) : std::string();
+}
+
+std::string
+secondsText( Json const& seconds ) {
+   return fmt::format( "{:.0f} s", std::ceil( secondsOf( seconds ) ) );
+}
+
+std::string
+field( std::string_view name, std::string_view text ) {
+   return fmt::format( "{:<14}{}\n", name, text );
+}
+
+// Why one is not held of which nothing else is known, by how its class is.
+std::string
+notHeldText( std::string const& state ) {
+   return state == "held"   ? "the reload delay of its class goes on, and does not hold it"
+      : state == "released" ? "the reload delay of its class is over"
+                            : "no port of its class has been held in this boot";
+}
+
+bool
+isAmong( Json const& change, std::string_view group ) {
+   Json const releases = change.value( "releases", Json() );
+   return group == "refused" ? releases.is_null() : releases == Json( group == "released" );
+}
+
+std::string
+changesText( Json const& changes, std::string_view group, std::string_view title ) {
+   std::string text;
+   for ( Json const& change : changes ) {
+      if ( isAmong( change, group ) ) {
+         std::string const refused = textOf( change, "refused" );
+         text += fmt::format(
+            "  {:<54}  {}\n",
+            textOf( change, "change" ),
+            refused.empty() ? textOf( change, "meaning" ) : refused );
+      }
+   }
+   return text.empty() ? text : fmt::format( "{}\n{}", title, text );
+}
+
+} // namespace
+
+std::string
+whyText( Json const& why, Style const& style ) {
+   Json const port = why.value( "port", Json::object() );
+   Json const hold = port.value( "hold", Json() );
+   std::string const portChannel = textOf( port, "portChannel" );
+   std::string text = field(
+      textOf( port, "interface" ),
+      fmt::format(
+         "{} port{}{}",
+         textOf( port, "class" ),
+         portChannel.empty() ? "" : " in ",
+         portChannel ) );
+   if ( !hold.is_object() ) {
+      std::string const reason = textOf( port, "reason" );
+      return text +
+         field( "not held",
+                reason == "not held" ? notHeldText( textOf( why, "class" ) ) : reason );
+   }
+   text += style( Ink::held, fmt::format( "{:<14}{}", "held", textOf( port, "reason" ) ) );
+   text += '\n';
+   Json const heldFor = why.value( "heldFor", Json() );
+   if ( heldFor.is_number() ) {
+      text += field( "since", fmt::format( "{} ago", secondsText( heldFor ) ) );
+   }
+   Json const releasedIn = why.value( "releasedIn", Json() );
+   text += field(
+      "until",
+      releasedIn.is_null()
+         ? "nothing releases it, unless something is changed"
+         : fmt::format(
+              "released in {}, unless something is changed", secondsText( releasedIn ) ) );
+   Json const changes = why.value( "changes", Json::array() );
+   text += changesText( changes, "released", "would release it now:" );
+   text += changesText( changes, "held", "would not:" );
+   text += changesText( changes, "refused", "not for clients to change:" );
+   return text;
+}
+
+} // namespace ostra

@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/Forecast>
+
+#include <host/base/JsonLine>
+#include <host/input/Instant>
+#include <host/input/UnknownKey>
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+#include <event2/event.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace ostra {
+
+namespace {
+
+// At once, so that others get their turn.
+constexpr int readsAtOnce = 8;
+
+Complaint
+complaint( std::string found, std::string expected ) {
+   return { "forecast", std::move( found ), std::move( expected ) };
+}
+
+std::string
+mebibytes( std::size_t octets ) {
+   return fmt::format( "{} MiB", octets / mebibyte );
+}
+
+void
+readEntry( LiveSwitch& live, Item const& entry, Scenario& scenario ) {
+   static KnownKeys const keys = { "patch", "until" };
+   if ( entry.key() == "until" ) {
+      scenario.until = scenarioInstantOf( entry );
+   } else if ( entry.key() == "patch" ) {
+      if ( entry.node().kind() != NodeKind::map ) {
+         entry.refuse( "a map of mounts" );
+      }
+      // By itself, so that its places are those of a patch.
+      live.checkPatch( Item( entry.node() ) );
+      scenario.events.push_back( { Milliseconds( 0 ), entry.node() } );
+   } else {
+      refuseUnknownKey( entry, keys );
+   }
+}
+
+} // namespace
+
+Scenario
+readForecast( LiveSwitch& live, std::string const& text ) {
+   Scenario scenario;
+   scenario.name = "forecast";
+   scenario.document = patchDocument( {}, text );
+   try {
+      Item( *scenario.document )
+         .forEachEntry( "a map of patch, until", [ & ]( Item const& entry ) {
+            readEntry( live, entry, scenario );
+         } );
+   } catch ( Failure const& failure ) {
+      throw PatchRefusal( PatchRefusal::Kind::invalid, failure.complaint() );
+   }
+   live.time().refresh();
+   scenario.startTime = live.time().instant();
+   return scenario;
+}
+
+// One child, until it has ended.
+class Forecasts::Running {
+ public:
+   Running(
+      Forecasts& forecasts,
+      Id id,
+      Take take,
+      ForecastLimits const& limits,
+      ForecastChild const& child )
+         : forecasts_( forecasts ),
+           id_( id ),
+           take_( std::move( take ) ),
+           limits_( limits ),
+           child_( child ),
+           readable_( event_new(
+              forecasts.base_, child.output, EV_READ | EV_PERSIST, onReadable, this ) ),
+           deadline_( evtimer_new( forecasts.base_, onDeadline, this ) ) {
+      auto const time = limits.time.count();
+      timeval const wait{ time / 1000, time % 1000 * 1000 };
+      event_add( readable_, nullptr );
+      evtimer_add( deadline_, &wait );
+   }
+   ~Running() {
+      event_free( readable_ );
+      event_free( deadline_ );
+      close( child_.output );
+      if ( !isReaped_ ) {
+         kill( child_.pid, SIGKILL );
+         reap();
+      }
+   }
+   Running( Running const& ) = delete;
+   Running& operator=( Running const& ) = delete;
+
+   Take take() { return std::move( take_ ); }
+
+ private:
+   static void onReadable( int, short, void* self ) {
+      static_cast< Running* >( self )->read();
+   }
+   static void onDeadline( int, short, void* self ) {
+      auto* const running = static_cast< Running* >( self );
+      running->giveUp( running->timeComplaint() );
+   }
+
+   // Makes this go, as the others do that end it.
+   void read() {
+      std::array< char, 1U << 16 > buffer;
+      for ( int i = 0; i < readsAtOnce; ++i ) {
+         ssize_t const count = ::read( child_.output, buffer.data(), buffer.size() );
+         if ( count == 0 ) {
+            end();
+            return;
+         }
+         if ( count < 0 ) {
+            return;
+         }
+         records_.append( buffer.data(), static_cast< std::size_t >( count ) );
+         if ( records_.size() > limits_.output ) {
+            giveUp( complaint(
+               fmt::format( "more than {} to tell", mebibytes( limits_.output ) ),
+               "less, for example up to a time with until" ) );
+            return;
+         }
+      }
+   }
+
+   void giveUp( Complaint problem ) {
+      forecasts_.over( id_, { {}, std::move( problem ) } );
+   }
+
+   // It has closed its output, as it does when it ends.
+   void end() {
+      int const status = reap();
+      auto problem = problemOf( status );
+      forecasts_.over( id_, { std::move( records_ ), std::move( problem ) } );
+   }
+
+   std::optional< Complaint > problemOf( int status ) const {
+      if ( WIFSIGNALED( status ) ) {
+         return WTERMSIG( status ) == SIGXCPU
+            ? timeComplaint()
+            : complaint(
+                 fmt::format( "ended by signal {}", WTERMSIG( status ) ), "its own end" );
+      }
+      switch ( static_cast< ForecastEnd >( WEXITSTATUS( status ) ) ) {
+      case ForecastEnd::completed:
+         return std::nullopt;
+      case ForecastEnd::failed:
+         return complaint(
+            oneLine( records_.substr( records_.rfind( '\0' ) + 1 ) ), "no failure" );
+      case ForecastEnd::outOfMemory:
+         return complaint(
+            fmt::format( "more than {} of memory needed", mebibytes( limits_.memory ) ),
+            "less" );
+      default:
+         return complaint( "an early end", "its own end" );
+      }
+   }
+
+   Complaint timeComplaint() const {
+      return complaint(
+         fmt::format( "not over after {} ms", limits_.time.count() ),
+         "less, for example up to a time with until" );
+   }
+
+   int reap() {
+      int status = 0;
+      while ( waitpid( child_.pid, &status, 0 ) < 0 && errno == EINTR ) {}
+      isReaped_ = true;
+      return status;
+   }
+
+   Forecasts& forecasts_;
+   Id const id_;
+   Take take_;
+   ForecastLimits const& limits_;
+   ForecastChild const child_;
+   event* const readable_;
+   event* const deadline_;
+   std::string records_;
+   bool isReaped_ = false;
+};
+
+Forecasts::Forecasts( event_base* base, LiveSwitch& live, ForecastLimits limits )
+      : base_( base ), live_( live ), limits_( limits ) {}
+
+Forecasts::~Forecasts() = default;
+
+Forecasts::Id
+Forecasts::start(
+   Scenario const& scenario, MakeRecordOutput const& makeOutput, Take take ) {
+   ForecastChild const child = startForecast( live_, scenario, makeOutput, limits_ );
+   Id const id = ++lastId_;
+   running_[ id ] =
+      std::make_unique< Running >( *this, id, std::move( take ), limits_, child );
+   return id;
+}
+
+void
+Forecasts::cancel( Id id ) {
+   running_.erase( id );
+}
+
+void
+Forecasts::over( Id id, Outcome outcome ) {
+   Take const take = running_.at( id )->take();
+   running_.erase( id );
+   take( std::move( outcome ) );
+}
+
+} // namespace ostra
