@@ -126,6 +126,8 @@ TEST_F( Forecast, CountsFromThePresentAndEndsWhenNothingIsLeft ) {
    EXPECT_EQ( records.back().at( "type" ), "end" );
    EXPECT_EQ( records.back().at( "t" ), 26.5 );
    EXPECT_EQ( forecast( R"({"until": 1.25})" ).back().at( "t" ), 1.25 );
+   EXPECT_EQ(
+      forecast( R"({"patch": {"mlagStatus": {"mlagState": 3}}})" ).back().at( "t" ), 0 );
 }
 
 TEST_F( Forecast, IsRefusedInTheWordsOfAPatch ) {
