@@ -4,12 +4,10 @@
 #include <host/serve/Ports>
 
 #include <host/base/Words>
+#include <host/serve/WakeUp>
 
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
-
-#include <Ryx/Activity>
-#include <Ryx/Clock>
 
 #include <fmt/format.h>
 
@@ -221,9 +219,7 @@ Ports::summary() const {
       machineFlag( "mlagPortsErrdisabled" ) || machineFlag( "nonMlagPortsErrdisabled" );
    return { { "mlag", classJson( true ) },
             { "nonMlag", classJson( false ) },
-            { "nextAnnouncement",
-              isRunning ? timeJson( Ryx::activityManager()->clock()->nextTimeMin() )
-                        : Json() },
+            { "nextAnnouncement", isRunning ? timeJson( WakeUp::nextOfOthers() ) : Json() },
             { "counts", counts() } };
 }
 
