@@ -14,9 +14,6 @@ namespace {
 
 using Kovel::IntfId;
 using Mlag::MlagState;
-using Path = std::vector< std::string >;
-
-constexpr char machine[] = "mlagErrdisableSm";
 
 // Whether what a mandatory part of the MLAG configuration reads as stands for nothing.
 bool
@@ -109,20 +106,20 @@ SwitchFacts::delay( PortClass portClass ) const {
 
 bool
 SwitchFacts::isMachineThere() const {
-   return !state_.at( { agentKey, machine } ).is_null();
+   return !state_.at( { agentKey, machineKey } ).is_null();
 }
 
 bool
 SwitchFacts::isHeld( PortClass portClass ) const {
    return isTrue( { agentKey,
-                    machine,
+                    machineKey,
                     portClass == PortClass::mlag ? "mlagPortsErrdisabled"
                                                  : "nonMlagPortsErrdisabled" } );
 }
 
 bool
 SwitchFacts::isMeantForStandby( IntfId portChannel ) const {
-   return isTrue( { agentKey, machine, "lagsInStandby", portChannel.string() } );
+   return isTrue( { agentKey, machineKey, "lagsInStandby", portChannel.string() } );
 }
 
 MlagState

@@ -15,8 +15,6 @@ namespace ostra {
 
 namespace {
 
-constexpr std::size_t depthOfEntry = 3;
-
 // The mounts whose contents are configuration, where clients own them.
 constexpr std::array< std::string_view, 5 > configuration = { {
    mount::mlagConfig,

@@ -4,6 +4,7 @@
 #include <host/serve/LiveHost>
 
 #include <host/base/JsonLine>
+#include <host/state/MountTable>
 
 #include <array>
 
@@ -13,7 +14,6 @@ namespace ostra {
 
 namespace {
 
-constexpr std::string_view machine = "mlagErrdisableSm";
 constexpr Ryx::Seconds betweenTries = 5;
 
 // What the state machine knows and its successor would not.
@@ -119,12 +119,12 @@ LiveHost::want( WriteRecord const& record ) {
       return;
    }
    if ( path[ 0 ] == mount::mlagissuCause ) {
-      reconciler_.wantedIs( path[ 2 ], HoldKind::errdisable, !record.value.is_null() );
+      reconciler_.wantedIs( path[ 2 ], OrderKind::errdisable, !record.value.is_null() );
    } else if ( path[ 0 ] == mount::lacpConfig ) {
       bool const isStandby =
          live_.state( { path[ 0 ], path[ 1 ], path[ 2 ], "stayInStandby" } ) ==
          Json( true );
-      reconciler_.wantedIs( path[ 2 ], HoldKind::lacpStandby, isStandby );
+      reconciler_.wantedIs( path[ 2 ], OrderKind::lacpStandby, isStandby );
    }
 }
 
@@ -160,7 +160,7 @@ LiveHost::note() const {
    note[ "delayStart" ] = start ? toJson( *start ) : Json();
    note[ "released" ] = live_.released();
    for ( char const* flag : machineFlags ) {
-      Json const value = live_.view().at( { agentKey, std::string( machine ), flag } );
+      Json const value = live_.view().at( { agentKey, machineKey, flag } );
       if ( !value.is_null() ) {
          note[ flag ] = value;
       }

@@ -21,8 +21,6 @@ namespace {
 
 using Kind = PatchRefusal::Kind;
 
-constexpr std::size_t depthOfEntry = 3;
-
 [[noreturn]] void
 refuse( Failure const& failure ) {
    throw PatchRefusal( Kind::invalid, failure.complaint() );

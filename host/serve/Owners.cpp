@@ -16,7 +16,6 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view anyKey = "*";
-constexpr std::size_t depthOfEntry = 3;
 
 // What the plug-in writes, with everything below it.
 std::array< Path, 7 > const pluginPaths = { {

@@ -5,6 +5,7 @@
 
 #include <host/base/Words>
 #include <host/serve/WakeUp>
+#include <host/state/MountTable>
 
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
@@ -22,7 +23,6 @@ namespace {
 
 using Kovel::IntfId;
 
-constexpr std::string_view machine = "mlagErrdisableSm";
 constexpr double never = std::numeric_limits< double >::infinity();
 
 // Null for one that never comes.
@@ -83,14 +83,15 @@ Ports::ids() const {
 bool
 Ports::asks( std::string_view operation, IntfId id ) const {
    GenericPtr const answer = live_.agent().call(
-      machine, operation, RyxType::type( "Kovel::IntfId" )->code().parse( id.string() ) );
+      machineKey,
+      operation,
+      RyxType::type( "Kovel::IntfId" )->code().parse( id.string() ) );
    return answer && answer->strRep() == "true";
 }
 
 bool
 Ports::machineFlag( std::string const& attribute ) const {
-   return live_.view().at( { agentKey, std::string( machine ), attribute } ) ==
-      Json( true );
+   return live_.view().at( { agentKey, machineKey, attribute } ) == Json( true );
 }
 
 std::string
@@ -115,7 +116,7 @@ Ports::classState( bool isMlag ) const {
       return { false, never };
    }
    GenericPtr const nonMlag =
-      isMlag ? nullptr : live_.agent().call( machine, "reloadDelayNonMlag" );
+      isMlag ? nullptr : live_.agent().call( machineKey, "reloadDelayNonMlag" );
    double const delay = secondsOf(
       isMlag ? live_.view().at( { mount::mlagConfig, "reloadDelay" } )
              : scalarToJson( nonMlag ) );
@@ -127,9 +128,9 @@ Ports::classState( bool isMlag ) const {
 
 Json
 Ports::hold(
-   HoldKind kind, Json since, Class const& portClass, std::string const& enforced ) const {
+   OrderKind kind, Json since, Class const& portClass, std::string const& enforced ) const {
    Enforcement const enforcement = reconciler_.enforcement( enforced );
-   return { { "kind", kind == HoldKind::errdisable ? "errdisable" : "lacpStandby" },
+   return { { "kind", kind == OrderKind::errdisable ? "errdisable" : "lacpStandby" },
             { "since", std::move( since ) },
             { "until", timeJson( portClass.end ) },
             { "remaining", remaining( portClass.end, live_.time().now() ) },
@@ -143,11 +144,11 @@ Ports::holdOf(
    auto const since = live_.state( { mount::mlagissuCause, "intfStatus", id.string() } );
    if ( since ) {
       Class const& portClass = isMlag ? classes.mlag : classes.nonMlag;
-      return hold( HoldKind::errdisable, *since, portClass, id.string() );
+      return hold( OrderKind::errdisable, *since, portClass, id.string() );
    }
    bool const isHeldBack = !portChannel.empty() && isStandby( portChannel );
    return isHeldBack ? hold(
-                          HoldKind::lacpStandby,
+                          OrderKind::lacpStandby,
                           numberAt( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ),
                           classes.mlag,
                           portChannel )

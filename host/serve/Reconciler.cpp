@@ -45,7 +45,7 @@ Reconciler::Reconciler( Driver& driver, Report report )
       : driver_( driver ), report_( std::move( report ) ) {}
 
 void
-Reconciler::wantedIs( std::string const& interface, HoldKind kind, bool isHold ) {
+Reconciler::wantedIs( std::string const& interface, OrderKind kind, bool isHold ) {
    auto const found = ports_.find( interface );
    if ( found == ports_.end() ? !isHold : found->second.isWanted == isHold ) {
       return;

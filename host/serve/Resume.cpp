@@ -6,6 +6,7 @@
 #include <host/serve/LiveSwitch>
 
 #include <host/base/JsonLine>
+#include <host/state/MountTable>
 
 #include <Ryx/Activity>
 #include <Ryx/Clock>
@@ -13,8 +14,6 @@
 namespace ostra {
 
 namespace {
-
-constexpr std::string_view machine = "mlagErrdisableSm";
 
 GenericPtr
 booleanOf( bool value ) {
@@ -35,7 +34,7 @@ LiveSwitch::start( Resumption const& resumption ) {
       records_, [ this ] { return time_.instant(); }, std::nullopt );
    watch_.emplace( mounts_, [ this ]( WriteRecord const& record ) { report_( record ); } );
    setUp( resumption );
-   GenericPtr const sm = agent_.child( machine );
+   GenericPtr const sm = agent_.child( machineKey );
    if ( sm && resumption.wasSecondary ) {
       setOf( *sm, "secondaryPrev", nullptr, true );
    }
@@ -89,14 +88,14 @@ LiveSwitch::setUp( Resumption const& resumption ) {
    merge( { { mount::mlagConfig, during } } );
    agent_.setAll();
    // Nobody changes a delay here: it is not told of one.
-   agent_.call( machine, "hasNotificationActiveIs", booleanOf( false ) );
+   agent_.call( machineKey, "hasNotificationActiveIs", booleanOf( false ) );
    merge( { { mount::mlagConfig, before } } );
-   agent_.call( machine, "hasNotificationActiveIs", booleanOf( true ) );
+   agent_.call( machineKey, "hasNotificationActiveIs", booleanOf( true ) );
 }
 
 void
 LiveSwitch::adoptStandby() {
-   GenericPtr const sm = agent_.child( machine );
+   GenericPtr const sm = agent_.child( machineKey );
    RyxAttr const& adopted = *sm->type()->attr( "lagsInStandby" );
    for ( std::string const& key : mounts_.keys( { mount::lacpConfig, "portChannel" } ) ) {
       if (
@@ -105,10 +104,8 @@ LiveSwitch::adoptStandby() {
          write( *sm, adopted, keyOf( adopted, key ), booleanOf( true ) );
       }
    }
-   if (
-      agent_.at( std::vector< std::string >{ std::string( machine ),
-                                             "mlagPortsErrdisabled" } ) != Json( true ) ) {
-      agent_.call( machine, "doClearErrdisableMlagIntfStatus_" );
+   if ( agent_.at( Path{ machineKey, "mlagPortsErrdisabled" } ) != Json( true ) ) {
+      agent_.call( machineKey, "doClearErrdisableMlagIntfStatus_" );
    }
 }
 

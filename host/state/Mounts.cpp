@@ -11,7 +11,7 @@ namespace ostra {
 
 namespace {
 
-using Path = std::span< std::string const >;
+using Steps = std::span< std::string const >;
 
 // What a path leads to: a value, or a collection of an object.
 struct Found {
@@ -33,7 +33,7 @@ memberOf( GenericIf& owner, RyxAttr const& collection, std::string const& key ) 
 }
 
 Found
-findFrom( GenericPtr const& from, Path path ) {
+findFrom( GenericPtr const& from, Steps path ) {
    Found found{ from, nullptr, nullptr, true };
    while ( !path.empty() && found.value ) {
       GenericPtr const owner = found.value;
@@ -142,7 +142,7 @@ Mounts::find( std::vector< std::string > const& path ) const {
    if ( mount == mountKinds.size() ) {
       return std::nullopt;
    }
-   Found const found = findFrom( objects_[ mount ], Path( path ).subspan( 1 ) );
+   Found const found = findFrom( objects_[ mount ], Steps( path ).subspan( 1 ) );
    if ( !found.isThere ) {
       return std::nullopt;
    }
@@ -164,7 +164,7 @@ Mounts::keys( std::vector< std::string > const& path ) const {
    if ( mount == mountKinds.size() ) {
       return {};
    }
-   Found const found = findFrom( objects_[ mount ], Path( path ).subspan( 1 ) );
+   Found const found = findFrom( objects_[ mount ], Steps( path ).subspan( 1 ) );
    return found.owner ? keysOf( *found.owner, *found.attribute )
                       : std::vector< std::string >();
 }

@@ -4,6 +4,7 @@
 #include <host/state/Plugin>
 
 #include <host/base/Failure>
+#include <host/state/MountTable>
 
 #include <Ryx/Exception>
 
@@ -17,8 +18,7 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view agentTypeName = "OstraMlag::Agent";
-constexpr std::array< std::string_view, 2 > childNames{ "ethPeerIntfStatusReactor",
-                                                        "mlagErrdisableSm" };
+constexpr std::array< std::string_view, 2 > childNames{ peerReactorKey, machineKey };
 
 // One that was copied may stand next to the program; otherwise it is where the libraries
 // are.

@@ -12,7 +12,7 @@ namespace Kovel {
 
 namespace {
 
-using AddressText = FixedText< std::string_view( "00:00:00:00:00:00" ).size() >;
+using EthAddrText = FixedText< std::string_view( "00:00:00:00:00:00" ).size() >;
 
 // Groups of `digits` hexadecimal digits each, divided by `divider`, 12 digits in all.
 std::optional< std::uint64_t >
@@ -40,9 +40,9 @@ readAddress( std::string_view text ) {
    return readGroups( text, 2, dashed ? '-' : ':' );
 }
 
-AddressText
+EthAddrText
 addressText( std::uint64_t bits ) noexcept {
-   AddressText text;
+   EthAddrText text;
    for ( unsigned shift = 48; shift != 0; shift -= 8 ) {
       if ( shift != 48 ) {
          text.append( ':' );

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t groupCount = 8;
 using Groups = std::array< std::uint16_t, groupCount >;
-using AddressText =
+using IpAddrText =
    FixedText< std::string_view( "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff" ).size() >;
 
 std::optional< std::uint32_t >
@@ -128,7 +128,7 @@ divided( std::uint64_t high, std::uint64_t low ) {
 }
 
 void
-appendIpV4( AddressText& text, std::uint32_t bits ) {
+appendIpV4( IpAddrText& text, std::uint32_t bits ) {
    for ( unsigned shift = 32; shift != 0; shift -= 8 ) {
       if ( shift != 32 ) {
          text.append( '.' );
@@ -158,8 +158,7 @@ longestZeroRun( Groups const& groups ) {
 }
 
 void
-appendGroups(
-   AddressText& text, Groups const& groups, std::size_t begin, std::size_t end ) {
+appendGroups( IpAddrText& text, Groups const& groups, std::size_t begin, std::size_t end ) {
    for ( std::size_t i = begin; i != end; ++i ) {
       if ( i != begin ) {
          text.append( ':' );
@@ -169,7 +168,7 @@ appendGroups(
 }
 
 void
-appendIpV6( AddressText& text, std::uint64_t high, std::uint64_t low ) {
+appendIpV6( IpAddrText& text, std::uint64_t high, std::uint64_t low ) {
    if ( high == 0 && low >> 32 == 0xffff ) {
       text.append( "::ffff:" );
       appendIpV4( text, static_cast< std::uint32_t >( low ) );
@@ -186,9 +185,9 @@ appendIpV6( AddressText& text, std::uint64_t high, std::uint64_t low ) {
    appendGroups( text, groups, zeros.begin + zeros.length, groupCount );
 }
 
-AddressText
+IpAddrText
 addressText( bool isIpV6, std::uint64_t high, std::uint64_t low ) {
-   AddressText text;
+   IpAddrText text;
    if ( isIpV6 ) {
       appendIpV6( text, high, low );
    } else {

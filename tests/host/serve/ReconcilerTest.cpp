@@ -9,8 +9,8 @@
 
 using ostra::Answer;
 using ostra::Enforcement;
-using ostra::HoldKind;
 using ostra::Observed;
+using ostra::OrderKind;
 using State = ostra::Enforcement::State;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -23,7 +23,7 @@ class ReconcilerTest : public testing::Test {
    ReconcilerTest() { driver.start( loop_, listener_ ); }
 
    void want( std::string const& interface, bool isHold ) {
-      reconciler.wantedIs( interface, HoldKind::errdisable, isHold );
+      reconciler.wantedIs( interface, OrderKind::errdisable, isHold );
       endTurn();
    }
    void endTurn() {
@@ -83,7 +83,7 @@ class ReconcilerTest : public testing::Test {
 
 TEST_F( ReconcilerTest, OneBatchHasAllThatATurnWants ) {
    for ( char const* port : { "Ethernet1", "Ethernet2", "Ethernet3" } ) {
-      reconciler.wantedIs( port, HoldKind::errdisable, true );
+      reconciler.wantedIs( port, OrderKind::errdisable, true );
    }
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::pending } );
    endTurn();
@@ -94,8 +94,8 @@ TEST_F( ReconcilerTest, OneBatchHasAllThatATurnWants ) {
 }
 
 TEST_F( ReconcilerTest, WhatIsWantedAndNotWantedInOneTurnIsNotOrdered ) {
-   reconciler.wantedIs( "Ethernet1", HoldKind::errdisable, true );
-   reconciler.wantedIs( "Ethernet1", HoldKind::errdisable, false );
+   reconciler.wantedIs( "Ethernet1", OrderKind::errdisable, true );
+   reconciler.wantedIs( "Ethernet1", OrderKind::errdisable, false );
    endTurn();
    EXPECT_THAT( orders(), IsEmpty() );
    EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::released } );
