@@ -43,6 +43,10 @@ add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
 if( MLAGOSTRA_WERROR )
    add_compile_options( -Werror )
 endif()
+# What sources hide of each other when several are compiled as one is nobody's mistake.
+if( CMAKE_UNITY_BUILD )
+   add_compile_options( -Wno-shadow )
+endif()
 # Part of the language since C++14, which clang leaves off by default up to version 18.
 add_compile_options( $<$<CXX_COMPILER_ID:Clang>:-fsized-deallocation> )
 # A library that needs what it does not link is caught here. The sanitizers' runtime is in
