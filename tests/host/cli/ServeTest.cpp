@@ -13,6 +13,7 @@
 
 #include <array>
 #include <csignal>
+#include <ctime>
 #include <memory>
 
 using ostra::ostraRun;
@@ -36,6 +37,7 @@ class Serve : public testing::Test {
                               << rest << "mounts:\n"
                               << mounts;
    }
+   std::string socket() const { return directory_.path() + "/socket"; }
    // Of a signal that comes when it serves.
    ostra::Outcome outcomeOf( int signal ) {
       RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
@@ -65,6 +67,26 @@ TEST_F( Serve, EndsInGoodOrderWhenItIsToldTo ) {
 TEST_F( Serve, StartsAgainAfterItWasKilled ) {
    EXPECT_EQ( outcomeOf( SIGKILL ).status, 128 + SIGKILL );
    EXPECT_EQ( outcomeOf( SIGTERM ).status, 0 );
+}
+
+// What it holds is durable before anybody has asked it anything.
+TEST_F( Serve, GoesOnWithTheDelayAlsoWhenItIsKilledAtOnce ) {
+   configure( "  mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1, "
+              "peerAddress: 10.0.0.2, peerLinkIntf: Port-Channel1, reloadDelay: 300 }\n"
+              "  ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } }\n" );
+   outcomeOf( SIGKILL );
+   timespec now{};
+   clock_gettime( CLOCK_BOOTTIME, &now );
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   auto const shown = ostraRun( "show summary --format json --socket " + socket() );
+   program.signal( SIGTERM );
+   auto const mlag = ostra::Json::parse( shown.out ).at( "mlag" );
+   EXPECT_EQ( mlag.at( "state" ), "held" );
+   EXPECT_LT(
+      mlag.at( "start" ).get< double >(),
+      static_cast< double >( now.tv_sec ) + static_cast< double >( now.tv_nsec ) / 1e9 );
+   EXPECT_EQ( program.outcome().status, 0 );
 }
 
 TEST_F( Serve, AWrongFileIsRefusedBeforeAnythingHappens ) {

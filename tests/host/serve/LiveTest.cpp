@@ -266,3 +266,21 @@ TEST_F( Live, WithoutMlagNothingIsHeldAndTheSummaryIsIdle ) {
    process.start();
    EXPECT_EQ( process.host().ports().summary().at( "mlag" ).at( "state" ), "idle" );
 }
+
+// A client that sends one change behind the other.
+TEST_F( Live, AChangeThatComesWithAnAnswerIsInTheHistory ) {
+   process.start();
+   bool isAnswered = false;
+   auto const answer = [ &isAnswered ]( auto const& ) { isAnswered = true; };
+   auto& live = process.host().live();
+   live.patch( {}, R"({"mlagConfig": {"domainId": "a"}})", [ & ]( auto const& ) {
+      live.patch( {}, R"({"mlagConfig": {"domainId": "b"}})", answer );
+   } );
+   process.turn();
+   EXPECT_TRUE( isAnswered );
+   std::int64_t next = process.history().front().at( "seq" );
+   for ( Json const& record : process.history() ) {
+      EXPECT_EQ( record.at( "seq" ), next++ );
+   }
+   EXPECT_EQ( next, live.records().nextId() );
+}

@@ -251,3 +251,24 @@ TEST_F( StoreTest, OneThatAnotherProcessHasIsTakenUpWhenItCanBeRead ) {
    EXPECT_EQ( process.at( { "mlagConfig", "lacpStandby" } ), true );
    EXPECT_THAT( process.at( { "ethPhyIntfStatus", "intfStatus" } ), SizeIs( 4 ) );
 }
+
+TEST_F( StoreTest, DamagedHistoryIsSaidAndEndsNothing ) {
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      for ( int i = 0; i < 500; ++i ) {
+         std::string const delay = std::to_string( i );
+         ASSERT_EQ( process.patch( delay, { "mlagConfig", "reloadDelayNonMlag" } ), "" );
+      }
+   }
+   // The middle of the file is old history.
+   std::string text = content();
+   auto const middle = text.begin() + std::ptrdiff_t( text.size() / 2 );
+   std::fill( middle, middle + 8192, '\xff' );
+   write( text );
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   ASSERT_THAT( process.host().findings(), IsEmpty() );
+   EXPECT_NO_THROW( process.history() );
+   EXPECT_THAT( process.host().store().problem(), HasSubstr( "history cannot be read: " ) );
+}
