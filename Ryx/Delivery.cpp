@@ -211,10 +211,16 @@ Delivery::takeFrom( NotifieeConst* first, std::uint32_t size ) noexcept {
    bool const alone = singleThreaded();
    std::uint32_t const from = taken_;
    std::uint32_t left = 0;
+   bool isAmongThem = false;
    for ( auto* notifiee = first; notifiee; notifiee = notifiee->next_ ) {
       if ( notifiee->registration_ - from - 1 >= lastRegistration_ - from ) {
+         if ( isAmongThem ) {
+            // The list ascends: the others registered later.
+            break;
+         }
          continue;
       }
+      isAmongThem = true;
       if ( size_ == size ) {
          ++left;
          continue;
