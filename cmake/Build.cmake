@@ -66,3 +66,17 @@ function( mlagostra_sources out )
    endif()
    set( ${out} ${sources} PARENT_SCOPE )
 endfunction()
+
+# A unity build of the target has one source for each folder: names in unnamed namespaces
+# need to differ only within one.
+function( mlagostra_unity_by_folder target )
+   get_target_property( sources ${target} SOURCES )
+   foreach( source ${sources} )
+      cmake_path( GET source PARENT_PATH folder )
+      cmake_path( GET folder FILENAME group )
+      set_property( SOURCE ${source} PROPERTY UNITY_GROUP ${group} )
+   endforeach()
+   set_target_properties( ${target} PROPERTIES
+      UNITY_BUILD "${CMAKE_UNITY_BUILD}"
+      UNITY_BUILD_MODE GROUP )
+endfunction()
