@@ -3,6 +3,7 @@
 
 #include <host/cli/Commands>
 
+#include <host/base/Environment>
 #include <host/base/Words>
 #include <host/check/Warnings>
 #include <host/cli/Input>
@@ -12,7 +13,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
@@ -22,13 +22,6 @@
 namespace ostra {
 
 namespace {
-
-// Empty for a variable that is not set.
-std::string_view
-environment( char const* name ) {
-   char const* const value = std::getenv( name );
-   return value ? value : "";
-}
 
 // In columns; none when the output goes elsewhere.
 std::optional< std::size_t >

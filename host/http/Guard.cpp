@@ -21,11 +21,11 @@ isPort( std::string_view text ) {
       text.find_first_not_of( "0123456789" ) == text.npos;
 }
 
-using Address = std::array< unsigned char, sizeof( in6_addr ) >;
+using IpAddress = std::array< unsigned char, sizeof( in6_addr ) >;
 
-std::optional< Address >
+std::optional< IpAddress >
 addressOf( int family, std::string_view text ) {
-   Address address{};
+   IpAddress address{};
    bool const isOne = inet_pton( family, std::string( text ).c_str(), address.data() ) == 1;
    return isOne ? std::optional( address ) : std::nullopt;
 }

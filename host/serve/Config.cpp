@@ -3,6 +3,7 @@
 
 #include <host/serve/Config>
 
+#include <host/base/Environment>
 #include <host/base/Words>
 
 #include <Kovel/IntfId>
@@ -11,7 +12,6 @@
 #include <fmt/format.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 #include <sys/stat.h>
@@ -21,11 +21,11 @@ namespace ostra {
 
 namespace {
 
+// A path that is not absolute counts for nothing.
 std::string
-environment( char const* name ) {
-   char const* const value = std::getenv( name );
-   // A path that is not absolute counts for nothing.
-   return value && *value == '/' ? value : "";
+pathFrom( char const* name ) {
+   std::string_view const path = environment( name );
+   return std::string( path.starts_with( '/' ) ? path : "" );
 }
 
 // The text with each group's number behind a backslash replaced.
@@ -75,9 +75,9 @@ InterfaceRule::interfaceOf( std::string const& deviceName ) const {
 Surroundings
 Surroundings::current() {
    return { geteuid() == 0,
-            environment( "HOME" ),
-            environment( "XDG_STATE_HOME" ),
-            environment( "XDG_RUNTIME_DIR" ) };
+            pathFrom( "HOME" ),
+            pathFrom( "XDG_STATE_HOME" ),
+            pathFrom( "XDG_RUNTIME_DIR" ) };
 }
 
 Config

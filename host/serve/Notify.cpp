@@ -3,11 +3,12 @@
 
 #include <host/serve/Notify>
 
+#include <host/base/Environment>
+
 #include <fmt/format.h>
 
 #include <charconv>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
 
 #include <sys/socket.h>
@@ -18,12 +19,6 @@
 namespace ostra {
 
 namespace {
-
-std::string
-environment( char const* name ) {
-   char const* const value = std::getenv( name );
-   return value ? value : "";
-}
 
 // Connected to the socket of that name, a file's or an abstract one; -1 for none.
 int
@@ -60,9 +55,10 @@ microseconds() {
 
 Notify::Surroundings
 Notify::Surroundings::current() {
-   std::string const process = environment( "WATCHDOG_PID" );
+   std::string_view const process = environment( "WATCHDOG_PID" );
    bool const isOurs = process.empty() || process == std::to_string( getpid() );
-   return { environment( "NOTIFY_SOCKET" ), isOurs ? environment( "WATCHDOG_USEC" ) : "" };
+   return { std::string( environment( "NOTIFY_SOCKET" ) ),
+            std::string( isOurs ? environment( "WATCHDOG_USEC" ) : "" ) };
 }
 
 Notify::Notify( Surroundings const& surroundings )

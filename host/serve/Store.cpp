@@ -23,9 +23,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr Milliseconds betweenTries{ 1000 };
+constexpr Milliseconds pauseOfWrites{ 1000 };
 // An operator who looks at it when the host starts is soon done. Later on nobody waits.
-constexpr Milliseconds longestWait{ 1000 };
+constexpr Milliseconds longestOpening{ 1000 };
 // Of records that cannot be written; more are not kept.
 constexpr std::size_t mostWaiting = 100'000;
 // Of numbers that may be told while nothing can be written: how many at a time.
@@ -42,7 +42,7 @@ Store::Store( std::string directory, HistoryLimits limits, LiveTime const& time 
    std::error_code error;
    fs::create_directories( directory_, error );
    lock();
-   open( longestWait );
+   open( longestOpening );
    rows_ = std::exchange( found_.rows, {} );
    note_ = found_.note;
    if ( !database_ ) {
@@ -130,7 +130,7 @@ Store::setAside( std::string const& why ) {
       return;
    }
    leaveNumbers();
-   open( longestWait );
+   open( longestOpening );
 }
 
 // What has been told under the lost numbers must not be told again under the same ones: the
@@ -169,7 +169,7 @@ Store::commit( Turn turn, AllRows const& allRows ) {
 // It may have taken a long time to fail, and it takes longer with every turn that waits.
 bool
 Store::isPaused() const noexcept {
-   return isFailing_ && time_.instant() - lastTry_ < betweenTries;
+   return isFailing_ && time_.instant() - lastTry_ < pauseOfWrites;
 }
 
 void

@@ -18,7 +18,7 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view agentTypeName = "OstraMlag::Agent";
-constexpr std::array< std::string_view, 2 > childNames{ peerReactorKey, machineKey };
+constexpr std::array< std::string_view, 2 > agentChildren{ peerReactorKey, machineKey };
 
 // One that was copied may stand next to the program; otherwise it is where the libraries
 // are.
@@ -88,13 +88,13 @@ agentTypeOf( std::string const& name ) {
    if ( !type || !type->code().construct ) {
       fail( name, "no such plug-in", expectedLibrary() );
    }
-   for ( std::string_view childName : childNames ) {
+   for ( std::string_view childName : agentChildren ) {
       RyxAttr const* const child = type->attr( Ryx::Name( childName ) );
       if ( !child || !child->has( Flags::isInstantiating ) ) {
          fail(
             name,
             fmt::format( "{} has no child {}", agentTypeName, childName ),
-            fmt::format( "{}", fmt::join( childNames, " and " ) ) );
+            fmt::format( "{}", fmt::join( agentChildren, " and " ) ) );
       }
    }
    return *type;

@@ -38,8 +38,9 @@ postOf( std::string_view body, std::string_view headers ) {
       body );
 }
 
-constexpr char patch[] = "PATCH /state HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\n"
-                         "Content-Type: application/merge-patch+json\r\n";
+constexpr char patchHead[] =
+   "PATCH /state HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\n"
+   "Content-Type: application/merge-patch+json\r\n";
 
 } // namespace
 
@@ -234,7 +235,7 @@ TEST( HttpServer, KeepsTheConnectionAsTheVersionHasIt ) {
 
 TEST( HttpServer, WritesWithTheTokenOrThroughTheSocket ) {
    EchoServer echo;
-   std::string const request( patch );
+   std::string const request( patchHead );
    EXPECT_EQ(
       statusOf( echo.answerTo( request + "Authorization: bearer open sesame\r\n\r\n{}" ) ),
       200 );

@@ -6,13 +6,13 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-using ostra::complaint;
 using ostra::DocumentNode;
 using ostra::Entry;
 using ostra::Json;
 using ostra::NodeKind;
 using ostra::parsed;
 using ostra::parseDocument;
+using ostra::refusal;
 
 namespace {
 
@@ -106,13 +106,13 @@ TEST( Document, MissingItemStandsAtItsDash ) {
 
 TEST( Document, ColumnsCountOctetsOfTheFile ) {
    EXPECT_EQ(
-      complaint( "{\xc3\xa9: \"\xf0\x9f\x98\x80\", a: !x 1}" ),
+      refusal( "{\xc3\xa9: \"\xf0\x9f\x98\x80\", a: !x 1}" ),
       "x.yaml:1:17: tag \"!x\": expected none" );
    EXPECT_EQ(
-      complaint( R"({"a": "\ud83d\ude00\uD83D\uDE00", "b": !x 1})" ),
+      refusal( R"({"a": "\ud83d\ude00\uD83D\uDE00", "b": !x 1})" ),
       "x.yaml:1:40: tag \"!x\": expected none" );
    EXPECT_EQ(
-      complaint( "\xef\xbb\xbf{a: 1,\r\nb: !x 1}" ),
+      refusal( "\xef\xbb\xbf{a: 1,\r\nb: !x 1}" ),
       "x.yaml:2:4: tag \"!x\": expected none" );
 }
 

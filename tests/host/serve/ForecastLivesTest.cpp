@@ -18,6 +18,7 @@
 
 #include <event2/event.h>
 
+using ostra::asLines;
 using ostra::Forecasts;
 using ostra::Json;
 using ostra::LiveProcess;
@@ -26,11 +27,6 @@ using ostra::RecordOutput;
 using ostra::reloadedSwitch;
 
 namespace {
-
-RecordOutput
-asLines( std::ostream& out ) {
-   return { std::make_unique< ostra::NdjsonSink >( out ), [] {} };
-}
 
 class Dice {
  public:

@@ -19,6 +19,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using ostra::asLines;
 using ostra::FakeDriver;
 using ostra::ForecastLimits;
 using ostra::Forecasts;
@@ -33,11 +34,6 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 namespace {
-
-RecordOutput
-asLines( std::ostream& out ) {
-   return { std::make_unique< ostra::NdjsonSink >( out ), [] {} };
-}
 
 bool
 hasChild() {
