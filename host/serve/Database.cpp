@@ -17,6 +17,12 @@ DatabaseError::isDamage() const noexcept {
       primary == SQLITE_SCHEMA || code_ == SQLITE_IOERR_SHORT_READ;
 }
 
+bool
+DatabaseError::isBusy() const noexcept {
+   int const primary = code_ & 0xff;
+   return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
+
 void
 Database::Deleter::operator()( sqlite3* database ) const noexcept {
    sqlite3_close_v2( database );
@@ -58,6 +64,11 @@ std::int64_t
 Database::numberOf( std::string const& query ) {
    Statement statement( *this, query );
    return statement.next() ? statement.number( 0 ) : 0;
+}
+
+std::int64_t
+Database::changes() const noexcept {
+   return sqlite3_changes( database_.get() );
 }
 
 void

@@ -212,21 +212,4 @@ restoreRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
    return mergeAll( live, restored );
 }
 
-std::vector< std::string >
-takeUpRows( LiveSwitch& live, Rows const& rows, bool isSameBoot ) {
-   std::vector< Restored > restored;
-   for ( auto const& [ name, value ] : rows ) {
-      Restored row = restoredOf( name, *value );
-      bool const isOfPlugin = live.owners().ownerOf( row.key ) == Owner::plugin;
-      bool const isGone = row.isInEntryOfFile && !live.owners().isOfFile( row.key );
-      if ( comesBack( live, row.key, isSameBoot ) && !isOfPlugin && !isGone ) {
-         row.value = configurationOf( row.key, std::move( row.value ) );
-         restored.push_back( std::move( row ) );
-      }
-   }
-   auto problems = mergeAll( live, restored );
-   live.touch();
-   return problems;
-}
-
 } // namespace ostra

@@ -168,21 +168,6 @@ LiveHost::note() const {
    return note.dump();
 }
 
-// What was read late comes in as a change of now.
-Rows
-LiveHost::allRows( StoreContent const& found ) {
-   Json const note = noteOf( found.note );
-   bool const isSameBoot = note.is_object() && note.at( "boot" ) == bootId_;
-   for ( std::string& problem : takeUpRows( live_, found.rows, isSameBoot ) ) {
-      findings_.push_back( std::move( problem ) );
-   }
-   Rows rows = keptRows( live_ );
-   for ( auto const& [ name, value ] : found.rows ) {
-      rows.try_emplace( name );
-   }
-   return rows;
-}
-
 void
 LiveHost::commit() {
    TurnChanges changes = live_.takeChanges();
@@ -202,9 +187,7 @@ LiveHost::commit() {
    turn.records = live_.records().pending();
    turn.isAwaited = !changes.acknowledges.empty();
    bool const isDurable =
-      store_.commit( std::move( turn ), [ this ]( StoreContent const& found ) {
-         return allRows( found );
-      } );
+      store_.commit( std::move( turn ), [ this ] { return keptRows( live_ ); } );
    lastNote_ = now;
    retry_.timeIs( isDurable ? Ryx::never : Ryx::now() + betweenTries );
    std::optional< Complaint > problem;

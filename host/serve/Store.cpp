@@ -8,14 +8,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <system_error>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 namespace ostra {
 
@@ -33,41 +28,23 @@ constexpr std::int64_t reserved = 1'000'000;
 
 } // namespace
 
-Store::Store( std::string directory, HistoryLimits limits, LiveTime const& time )
-      : directory_( std::move( directory ) ),
-        files_( directory_ ),
+Store::Store( std::string const& directory, HistoryLimits limits, LiveTime const& time )
+      : files_( directory ),
         limits_( limits ),
         time_( time ),
         numbersTold_( files_.numbersTold() ) {
-   std::error_code error;
-   fs::create_directories( directory_, error );
-   lock();
-   open( longestOpening );
-   rows_ = std::exchange( found_.rows, {} );
-   note_ = found_.note;
-   if ( !database_ ) {
-      failed( problem_ );
-      leaveNumbers();
-   }
-}
-
-Store::~Store() {
-   database_.reset();
-   if ( lock_ >= 0 ) {
-      close( lock_ );
-   }
-}
-
-void
-Store::lock() {
-   lock_ = ::open( directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
-   if ( lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK ) {
-      close( lock_ );
+   if ( !files_.lock() ) {
       throw Failure(
          ExitStatus::failed,
          fmt::format(
             "{}: another host has it: expected a directory of this one's own",
-            directory_ ) );
+            directory ) );
+   }
+   open( longestOpening );
+   isStarted_ = true;
+   if ( !database_ ) {
+      failed( problem_ );
+      leaveNumbers();
    }
 }
 
@@ -83,7 +60,7 @@ Store::open( Milliseconds wait ) {
       if ( failure.isDamage() ) {
          setAside( failure.what() );
       } else {
-         problem_ = failure.what();
+         cannotBeRead( failure );
       }
    } catch ( fs::filesystem_error const& failure ) {
       database_.reset();
@@ -101,26 +78,55 @@ Store::openFile( Milliseconds wait ) {
       leaveNumbers();
    }
    std::error_code error;
-   isEmpty_ = !fs::exists( files_.database(), error );
-   if ( isEmpty_ ) {
+   if ( !fs::exists( files_.database(), error ) ) {
       StoreDatabase::create( files_.database() );
    }
-   files_.adopt();
    database_ = std::make_unique< StoreDatabase >( files_.database(), wait );
-   if ( !isEmpty_ ) {
-      found_ = database_->load();
-   }
-   nextId_ = std::max( { nextId_, found_.nextId, numbersTold_ } );
-   areNumbersLost_ = nextId_ > found_.nextId;
+   take( database_->load() );
+   files_.adopt();
    if ( numbersTold_ == 0 ) {
       files_.numbersToldAre( 0 );
    }
 }
 
 void
+Store::take( StoreContent content ) {
+   isEmpty_ = content.note.empty();
+   if ( isStarted_ && !isEmpty_ ) {
+      throw StoreDamage( "not read when this host started" );
+   }
+   rows_ = std::move( content.rows );
+   note_ = std::move( content.note );
+   nextId_ = std::max( { nextId_, content.nextId, numbersTold_ } );
+   areNumbersLost_ = nextId_ > content.nextId;
+}
+
+// A host that went on without what is held in this boot would hold it again, or release it
+// too early. One that ends leaves holds in place, and is started again.
+void
+Store::cannotBeRead( DatabaseError const& failure ) {
+   problem_ = failure.what();
+   if ( isStarted_ || !files_.isThere() ) {
+      return;
+   }
+   if ( failure.isBusy() ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format(
+            "{}: another process has it: expected one that nobody has open",
+            files_.database() ) );
+   }
+   if ( files_.isWritable() ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format(
+            "{}: {}: expected a store that can be read", files_.database(), problem_ ) );
+   }
+}
+
+void
 Store::setAside( std::string const& why ) {
    database_.reset();
-   found_ = {};
    try {
       std::string const aside = files_.setAside( dateText( time_.date() ) );
       finding_ = fmt::format( "{}: {}; it is now {}", files_.database(), why, aside );
@@ -134,10 +140,14 @@ Store::setAside( std::string const& why ) {
 }
 
 // What has been told under the lost numbers must not be told again under the same ones: the
-// date in microseconds is beyond them.
+// date in microseconds is beyond them. A process that ends before it writes leaves it so.
 void
 Store::leaveNumbers() {
-   nextId_ = std::max< std::int64_t >( nextId_, time_.date().count() * 1000 );
+   std::int64_t const date = time_.date().count() * 1000;
+   nextId_ = std::max( { nextId_, numbersTold_, date } );
+   if ( files_.numbersToldAre( nextId_ ) ) {
+      numbersTold_ = nextId_;
+   }
 }
 
 bool
@@ -190,24 +200,19 @@ Store::reserveNumbers() {
 
 void
 Store::write( AllRows const& allRows ) {
-   if ( isEmpty_ || !found_.rows.empty() ) {
-      for ( auto const& [ name, value ] : waiting_.rows ) {
-         found_.rows.erase( name );
-      }
-      for ( auto& [ name, value ] : allRows( found_ ) ) {
+   if ( isEmpty_ ) {
+      for ( auto& [ name, value ] : allRows() ) {
          waiting_.rows[ name ] = std::move( value );
       }
    }
+   // With it, numbers that were told are no longer kept beside the database.
+   waiting_.isAwaited |= numbersTold_ != 0;
    auto const age = std::chrono::days( limits_.days );
    database_->write(
       waiting_,
-      { waiting_.nextId - 1 - limits_.records,
-        firstOfBoot_,
-        time_.date() - age,
-        time_.instant() - age } );
+      { limits_.records, firstOfBoot_, time_.date() - age, time_.instant() - age } );
    isEmpty_ = false;
    isFailing_ = false;
-   found_ = {};
    waiting_ = {};
    problem_.clear();
    if ( numbersTold_ != 0 ) {

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <string_view>
@@ -17,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::int64_t schemaVersion = 1;
-// Of records that are too many or too old: what one transaction deletes.
+// Of records that are too many, and of those that are too old: what one transaction deletes.
 constexpr std::int64_t pruned = 1000;
 
 constexpr char schema[] =
@@ -29,10 +30,12 @@ constexpr char schema[] =
    "CREATE TABLE history ( id INTEGER PRIMARY KEY, date INTEGER NOT NULL,"
    " line TEXT NOT NULL );";
 
-// A record that goes, with what Pruning has in order.
-constexpr char isPruned[] =
-   "id <= ?1 OR CASE WHEN id >= ?2 AND json_valid( line )"
-   " THEN 1000 * json_extract( line, '$.t' ) < ?4 ELSE date < ?3 END";
+// A record that is too old, with what Pruning has behind its first in order.
+constexpr char isOld[] = "CASE WHEN id >= ?1 AND json_valid( line )"
+                         " THEN 1000 * json_extract( line, '$.t' ) < ?3"
+                         " ELSE date < ?2 END";
+constexpr char deleteOf[] = "DELETE FROM history WHERE id IN"
+                            " ( SELECT id FROM history ORDER BY id LIMIT {} )";
 
 // Notices a bit that has changed on the disk.
 std::int64_t
@@ -50,6 +53,24 @@ void
 checkSum( Database::Statement const& row ) {
    if ( row.number( 2 ) != checksum( row.text( 0 ), row.text( 1 ) ) ) {
       throw StoreDamage( fmt::format( "{} is not what was written", row.text( 0 ) ) );
+   }
+}
+
+std::int64_t
+numberIn( std::string const& text ) {
+   std::int64_t number = 0;
+   std::from_chars( text.data(), text.data() + text.size(), number );
+   return number;
+}
+
+// Reads all of them. Where they are damaged, that is said when they are asked for: then none
+// is too many.
+std::int64_t
+countOfRecords( Database& database ) {
+   try {
+      return database.numberOf( "SELECT count(*) FROM history" );
+   } catch ( DatabaseError const& ) {
+      return 0;
    }
 }
 
@@ -95,12 +116,11 @@ StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
         deleteRow_( database_, "DELETE FROM state WHERE path = ?" ),
         keep_( database_, "INSERT OR REPLACE INTO kept VALUES ( ?, ?, ? )" ),
         add_( database_, "INSERT OR REPLACE INTO history VALUES ( ?, ?, ? )" ),
+        pruneByCount_( database_, fmt::format( deleteOf, "?1" ) ),
         oldest_(
-           database_,
-           fmt::format( "SELECT id, {} FROM history ORDER BY id LIMIT 1", isPruned ) ),
-        prune_(
-           database_,
-           fmt::format( "DELETE FROM history WHERE ( {} ) AND id < ?5", isPruned ) ),
+           database_, fmt::format( "SELECT {} FROM history ORDER BY id LIMIT 1", isOld ) ),
+        pruneByAge_(
+           database_, fmt::format( deleteOf, pruned ) + fmt::format( " AND {}", isOld ) ),
         read_(
            database_,
            "SELECT id, date, line FROM history WHERE id > ? ORDER BY id LIMIT ?" ) {}
@@ -115,6 +135,7 @@ StoreDatabase::load() {
       }
    }
    StoreContent content;
+   std::optional< std::int64_t > count;
    Database::Statement state( database_, "SELECT path, value, sum FROM state" );
    while ( state.next() ) {
       checkSum( state );
@@ -123,13 +144,17 @@ StoreDatabase::load() {
    Database::Statement kept( database_, "SELECT name, value, sum FROM kept" );
    while ( kept.next() ) {
       checkSum( kept );
+      std::string const name = kept.text( 0 );
       std::string const value = kept.text( 1 );
-      if ( kept.text( 0 ) == "note" ) {
+      if ( name == "note" ) {
          content.note = value;
-      } else {
-         std::from_chars( value.data(), value.data() + value.size(), content.nextId );
+      } else if ( name == "nextId" ) {
+         content.nextId = numberIn( value );
+      } else if ( name == "count" ) {
+         count = numberIn( value );
       }
    }
+   count_ = count ? *count : countOfRecords( database_ );
    return content;
 }
 
@@ -144,12 +169,15 @@ StoreDatabase::awaitedIs( bool isAwaited ) {
 void
 StoreDatabase::write( StoreTurn const& turn, Pruning const& pruning ) {
    awaitedIs( turn.isAwaited );
+   std::int64_t const before = count_;
    begin_.with().run();
    try {
       writeTurn( turn );
       prune( pruning );
+      keep( "count", std::to_string( count_ ) );
       end_.with().run();
    } catch ( DatabaseError const& ) {
+      count_ = before;
       try {
          database_.run( "ROLLBACK" );
       } catch ( DatabaseError const& ) {
@@ -168,28 +196,38 @@ StoreDatabase::writeTurn( StoreTurn const& turn ) {
          deleteRow_.with( path ).run();
       }
    }
-   for ( auto const& [ name, value ] :
-         { std::pair< std::string, std::string >{ "note", turn.note },
-           { "nextId", std::to_string( turn.nextId ) } } ) {
-      keep_.with( name, value, checksum( name, value ) ).run();
-   }
+   keep( "note", turn.note );
+   keep( "nextId", std::to_string( turn.nextId ) );
    for ( LiveRecord const& record : turn.records ) {
       add_.with( record.id, std::int64_t( record.date.count() ), record.line ).run();
    }
+   count_ += static_cast< std::int64_t >( turn.records.size() );
+}
+
+void
+StoreDatabase::keep( std::string const& name, std::string const& value ) {
+   keep_.with( name, value, checksum( name, value ) ).run();
 }
 
 void
 StoreDatabase::prune( Pruning const& pruning ) {
+   if ( count_ > pruning.records ) {
+      pruneByCount_.with( std::min( count_ - pruning.records, pruned ) ).run();
+      count_ -= database_.changes();
+   }
+   pruneByAge( pruning );
+}
+
+void
+StoreDatabase::pruneByAge( Pruning const& pruning ) {
    std::int64_t const date = pruning.date.count();
    std::int64_t const sinceBoot = pruning.sinceBoot.count();
-   Database::Statement& oldest =
-      oldest_.with( pruning.last, pruning.firstOfBoot, date, sinceBoot );
-   bool const isToDo = oldest.next() && oldest.number( 1 ) != 0;
-   std::int64_t const first = isToDo ? oldest.number( 0 ) : 0;
+   Database::Statement& oldest = oldest_.with( pruning.firstOfBoot, date, sinceBoot );
+   bool const isToDo = oldest.next() && oldest.number( 0 ) != 0;
    oldest.with();
    if ( isToDo ) {
-      prune_.with( pruning.last, pruning.firstOfBoot, date, sinceBoot, first + pruned )
-         .run();
+      pruneByAge_.with( pruning.firstOfBoot, date, sinceBoot ).run();
+      count_ -= database_.changes();
    }
 }
 

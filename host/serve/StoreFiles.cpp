@@ -6,12 +6,14 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -60,9 +62,20 @@ StoreFiles::StoreFiles( std::string directory )
       : database_( std::move( directory ) + "/state.db" ) {}
 
 StoreFiles::~StoreFiles() {
-   if ( numbers_ >= 0 ) {
-      close( numbers_ );
+   for ( int const file : { numbers_, lock_ } ) {
+      if ( file >= 0 ) {
+         close( file );
+      }
    }
+}
+
+bool
+StoreFiles::lock() {
+   std::error_code error;
+   std::string const directory = fs::path( database_ ).parent_path();
+   fs::create_directories( directory, error );
+   lock_ = open( directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
+   return lock_ < 0 || flock( lock_, LOCK_EX | LOCK_NB ) == 0 || errno != EWOULDBLOCK;
 }
 
 // Another file has another number, unless the directory is another one, too: then all of it
@@ -75,6 +88,23 @@ StoreFiles::owner() const {
    bool const isThere =
       stat( database_.c_str(), &file ) == 0 && stat( parent.c_str(), &directory ) == 0;
    return isThere ? fmt::format( "{} {}", directory.st_ino, file.st_ino ) : "";
+}
+
+bool
+StoreFiles::isThere() const {
+   std::error_code error;
+   return fs::is_regular_file( database_, error );
+}
+
+bool
+StoreFiles::isWritable() const {
+   std::string const path = database_ + ".new";
+   int const file = open( path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600 );
+   if ( file >= 0 ) {
+      close( file );
+      unlink( path.c_str() );
+   }
+   return file >= 0;
 }
 
 bool

@@ -7,6 +7,7 @@
 #include "RunningProgram"
 
 #include <host/http/Endpoint>
+#include <host/serve/Database>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -67,6 +68,20 @@ TEST_F( Serve, EndsInGoodOrderWhenItIsToldTo ) {
 TEST_F( Serve, StartsAgainAfterItWasKilled ) {
    EXPECT_EQ( outcomeOf( SIGKILL ).status, 128 + SIGKILL );
    EXPECT_EQ( outcomeOf( SIGTERM ).status, 0 );
+}
+
+TEST_F( Serve, EndsWhenAnotherProcessHasItsStore ) {
+   outcomeOf( SIGTERM );
+   std::string const store = socket().replace( socket().size() - 6, 6, "state/state.db" );
+   ostra::Database operators( store, 0 );
+   operators.run( "BEGIN EXCLUSIVE" );
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   auto const outcome = program.outcome();
+   EXPECT_EQ( outcome.status, 1 );
+   EXPECT_EQ( outcome.out, "" );
+   EXPECT_EQ(
+      outcome.err,
+      store + ": another process has it: expected one that nobody has open\n" );
 }
 
 // What it holds is durable before anybody has asked it anything.

@@ -118,6 +118,75 @@ TEST_F( StoreDisk, NumbersThatWereToldWhileItWasFullAreNotToldAgain ) {
    EXPECT_EQ( process.host().live().records().nextId(), next + 1 );
 }
 
+TEST_F( StoreDisk, NumbersThatWereToldAreNotToldAgainWhateverTheDate ) {
+   std::int64_t const told = 5'000'000;
+   std::ofstream( file( "-numbers" ) ) << told << '\n';
+   fs::create_directory( file() );
+   clock.offset = -clock.moment;
+   LiveProcess process( state(), clock, driver );
+   process.start();
+   ASSERT_THAT( process.host().store().problem(), Not( IsEmpty() ) );
+   EXPECT_GE( process.host().live().records().nextId(), told );
+}
+
+TEST_F( StoreDisk, NumbersThatWereLeftStayLeftWhenNothingIsWritten ) {
+   auto const next = [ this ] {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      return process.host().live().records().nextId();
+   };
+   std::ofstream( file() ) << "no database";
+   { LiveProcess const ended( state(), clock, driver ); }
+   auto const first = next();
+   EXPECT_GT( first, 1'000'000'000 );
+   fs::copy_file( file(), file( ".backup" ) );
+   auto const second = next();
+   fs::rename( file( ".backup" ), file() );
+   clock.moment += std::chrono::seconds( 1 );
+   {
+      ostra::Database operators( file(), 0 );
+      operators.run( "BEGIN EXCLUSIVE" );
+      EXPECT_THROW( next(), ostra::Failure );
+   }
+   EXPECT_GT( next(), second + 100'000 );
+}
+
+TEST_F( StoreDisk, RecordsStayUntilThereAreTooManyAlsoWhenNumbersAreMissing ) {
+   std::size_t before = 0;
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      for ( int i = 0; i < 20; ++i ) {
+         EXPECT_EQ( change( process, i ), "" );
+      }
+      before = process.history().size();
+      ASSERT_GE( before, 20U );
+   }
+   std::ofstream( file( "-numbers" ) ) << "1000000\n";
+   std::int64_t const limit = 50;
+   for ( bool const isCounted : { true, false } ) {
+      if ( !isCounted ) {
+         ostra::Database( file(), 0 ).run( "DELETE FROM kept WHERE name = 'count'" );
+      }
+      LiveProcess process( state(), clock, driver, "boot 1", { limit, 30 } );
+      process.start();
+      EXPECT_EQ( change( process, 100 + isCounted ), "" );
+      ASSERT_GE( process.host().live().records().nextId(), 1'000'000 );
+      EXPECT_EQ( process.history().front().at( "seq" ), 1 );
+      EXPECT_GT( process.history().size(), before );
+      before = process.history().size();
+   }
+   LiveProcess process( state(), clock, driver, "boot 1", { limit, 30 } );
+   process.start();
+   for ( auto i = std::int64_t( process.history().size() ); i < limit; ++i ) {
+      EXPECT_EQ( change( process, int( i ) ), "" );
+      EXPECT_EQ( process.history().front().at( "seq" ), 1 );
+   }
+   EXPECT_EQ( change( process, 0 ), "" );
+   EXPECT_EQ( std::int64_t( process.history().size() ), limit );
+   EXPECT_GT( process.history().front().at( "seq" ), 1 );
+}
+
 TEST_F( StoreDisk, WhatIsInTheLogOfAKilledProcessIsThere ) {
    leaveKilled( "a" );
    ASSERT_TRUE( fs::exists( file( "-wal" ) ) );

@@ -222,36 +222,6 @@ TEST_F( StoreTest, WhatTheFileSetsIsNotKept ) {
    EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
 }
 
-TEST_F( StoreTest, OneThatAnotherProcessHasIsTakenUpWhenItCanBeRead ) {
-   leave();
-   std::string const port = R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet7": {}}}})";
-   {
-      ostra::Database operators( file(), 0 );
-      operators.run( "BEGIN EXCLUSIVE" );
-      LiveProcess process( state(), clock, driver );
-      process.start( R"({"mlagConfig": {"enabled": false}})" );
-      EXPECT_THAT( process.host().store().problem(), HasSubstr( "locked" ) );
-      EXPECT_THAT(
-         process.patch( "true", { "mlagConfig", "lacpStandby" } ), HasSubstr( "locked" ) );
-      process.patch( port );
-      process.pass( 20'000 );
-      EXPECT_EQ( setAside(), 0U );
-      operators.run( "ROLLBACK" );
-      operators = ostra::Database( state() + "/other.db", 0 );
-      process.pass( 10'000 );
-      EXPECT_EQ( process.host().store().problem(), "" );
-      EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
-      EXPECT_EQ( process.at( { "mlagConfig", "lacpStandby" } ), true );
-      EXPECT_THAT( process.at( { "ethPhyIntfStatus", "intfStatus" } ), SizeIs( 4 ) );
-   }
-   LiveProcess process( state(), clock, driver );
-   process.start();
-   EXPECT_EQ( setAside(), 0U );
-   EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
-   EXPECT_EQ( process.at( { "mlagConfig", "lacpStandby" } ), true );
-   EXPECT_THAT( process.at( { "ethPhyIntfStatus", "intfStatus" } ), SizeIs( 4 ) );
-}
-
 TEST_F( StoreTest, DamagedHistoryIsSaidAndEndsNothing ) {
    {
       LiveProcess process( state(), clock, driver );
