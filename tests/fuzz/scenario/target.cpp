@@ -10,7 +10,7 @@
 //     line is the end.
 //  3. The state at the end is taken as the mounts of another run and reads the same there.
 
-#include <fuzz/Require>
+#include <fuzz/Refusal>
 
 #include <host/run/Diagnostics>
 #include <host/run/NdjsonSink>
@@ -19,7 +19,6 @@
 
 #include <Ryx/RyxType>
 
-#include <algorithm>
 #include <cstdint>
 #include <sstream>
 
@@ -29,56 +28,10 @@ using fuzz::require;
 using ostra::Failure;
 using ostra::Json;
 
-constexpr char file[] = "file";
-
 ostra::RyxType const&
 agentType() {
    static auto const* const type = ostra::RyxType::type( Ryx::Name( "OstraMlag::Agent" ) );
    return *type;
-}
-
-long long
-lineCount( std::string const& text ) {
-   // A carriage return ends a line of YAML too.
-   return 1 + std::count_if( text.begin(), text.end(), []( char c ) {
-             return c == '\n' || c == '\r';
-          } );
-}
-
-// The column behind the last one of a line. Columns count octets of UTF-8, of which another
-// encoding may take fewer, and only a line feed begins them anew.
-long long
-lastColumn( std::string const& text, long long line ) {
-   bool const isPlain = std::all_of( text.begin(), text.end(), []( char c ) {
-      return static_cast< signed char >( c ) > 0 && c != '\r';
-   } );
-   if ( !isPlain ) {
-      return 3 * static_cast< long long >( text.size() ) + 1;
-   }
-   std::istringstream in( text );
-   std::string content;
-   for ( ; line > 0; --line ) {
-      std::getline( in, content );
-   }
-   return static_cast< long long >( content.size() ) + 1;
-}
-
-// "file:12:3: ..." within the file.
-void
-checkRefusal( Failure const& failure, std::string const& text ) {
-   std::string const message = failure.what();
-   require( failure.status() == ostra::ExitStatus::badInput, "status: ", message );
-   std::istringstream in( message.substr( std::min( message.size(), sizeof file ) ) );
-   long long line = 0;
-   long long column = 0;
-   char colon = 0;
-   char secondColon = 0;
-   in >> line >> colon >> column >> secondColon;
-   require( in && colon == ':' && secondColon == ':', "no place: ", message );
-   require( line >= 1 && line <= lineCount( text ), "line: ", message );
-   require( column >= 1 && column <= lastColumn( text, line ), "column: ", message );
-   auto const why = message.find_first_not_of( ' ', message.find( ": " ) + 1 );
-   require( why != std::string::npos, "no reason: ", message );
 }
 
 void
@@ -174,9 +127,10 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    ostra::Mounts mounts;
    ostra::Scenario scenario;
    try {
-      scenario = readScenario( ostra::parseDocument( file, text ), mounts, agentType );
+      scenario =
+         readScenario( ostra::parseDocument( fuzz::file, text ), mounts, agentType );
    } catch ( Failure const& failure ) {
-      checkRefusal( failure, text );
+      fuzz::checkRefusal( failure, text );
       return 0;
    }
    play( scenario, mounts, size % 2 == 0 );
