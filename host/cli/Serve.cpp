@@ -231,7 +231,11 @@ class Service {
    void readAgain() {
       notify_.reloading();
       try {
-         Config config = loadConfig( options_.config );
+         if ( !file_ ) {
+            file_ = configFile( options_.config );
+         }
+         Config config = loadConfig( file_ );
+         checkConfig( config );
          std::string token = readToken( config.tokenFile );
          host_.fileIs( config.mounts ? &*config.mounts : nullptr );
          host_.store().limitsAre( { config.historyRecords, config.historyDays } );
@@ -244,6 +248,8 @@ class Service {
    }
 
    ServeOptions const& options_;
+   // Once there is one it has to be there.
+   std::optional< std::string > file_ = configFile( options_.config );
    Config const config_;
    std::ostream& err_;
    Plugin plugin_;

@@ -100,13 +100,20 @@ defaultConfig( Surroundings const& surroundings ) {
    return config;
 }
 
+std::optional< std::string >
+configFile( std::optional< std::string > const& path ) {
+   bool const isAway = access( configPath, F_OK ) != 0 && errno == ENOENT;
+   return path || isAway ? path : configPath;
+}
+
 Config
 loadConfig( std::optional< std::string > const& path ) {
    auto const surroundings = Surroundings::current();
-   if ( !path && access( configPath, F_OK ) != 0 && errno == ENOENT ) {
+   auto const found = configFile( path );
+   if ( !found ) {
       return readConfig( defaultDocument(), surroundings );
    }
-   File file = readFile( path.value_or( configPath ) );
+   File file = readFile( *found );
    return readConfig(
       parseDocument( std::move( file.name ), std::move( file.text ) ), surroundings );
 }

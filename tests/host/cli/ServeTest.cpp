@@ -181,3 +181,16 @@ TEST_F( Serve, AFileThatIsWrongWhenItIsReadAgainChangesNothing ) {
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.err, HasSubstr( "the configuration stays as it was: " ) );
 }
+
+// What the next start would not take is not taken now.
+TEST_F( Serve, AFileThatCannotBeServedChangesNothing ) {
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   configure( "  mlagConfig: { reloadDelay: 7 }\n", "bootId: /nowhere/to/be/found\n" );
+   program.signal( SIGHUP );
+   program.signal( SIGTERM );
+   auto const outcome = program.outcome();
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT( outcome.err, HasSubstr( "the configuration stays as it was: " ) );
+   EXPECT_THAT( outcome.err, HasSubstr( "/nowhere/to/be/found" ) );
+}
