@@ -16,6 +16,10 @@ namespace ostra::http {
 
 namespace {
 
+// In octets. Up to there an answer is bounded by the number of connections, and is what tells
+// a client that its change has been made.
+constexpr std::size_t smallAnswer = 4096;
+
 timeval
 timevalOf( std::chrono::milliseconds time ) {
    auto const count = time.count();
@@ -136,7 +140,7 @@ Connection::onEvent( bufferevent*, short what, void* self ) {
       break;
    default:
       if ( connection->gone_ ) {
-         connection->end();
+         connection->abandon();
       } else {
          connection->proceed();
       }
@@ -227,7 +231,8 @@ Connection::answer( Response response ) {
       return;
    }
    auto const self = shared_from_this();
-   if ( response.body && !isHead_ && !hasRoom( response.body->size() ) ) {
+   bool const isLarge = response.body && !isHead_ && response.body->size() > smallAnswer;
+   if ( isLarge && !hasRoom( response.body->size() ) ) {
       isPersistent_ = false;
       response = problemResponse(
          { 503, "answers", "too many that nobody has taken", "another try later" } );
@@ -284,7 +289,7 @@ Connection::answer( Stream stream ) {
       deadlineIs( site_.limits.heartbeat );
    }
    pump();
-   if ( isInputOver_ ) {
+   if ( isInputOver_ && state_ == State::streaming ) {
       end();
    }
 }
@@ -301,9 +306,17 @@ Connection::goneIs( std::function< void() > gone ) {
    if ( state_ == State::handling ) {
       gone_ = std::move( gone );
       if ( isInputOver_ ) {
-         end();
+         abandon();
       }
    }
+}
+
+void
+Connection::abandon() {
+   if ( auto const gone = std::exchange( gone_, nullptr ) ) {
+      gone();
+   }
+   endWhenSent();
 }
 
 void

@@ -154,4 +154,24 @@ TEST( HttpServer, TellsWhoIsToAnswerThatTheClientHasGone ) {
    }
 }
 
+TEST( HttpServer, SendsWhatItHasAnsweredBeforeARequestThatNobodyWaitsFor ) {
+   EchoServer echo;
+   bool isAsked = false;
+   int gone = 0;
+   echo.loop.turnEnd = [ & ] {
+      if ( !isAsked && !echo.replies.empty() ) {
+         isAsked = true;
+         echo.replies.front().goneIs( [ &gone ] { ++gone; } );
+      }
+   };
+   auto client = echo.unixClient();
+   client.send( "GET /big HTTP/1.1\r\nHost: localhost\r\n\r\n"
+                "GET /later HTTP/1.1\r\nHost: localhost\r\n\r\n" );
+   client.finish();
+   std::string const answer = client.readAll();
+   EXPECT_EQ( statusOf( answer ), 200 );
+   EXPECT_EQ( bodyOf( answer ).size(), 4U << 20 );
+   EXPECT_EQ( gone, 1 );
+}
+
 } // namespace ostra::http
