@@ -146,6 +146,13 @@ watchLive( ClientOptions const& options, std::ostream& out ) {
       }
       return out.good();
    } );
+   if ( out.good() ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format(
+            "ostra watch: {}: the host has ended: expected one that goes on",
+            options.socket.value_or( defaultSocket() ) ) );
+   }
 }
 
 void

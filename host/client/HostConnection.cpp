@@ -60,8 +60,8 @@ class Descriptor {
       return true;
    }
 
-   // Appends what comes; false at the end.
-   bool receive( std::string& text ) const {
+   // Appends what comes: how much, 0 at the end, -1 for a failure; see errno.
+   ssize_t receive( std::string& text ) const {
       std::array< char, 1U << 16 > buffer;
       ssize_t count = -1;
       do {
@@ -70,24 +70,34 @@ class Descriptor {
       if ( count > 0 ) {
          text.append( buffer.data(), static_cast< std::size_t >( count ) );
       }
-      return count > 0;
+      return count;
    }
 
  private:
    int const descriptor_;
 };
 
-// Its status, and the head taken away; none when there is not a whole head.
-std::optional< int >
+struct Head {
+   int status;
+   // Of the answer, in octets; none where it goes up to the end of the connection.
+   std::optional< std::size_t > length;
+};
+
+// Taken away from the answer; none when there is not a whole one.
+std::optional< Head >
 takeHead( std::string& answer ) {
    constexpr std::string_view version = "HTTP/1.1 ";
    std::size_t const end = answer.find( "\r\n\r\n" );
    if ( end == answer.npos || !answer.starts_with( version ) ) {
       return std::nullopt;
    }
-   int const status = std::atoi( answer.c_str() + version.size() );
+   constexpr std::string_view length = "\r\nContent-Length: ";
+   Head head{ std::atoi( answer.c_str() + version.size() ), std::nullopt };
+   if ( auto const at = answer.find( length ); at < end ) {
+      head.length = std::strtoull( answer.c_str() + at + length.size(), nullptr, 10 );
+   }
    answer.erase( 0, end + 4 );
-   return status;
+   return head;
 }
 
 // The old version of HTTP has neither chunks nor further requests, which are not wanted here.
@@ -184,13 +194,16 @@ HostConnection::answerTo( std::string const& request ) const {
       failByErrno();
    }
    std::string answer;
-   while ( connection.receive( answer ) ) {}
-   auto const status = takeHead( answer );
-   if ( !status ) {
+   while ( connection.receive( answer ) > 0 ) {}
+   auto const head = takeHead( answer );
+   if ( !head ) {
       fail( "no answer" );
    }
-   if ( *status != 200 ) {
-      refuse( *status, answer );
+   if ( head->length && answer.size() != *head->length ) {
+      fail( "half an answer" );
+   }
+   if ( head->status != 200 ) {
+      refuse( head->status, answer );
    }
    return answer;
 }
@@ -229,16 +242,20 @@ HostConnection::forEachLine(
       failByErrno();
    }
    std::string text;
-   std::optional< int > status;
+   std::optional< Head > head;
    bool isMore = true;
    while ( isMore ) {
-      isMore = connection.receive( text );
-      if ( !status ) {
-         status = takeHead( text );
+      ssize_t const count = connection.receive( text );
+      if ( count == -1 ) {
+         failByErrno();
       }
+      isMore = count > 0;
+      if ( !head ) {
+         head = takeHead( text );
+      }
+      bool const isGood = head && head->status == 200;
       std::size_t begin = 0;
-      for ( std::size_t end = 0;
-            status == 200 && ( end = text.find( '\n', begin ) ) != text.npos;
+      for ( std::size_t end = 0; isGood && ( end = text.find( '\n', begin ) ) != text.npos;
             begin = end + 1 ) {
          if ( !take( std::string_view( text ).substr( begin, end - begin ) ) ) {
             return;
@@ -246,11 +263,11 @@ HostConnection::forEachLine(
       }
       text.erase( 0, begin );
    }
-   if ( !status ) {
+   if ( !head ) {
       fail( "no answer" );
    }
-   if ( *status != 200 ) {
-      refuse( *status, text );
+   if ( head->status != 200 ) {
+      refuse( head->status, text );
    }
 }
 

@@ -16,6 +16,10 @@
 #include <future>
 #include <sstream>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 namespace ostra {
 
 namespace {
@@ -39,6 +43,39 @@ saidBy( LiveApi& api, Command command ) {
       api.loop.turn();
    }
    return said.get();
+}
+
+// What a command makes of an answer that ends there, without where the host should be.
+template< class Command >
+std::string
+saidOf( std::string_view answer, Command command ) {
+   TemporaryDirectory const directory;
+   std::string const path = directory.path() + "/socket";
+   sockaddr_un address{};
+   address.sun_family = AF_UNIX;
+   path.copy( address.sun_path, sizeof address.sun_path - 1 );
+   int const listener = socket( AF_UNIX, SOCK_STREAM, 0 );
+   auto const* const any = reinterpret_cast< sockaddr const* >( &address );
+   EXPECT_EQ( bind( listener, any, sizeof address ), 0 );
+   EXPECT_EQ( listen( listener, 1 ), 0 );
+   auto said = std::async( std::launch::async, [ & ] {
+      std::ostringstream out;
+      try {
+         command( path, out );
+      } catch ( Failure const& failure ) {
+         std::string_view const what = failure.what();
+         out << what.substr( what.find( path ) + path.size() + 2 );
+      }
+      return out.str();
+   } );
+   int const connection = accept( listener, nullptr, nullptr );
+   EXPECT_EQ(
+      ::write( connection, answer.data(), answer.size() ), ssize_t( answer.size() ) );
+   shutdown( connection, SHUT_WR );
+   std::string const text = said.get();
+   close( connection );
+   close( listener );
+   return text;
 }
 
 } // namespace
@@ -94,6 +131,27 @@ TEST( Client, AsksTheHostThatTheUserHasStarted ) {
    EXPECT_EQ(
       defaultSocket( { true, "/root", "", directory.path() } ),
       directory.path() + "/ostra.sock" );
+}
+
+// A host that says no more than that and ends.
+TEST( Client, TakesNoHalfOfAnAnswer ) {
+   EXPECT_EQ(
+      saidOf(
+         "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n{}\n",
+         []( std::string const& path, auto& out ) {
+            out << HostConnection( "ostra forecast", path ).post( "/v1/forecast", {} );
+         } ),
+      "half an answer: expected a host that listens there" );
+}
+
+TEST( Client, WatchesUntilTheHostEndsAndSaysSo ) {
+   EXPECT_EQ(
+      saidOf(
+         "HTTP/1.1 200 OK\r\n\r\ndata: {}\n",
+         []( std::string const& path, auto& out ) {
+            watchLive( { .socket = path, .isJson = true }, out );
+         } ),
+      "{}\nthe host has ended: expected one that goes on" );
 }
 
 TEST( Client, SaysHowATextIsQuoted ) {
