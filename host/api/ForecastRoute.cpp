@@ -60,7 +60,8 @@ ForecastRoute::addTo( http::Server& server ) {
 
 void
 ForecastRoute::answer( Request const& request, Reply const& reply ) {
-   if ( forecasts_.isFull() ) {
+   // The network never takes the place of who has the socket.
+   if ( !forecasts_.hasRoom( request.isFromSocket ? 0 : 1 ) ) {
       reply.send( Problem{ 503,
                            "forecast",
                            "too many at a time",

@@ -28,6 +28,7 @@ namespace {
 constexpr int wayOut = 0;
 // How much waits for the process to read it, in octets.
 constexpr int pipeSize = 1 << 20;
+constexpr int lowestPriority = 19;
 
 // No destructor and no handler runs: all of it belongs to the process that was copied.
 [[noreturn]] void
@@ -99,6 +100,20 @@ limitChild( ForecastLimits const& limits ) {
    limit( RLIMIT_CORE, 0 );
 }
 
+// Nobody who carries traffic is to wait for a forecast, or to end when memory is short.
+void
+giveWay() {
+   setpriority( PRIO_PROCESS, 0, lowestPriority );
+   int const file = open( "/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC );
+   if ( file >= 0 ) {
+      constexpr std::string_view first = "1000";
+      ssize_t const written = ::write( file, first.data(), first.size() );
+      // Where it may not be said it is not said.
+      static_cast< void >( written );
+      close( file );
+   }
+}
+
 void
 closeAllBut( int output ) {
    dup2( output, wayOut );
@@ -163,6 +178,7 @@ startForecast(
          end( ForecastEnd::alone );
       }
       limitChild( limits );
+      giveWay();
       closeAllBut( ends[ 1 ] );
       forgetSignals();
       play( live, scenario, makeOutput );

@@ -16,6 +16,7 @@
 
 #include <event2/event.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -203,6 +204,15 @@ TEST_F( Forecast, ThatNeedsTooMuchMemoryIsEnded ) {
       "none" );
 }
 
+TEST_F( Forecast, GivesWayToWhoeverHasWork ) {
+   process.start();
+   EXPECT_EQ(
+      problemOf( []( std::ostream& ) -> RecordOutput {
+         throw std::runtime_error( std::to_string( getpriority( PRIO_PROCESS, 0 ) ) );
+      } ),
+      "19" );
+}
+
 TEST_F( Forecast, ThatFailsSaysWhy ) {
    process.start();
    EXPECT_EQ(
@@ -229,12 +239,13 @@ TEST_F( Forecast, IsEndedWhenNobodyWantsItAndWithTheHost ) {
       Forecasts forecasts( process.loop().base(), live );
       auto const id =
          forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-      EXPECT_FALSE( forecasts.isFull() );
+      EXPECT_TRUE( forecasts.hasRoom() );
+      EXPECT_FALSE( forecasts.hasRoom( 1 ) );
       forecasts.cancel( id );
       EXPECT_FALSE( hasChild() );
       forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
       forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-      EXPECT_TRUE( forecasts.isFull() );
+      EXPECT_FALSE( forecasts.hasRoom() );
       EXPECT_TRUE( hasChild() );
    }
    EXPECT_FALSE( hasChild() );
