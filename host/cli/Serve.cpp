@@ -189,8 +189,8 @@ class Service {
          return triedToListen( endpoint, out ).empty();
       } );
       out.flush();
-      nextListen_ = Ryx::now() + betweenListens;
-      listenTimer_.timeIs( missing_.empty() ? Ryx::never : nextListen_ );
+      nextListen_ = missing_.empty() ? Ryx::never : Ryx::now() + betweenListens;
+      listenTimer_.timeIs( nextListen_ );
    }
 
    // Why not; empty when it listens.

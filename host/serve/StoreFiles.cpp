@@ -140,7 +140,7 @@ StoreFiles::adopt() const {
 
 std::string
 StoreFiles::setAside( std::string const& date ) const {
-   std::string const aside = freeName( database_, date );
+   std::string aside = freeName( database_, date );
    fs::rename( database_, aside );
    moveLogs( database_, aside );
    return aside;
