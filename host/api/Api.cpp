@@ -3,7 +3,9 @@
 
 #include <host/api/Api>
 
+#include <host/api/OpenApi>
 #include <host/api/Problems>
+#include <host/api/Requests>
 #include <host/base/Failure>
 #include <host/state/TypeList>
 
@@ -54,12 +56,10 @@ absence( LiveSwitch const& live, Path const& path ) {
 // A request of something without conditions.
 template< class Answer >
 http::Route
-get( std::string pattern, Answer answer ) {
-   return { "GET",
-            std::move( pattern ),
-            [ answer ]( Request const& request, Reply const& reply ) {
-               reply.send( answer( request ) );
-            } };
+get( std::string_view pattern, Answer answer ) {
+   return routeOf( "GET", pattern, [ answer ]( Request const& request, Reply reply ) {
+      reply.send( answer( request ) );
+   } );
 }
 
 } // namespace
@@ -77,13 +77,13 @@ Api::addTo( http::Server& server ) {
    addHealth( server );
    forecasts_.addTo( server );
    server.add(
-      { "GET", "/v1/events", [ this ]( Request const& request, Reply const& reply ) {
-          feed_.stream( request, reply );
-       } } );
-   server.add(
-      { "GET", "/v1/history", [ this ]( Request const& request, Reply const& reply ) {
-          feed_.history( request, reply );
-       } } );
+      routeOf( "GET", "/v1/events", [ this ]( Request const& request, Reply const& reply ) {
+         feed_.stream( request, reply );
+      } ) );
+   server.add( routeOf(
+      "GET", "/v1/history", [ this ]( Request const& request, Reply const& reply ) {
+         feed_.history( request, reply );
+      } ) );
 }
 
 void
@@ -99,12 +99,10 @@ Api::addState( http::Server& server ) {
       return state ? http::jsonResponse( *state )
                    : http::problemResponse( absence( parts_.live, path ) );
    } ) );
-   server.add(
-      { "PATCH",
-        "/v1/state/**",
-        [ this ]( Request const& request, Reply const& reply ) { patch( request, reply ); },
-        http::Access::write,
-        { "application/json", "application/merge-patch+json" } } );
+   server.add( routeOf(
+      "PATCH", "/v1/state/**", [ this ]( Request const& request, Reply const& reply ) {
+         patch( request, reply );
+      } ) );
 }
 
 void
@@ -192,6 +190,15 @@ Api::addTypes( http::Server& server ) {
                   : http::problemResponse(
                        { 404, "types", inQuotes( name ), "the name of a type" } );
    } ) );
+   // Types and requests are what they are as long as the process runs.
+   server.add( get(
+      "/v1/openapi.json",
+      [ description = std::make_shared< Response >() ]( Request const& ) {
+         if ( !description->body ) {
+            *description = http::jsonResponse( openApi() );
+         }
+         return *description;
+      } ) );
 }
 
 void

@@ -4,6 +4,7 @@
 #include <host/api/ForecastRoute>
 
 #include <host/api/Problems>
+#include <host/api/Requests>
 #include <host/text/MakeOutput>
 
 #include <fmt/format.h>
@@ -49,13 +50,10 @@ contentTypeOf( RunFormat format ) {
 
 void
 ForecastRoute::addTo( http::Server& server ) {
-   server.add( { "POST",
-                 "/v1/forecast",
-                 [ this ]( Request const& request, Reply const& reply ) {
-                    answer( request, reply );
-                 },
-                 http::Access::read,
-                 { "application/json" } } );
+   server.add( routeOf(
+      "POST", "/v1/forecast", [ this ]( Request const& request, Reply const& reply ) {
+         answer( request, reply );
+      } ) );
 }
 
 void

@@ -75,6 +75,15 @@ Router::add( Route route ) {
    routes_.push_back( { std::move( route ), std::move( segments ) } );
 }
 
+std::vector< std::pair< std::string, std::string > >
+Router::requests() const {
+   std::vector< std::pair< std::string, std::string > > requests;
+   for ( Known const& known : routes_ ) {
+      requests.emplace_back( known.route.method, known.route.pattern );
+   }
+   return requests;
+}
+
 std::optional< Problem >
 Router::find(
    Request const& request, bool hasBody, Guard const& guard, Route const*& route ) const {

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/api/Requests>
+
+#include <host/http/Stream>
+#include <host/state/MountTable>
+#include <host/state/TypeSchemas>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+constexpr char json[] = "application/json";
+constexpr char lines[] = "application/x-ndjson";
+constexpr char plain[] = "text/plain; charset=utf-8";
+
+constexpr char number[] = R"({"type":"integer","minimum":0})";
+
+AnswerKind
+problem( int status, std::string meaning ) {
+   return { status, json, "Error", std::move( meaning ) };
+}
+
+std::vector< PathKind >
+statePaths() {
+   std::vector< PathKind > paths{ { "/v1/state", "State", "State.Patch" } };
+   for ( MountKind const& kind : mountKinds ) {
+      paths.push_back( { "/v1/state/" + std::string( kind.name ),
+                         schemaName( kind.type ),
+                         patchSchemaName( kind.type ) } );
+   }
+   std::string path = "/v1/state/{mount}";
+   for ( std::string const deeper : { "attribute", "key", "entryAttribute" } ) {
+      path += "/{" + deeper + "}";
+      paths.push_back( { path, "" } );
+   }
+   return paths;
+}
+
+std::vector< RequestKind >
+stateRequests() {
+   auto patches = statePaths();
+   for ( PathKind& path : patches ) {
+      path.answer = "Revision";
+   }
+   return {
+      { "GET",
+        "/v1/state/**",
+        "The state, or a part of it.",
+        statePaths(),
+        json,
+        {},
+        { problem( 404, "There is nothing." ) } },
+      { "PATCH",
+        "/v1/state/**",
+        "Applies a merge patch. The answer comes when it is on the disk.",
+        patches,
+        json,
+        {},
+        { problem( 404, "There is nothing." ),
+          problem( 409, "Somebody else owns what is to be changed." ) },
+        http::Access::write,
+        { "application/json", "application/merge-patch+json" } },
+   };
+}
+
+std::vector< RequestKind >
+eventRequests() {
+   ParameterKind const since{ "since", "query", number, "Only what has a greater `seq`." };
+   return {
+      { "GET",
+        "/v1/events",
+        "What happens from now on, as server-sent events whose `id` is the record's `seq`.",
+        { { "/v1/events", "Record" } },
+        std::string( http::eventStreamType ),
+        { since, { "Last-Event-ID", "header", number, "Goes on behind that record." } } },
+      { "GET",
+        "/v1/history",
+        "What has happened, a record a line.",
+        { { "/v1/history", "Record" } },
+        lines,
+        { since, { "limit", "query", number, "At most that many, the oldest first." } } },
+      { "POST",
+        "/v1/forecast",
+        "What would happen from now on, a record a line; nothing is changed.",
+        { { "/v1/forecast", "ForecastRecord", "Forecast" } },
+        lines,
+        { { "format",
+            "query",
+            R"({"enum":["ndjson","text"]})",
+            "`text`: a text for people instead." },
+          { "width", "query", number, "Of the text, in columns." },
+          { "colour", "query", R"({"enum":["always","never"]})", "Of the text." } },
+        { { 200, plain, "", "" },
+          problem( 404, "The patch changes what is not there." ),
+          problem( 409, "Somebody else owns what is to be changed." ) },
+        http::Access::read,
+        { "application/json" } },
+   };
+}
+
+std::vector< RequestKind >
+otherRequests() {
+   return {
+      { "GET",
+        "/v1/ports",
+        "What each port is, and its hold.",
+        { { "/v1/ports", "Ports" } },
+        json },
+      { "GET",
+        "/v1/ports/**",
+        "What the port is, and its hold.",
+        { { "/v1/ports/{interface}", "Port" } },
+        json,
+        {},
+        { problem( 404, "There is no such port." ) } },
+      { "GET",
+        "/v1/summary",
+        "Both classes of ports, counts, and the host.",
+        { { "/v1/summary", "Summary" } },
+        json },
+      { "GET", "/v1/types", "The registered types.", { { "/v1/types", "Types" } }, json },
+      { "GET",
+        "/v1/types/*",
+        "A registered type.",
+        { { "/v1/types/{type}", "Type" } },
+        json,
+        {},
+        { problem( 404, "No type has the name." ) } },
+      { "GET",
+        "/v1/openapi.json",
+        "This description.",
+        { { "/v1/openapi.json", "Description" } },
+        json },
+      { "GET",
+        "/metrics",
+        "Measurements for Prometheus.",
+        { { "/metrics", "" } },
+        "text/plain; version=0.0.4; charset=utf-8" },
+      { "GET", "/healthz", "Whether it is alive.", { { "/healthz", "" } }, plain },
+      { "GET",
+        "/readyz",
+        "Whether it is restored, and each port as it is wanted, or its driver has said why "
+        "not; 503 if not.",
+        { { "/readyz", "" } },
+        plain },
+   };
+}
+
+} // namespace
+
+std::vector< RequestKind > const&
+requestKinds() {
+   static std::vector< RequestKind > const kinds = [] {
+      std::vector< RequestKind > all = stateRequests();
+      for ( auto const& some : { otherRequests(), eventRequests() } ) {
+         all.insert( all.end(), some.begin(), some.end() );
+      }
+      return all;
+   }();
+   return kinds;
+}
+
+http::Route
+routeOf( std::string_view method, std::string_view pattern, http::Handler handler ) {
+   auto const& kinds = requestKinds();
+   auto const kind =
+      std::find_if( kinds.begin(), kinds.end(), [ & ]( RequestKind const& known ) {
+         return known.method == method && known.pattern == pattern;
+      } );
+   if ( kind == kinds.end() ) {
+      throw std::out_of_range( std::string( pattern ) + " is not in the table" );
+   }
+   return {
+      kind->method, kind->pattern, std::move( handler ), kind->access, kind->bodyTypes
+   };
+}
+
+} // namespace ostra
