@@ -36,7 +36,7 @@ oneLine( std::string_view text ) {
       }
       Character const character = firstCharacter( text );
       std::size_t const length = std::max< std::size_t >( character.length, 1 );
-      if ( character.length != 0 && !isControl( character.code ) ) {
+      if ( character.length != 0 && !needsEscape( character.code ) ) {
          line += text.substr( 0, length );
       } else {
          for ( char const c : text.substr( 0, length ) ) {

@@ -12,32 +12,54 @@
 
 namespace ostra {
 
+namespace {
+
+// Line ends stand between values only: in a text they are escaped already.
+bool
+standsAsItIs( char c ) {
+   return ( c >= 0x20 && c < 0x7f ) || c == '\n';
+}
+
+// What is escaped stands in texts only, where an escape means the same.
 std::string
-lineOf( Json const& json ) {
-   std::string text = json.dump( -1, ' ', false, Json::error_handler_t::replace );
-   if ( isAscii( text ) && text.find( '\x7f' ) == text.npos ) {
-      return text;
-   }
-   // What else there is stands in texts only, where an escape means the same.
-   auto const isPlain = []( char c ) { return c >= 0x20 && c < 0x7f; };
-   std::string line;
+escaped( std::string const& text ) {
+   std::string result;
    for ( std::string_view rest = text; !rest.empty(); ) {
-      auto const end = std::find_if_not( rest.begin(), rest.end(), isPlain );
-      line.append( rest.begin(), end );
+      auto const end = std::find_if_not( rest.begin(), rest.end(), standsAsItIs );
+      result.append( rest.begin(), end );
       rest.remove_prefix( static_cast< std::size_t >( end - rest.begin() ) );
       if ( rest.empty() ) {
          break;
       }
       Character const next = firstCharacter( rest );
       std::size_t const length = std::max< std::size_t >( next.length, 1 );
-      if ( next.length != 0 && isControl( next.code ) ) {
-         line += fmt::format( "\\u{:04x}", static_cast< unsigned >( next.code ) );
+      if ( next.length != 0 && needsEscape( next.code ) ) {
+         result += fmt::format( "\\u{:04x}", static_cast< unsigned >( next.code ) );
       } else {
-         line += rest.substr( 0, length );
+         result += rest.substr( 0, length );
       }
       rest.remove_prefix( length );
    }
-   return line;
+   return result;
+}
+
+std::string
+dumped( Json const& json, int indent ) {
+   std::string text = json.dump( indent, ' ', false, Json::error_handler_t::replace );
+   bool const isPlain = isAscii( text ) && text.find( '\x7f' ) == text.npos;
+   return isPlain ? text : escaped( text );
+}
+
+} // namespace
+
+std::string
+lineOf( Json const& json ) {
+   return dumped( json, -1 );
+}
+
+std::string
+linesOf( Json const& json ) {
+   return dumped( json, 2 ) + '\n';
 }
 
 } // namespace ostra

@@ -71,11 +71,13 @@ firstCharacter( std::string_view text ) noexcept {
 }
 
 bool
-isControl( char32_t code ) noexcept {
+needsEscape( char32_t code ) noexcept {
    bool const isOfLines = code == 0x2028 || code == 0x2029;
    bool const isOfDirection =
       ( code >= 0x202a && code <= 0x202e ) || ( code >= 0x2066 && code <= 0x2069 );
-   return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || isOfLines || isOfDirection;
+   bool const isNone = code == 0xfeff || code == 0xfffe || code == 0xffff;
+   return code < 0x20 || ( code >= 0x7f && code < 0xa0 ) || isOfLines || isOfDirection ||
+      isNone;
 }
 
 } // namespace ostra

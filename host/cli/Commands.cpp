@@ -4,6 +4,7 @@
 #include <host/cli/Commands>
 
 #include <host/base/Environment>
+#include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/check/Warnings>
 #include <host/cli/Input>
@@ -160,7 +161,7 @@ listTypes( TypesOptions const& options, std::ostream& out ) {
       for ( RyxType const* type : types ) {
          json.push_back( typeJson( *type ) );
       }
-      out << json.dump( 2 ) << '\n';
+      out << linesOf( json );
       return;
    }
    for ( RyxType const* type : types ) {

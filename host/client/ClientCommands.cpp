@@ -4,6 +4,7 @@
 #include <host/client/ClientCommands>
 
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/client/LiveText>
 #include <host/input/Document>
@@ -43,7 +44,7 @@ valueOf( std::string const& text ) {
 void
 tellRevision( ClientOptions const& options, Json const& answer, std::ostream& out ) {
    out << ( options.isJson
-               ? answer.dump()
+               ? lineOf( answer )
                : fmt::format(
                     "revision {}", answer.value( "revision", std::int64_t( 0 ) ) ) )
        << '\n';
@@ -120,12 +121,12 @@ showLive(
    ClientOptions const& options, Shown what, std::string const& path, std::ostream& out ) {
    auto const host = hostOf( options, "show" );
    if ( what == Shown::state ) {
-      out << host.get( targetOf( path ) ).dump( 2 ) << '\n';
+      out << linesOf( host.get( targetOf( path ) ) );
       return;
    }
    Json const json = host.get( what == Shown::ports ? "/v1/ports" : "/v1/summary" );
    if ( options.isJson ) {
-      out << json.dump( 2 ) << '\n';
+      out << linesOf( json );
    } else {
       Style const style( options.hasColour );
       out

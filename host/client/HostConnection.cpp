@@ -4,6 +4,7 @@
 #include <host/client/HostConnection>
 
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 #include <host/serve/Config>
 
 #include <fmt/format.h>
@@ -112,7 +113,7 @@ requestWith(
    std::string const& target,
    std::string_view contentType,
    Json const& json ) {
-   std::string const body = json.dump( -1, ' ', false, Json::error_handler_t::replace );
+   std::string const body = lineOf( json );
    return fmt::format(
       "{} {} HTTP/1.0\r\nHost: localhost\r\nContent-Type: {}\r\n"
       "Content-Length: {}\r\n\r\n{}",

@@ -4,6 +4,7 @@
 #include <host/client/Why>
 
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 #include <host/client/LiveText>
 
 #include <fmt/format.h>
@@ -208,9 +209,7 @@ releaseIn( std::string const& records, Json const& port ) {
 void
 tellWhy( ClientOptions const& options, std::string const& interface, std::ostream& out ) {
    Json const why = whyJson( hostOf( options, "why" ), interface );
-   out
-      << ( options.isJson ? why.dump( 2 ) + '\n'
-                          : whyText( why, Style( options.hasColour ) ) );
+   out << ( options.isJson ? linesOf( why ) : whyText( why, Style( options.hasColour ) ) );
 }
 
 } // namespace ostra

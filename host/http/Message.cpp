@@ -4,6 +4,7 @@
 #include <host/http/Message>
 
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 
 #include <fmt/format.h>
 
@@ -103,9 +104,7 @@ textResponse( std::string contentType, std::string text ) {
 
 Response
 jsonResponse( Json const& json, int status ) {
-   std::string text = json.dump( -1, ' ', false, Json::error_handler_t::replace );
-   text += '\n';
-   Response response = textResponse( "application/json", std::move( text ) );
+   Response response = textResponse( "application/json", lineOf( json ) + '\n' );
    response.status = status;
    return response;
 }

@@ -4,6 +4,7 @@
 #include <host/input/DocumentBuilder>
 
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 #include <host/input/Document>
 #include <host/input/Foreign>
 
@@ -277,6 +278,7 @@ DocumentBuilder::addKey( Index index ) {
    if ( !isScalar( key.kind ) || key.kind == NodeKind::null ) {
       tree_.fail( key.offset, "a key that is null, a list or a map: expected a text" );
    }
+   refuseLong( index );
    Index const known = open_.back().keys.insert( tree_, index );
    if ( known != index ) {
       tree_.fail(
@@ -287,6 +289,19 @@ DocumentBuilder::addKey( Index index ) {
             tree_.place( tree_.cell( known ).offset ).line ) );
    }
    open_.back().hasKey = true;
+}
+
+void
+DocumentBuilder::refuseLong( Index key ) const {
+   constexpr std::size_t longestEscape = 6;
+   constexpr std::size_t quotes = 2;
+   std::string_view const text = DocumentNode( tree_, key ).text();
+   if ( text.size() * longestEscape + quotes <= longestKey ) {
+      return;
+   }
+   if ( lineOf( Json( text ) ).size() > longestKey ) {
+      refuseLongKey( tree_, tree_.cell( key ).offset, inQuotes( text ) );
+   }
 }
 
 } // namespace ostra

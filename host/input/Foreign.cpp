@@ -16,6 +16,15 @@ isForeignComment( std::string_view text ) {
 }
 
 void
+refuseLongKey(
+   DocumentTree const& tree, DocumentTree::Offset offset, std::string_view found ) {
+   tree.fail(
+      offset,
+      fmt::format(
+         "{}: expected a key of at most {} octets as JSON writes it", found, longestKey ) );
+}
+
+void
 refuseDirective( DocumentTree const& tree, DocumentTree::Offset offset ) {
    std::string_view const line = SourceLine::at( tree.text(), offset ).text;
    tree.fail(

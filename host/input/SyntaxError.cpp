@@ -18,9 +18,6 @@ namespace {
 
 using Offset = DocumentTree::Offset;
 
-// As far as the parser looks for the colon of a key.
-constexpr std::size_t longestKey = 1024;
-
 constexpr char tabs[] = "a tab: expected spaces for indentation";
 
 class Explanation {
@@ -157,7 +154,7 @@ class Explanation {
    void longKey( SourceLine const& line, Offset key, Offset colon ) const {
       std::string_view const written = line.text.substr( key - line.begin, colon - key );
       if ( text_[ colon ] == ':' && written.size() > longestKey ) {
-         say( key, "{}: expected a key of at most {} octets", found( key ), longestKey );
+         refuseLongKey( tree_, key, found( key ) );
       }
    }
 

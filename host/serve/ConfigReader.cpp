@@ -3,6 +3,7 @@
 
 #include <host/serve/Config>
 
+#include <host/base/JsonLine>
 #include <host/input/UnknownKey>
 #include <host/state/Mounts>
 
@@ -255,7 +256,7 @@ readMounts( Item const& item ) {
    item.forEachEntry(
       [] { return "a map of " + listed( Mounts::names() ); },
       [ &mounts ]( Item const& entry ) { mounts.checkMount( entry ); } );
-   return parseDocument( item.node().tree().name(), toJson( item.node() ).dump() );
+   return parseDocument( item.node().tree().name(), lineOf( toJson( item.node() ) ) );
 }
 
 bool

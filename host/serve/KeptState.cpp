@@ -136,7 +136,7 @@ mergeAll( LiveSwitch& live, std::vector< Restored > const& rows ) {
 
 std::string
 nameOfRow( RowKey const& row ) {
-   return Json( row ).dump();
+   return lineOf( row );
 }
 
 RowKey

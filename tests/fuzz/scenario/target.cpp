@@ -12,6 +12,7 @@
 
 #include <fuzz/Refusal>
 
+#include <host/base/JsonLine>
 #include <host/run/Diagnostics>
 #include <host/run/NdjsonSink>
 #include <host/run/Run>
@@ -99,7 +100,7 @@ checkRecords( std::string const& text, ostra::Scenario const& scenario ) {
 void
 checkState( Json const& state ) {
    ostra::Mounts mounts;
-   auto const document = ostra::parseDocument( "state", state.dump() );
+   auto const document = ostra::parseDocument( "state", ostra::lineOf( state ) );
    mounts.apply( ostra::Item( document ) );
    require(
       mounts.state() == state, "state: ", state.dump(), "\nread as ", mounts.state() );

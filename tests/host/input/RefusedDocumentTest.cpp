@@ -107,13 +107,32 @@ TEST( Document, WhatIsWrongInJsonIsNamed ) {
 
 TEST( Document, KeysThatAreTooLongForTheParserAreNamed ) {
    std::string const key( 1025, 'k' );
-   std::string const why = ": not YAML: \"" + key.substr( 0, 60 ) +
-      "...\": expected a key of at most 1024 octets";
+   std::string const why = ": \"" + key.substr( 0, 60 ) +
+      "...\": expected a key of at most 1024 octets as JSON writes it";
    EXPECT_EQ( refusal( key + ": 1\n" ), "x.yaml:1:1" + why );
    EXPECT_EQ( refusal( "a: 1\n" + key + ": 1\n" ), "x.yaml:2:1" + why );
    EXPECT_EQ( refusal( "\"" + key + "\": 1\n" ), "x.yaml:1:1" + why );
    EXPECT_EQ( refusal( "{" + key + ": 1}\n" ), "x.yaml:1:2" + why );
-   EXPECT_EQ( refusal( std::string( 1024, 'k' ) + ": 1\n" ), "" );
+}
+
+// What is read is written as JSON, which has to be read again.
+TEST( Document, KeysThatAreTooLongAsJsonAreRefused ) {
+   auto const refusalOf = []( std::string const& key ) {
+      return refusal( "a: &a " + key + "\n*a : 1\n" );
+   };
+   std::string const why = "...\": expected a key of at most 1024 octets as JSON writes it";
+   EXPECT_EQ( refusal( std::string( 1022, 'k' ) + ": 1\n" ), "" );
+   EXPECT_EQ(
+      refusal( std::string( 1023, 'k' ) + ": 1\n" ),
+      "x.yaml:1:1: \"" + std::string( 60, 'k' ) + why );
+   EXPECT_EQ( refusalOf( std::string( 1022, 'k' ) ), "" );
+   EXPECT_EQ(
+      refusalOf( std::string( 1023, 'k' ) ),
+      "x.yaml:2:1: \"" + std::string( 60, 'k' ) + why );
+   EXPECT_EQ( refusal( '\'' + std::string( 511, '"' ) + "': 1\n" ), "" );
+   EXPECT_EQ(
+      refusal( '\'' + std::string( 512, '"' ) + "': 1\n" ),
+      "x.yaml:1:1: \"" + std::string( 60, '"' ) + why );
 }
 
 TEST( Document, WhatNoFileMayHaveIsNamedWithItsPlace ) {
