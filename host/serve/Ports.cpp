@@ -7,9 +7,6 @@
 #include <host/serve/WakeUp>
 #include <host/state/MountTable>
 
-#include <Kovel/InternalIntfId>
-#include <Kovel/MgmtIntfId>
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -80,50 +77,15 @@ Ports::ids() const {
    return ids;
 }
 
-bool
-Ports::asks( std::string_view operation, IntfId id ) const {
-   GenericPtr const answer = live_.agent().call(
-      machineKey,
-      operation,
-      RyxType::type( "Kovel::IntfId" )->code().parse( id.string() ) );
-   return answer && answer->strRep() == "true";
-}
-
-bool
-Ports::machineFlag( std::string const& attribute ) const {
-   return live_.view().at( { agentKey, machineKey, attribute } ) == Json( true );
-}
-
-std::string
-Ports::classOf( IntfId id ) const {
-   if ( Kovel::InternalIntfId::isInternalIntfId( id ) ) {
-      return "internal";
-   }
-   if ( Kovel::MgmtIntfId::isMgmtIntfId( id ) ) {
-      return "management";
-   }
-   if ( asks( "inPeerLink", id ) ) {
-      return "peerLink";
-   }
-   return asks( "mlagLink", id ) ? "mlag" : "nonMlag";
-}
-
 Ports::Class
 Ports::classState( bool isMlag ) const {
-   bool const isHeld =
-      machineFlag( isMlag ? "mlagPortsErrdisabled" : "nonMlagPortsErrdisabled" );
-   if ( !isHeld ) {
+   if ( !machine_.isHeld( isMlag ) ) {
       return { false, never };
    }
-   GenericPtr const nonMlag =
-      isMlag ? nullptr : live_.agent().call( machineKey, "reloadDelayNonMlag" );
-   double const delay = secondsOf(
-      isMlag ? live_.view().at( { mount::mlagConfig, "reloadDelay" } )
-             : scalarToJson( nonMlag ) );
    return { true,
             secondsOf(
                live_.view().at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) ) +
-               delay };
+               machine_.delay( isMlag ) };
 }
 
 Json
@@ -163,7 +125,7 @@ Ports::numberAt( Path const& path ) const {
 Json
 Ports::portJson( IntfId id, Classes const& classes ) const {
    std::string const name = id.string();
-   std::string const portClass = classOf( id );
+   std::string const portClass = machine_.classOf( id );
    Json const portChannel =
       live_.view().at( { mount::lagInputConfig, "phyIntf", name, "lag" } );
    auto const device = driver_.deviceOf( name );
@@ -216,8 +178,7 @@ Ports::classJson( bool isMlag ) const {
 
 Json
 Ports::summary() const {
-   bool const isRunning =
-      machineFlag( "mlagPortsErrdisabled" ) || machineFlag( "nonMlagPortsErrdisabled" );
+   bool const isRunning = machine_.isHeld( true ) || machine_.isHeld( false );
    return { { "mlag", classJson( true ) },
             { "nonMlag", classJson( false ) },
             { "nextAnnouncement", isRunning ? timeJson( WakeUp::nextOfOthers() ) : Json() },
