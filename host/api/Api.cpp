@@ -73,6 +73,7 @@ void
 Api::addTo( http::Server& server ) {
    addState( server );
    addPorts( server );
+   addAlarms( server );
    addTypes( server );
    addHealth( server );
    forecasts_.addTo( server );
@@ -164,6 +165,7 @@ Api::addPorts( http::Server& server ) {
 Json
 Api::summary() const {
    Json json = parts_.ports.summary();
+   json[ "alarms" ] = countsOf( parts_.alarms.alarms() );
    json[ "driver" ] = { { "name", parts_.driver } };
    json[ "store" ] = { { "problem", parts_.storeProblem() } };
    json[ "boot" ] = { { "id", parts_.bootId },
@@ -172,6 +174,17 @@ Api::summary() const {
    json[ "revision" ] = parts_.live.revision();
    json[ "version" ] = OSTRA_VERSION;
    return json;
+}
+
+void
+Api::addAlarms( http::Server& server ) {
+   server.add( get( "/v1/alarms", [ this ]( Request const& ) {
+      Json json = Json::array();
+      for ( Alarm const& alarm : parts_.alarms.alarms() ) {
+         json.push_back( toJson( alarm ) );
+      }
+      return http::jsonResponse( json );
+   } ) );
 }
 
 void
@@ -260,6 +273,12 @@ Api::metrics() const {
          "{}\n",
          summary.at( "mlag" ).at( "state" ) == "held" ? 1 : 0,
          summary.at( "nonMlag" ).at( "state" ) == "held" ? 1 : 0 ) );
+   std::string alarms;
+   Json const alarmCounts = countsOf( parts_.alarms.alarms() );
+   for ( auto const& [ kind, count ] : alarmCounts.items() ) {
+      alarms += fmt::format( "ostra_alarms{{kind=\"{}\"}} {}\n", kind, count.dump() );
+   }
+   tell( "ostra_alarms", "gauge", "What an operator has to hear of.", alarms );
    tell(
       "ostra_store_ok",
       "gauge",

@@ -5,6 +5,7 @@
 
 #include <host/api/Api>
 #include <host/http/Server>
+#include <host/serve/AlarmWatch>
 #include <host/serve/Config>
 #include <host/serve/LiveHost>
 #include <host/serve/Notify>
@@ -113,9 +114,12 @@ class Service {
            loop_( time_ ),
            driver_( makeDriver( config_ ) ),
            host_( hostOptions( config_ ), plugin_.agentType(), *driver_, loop_ ),
+           alarms_(
+              loop_.base(), host_, [ this ]( std::string const& line ) { say( line ); } ),
            api_( { loop_.base(),
                    host_.live(),
                    host_.ports(),
+                   alarms_.board(),
                    [ this ]( std::int64_t since, std::size_t limit ) {
                       return host_.store().history( since, limit );
                    },
@@ -137,6 +141,7 @@ class Service {
       loop_.signalIs( SIGHUP, [ this ] { readAgain(); } );
       loop_.turnEndIs( [ this, &out ] {
          host_.endTurn();
+         alarms_.endTurn();
          notify_.endTurn();
          sayProblem();
          listenAgain( out );
@@ -259,6 +264,7 @@ class Service {
    Notify notify_{ Notify::Surroundings::current() };
    std::unique_ptr< Driver > const driver_;
    LiveHost host_;
+   AlarmWatch alarms_;
    Api api_;
    http::Server server_;
    std::string problem_;

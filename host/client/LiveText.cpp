@@ -73,6 +73,15 @@ saying( Json const& record ) {
    if ( type == "log" ) {
       return fmt::format( "{}", cell( record.value( "text", Json() ) ) );
    }
+   if ( type == "alarm" ) {
+      std::string const state = cell( record.value( "state", Json() ) );
+      return fmt::format(
+         "alarm {}: {} {}{}",
+         state,
+         cell( record.value( "kind", Json() ) ),
+         cell( record.value( "interface", Json() ) ),
+         state == "raised" ? ": " + cell( record.value( "text", Json() ) ) : "" );
+   }
    std::string rest;
    for ( auto const& [ key, value ] : record.items() ) {
       bool const isHead = key == "seq" || key == "t" || key == "time" || key == "type";
@@ -138,7 +147,10 @@ recordText( std::string_view line, Style const& style ) {
       return oneLine( line );
    }
    std::string const type = cell( record.value( "type", Json() ) );
-   Ink const ink = type == "log" ? Ink::message : type == "event" ? Ink::event : Ink::plain;
+   Ink const ink = type == "log" ? Ink::message
+      : type == "event"          ? Ink::event
+      : type == "alarm"          ? Ink::alarm
+                                 : Ink::plain;
    return fmt::format(
       "{}  {}",
       style( Ink::faint, cell( record.value( "time", Json() ) ) ),

@@ -178,6 +178,10 @@ LiveHost::commit() {
       live_.records().pending().empty() && now == lastNote_ && !isLate ) {
       return;
    }
+   if ( now != lastNote_ ) {
+      // A class may be over without anything that was written.
+      live_.touch();
+   }
    Store::Turn turn;
    for ( RowKey const& row : changes.rows ) {
       turn.rows[ nameOfRow( row ) ] = keptRow( live_, row );

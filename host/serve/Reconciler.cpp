@@ -208,6 +208,21 @@ Reconciler::enforcement( std::string const& interface ) const {
                                 : enforcementOf( found->second );
 }
 
+std::vector< Unenforced >
+Reconciler::unenforced() const {
+   using State = Enforcement::State;
+   std::vector< Unenforced > unenforced;
+   for ( auto const& [ interface, port ] : ports_ ) {
+      Enforcement const enforcement = enforcementOf( port );
+      bool const isUndone =
+         enforcement.state == State::unsupported || enforcement.state == State::failed;
+      if ( isUndone ) {
+         unenforced.push_back( { interface, port.isWanted, enforcement } );
+      }
+   }
+   return unenforced;
+}
+
 bool
 Reconciler::isSettled() const {
    return std::none_of( open_.begin(), open_.end(), [ this ]( auto const& interface ) {

@@ -55,13 +55,14 @@ declare -A folders=(
    [state]='base input'
    [run]='base input state'
    [account]='base input state run'
-   [check]='base input state run account'
-   [text]='base input state run account check'
+   [alarms]='base input state run account'
+   [check]='base input state run account alarms'
+   [text]='base input state run account alarms check'
    [http]='base'
-   [serve]='base input state run'
-   [api]='base input state run account check text http serve'
-   [client]='base input state run account check text http serve api'
-   [cli]='base input state run account check text http serve api client'
+   [serve]='base input state run account alarms'
+   [api]='base input state run account alarms check text http serve'
+   [client]='base input state run account alarms check text http serve api'
+   [cli]='base input state run account alarms check text http serve api client'
 )
 for path in host/*/; do
    folder=$(basename "$path")

@@ -343,4 +343,24 @@ TEST( Api, CountersEndAsCountersDo ) {
    }
 }
 
+TEST( Api, TellsTheAlarmsAndCountsThem ) {
+   LiveApi api;
+   EXPECT_EQ( api.json( "/v1/alarms" ), Json::array() );
+   EXPECT_EQ( api.json( "/v1/summary" )[ "alarms" ][ "peerLinkHeld" ], 0 );
+   api.alarms.update(
+      { { AlarmKind::peerLinkHeld, "Ethernet3/1", "in the peer link", "a release" } },
+      Milliseconds( 2500 ) );
+   api.live.touch();
+   EXPECT_EQ( api.json( "/v1/alarms" ), Json::parse( R"([{"kind": "peerLinkHeld",
+      "interface": "Ethernet3/1", "since": 2.5, "text": "in the peer link",
+      "ending": "a release"}])" ) );
+   EXPECT_EQ(
+      api.json( "/v1/summary" )[ "alarms" ],
+      Json::parse( R"({"heldWithoutEnd": 0, "standbyWithoutEnd": 0, "peerLinkHeld": 1,
+         "notHeld": 0, "notEnforced": 0, "snoopingWithoutPort": 0})" ) );
+   std::string const metrics = bodyOf( api.get( "/metrics" ) );
+   EXPECT_NE( metrics.find( "\nostra_alarms{kind=\"peerLinkHeld\"} 1\n" ), metrics.npos );
+   EXPECT_NE( metrics.find( "\nostra_alarms{kind=\"notHeld\"} 0\n" ), metrics.npos );
+}
+
 } // namespace ostra

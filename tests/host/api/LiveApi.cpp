@@ -32,6 +32,7 @@ LiveApi::LiveApi()
       : api( { loop.base(),
                live,
                ports,
+               alarms,
                [ this ]( std::int64_t since, std::size_t limit ) {
                   std::vector< LiveRecord > found;
                   for ( LiveRecord const& record : stored ) {

@@ -381,6 +381,12 @@ TEST( Client, RecordsAreALineEach ) {
       recordText(
          R"({"seq":1,"t":0,"time":"T","type":"release","interface":"Ethernet1"})", plain ),
       "T  release interface Ethernet1" );
+   EXPECT_EQ(
+      recordText(
+         R"({"seq":1,"t":0,"time":"T","type":"alarm","state":"raised","kind":"notHeld",
+            "interface":"Ethernet1","since":0,"text":"why","ending":"what"})",
+         plain ),
+      "T  alarm raised: notHeld Ethernet1: why" );
    EXPECT_EQ( recordText( "no record", plain ), "no record" );
 }
 

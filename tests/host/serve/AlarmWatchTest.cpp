@@ -1,0 +1,399 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Alarms of a live switch: which there are, when they are raised and cleared, and what looking
+// for them costs.
+
+#include "AlarmedProcess"
+
+#include <gmock/gmock.h>
+
+using ostra::AlarmedProcess;
+using ostra::FakeDriver;
+using ostra::Json;
+using ostra::Milliseconds;
+using ostra::NoDriver;
+using ostra::reloadedSwitch;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace {
+
+std::string
+example( std::string const& name ) {
+   return ostra::readFile( fmt::format( "{}/{}.yaml", OSTRA_EXAMPLES, name ) ).text;
+}
+
+// An example on a live switch.
+class Alarms : public testing::Test {
+ protected:
+   // On another switch, up to that time in seconds.
+   void play( std::string const& name, int until ) {
+      process_.reset();
+      process_.emplace( driver_ );
+      process().start();
+      process().playUntil(
+         process().setUp( example( name ) ), Milliseconds( until * 1000 ) );
+   }
+   // What has to do with alarms.
+   std::vector< std::string > history() {
+      std::vector< std::string > told;
+      for ( Json const& record : process().process().history() ) {
+         if ( record.at( "type" ) == "alarm" ) {
+            told.push_back( fmt::format(
+               "{} {} {} {}",
+               record.at( "t" ).get< double >() - ostra::secondsOf( process().beginning ),
+               record.at( "state" ).get< std::string >(),
+               record.at( "kind" ).get< std::string >(),
+               record.at( "interface" ).get< std::string >() ) );
+         }
+      }
+      return told;
+   }
+
+   AlarmedProcess& process() { return *process_; }
+
+ private:
+   NoDriver driver_;
+   std::optional< AlarmedProcess > process_{ std::in_place, driver_ };
+};
+
+} // namespace
+
+TEST_F( Alarms, OfAPortThatBecameAnMlagPortTooLateEndWithItsRelease ) {
+   play( "becomes-mlag-late", 309 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   play( "becomes-mlag-late", 400 );
+   std::vector< std::string > const raised = { "310 heldWithoutEnd Ethernet3",
+                                               "310 heldWithoutEnd Ethernet4",
+                                               "315 heldWithoutEnd Ethernet5" };
+   EXPECT_EQ( process().alarms( true ), raised );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet3": null}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms( true ), ElementsAre( raised[ 1 ], raised[ 2 ] ) );
+   EXPECT_EQ( process().patch( R"({"mlagStatus": {"mlagState": 3}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   EXPECT_THAT(
+      history(),
+      testing::IsSupersetOf( { "400 cleared heldWithoutEnd Ethernet3",
+                               "401 cleared heldWithoutEnd Ethernet4",
+                               "401 cleared heldWithoutEnd Ethernet5" } ) );
+}
+
+TEST_F( Alarms, OfAnEndlessDelayEndWithTheReleaseAndComeBackWithPorts ) {
+   play( "endless-delay", 59 );
+   EXPECT_THAT(
+      process().alarms(),
+      ElementsAre(
+         "heldWithoutEnd Ethernet1",
+         "heldWithoutEnd Ethernet2",
+         "heldWithoutEnd Ethernet3",
+         "heldWithoutEnd Ethernet4" ) );
+   play( "endless-delay", 91 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   play( "endless-delay", 110 );
+   EXPECT_THAT(
+      process().alarms( true ),
+      ElementsAre( "92 heldWithoutEnd Ethernet2", "100 heldWithoutEnd Ethernet5" ) );
+   EXPECT_EQ( process().patch( R"({"mlagConfig": {"reloadDelay": 300}})" ), "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet5": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet5": {}}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "heldWithoutEnd Ethernet2" ) );
+}
+
+TEST_F( Alarms, OfADelayThatIsGoingToBeEndlessComeBeforeItsTimerHearsOfIt ) {
+   play( "ends-in-inf-seconds", 110 );
+   EXPECT_THAT(
+      process().alarms( true ),
+      ElementsAre( "100 heldWithoutEnd Ethernet3", "100 heldWithoutEnd Ethernet4" ) );
+   EXPECT_EQ( process().patch( R"({"mlagConfig": {"reloadDelayNonMlag": 330}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, OfStandbyThatIsLeftBehindEndWithItsConfiguration ) {
+   play( "standby-left-behind", 59 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   play( "standby-left-behind", 400 );
+   EXPECT_THAT(
+      process().alarms(),
+      ElementsAre(
+         "standbyWithoutEnd Port-Channel10", "standbyWithoutEnd Port-Channel11" ) );
+   EXPECT_EQ(
+      process().patch( R"({"lacpConfig": {"portChannel": {"Port-Channel10": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"lacpConfig": {"portChannel": {"Port-Channel10": {}}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "standbyWithoutEnd Port-Channel11" ) );
+   // During the delay the plug-in takes it over.
+   play( "standby-left-behind", 80 );
+   EXPECT_EQ(
+      process().patch( R"({"lacpOverride": {"lagIdConfig": {"Port-Channel11": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch(
+         R"({"lacpOverride": {"lagIdConfig": {"Port-Channel11": "02:00:00:00:10:01"}}})" ),
+      "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "standbyWithoutEnd Port-Channel10" ) );
+}
+
+TEST_F( Alarms, OfAPeerLinkThatIsHeldEndWithItsReleaseOrTheDelay ) {
+   play( "joins-peer-link", 70 );
+   EXPECT_THAT( process().alarms( true ), ElementsAre( "60 peerLinkHeld Ethernet53/1" ) );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet53/1": null}}})" ),
+      "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   play( "joins-peer-link", 299 );
+   EXPECT_THAT( process().alarms(), SizeIs( 1 ) );
+   play( "joins-peer-link", 300 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, OfAPortThatIsNotHeldEndWhenItIsOrWithTheDelay ) {
+   play( "standby-without-lacp", 40 );
+   std::vector< std::string > const raised = { "notHeld Ethernet3", "notHeld Ethernet4" };
+   EXPECT_EQ( process().alarms(), raised );
+   EXPECT_EQ(
+      process().patch( R"({"lacpOverride": {"lagIdConfig": {"Port-Channel11": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet3": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet3": {}}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( raised[ 1 ] ) );
+   play( "standby-without-lacp", 300 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, OfSnoopingThatStaysForcedEndWhenAMemberIsShutDown ) {
+   play( "snooping-stays-forced", 299 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   play( "snooping-stays-forced", 320 );
+   EXPECT_THAT(
+      process().alarms( true ),
+      ElementsAre(
+         "303 snoopingWithoutPort Port-Channel11",
+         "300 snoopingWithoutPort Port-Channel12" ) );
+   EXPECT_EQ(
+      process().watch().board().alarms()[ 1 ].ending,
+      "shut Ethernet5 down and enable it again" );
+   EXPECT_EQ(
+      process().patch(
+         R"({"ethPhyIntfConfig": {"intfConfig": {"Ethernet5": {"adminEnabledStateLocal": 2}}}})" ),
+      "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "snoopingWithoutPort Port-Channel11" ) );
+   // The other way, which is the one where there is no member.
+   EXPECT_EQ(
+      process().patch( R"({"mlagConfig": {"intfConfig": {"Port-Channel11": null}}})" ),
+      "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, AreNotRaisedByWhatEndsByItself ) {
+   for ( char const* name : { "restart-after-delay",
+                              "late-system-id",
+                              "separate-delay-unheard",
+                              "hold-flag-unheard",
+                              "leaf-reload",
+                              "ports-appear",
+                              "lacp-standby",
+                              "delay-changed",
+                              "never-configured",
+                              "peer-statuses" } ) {
+      SCOPED_TRACE( name );
+      play( name, 1500 );
+      EXPECT_THAT( history(), IsEmpty() );
+   }
+}
+
+TEST_F( Alarms, OfAMachineThatIsGoneEndWhenItIsBack ) {
+   play( "resume", 31 );
+   EXPECT_THAT( process().alarms(), Each( StartsWith( "heldWithoutEnd" ) ) );
+   EXPECT_THAT( process().alarms(), SizeIs( 8 ) );
+   EXPECT_THAT( process().watch().board().alarms().front().text, HasSubstr( "machine" ) );
+   play( "resume", 40 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, OfNotHeldEndWithTheClassAlsoWhenNothingIsWritten ) {
+   process().start();
+   process().setUp( "mounts: " + reloadedSwitch( R"(,
+      "mlagStatus": {"mlagState": 4, "systemId": "02:00:00:00:00:01"},
+      "mlagProtoStatus": {"holdInSecondary": true},
+      "lacpOverride": {"lagIdConfig": {"Port-Channel10": "02:00:00:00:00:01"}})" ) );
+   EXPECT_EQ( process().patch( R"({"mlagConfig": {"lacpStandby": true}})" ), "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet1": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet1": {}}}})" ), "" );
+   process().pass( 19'999 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "notHeld Ethernet1" ) );
+   process().pass( 1 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   EXPECT_THAT( process().process().errdisabled(), ElementsAre( "Ethernet2" ) );
+}
+
+TEST_F( Alarms, AreNotRaisedForPortsThatSomebodyReleasedShutDownOrThatAreNeverHeld ) {
+   process().start();
+   process().setUp( "mounts: " + reloadedSwitch( R"(,
+      "ethPhyIntfConfig": {"intfConfig": {"Ethernet2": {"adminEnabledStateLocal": 0,
+         "defaultConfig": {"adminEnabledStateLocal": 2}}, "Ethernet1": {}}})" ) );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet1": null}}})" ), "" );
+   // Nobody has released this one by hand; it is shut down.
+   process().host().live().mounts().apply( ostra::Item( ostra::parseDocument(
+      "patch", "{mlagissuCause: {intfStatus: {Ethernet2: null}}}" ) ) );
+   process().host().live().touch();
+   process().pass( 1000 );
+   EXPECT_THAT( process().process().errdisabled(), IsEmpty() );
+   // Nobody waits any more for the link of a port-channel that was released so.
+   EXPECT_THAT( process().alarms(), ElementsAre( "snoopingWithoutPort Port-Channel10" ) );
+   EXPECT_EQ(
+      process().patch(
+         R"({"ethPhyIntfConfig": {"intfConfig": {"Ethernet2": {"adminEnabledStateLocal": 1}}}})" ),
+      "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), Contains( "notHeld Ethernet2" ) );
+}
+
+TEST_F( Alarms, ADriverWithoutDevicesHasNothingToEnforce ) {
+   process().start( reloadedSwitch() );
+   EXPECT_THAT( process().process().errdisabled(), SizeIs( 2 ) );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST( AlarmWatch, SaysWhatTheDriverCouldNotDo ) {
+   FakeDriver driver;
+   driver.result = ostra::Answer::Result::failed;
+   AlarmedProcess process( driver );
+   process.start( reloadedSwitch() );
+   EXPECT_THAT(
+      process.alarms(), ElementsAre( "notEnforced Ethernet1", "notEnforced Ethernet2" ) );
+   EXPECT_EQ(
+      process.watch().board().alarms().front().text,
+      "to be held, but that failed: device busy" );
+   driver.result = ostra::Answer::Result::done;
+   process.pass( 1000 );
+   EXPECT_THAT( process.alarms(), IsEmpty() );
+   driver.result = ostra::Answer::Result::unsupported;
+   process.pass( 20'000 );
+   EXPECT_THAT( process.alarms(), ElementsAre( "notEnforced Ethernet1" ) );
+   EXPECT_EQ(
+      process.watch().board().alarms().front().text,
+      "to be released, but that cannot be done: device busy" );
+}
+
+TEST( AlarmWatch, SaysALineForEachAlarmThatIsRaisedOrCleared ) {
+   NoDriver driver;
+   AlarmedProcess process( driver );
+   process.start( reloadedSwitch() );
+   EXPECT_THAT( process.said, IsEmpty() );
+   process.setUp(
+      "mounts: " +
+      reloadedSwitch( R"(, "mlagissuCause": {"intfStatus": {"Ethernet3": 1}})" ) );
+   process.pass( 1000 );
+   EXPECT_THAT(
+      process.said,
+      ElementsAre(
+         "alarm raised: peerLinkHeld Ethernet3: errdisabled although it is in the "
+         "peer link; what ends it: `ostra release Ethernet3`" ) );
+   process.pass( 30'000 );
+   EXPECT_THAT( process.said, SizeIs( 2 ) );
+   EXPECT_EQ( process.said.back(), "alarm cleared: peerLinkHeld Ethernet3" );
+}
+
+TEST( AlarmWatch, LooksOnceASecondAtMostAndNeverWhileNothingChanges ) {
+   NoDriver driver;
+   AlarmedProcess process( driver );
+   process.start();
+   ostra::Json ports = Json::object();
+   for ( int i = 1; i <= 2000; ++i ) {
+      ports[ fmt::format( "Ethernet{}", i ) ] = Json::object();
+   }
+   EXPECT_EQ(
+      process.patch( Json{ { "ethPhyIntfStatus", { { "intfStatus", ports } } } }.dump() ),
+      "" );
+   process.pass( 2000 );
+   std::uint64_t const before = process.watch().looks();
+   for ( int i = 0; i < 500; ++i ) {
+      EXPECT_EQ(
+         process.patch( fmt::format(
+            R"({{"ethPhyIntfStatus": {{"intfStatus": {{"Ethernet1": {{"linkStatus": {}}}}}}}}})",
+            1 + i % 2 ) ),
+         "" );
+      process.pass( 10 );
+   }
+   process.pass( 2000 );
+   EXPECT_GE( process.watch().looks() - before, 5U );
+   EXPECT_LE( process.watch().looks() - before, 6U );
+   std::uint64_t const then = process.watch().looks();
+   process.pass( 1'000'000 );
+   EXPECT_EQ( process.watch().looks(), then );
+}
+
+TEST( AlarmWatch, KeepsTheAlarmsWhenACopyFailsAndSaysSoOnce ) {
+   NoDriver driver;
+   ostra::ForecastLimits limits;
+   limits.output = 500;
+   AlarmedProcess process( driver, limits );
+   process.start();
+   process.setUp( "mounts: " + reloadedSwitch() );
+   auto const leave = [ &process ]( std::string const& ports ) {
+      process.host().live().mounts().apply( ostra::Item( ostra::parseDocument(
+         "patch", "{mlagissuCause: {intfStatus: {" + ports + "}}}" ) ) );
+      process.host().live().touch();
+      process.turn();
+   };
+   process.pass( 40'000 );
+   leave( "Ethernet1: 1" );
+   process.pass( 1000 );
+   EXPECT_THAT( process.alarms(), ElementsAre( "heldWithoutEnd Ethernet1" ) );
+   process.said.clear();
+   std::uint64_t const before = process.watch().looks();
+   leave( "Ethernet1: null, Ethernet4: 1, Ethernet5: 1, Ethernet6: 1" );
+   process.pass( 95'000 );
+   EXPECT_THAT( process.alarms(), ElementsAre( "heldWithoutEnd Ethernet1" ) );
+   EXPECT_THAT(
+      process.said,
+      ElementsAre( "alarms stay as they were and are looked for later: forecast: more than "
+                   "0 MiB to tell" ) );
+   EXPECT_EQ( process.watch().looks() - before, 4U );
+   leave( "Ethernet5: null, Ethernet6: null" );
+   process.pass( 30'000 );
+   EXPECT_THAT( process.alarms(), ElementsAre( "heldWithoutEnd Ethernet4" ) );
+   EXPECT_EQ( process.said[ 1 ], "alarms are looked for again" );
+}
+
+TEST( AlarmWatch, TakesNoPlaceOfAClientsForecast ) {
+   NoDriver driver;
+   AlarmedProcess process( driver );
+   process.start( reloadedSwitch() );
+   process.clock.moment += Milliseconds( 5000 );
+   ostra::Forecasts const clients( process.process().loop().base(), process.host().live() );
+   EXPECT_EQ( process.process().patch( R"({"mlagStatus": {"mlagState": 3}})" ), "" );
+   EXPECT_TRUE( process.watch().isLooking() );
+   EXPECT_EQ( clients.running(), 0U );
+   EXPECT_TRUE( clients.hasRoom( 1 ) );
+   process.turn();
+   EXPECT_FALSE( process.watch().isLooking() );
+}
