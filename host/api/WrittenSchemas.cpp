@@ -47,8 +47,18 @@ constexpr char answers[] = R"({
       "start": { "$ref": "#/components/schemas/Seconds" },
       "end": { "$ref": "#/components/schemas/Seconds" },
       "remaining": { "$ref": "#/components/schemas/Seconds" } } },
+"AlarmKind": { "enum": [ "heldWithoutEnd", "standbyWithoutEnd", "peerLinkHeld",
+   "notHeld", "notEnforced", "snoopingWithoutPort" ] },
+"Alarm": { "type": "object", "required": [ "kind", "interface", "since", "text", "ending" ],
+   "properties": {
+      "kind": { "$ref": "#/components/schemas/AlarmKind" },
+      "interface": { "type": "string" },
+      "since": { "type": "number", "description": "On the clock, in seconds." },
+      "text": { "type": "string", "description": "For people: what is wrong." },
+      "ending": { "type": "string", "description": "For people: what would end it." } } },
+"Alarms": { "type": "array", "items": { "$ref": "#/components/schemas/Alarm" } },
 "Summary": { "type": "object",
-   "required": [ "mlag", "nonMlag", "nextAnnouncement", "counts", "driver", "store", "boot",
+   "required": [ "mlag", "nonMlag", "nextAnnouncement", "counts", "alarms", "driver", "store", "boot",
       "ready", "revision", "version" ],
    "properties": {
       "mlag": { "$ref": "#/components/schemas/Class" },
@@ -59,6 +69,10 @@ constexpr char answers[] = R"({
             "ports": { "type": "integer", "minimum": 0 },
             "errdisabled": { "type": "integer", "minimum": 0 },
             "lacpStandby": { "type": "integer", "minimum": 0 } } },
+      "alarms": { "type": "object", "description": "How many there are of each kind.",
+         "required": [ "heldWithoutEnd", "standbyWithoutEnd", "peerLinkHeld", "notHeld",
+            "notEnforced", "snoopingWithoutPort" ],
+         "additionalProperties": { "type": "integer", "minimum": 0 } },
       "driver": { "type": "object", "required": [ "name" ],
          "properties": { "name": { "type": "string" } } },
       "store": { "type": "object", "required": [ "problem" ],
@@ -122,7 +136,13 @@ constexpr char both[] = R"({
 constexpr char live[] = R"({
 "release": { "interface": { "type": "string" } },
 "port": { "interface": { "type": "string" },
-   "enforced": { "enum": [ "held", "released", "pending", "unsupported", "failed" ] } }
+   "enforced": { "enum": [ "held", "released", "pending", "unsupported", "failed" ] } },
+"alarm": { "state": { "enum": [ "raised", "cleared" ] },
+   "kind": { "$ref": "#/components/schemas/AlarmKind" },
+   "interface": { "type": "string" },
+   "since": { "type": "number" },
+   "text": { "type": "string" },
+   "ending": { "type": "string" } }
 })";
 constexpr char forecast[] = R"({
 "end": { "state": { "$ref": "#/components/schemas/State" } }
