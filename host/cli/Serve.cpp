@@ -246,10 +246,27 @@ class Service {
          host_.store().limitsAre( { config.historyRecords, config.historyDays } );
          server_.tokenIs( std::move( token ) );
          say( "the configuration was read again" );
+         sayWhatWaits( config );
       } catch ( std::exception const& error ) {
          say( fmt::format( "the configuration stays as it was: {}", error.what() ) );
       }
       notify_.ready( describe( config_ ) );
+   }
+
+   // What a host takes when it starts, and not later.
+   void sayWhatWaits( Config const& config ) {
+      std::pair< char const*, bool > const keys[] = {
+         { "driver", config.driver != config_.driver },
+         { "state", config.state != config_.state },
+         { "bootId", config.bootId != config_.bootId },
+         { "listen", config.listen != config_.listen },
+      };
+      for ( auto const& [ key, hasChanged ] : keys ) {
+         if ( hasChanged ) {
+            say(
+               fmt::format( "{}: has changed: it takes effect with the next start", key ) );
+         }
+      }
    }
 
    ServeOptions const& options_;

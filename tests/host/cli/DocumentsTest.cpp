@@ -6,7 +6,7 @@
 // it. A block of console has commands, each behind a "$ ", and below each an excerpt of what
 // it prints.
 
-#include "Program"
+#include "Documents"
 
 #include <gmock/gmock.h>
 
@@ -15,76 +15,11 @@
 #include <filesystem>
 #include <regex>
 
-using ostra::ostraRun;
-using ostra::Outcome;
-using testing::HasSubstr;
+namespace ostra {
 
 namespace {
 
-using Lines = std::vector< std::string >;
-
-Lines
-linesOf( std::string const& text ) {
-   std::istringstream in( text );
-   Lines lines;
-   for ( std::string line; std::getline( in, line ); ) {
-      lines.push_back( line );
-   }
-   return lines;
-}
-
-std::string
-document( std::string const& name ) {
-   std::string text = ostra::contentOf( OSTRA_EXAMPLES "/../" + name );
-   EXPECT_NE( text, "" ) << name;
-   return text;
-}
-
-struct Block {
-   // What stands behind the opening fence.
-   std::string kind;
-   std::string text;
-};
-
-std::vector< Block >
-blocksOf( std::string const& name ) {
-   std::vector< Block > blocks;
-   bool isInside = false;
-   for ( std::string const& line : linesOf( document( name ) ) ) {
-      if ( line.starts_with( "```" ) ) {
-         isInside = !isInside;
-         if ( isInside ) {
-            blocks.push_back( { line.substr( 3 ), "" } );
-         }
-      } else if ( isInside ) {
-         blocks.back().text += line + "\n";
-      }
-   }
-   EXPECT_FALSE( isInside ) << name;
-   return blocks;
-}
-
-// Checks that the whole text has the lines of the excerpt one behind the other, and at every
-// line "..." any others. Before the first line there may be others, too.
-void
-expectExcerpt( std::string const& excerpt, std::string const& whole ) {
-   Lines const all = linesOf( whole );
-   auto position = all.begin();
-   bool mayLeaveOut = true;
-   for ( std::string const& line : linesOf( excerpt ) ) {
-      if ( line == "..." ) {
-         mayLeaveOut = true;
-         continue;
-      }
-      auto const found = mayLeaveOut ? std::find( position, all.end(), line ) : position;
-      ASSERT_TRUE( found != all.end() && *found == line ) << line << "\nis not there in\n"
-                                                          << whole;
-      position = found + 1;
-      mayLeaveOut = false;
-   }
-   EXPECT_TRUE( mayLeaveOut || position == all.end() )
-      << "after the excerpt there is more: " << *position;
-}
+using testing::HasSubstr;
 
 // Returns whether the block shows what comes of the scenario.
 bool
@@ -109,35 +44,10 @@ checkResult( std::string const& scenario, Block const& result ) {
    return isResult;
 }
 
-struct Step {
-   std::string command;
-   std::string excerpt;
-};
-
-// A command goes on in the next lines as a text that ends with a line "END".
-std::vector< Step >
-stepsOf( std::string const& console ) {
-   std::vector< Step > steps;
-   bool isCommand = false;
-   for ( std::string const& line : linesOf( console ) ) {
-      if ( line.starts_with( "$ " ) ) {
-         steps.push_back( { line.substr( 2 ) + "\n", "" } );
-         isCommand = line.find( "<<'END'" ) != std::string::npos;
-      } else if ( isCommand ) {
-         steps.back().command += line + "\n";
-         isCommand = line != "END";
-      } else {
-         steps.back().excerpt += line + "\n";
-      }
-   }
-   return steps;
-}
-
 // What the shell does in the directory, in which there are the examples.
 Outcome
 inDirectory( std::string const& directory, std::string const& command ) {
-   return ostra::shell(
-      "cd '" + directory + "'; ostra() { \"$ostra\" \"$@\"; }\n" + command );
+   return shell( "cd '" + directory + "'; ostra() { \"$ostra\" \"$@\"; }\n" + command );
 }
 
 // The name by which a link finds a heading: "## Time, boot" is "time-boot".
@@ -164,7 +74,7 @@ hasAnchor( std::string const& text, std::string const& anchor ) {
 } // namespace
 
 TEST( Documents, CommandsPrintWhatIsShown ) {
-   ostra::TemporaryDirectory const directory;
+   TemporaryDirectory const directory;
    std::filesystem::create_directory_symlink(
       OSTRA_EXAMPLES, directory.path() + "/examples" );
    int commands = 0;
@@ -184,8 +94,11 @@ TEST( Documents, CommandsPrintWhatIsShown ) {
 
 TEST( Documents, LinksLeadSomewhere ) {
    std::regex const link( R"(\]\(([^)#:]*)(#([^)]*))?\))" );
-   for ( std::string const page :
-         { "README.md", "docs/operation.md", "docs/scenario.md", "docs/host.md" } ) {
+   for ( std::string const page : { "README.md",
+                                    "docs/operation.md",
+                                    "docs/scenario.md",
+                                    "docs/host.md",
+                                    "docs/serve.md" } ) {
       std::string const text = document( page );
       std::filesystem::path const from =
          std::filesystem::path( OSTRA_EXAMPLES "/../" + page ).parent_path();
@@ -193,7 +106,7 @@ TEST( Documents, LinksLeadSomewhere ) {
       EXPECT_NE( begin, std::sregex_iterator() ) << page;
       for ( auto found = begin; found != std::sregex_iterator(); ++found ) {
          std::string const to = ( *found )[ 1 ];
-         std::string const target = to.empty() ? text : ostra::contentOf( from / to );
+         std::string const target = to.empty() ? text : contentOf( from / to );
          EXPECT_TRUE( std::filesystem::exists( from / to ) ) << page << ": " << to;
          if ( ( *found )[ 2 ].matched ) {
             EXPECT_TRUE( hasAnchor( target, ( *found )[ 3 ] ) )
@@ -245,9 +158,8 @@ TEST( Documents, EveryOptionIsExplained ) {
 
 TEST( Documents, EveryMountAndItsAttributesAreExplained ) {
    std::string const text = document( "docs/scenario.md" );
-   auto const state = ostra::jsonLines( ostraRun( "run - --format ndjson", "{}" ).out )
-                         .back()
-                         .at( "state" );
+   auto const state =
+      jsonLines( ostraRun( "run - --format ndjson", "{}" ).out ).back().at( "state" );
    for ( auto const& [ mount, attributes ] : state.items() ) {
       EXPECT_THAT( text, HasSubstr( "`" + mount + "`" ) );
       for ( auto const& [ name, value ] : attributes.items() ) {
@@ -255,3 +167,5 @@ TEST( Documents, EveryMountAndItsAttributesAreExplained ) {
       }
    }
 }
+
+} // namespace ostra

@@ -182,6 +182,28 @@ TEST_F( Serve, AFileThatIsWrongWhenItIsReadAgainChangesNothing ) {
    EXPECT_THAT( outcome.err, HasSubstr( "the configuration stays as it was: " ) );
 }
 
+TEST_F( Serve, SaysWhatWaitsForTheNextStart ) {
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   configure( "  mlagConfig: { reloadDelay: 7 }\n", "", ", { tcp: '127.0.0.1:0' }" );
+   program.signal( SIGHUP );
+   program.signal( SIGTERM );
+   auto const outcome = program.outcome();
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ(
+      outcome.err,
+      "ostra: the configuration was read again\n"
+      "ostra: listen: has changed: it takes effect with the next start\n" );
+}
+
+TEST_F( Serve, SaysNothingOfWhatHasNotChanged ) {
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   program.signal( SIGHUP );
+   program.signal( SIGTERM );
+   EXPECT_EQ( program.outcome().err, "ostra: the configuration was read again\n" );
+}
+
 // What the next start would not take is not taken now.
 TEST_F( Serve, AFileThatCannotBeServedChangesNothing ) {
    RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
