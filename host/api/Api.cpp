@@ -144,7 +144,14 @@ void
 Api::addPorts( http::Server& server ) {
    server.add( get( "/v1/ports", [ this ]( Request const& ) {
       return toldOr( ports_, longestTold, [ this ] {
-         return http::jsonResponse( parts_.ports.all() );
+         bool const isSo = portsVersion_ == parts_.live.version();
+         if ( !isSo ) {
+            portsText_ = parts_.ports.text();
+            portsVersion_ = parts_.live.version();
+         }
+         std::string text = portsText_.at( parts_.live.time().now() );
+         text += '\n';
+         return http::textResponse( "application/json", std::move( text ) );
       } );
    } ) );
    server.add( get( "/v1/ports/**", [ this ]( Request const& request ) {

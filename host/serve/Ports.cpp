@@ -3,6 +3,7 @@
 
 #include <host/serve/Ports>
 
+#include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/serve/WakeUp>
 #include <host/state/MountTable>
@@ -28,37 +29,18 @@ timeJson( double seconds ) {
    return std::isfinite( seconds ) ? toJson( seconds ) : Json();
 }
 
-// Whole milliseconds.
-Json
-remaining( double end, double now ) {
-   return std::isfinite( end )
-      ? toJson( std::max( 0.0, std::round( ( end - now ) * 1000 ) / 1000 ) )
-      : Json();
-}
-
 std::string
-text( Json const& value ) {
+textOf( Json const& value ) {
    return value.is_string() ? value.get< std::string >() : std::string();
 }
 
-// Why the port is as it is, for people.
-std::string
-reasonOf( std::string const& portClass, Json const& hold ) {
-   if ( hold.is_null() ) {
-      return portClass == "peerLink" ? "never held: it is in the peer link"
-         : portClass == "management" ? "never held: it is a management port"
-         : portClass == "internal"   ? "never held: it is an internal port"
-                                     : "not held";
-   }
-   std::string const kind = hold.at( "kind" ) == "errdisable"
-      ? "errdisabled for the MLAG reload delay"
-      : "its port-channel waits in LACP standby for the MLAG reload delay";
-   return hold.at( "until" ).is_null()
-      ? kind + ", which no timer ends"
-      : fmt::format(
-           "{}, {} s left",
-           kind,
-           toJson( std::ceil( secondsOf( hold.at( "remaining" ) ) ) ).dump() );
+// Why it is not held, for people.
+std::string_view
+freedomOf( std::string_view portClass ) {
+   return portClass == "peerLink" ? "never held: it is in the peer link"
+      : portClass == "management" ? "never held: it is a management port"
+      : portClass == "internal"   ? "never held: it is an internal port"
+                                  : "not held";
 }
 
 } // namespace
@@ -88,33 +70,54 @@ Ports::classState( bool isMlag ) const {
                machine_.delay( isMlag ) };
 }
 
-Json
-Ports::hold(
-   OrderKind kind, Json since, Class const& portClass, std::string const& enforced ) const {
-   Enforcement const enforcement = reconciler_.enforcement( enforced );
-   return { { "kind", kind == OrderKind::errdisable ? "errdisable" : "lacpStandby" },
-            { "since", std::move( since ) },
-            { "until", timeJson( portClass.end ) },
-            { "remaining", remaining( portClass.end, live_.time().now() ) },
-            { "enforced", nameOf( enforcement.state ) },
-            { "error", enforcement.error.empty() ? Json() : Json( enforcement.error ) } };
+void
+Ports::tellHold( PortsText& text, Hold const& hold, std::string_view portClass ) const {
+   if ( hold.since.empty() ) {
+      text.add( R"("hold":null,"reason":")" );
+      text.add( freedomOf( portClass ) );
+      text.add( "\"" );
+      return;
+   }
+   Enforcement const enforcement = reconciler_.enforcement( hold.enforced );
+   bool const isErrdisable = hold.kind == OrderKind::errdisable;
+   text.add( fmt::format(
+      R"("hold":{{"kind":"{}","since":{},"until":{},"remaining":)",
+      isErrdisable ? "errdisable" : "lacpStandby",
+      hold.since,
+      timeJson( hold.end ).dump() ) );
+   text.addRemaining( hold.end );
+   text.add( fmt::format(
+      R"(,"enforced":"{}","error":{}}},"reason":"{}, )",
+      nameOf( enforcement.state ),
+      enforcement.error.empty() ? "null" : lineOf( enforcement.error ),
+      isErrdisable ? "errdisabled for the MLAG reload delay"
+                   : "its port-channel waits in LACP standby for the MLAG reload delay" ) );
+   if ( std::isfinite( hold.end ) ) {
+      text.addSecondsLeft( hold.end );
+      text.add( " s left\"" );
+   } else {
+      text.add( "which no timer ends\"" );
+   }
 }
 
-Json
+Ports::Hold
 Ports::holdOf(
-   IntfId id, std::string const& portChannel, bool isMlag, Classes const& classes ) const {
-   auto const since = live_.state( { mount::mlagissuCause, "intfStatus", id.string() } );
+   std::string const& name,
+   std::string const& portChannel,
+   bool isMlag,
+   Classes const& classes ) const {
+   auto const since = live_.state( { mount::mlagissuCause, "intfStatus", name } );
    if ( since ) {
       Class const& portClass = isMlag ? classes.mlag : classes.nonMlag;
-      return hold( OrderKind::errdisable, *since, portClass, id.string() );
+      return { OrderKind::errdisable, since->dump(), portClass.end, name };
    }
    bool const isHeldBack = !portChannel.empty() && isStandby( portChannel );
-   return isHeldBack ? hold(
-                          OrderKind::lacpStandby,
-                          numberAt( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ),
-                          classes.mlag,
-                          portChannel )
-                     : Json();
+   return isHeldBack
+      ? Hold{ OrderKind::lacpStandby,
+              numberAt( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ).dump(),
+              classes.mlag.end,
+              portChannel }
+      : Hold{};
 }
 
 Json
@@ -122,47 +125,62 @@ Ports::numberAt( Path const& path ) const {
    return timeJson( secondsOf( live_.view().at( path ) ) );
 }
 
-Json
-Ports::portJson( IntfId id, Classes const& classes ) const {
+void
+Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
    std::string const name = id.string();
    std::string const portClass = machine_.classOf( id );
    Json const portChannel =
       live_.view().at( { mount::lagInputConfig, "phyIntf", name, "lag" } );
    auto const device = driver_.deviceOf( name );
-   Json held = holdOf( id, text( portChannel ), portClass == "mlag", classes );
-   std::string reason = reasonOf( portClass, held );
-   return {
-      { "interface", name },
-      { "device", device ? Json( *device ) : Json() },
-      { "class", portClass },
-      { "portChannel", portChannel },
-      { "admin",
-        live_.view().at(
-           { mount::ethPhyIntfConfig, "intfConfig", name, "adminEnabledStateLocal" } ) },
-      { "link",
-        live_.view().at( { mount::ethPhyIntfStatus, "intfStatus", name, "linkStatus" } ) },
-      { "hold", std::move( held ) },
-      { "reason", std::move( reason ) }
-   };
+   Json const admin = live_.view().at(
+      { mount::ethPhyIntfConfig, "intfConfig", name, "adminEnabledStateLocal" } );
+   Json const link =
+      live_.view().at( { mount::ethPhyIntfStatus, "intfStatus", name, "linkStatus" } );
+   text.add( fmt::format(
+      R"({{"interface":{},"device":{},"class":"{}","portChannel":{},"admin":{},"link":{},)",
+      lineOf( name ),
+      device ? lineOf( *device ) : "null",
+      portClass,
+      lineOf( portChannel ),
+      admin.dump(),
+      link.dump() ) );
+   tellHold(
+      text,
+      holdOf( name, textOf( portChannel ), portClass == "mlag", classes ),
+      portClass );
+   text.add( "}" );
+}
+
+PortsText
+Ports::text() const {
+   PortsText text;
+   Classes const classes{ classState( true ), classState( false ) };
+   text.add( "[" );
+   std::string_view between;
+   for ( IntfId const id : ids() ) {
+      text.add( between );
+      tell( text, id, classes );
+      between = ",";
+   }
+   text.add( "]" );
+   return text;
 }
 
 Json
 Ports::all() const {
-   Json ports = Json::array();
-   Classes const classes{ classState( true ), classState( false ) };
-   for ( IntfId const id : ids() ) {
-      ports.push_back( portJson( id, classes ) );
-   }
-   return ports;
+   return Json::parse( text().at( live_.time().now() ) );
 }
 
 std::optional< Json >
 Ports::port( std::string const& name ) const {
    bool const isThere = live_.state( { mount::ethPhyIntfStatus, "intfStatus", name } ) ||
       live_.state( { mount::mlagissuCause, "intfStatus", name } );
-   return isThere ? std::optional( portJson(
-                       IntfId( name ), { classState( true ), classState( false ) } ) )
-                  : std::nullopt;
+   if ( !isThere ) {
+      return std::nullopt;
+   }
+   PortsText text;
+   tell( text, IntfId( name ), { classState( true ), classState( false ) } );
+   return Json::parse( text.at( live_.time().now() ) );
 }
 
 Json
@@ -173,7 +191,8 @@ Ports::classJson( bool isMlag ) const {
    return { { "state", state },
             { "start", start ? toJson( *start ) : Json() },
             { "end", timeJson( portClass.end ) },
-            { "remaining", remaining( portClass.end, live_.time().now() ) } };
+            { "remaining",
+              timeJson( remainingSeconds( portClass.end, live_.time().now() ) ) } };
 }
 
 Json
@@ -219,7 +238,7 @@ Ports::isStandby( std::string const& portChannel ) const {
 
 std::string
 Ports::portChannelOf( std::string const& port ) const {
-   return text( live_.view().at( { mount::lagInputConfig, "phyIntf", port, "lag" } ) );
+   return textOf( live_.view().at( { mount::lagInputConfig, "phyIntf", port, "lag" } ) );
 }
 
 } // namespace ostra
