@@ -15,6 +15,7 @@ namespace ostra {
 void
 ClientLine::addCommands() {
    addShow();
+   add( "alarms", "Shows what an operator has to hear of.", "json" );
    add( "watch", "Follows what happens on the live host.", "ndjson" );
    addHistory();
    addPatches();
@@ -165,6 +166,8 @@ bool
 ClientLine::execute( std::string const& command, std::ostream& out ) const {
    if ( command == "show" ) {
       show( out );
+   } else if ( command == "alarms" ) {
+      showAlarms( options(), out );
    } else if ( command == "watch" ) {
       watchLive( options(), out );
    } else if ( command == "history" ) {

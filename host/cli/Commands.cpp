@@ -3,6 +3,7 @@
 
 #include <host/cli/Commands>
 
+#include <host/alarms/RunAlarms>
 #include <host/base/Environment>
 #include <host/base/JsonLine>
 #include <host/base/Words>
@@ -11,6 +12,7 @@
 #include <host/run/Diagnostics>
 #include <host/run/Run>
 #include <host/state/TypeList>
+#include <host/text/TextAlarms>
 
 #include <fmt/format.h>
 
@@ -103,16 +105,18 @@ runScenario( RunOptions const& options, std::ostream& out ) {
       input.scenario().until = options.until;
    }
    ScenarioTime time( input.scenario().startTime );
-   RecordOutput const output = makeOutput(
-      options.format,
-      { .colour = hasColour( options.colour ),
-        .trace = options.trace.has_value(),
-        .width = outputWidth() },
-      out );
+   TextOptions const text{ .colour = hasColour( options.colour ),
+                           .trace = options.trace.has_value(),
+                           .width = outputWidth() };
+   RecordOutput const output = makeOutput( options.format, text, out );
+   RunAlarms alarms( *output.sink );
+   // The stream for programs has no records of alarms.
+   bool const tellsAlarms = options.format == RunFormat::text;
+   RecordSink& sink = tellsAlarms ? alarms : *output.sink;
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
    Diagnostics const diagnostics(
-      *output.sink, [ &time ] { return time.instant(); }, options.trace );
+      sink, [ &time ] { return time.instant(); }, options.trace );
    std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {
@@ -125,8 +129,11 @@ runScenario( RunOptions const& options, std::ostream& out ) {
       }
       return out.good();
    };
-   Run( { input.scenario(), input.mounts(), agent, time, *output.sink, *pacer, settle } )
-      .play();
+   Run( { input.scenario(), input.mounts(), agent, time, sink, *pacer, settle } ).play();
+   if ( tellsAlarms && out.good() ) {
+      TextLines lines( out, Style( text.colour ), text.width );
+      printAlarms( lines, alarms.look( input.mounts(), agent, time ) );
+   }
 }
 
 void

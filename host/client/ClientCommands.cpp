@@ -136,6 +136,18 @@ showLive(
 }
 
 void
+showAlarms( ClientOptions const& options, std::ostream& out ) {
+   auto const host = hostOf( options, "alarms" );
+   Json const alarms = host.get( "/v1/alarms" );
+   if ( options.isJson ) {
+      out << alarms.dump( 2 ) << '\n';
+      return;
+   }
+   Json const now = memberAt( host.get( "/v1/summary" ), { "boot", "time" } );
+   out << alarmsText( alarms, now, Style( options.hasColour ) );
+}
+
+void
 watchLive( ClientOptions const& options, std::ostream& out ) {
    constexpr std::string_view mark = "data: ";
    Style const style( options.hasColour );

@@ -10,13 +10,38 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <vector>
 
 namespace ostra {
 
 namespace {
 
-using Row = std::array< std::string, 6 >;
+template< std::size_t columns >
+using Row = std::array< std::string, columns >;
+
+// A row a line, each column as wide as it has to be; `inkOf` those below the first, which is
+// the head.
+template< std::size_t columns, class InkOf >
+std::string
+tableText( std::vector< Row< columns > > const& rows, Style const& style, InkOf inkOf ) {
+   std::array< std::size_t, columns > widths{};
+   for ( auto const& row : rows ) {
+      for ( std::size_t i = 0; i + 1 < columns; ++i ) {
+         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
+      }
+   }
+   std::string text;
+   for ( auto const& row : rows ) {
+      std::string line;
+      for ( std::size_t i = 0; i < columns; ++i ) {
+         line +=
+            fmt::format( "{:<{}}{}", row[ i ], widths[ i ], i + 1 < columns ? "  " : "" );
+      }
+      text += style( &row == &rows.front() ? Ink::faint : inkOf( row ), line ) + '\n';
+   }
+   return text;
+}
 
 // A text as it is, "-" for nothing, anything else as it would stand in a scenario.
 std::string
@@ -36,7 +61,7 @@ secondsCell( Json const& seconds ) {
    return seconds.is_number() ? fmt::format( "{:.0f} s", number ) : "without end";
 }
 
-Row
+Row< 6 >
 rowOf( Json const& port ) {
    Json const hold = port.value( "hold", Json() );
    bool const isHeld = hold.is_object();
@@ -94,29 +119,34 @@ saying( Json const& record ) {
 
 std::string
 portsText( Json const& ports, Style const& style ) {
-   Row const head = { "port", "class", "port-channel", "held", "remaining", "why" };
-   std::vector< Row > rows = { head };
+   std::vector< Row< 6 > > rows = {
+      { "port", "class", "port-channel", "held", "remaining", "why" }
+   };
    for ( Json const& port : ports ) {
       rows.push_back( rowOf( port ) );
    }
-   std::array< std::size_t, 6 > widths{};
-   for ( Row const& row : rows ) {
-      for ( std::size_t i = 0; i + 1 < row.size(); ++i ) {
-         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
-      }
+   return tableText( rows, style, []( Row< 6 > const& row ) {
+      return row[ 3 ] == "-" ? Ink::plain : Ink::held;
+   } );
+}
+
+std::string
+alarmsText( Json const& alarms, Json const& now, Style const& style ) {
+   if ( alarms.empty() ) {
+      return "no alarms\n";
    }
-   std::string text;
-   for ( Row const& row : rows ) {
-      std::string line;
-      for ( std::size_t i = 0; i < row.size(); ++i ) {
-         line += fmt::format(
-            "{:<{}}{}", row[ i ], widths[ i ], i + 1 < row.size() ? "  " : "" );
-      }
-      bool const isHead = &row == &rows.front();
-      Ink const ink = isHead ? Ink::faint : row[ 3 ] == "-" ? Ink::plain : Ink::held;
-      text += style( ink, line ) + '\n';
+   std::vector< Row< 5 > > rows = {
+      { "interface", "alarm", "for", "what is wrong", "what ends it" }
+   };
+   for ( Json const& alarm : alarms ) {
+      double const since = secondsOf( alarm.value( "since", Json() ) );
+      rows.push_back( { cell( alarm.value( "interface", Json() ) ),
+                        cell( alarm.value( "kind", Json() ) ),
+                        fmt::format( "{:.0f} s", secondsOf( now ) - since ),
+                        cell( alarm.value( "text", Json() ) ),
+                        cell( alarm.value( "ending", Json() ) ) } );
    }
-   return text;
+   return tableText( rows, style, []( Row< 5 > const& ) { return Ink::alarm; } );
 }
 
 std::string
@@ -132,6 +162,17 @@ summaryText( Json const& summary, Style const& style ) {
       cell( counts.value( "errdisabled", Json() ) ),
       cell( counts.value( "lacpStandby", Json() ) ) );
    text += fmt::format( "{:<16}{}\n", "driver", cell( driver.value( "name", Json() ) ) );
+   std::int64_t alarms = 0;
+   Json const alarmCounts = summary.value( "alarms", Json::object() );
+   for ( Json const& count : alarmCounts ) {
+      alarms += count.is_number() ? count.get< std::int64_t >() : 0;
+   }
+   if ( alarms != 0 ) {
+      text += style(
+                 Ink::alarm,
+                 fmt::format( "{:<16}{}, which `ostra alarms` shows", "alarms", alarms ) ) +
+         '\n';
+   }
    Json const store = summary.value( "store", Json::object() );
    if ( std::string const problem = store.value( "problem", "" ); !problem.empty() ) {
       text +=

@@ -104,6 +104,28 @@ TEST_F( Serve, GoesOnWithTheDelayAlsoWhenItIsKilledAtOnce ) {
    EXPECT_EQ( program.outcome().status, 0 );
 }
 
+TEST_F( Serve, SaysAndTellsItsAlarms ) {
+   configure( R"(  mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1,
+      peerAddress: 10.0.0.2, peerLinkIntf: Port-Channel1, reloadDelay: .inf }
+  ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } }
+)" );
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   std::string shown;
+   for ( int tries = 0; tries < 200 && !shown.starts_with( "interface" ); ++tries ) {
+      shown = ostraRun( "alarms --socket " + socket() ).out;
+   }
+   EXPECT_THAT( shown, HasSubstr( "\nEthernet1  heldWithoutEnd  " ) );
+   program.signal( SIGTERM );
+   ostra::Outcome const outcome = program.outcome();
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ(
+      outcome.err,
+      "ostra: alarm raised: heldWithoutEnd Ethernet1: errdisabled for a delay without an "
+      "end; "
+      "what ends it: `ostra release Ethernet1`; `ostra why Ethernet1` says what else\n" );
+}
+
 TEST_F( Serve, AWrongFileIsRefusedBeforeAnythingHappens ) {
    configure( "  mlagConfig: { reloadDelay: soon }\n" );
    auto const outcome = ostraRun( "serve --config " + config );

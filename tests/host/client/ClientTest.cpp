@@ -179,6 +179,37 @@ TEST( Client, ShowsThePortsAndTheSummary ) {
    EXPECT_NE( summary.find( "ports           3, 3 errdisabled" ), summary.npos ) << summary;
 }
 
+TEST( Client, ShowsTheAlarms ) {
+   LiveApi api;
+   auto const shown = [ &api ]( bool isJson = false ) {
+      return saidBy( api, [ isJson ]( ClientOptions options, auto& out ) {
+         options.isJson = isJson;
+         showAlarms( options, out );
+      } );
+   };
+   EXPECT_EQ( shown(), "no alarms\n" );
+   api.alarms.update(
+      { { AlarmKind::notHeld, "Ethernet1", "not held", "an end" },
+        { AlarmKind::heldWithoutEnd,
+          "Ethernet3/1",
+          "held",
+          "`ostra release Ethernet3/1`" } },
+      Milliseconds( 1000 ) );
+   api.clock.time += Milliseconds( 95'000 );
+   EXPECT_EQ(
+      shown(),
+      "interface    alarm           for   what is wrong  what ends it\n"
+      "Ethernet1    notHeld         95 s  not held       an end\n"
+      "Ethernet3/1  heldWithoutEnd  95 s  held           `ostra release Ethernet3/1`\n" );
+   EXPECT_EQ( Json::parse( shown( true ) ), api.json( "/v1/alarms" ) );
+   std::string const summary = saidBy( api, []( auto const& options, auto& out ) {
+      showLive( options, Shown::summary, "", out );
+   } );
+   EXPECT_NE(
+      summary.find( "alarms          2, which `ostra alarms` shows\n" ), summary.npos )
+      << summary;
+}
+
 TEST( Client, ReleasesPortsByHand ) {
    LiveApi api;
    EXPECT_EQ(

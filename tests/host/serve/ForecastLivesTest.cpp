@@ -5,6 +5,7 @@
 // same patch is applied to it and the time goes on.
 
 #include "LiveProcess"
+#include "RandomLife"
 
 #include <host/run/NdjsonSink>
 #include <host/serve/Forecast>
@@ -14,114 +15,20 @@
 #include <fmt/format.h>
 
 #include <cmath>
-#include <random>
 
 #include <event2/event.h>
 
 using ostra::asLines;
+using ostra::Dice;
 using ostra::Forecasts;
 using ostra::Json;
 using ostra::LiveProcess;
 using ostra::Milliseconds;
 using ostra::RecordOutput;
 using ostra::reloadedSwitch;
+using ostra::somePatch;
 
 namespace {
-
-class Dice {
- public:
-   explicit Dice( unsigned seed ) : random_( seed ) {}
-
-   unsigned below( unsigned n ) {
-      return std::uniform_int_distribution< unsigned >( 0, n - 1 )( random_ );
-   }
-   bool isLucky() { return below( 2 ) == 0; }
-   template< class Any, std::size_t count >
-   Any const& of( Any const ( &all )[ count ] ) {
-      return all[ below( count ) ];
-   }
-
- private:
-   std::mt19937 random_;
-};
-
-std::string
-port( Dice& dice ) {
-   return fmt::format( "Ethernet{}", 1 + dice.below( 5 ) );
-}
-
-std::string
-portChannel( Dice& dice ) {
-   static char const* const names[] = { "Port-Channel1",
-                                        "Port-Channel10",
-                                        "Port-Channel20" };
-   return dice.of( names );
-}
-
-Json
-delay( Dice& dice ) {
-   static Json const delays[] = { 0, 5, 12, 20, 37.5, 40, "inf" };
-   return dice.of( delays );
-}
-
-// One that clients may make; several of them are one patch.
-Json
-change( Dice& dice ) {
-   static char const* const systemIds[] = { "02:00:00:00:00:01", "02:00:00:00:00:02" };
-   std::string const ethernet = port( dice );
-   std::string const lag = portChannel( dice );
-   switch ( dice.below( 14 ) ) {
-   case 0:
-   case 1:
-      return { { "mlagStatus", { { "mlagState", dice.below( 5 ) } } } };
-   case 2:
-      return { { "mlagProtoStatus", { { "holdInSecondary", dice.isLucky() } } } };
-   case 3:
-      return { { "mlagConfig", { { "reloadDelay", delay( dice ) } } } };
-   case 4:
-      return { { "mlagConfig",
-                 { { "reloadDelayNonMlagConfigured", dice.isLucky() },
-                   { "reloadDelayNonMlag", delay( dice ) } } } };
-   case 5:
-      return { { "mlagConfig", { { "enabled", dice.below( 4 ) != 0 } } } };
-   case 6:
-      return { { "mlagConfig", { { "lacpStandby", dice.isLucky() } } } };
-   case 7:
-      return { { "mlagStatus", { { "systemId", dice.of( systemIds ) } } } };
-   case 8:
-      return { { "lacpOverride",
-                 { { "lagIdConfig", { { lag, dice.of( systemIds ) } } } } } };
-   case 9:
-      return { { "lagInputConfig",
-                 { { "phyIntf", { { ethernet, { { "lag", lag }, { "mode", 2 } } } } } } } };
-   case 10:
-      return { { "ethPhyIntfStatus",
-                 { { "intfStatus",
-                     { { ethernet, dice.isLucky() ? Json() : Json::object() } } } } } };
-   case 11:
-      return { { "mlagissuCause", { { "intfStatus", { { ethernet, nullptr } } } } } };
-   case 12:
-      return {
-         { "ethPhyIntfConfig",
-           { { "intfConfig",
-               { { ethernet, { { "adminEnabledStateLocal", dice.below( 3 ) } } } } } } }
-      };
-   default:
-      return {
-         { "lagInputIntfStatus",
-           { { "intfStatus", { { lag, { { "linkStatus", dice.below( 3 ) } } } } } } }
-      };
-   }
-}
-
-Json
-somePatch( Dice& dice ) {
-   Json patch = Json::object();
-   for ( unsigned left = 1 + dice.below( 3 ); left > 0; --left ) {
-      patch.update( change( dice ), true );
-   }
-   return patch;
-}
 
 // What both tell of: time from there in milliseconds, and the record.
 std::vector< std::string >
