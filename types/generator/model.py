@@ -3,9 +3,8 @@
 
 """Finds the types that schemas name, and checks that they can be what they are used as."""
 
-import math
-
-from schema import COLLECTIONS, KINDS, TO_ENTITIES, shown
+from attribute import Attribute, check_unit
+from schema import KINDS, TO_ENTITIES
 
 
 class Type:
@@ -20,6 +19,12 @@ class Type:
 
     def within(self, namespace):
         return self.name if self.namespace == namespace else self.cpp
+
+    @property
+    def measured(self):
+        """Whether it is a number, so that a unit says something."""
+        return self.cpp in MEASURED or self.form == "external" or any(
+            field.measured for _, field, _ in getattr(self, "fields", []))
 
 
 def builtin(cpp, header=None, by_value=True, initial=None, is_key=True):
@@ -39,7 +44,7 @@ BUILTIN = {
     "EthAddr": builtin("Kovel::EthAddr", "Kovel/Traits"),
     "IpAddr": builtin("Kovel::IpAddr", "Kovel/Traits", is_key=False),
 }
-WHOLE = {"unsigned char": (0, 255), "unsigned": (0, 2**32 - 1), "int": (-2**31, 2**31 - 1)}
+MEASURED = ("unsigned char", "unsigned", "int", "double", "Ryx::Seconds")
 
 
 class Declared(Type):
@@ -58,6 +63,11 @@ class Declared(Type):
         machine = declared.get("machine", {})
         self.inputs, self.reactors = machine.get("inputs"), machine.get("reactors")
         self.enumerators = declared.get("enumeration", [])
+
+    def role_place(self, role):
+        """Where the inputs or the reactors of a machine are named."""
+        machine = self.place.of(self.declared, "machine")
+        return machine.of(self.declared["machine"], role)
 
     def link(self, model):
         """Finds what it names. Bases are found for all types before attributes are."""
@@ -107,6 +117,7 @@ class Declared(Type):
         self.check_members()
         if self.form == "structure" and any(t is self for _, t, _ in self.fields):
             raise self.place.error("contains itself")
+        self.check_fields()
         self.check_includes()
 
     @property
@@ -128,12 +139,25 @@ class Declared(Type):
                 reached.add(one)
                 left += one.named
 
+    def check_fields(self):
+        places = self.declared.get("structure", {})
+        for name, a_type, given in self.fields:
+            place = self.place.of(places, name)
+            check_unit(given, a_type.measured, a_type, place)
+            if name == self.name or any(name == t.within(self.namespace)
+                                        for _, t, _ in self.fields):
+                raise place.error(f"{name} is also the name of a type that is used here")
+
     def check_members(self):
-        """No two attributes of it and its bases make one C++ name."""
+        """No two attributes of it and its bases make one C++ name, nor one that each has."""
         seen, made = {self.name.lower(): "the type itself"}, set()
+        for name, what in ((self.inputs, "the structure of its inputs"),
+                           (self.reactors, "the structure of its reactors")):
+            if name:
+                seen[name.lower()] = what
         for one in reversed(self.line_of_bases):
             own = [(one.own_key[0], [one.own_key[0]], one.place)] if one.own_key else []
-            for name, members, place in own + [(a.name, a.members, a.place)
+            for name, members, place in own + [(a.name, a.members + a.callbacks, a.place)
                                                for a in one.attributes]:
                 for member in members:
                     if member.lower() in seen:
@@ -142,106 +166,15 @@ class Declared(Type):
                 seen.update({member.lower(): name for member in members})
                 made.update(members)
         for a in self.attributes:
-            for named in (a.type, a.key):
-                if named and named.namespace == self.namespace and named.name in made:
-                    raise a.place.error(f"the type {named.cpp} is called like a member of this")
+            a.check_taken()
+            for named in (a.type, a.key, a.storage):
+                self.check_hidden(named, made, a.place)
+        for named in (self.base, self.own_key and self.own_key[1]):
+            self.check_hidden(named, made, self.place)
 
-
-class Attribute:
-    def __init__(self, name, declared, owner, model, place):
-        self.name, self.owner, self.place, self.declared = name, owner, place, declared
-        self.kind, self.inert = declared.get("kind", "value"), declared.get("inert", False)
-        self.unit, self.meaning = declared.get("unit"), declared["meaning"]
-        self.flags = declared.get("flags", [])
-        scope, named = owner.schema["namespace"], declared.get("type", "bool")
-        self.key = model.find(declared["key"], scope, place) if "key" in declared else None
-        if self.kind in TO_ENTITIES:
-            by_hand = ("external",) if owner.form == "machine" else ()
-            self.type = model.entity(named, scope, place, by_hand)
-        else:
-            self.type = model.value(named, scope, place, None if self.inert else owner)
-        self.setter = self.find_setter(declared.get("set"))
-        self.storage = model.find(declared["storage"], scope, place) if (
-            "storage" in declared) else None
-        self.initial = self.type.initial if self.kind in ("value", "constant") else None
-        if self.type.form == "enumeration" and self.kind == "value":
-            self.initial = f"{self.type.within(scope)}::{self.type.enumerators[0]}"
-        if "default" in declared:
-            self.initial = self.default(declared["default"])
-        if self.collection and not self.inert:
-            self.check_key()
-
-    @property
-    def collection(self):
-        return self.kind in COLLECTIONS
-
-    @property
-    def Name(self):
-        return self.name[0].upper() + self.name[1:]
-
-    @property
-    def silent(self):
-        return "silent" in self.flags
-
-    @property
-    def members(self):
-        """The C++ names that it makes in its owner."""
-        x, big = self.name, self.Name
-        if self.kind in ("constant", "output"):
-            return [x]
-        if self.kind == "input":
-            return [x, f"{x}Is", f"{x}Del", f"new{big}", f"Ryx{big}"]
-        if not self.collection:
-            return [x, f"{x}Is"]
-        return [x, f"{x}Is", f"{x}Del", f"{x}DelAll", f"{x}Notify", f"{x}Iterator",
-                f"{x}IteratorConst", f"{x}Storage", f"{x}Has", f"{x}Take", f"{x}Put",
-                f"{x}Size", f"{x}Reserve",
-                f"new{big}", f"borrowed{big}", f"Ryx{big}", f"Ryx{big}Iterator"]
-
-    def check_key(self):
-        if not (self.key.is_key or self.key.form == "external"):
-            raise self.place.error(f"{self.key.cpp} cannot be the key of what is stored")
-
-    def check_element(self):
-        if self.kind == "elements" and isinstance(self.type, Declared):
-            name, key = self.type.key
-            if name == "name":
-                raise self.place.error(f"{self.type.cpp} has no key to be found by")
-            if key is not self.key:
-                raise self.place.error(f"the key of {self.type.cpp} is of type {key.cpp}")
-
-    def find_setter(self, field):
-        if field is None:
-            return None
-        fields = dict((name, t) for name, t, _ in getattr(self.type, "fields", []))
-        if list(fields) != [field]:
-            raise self.place.error(f"{field} is not the one field of {self.type.cpp}")
-        return fields[field]
-
-    def default(self, given):
-        cpp = self.type.cpp
-        wrong = self.place.error(f"{shown(given)} cannot be the default of {cpp}")
-        constant = self.owner.declared["attributes"].get(given) if isinstance(given, str) else None
-        if constant and constant.get("kind") == "constant" and (
-                constant.get("type") == self.declared["type"]):
-            return given
-        if self.type.form == "enumeration":
-            if given not in self.type.enumerators:
-                raise wrong
-            return f"{self.type.within(self.owner.namespace)}::{given}"
-        if cpp == "bool" and isinstance(given, bool):
-            return str(given).lower()
-        if cpp in WHOLE and type(given) is int and WHOLE[cpp][0] <= given <= WHOLE[cpp][1]:
-            return str(given) if given != -2**31 else "-2147483647 - 1"
-        if cpp == "Ryx::Seconds" and given == "infinity":
-            return "Ryx::never"
-        if cpp in ("double", "Ryx::Seconds") and type(given) in (int, float) and (
-                math.isfinite(given)):
-            return repr(float(given)) if type(given) is float else f"{given}.0"
-        if cpp == "Ryx::String8" and isinstance(given, str) and given.isprintable():
-            escaped = given.replace("\\", "\\\\").replace('"', '\\"')
-            return f'"{escaped}"'
-        raise wrong
+    def check_hidden(self, named, made, place):
+        if named and named.namespace == self.namespace and named.name in made:
+            raise place.error(f"the type {named.cpp} is called like a member of this")
 
 
 class Model:
@@ -253,11 +186,14 @@ class Model:
         self.declared = []
         for schema in [*others, *schemas]:
             for name, header in schema.get("external", {}).items():
+                if name in self.types and self.types[name].form == "builtin":
+                    raise schema["place"].of(schema["external"], name).error("is built in")
                 self.types[name] = Type(name, header, "external")
         for schema in [*others, *schemas]:
             for name, declared in schema["types"].items():
                 self.add(Declared(name, declared, schema))
         self.check_namespaces([*others, *schemas])
+        self.check_files()
         for one in self.declared:
             one.link(self)
         for one in sorted(self.declared, key=lambda t: t.form == "entity"):
@@ -268,6 +204,8 @@ class Model:
                 attribute.check_element()
 
     def add(self, one):
+        if one.cpp in self.types and self.types[one.cpp].form == "external":
+            raise one.place.error(f"{one.cpp} is external already")
         for other in self.declared:
             if other.cpp.upper() == one.cpp.upper():
                 raise one.place.error(
@@ -276,8 +214,31 @@ class Model:
         self.types[one.cpp] = one
         self.declared.append(one)
 
+    def check_files(self):
+        """No two types, nor the inputs and reactors of machines, have one name or one header."""
+        externals = [t for t in self.types.values() if t.form == "external"]
+        seen = {t.cpp.upper(): f"{t.place.path}:{t.place.line}" for t in self.declared}
+        for one in self.declared:
+            for external in externals:
+                if external.header == one.header:
+                    raise one.place.error(f"is to be written to {one.header}, which is the "
+                                          f"header of the external type {external.cpp}")
+        for one in self.declared:
+            for role, name in one.declared.get("machine", {}).items():
+                cpp, place = f"{one.namespace}::{name}", one.role_place(role)
+                if cpp.upper() in seen:
+                    raise place.error(
+                        f"{cpp} is here a second time, first in {seen[cpp.upper()]}")
+                seen[cpp.upper()] = f"{place.path}:{place.line}"
+                for external in externals:
+                    if external.cpp == cpp or external.header == cpp.replace("::", "/"):
+                        raise place.error(f"{cpp} is external already")
+
     def check_namespaces(self, schemas):
         outermost = {schema["namespace"].split("::")[0] for schema in schemas}
+        enclosing = {"::".join(parts[:n]) for parts in
+                     (schema["namespace"].split("::") for schema in schemas)
+                     for n in range(1, len(parts) + 1)}
         seen = {}
         for schema in schemas:
             name, place = schema["namespace"], schema["place"].of(schema, "namespace")
@@ -288,8 +249,12 @@ class Model:
                 if part in outermost:
                     raise place.error(f"{name} would hide the namespace {part}")
         for one in self.declared:
-            if one.name in outermost or one.cpp in seen:
-                raise one.place.error("there is a namespace of this name")
+            names = [(one.cpp, one.name, one.place)] + [
+                (f"{one.namespace}::{name}", name, one.role_place(role))
+                for role, name in one.declared.get("machine", {}).items()]
+            for cpp, name, place in names:
+                if name in outermost or cpp in enclosing:
+                    raise place.error("there is a namespace of this name")
 
     def find(self, name, scope, place):
         parts = scope.split("::")

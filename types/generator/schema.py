@@ -7,6 +7,8 @@ import re
 
 import yaml
 
+from names import ENTITY, MACHINE, NAME, NAMESPACES, STRUCTURE, TYPE, check_names
+
 # The kinds of attributes with their flags: of an entity, and of a machine.
 KINDS = {
     "value": {"silent", "readOnly"}, "reference": {"silent"}, "contained": {"silent"},
@@ -30,21 +32,6 @@ FORMS = {
     "field": {"type": str, "unit": str, "meaning": str},
 }
 EXPECTED = {str: "text", dict: "a mapping", list: "a list", bool: "true or false"}
-# Words of C++, and what every entity has already.
-CPP = set("""
-   alignas alignof and asm auto bitand bitor bool break case catch char class compl concept
-   const consteval constexpr constinit continue decltype default delete do double else enum
-   explicit export extern false float for friend goto if inline int long mutable namespace new
-   noexcept not nullptr operator or private protected public register requires return short
-   signed sizeof static struct switch template this throw true try typedef typeid typename
-   union unsigned using virtual void volatile while xor EOF NULL assert errno""".split())
-TAKEN = set("""
-   EntityOf Notifiee NotifieeConst attributeString attributes constructor create deliver dispatch
-   elementIs elementNew entryDel entryDelAll entryIs entryPut entryTake fullName fwkKey fwkType
-   fwkTypeName handleParent hasNotificationActive isAncestorOf isNondestructing name
-   notifieeCount notifieeLevel notify parent parentAttr parentAttrId recordNew references self
-   set state uriPath""".split())
-NAME = re.compile(r"[A-Za-z][A-Za-z0-9]*\Z")
 HEADER = re.compile(r"[A-Za-z0-9_./+-]+\Z")
 
 
@@ -139,22 +126,13 @@ def check_form(mapping, form, place):
             check_text(value, place.of(mapping, key))
 
 
-def check_names(names, place, taken=frozenset(), at=None):
-    for name in names:
-        where = at or place.of(names, name)
-        if not NAME.match(name):
-            raise where.error(f"{name or 'nothing'} is no name: letters and digits are expected")
-        if name in CPP or name in taken:
-            raise where.error(f"{name} is taken: every entity has it, or C++ does")
-
-
 def check_attribute(attribute, place, kinds):
     check_form(attribute, "attribute", place)
     kind = attribute.get("kind", "value")
     if kind not in kinds:
         raise place.error(f"{kind} is no kind, expected one of: {', '.join(kinds)}")
     wanted = {"meaning"} | ({"key"} if kind in COLLECTIONS else set()) | (
-        {"type"} if kind != "set" else set())
+        {"type"} if kind != "set" else set()) | ({"default"} if kind == "constant" else set())
     for key in sorted(wanted - set(attribute)):
         raise place.error(f"{key} is missing")
     for key, having in (("key", COLLECTIONS), ("set", ("map",)), ("storage", ("pointers",)),
@@ -166,18 +144,23 @@ def check_attribute(attribute, place, kinds):
         if flag not in kinds[kind]:
             raise place.error(f"{flag} is no flag of the kind {kind}, "
                               f"expected some of: {', '.join(sorted(kinds[kind])) or 'none'}")
+    check_once(attribute.get("flags", ()), place)
     for key in ("flags", "default", "set"):
         if attribute.get("inert") and key in attribute:
             raise place.error(f"is inert, so that it has no {key}")
+
+
+def check_once(names, place):
+    for name in names:
+        if names.count(name) > 1:
+            raise place.error(f"{name} is here a second time")
 
 
 def check_enumeration(names, place):
     if not 1 <= len(names) <= 256:
         raise place.error(f"has {len(names)} enumerators, expected 1 to 256")
     check_names(names, place, at=place)
-    for name in names:
-        if names.count(name) > 1:
-            raise place.error(f"{name} is here a second time")
+    check_once(names, place)
 
 
 def check_machine(declared, place):
@@ -186,7 +169,7 @@ def check_machine(declared, place):
     for key in sorted({"inputs", "reactors"} - set(declared["machine"])):
         raise here.error(f"{key} is missing")
     for key, name in declared["machine"].items():
-        check_names([name], here, TAKEN, here.of(declared["machine"], key))
+        check_names([name], here, TYPE, here.of(declared["machine"], key))
     for name, attribute in declared.get("attributes", {}).items():
         if isinstance(attribute, dict) and attribute.get("inert"):
             raise place.of(declared["attributes"], name).error("nothing is inert in a machine")
@@ -214,8 +197,9 @@ def check_type(declared, place):
         raise place.error("a key has one name and its type, and a type with a base has the base's")
     if "enumeration" in declared:
         check_enumeration(declared["enumeration"], place)
-    for part in ("attributes", "structure", "key"):
-        check_names(declared.get(part, {}), place, TAKEN if part != "structure" else frozenset())
+    for part, taken in (("attributes", MACHINE if "machine" in declared else ENTITY),
+                        ("structure", STRUCTURE), ("key", ENTITY)):
+        check_names(declared.get(part, {}), place, taken)
     for name, named in declared.get("key", {}).items():
         if not isinstance(named, str):
             raise place.of(declared["key"], name).error("a type is expected")
@@ -227,6 +211,15 @@ def check_type(declared, place):
         check_form(field, "field", here)
         for key in sorted({"type", "meaning"} - set(field)):
             raise here.error(f"{key} is missing")
+
+
+def check_namespace(name, place):
+    """A guard is in capitals: one in a namespace ryx would be one of Ryx."""
+    outermost = name.split("::")[0]
+    for known in NAMESPACES:
+        if outermost.upper() == known.upper() and outermost != known:
+            raise place.error(f"{outermost} differs from {known} only in capitals")
+    check_names(name.split("::"), place, NAMESPACES, place)
 
 
 def load(path):
@@ -251,12 +244,13 @@ def read_schema(path):
     for key in ("namespace", "types"):
         if key not in schema:
             raise place.error(f"{key} is missing")
-    check_names(schema["namespace"].split("::"), place, {"Ryx", "Kovel", "std"},
-                place.of(schema, "namespace"))
+    check_namespace(schema["namespace"], place.of(schema, "namespace"))
     for name, header in schema.get("external", {}).items():
+        here = place.of(schema["external"], name)
         if not isinstance(header, str) or not HEADER.match(header):
-            raise place.of(schema["external"], name).error("the header's name is expected")
-    check_names(schema["types"], place, {"Ryx", "Kovel", "std"} | TAKEN)
+            raise here.error("the header's name is expected")
+        check_names(name.split("::"), here, at=here)
+    check_names(schema["types"], place, TYPE)
     for name, declared in schema["types"].items():
         check_type(declared, place.of(schema["types"], name))
     schema["place"] = place
