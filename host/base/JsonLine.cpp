@@ -43,6 +43,14 @@ escaped( std::string const& text ) {
    return result;
 }
 
+// Whether it stands in JSON as it is, between quotes.
+bool
+needsQuotesAlone( std::string const& text ) {
+   return std::all_of( text.begin(), text.end(), []( char c ) {
+      return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
+   } );
+}
+
 std::string
 dumped( Json const& json, int indent ) {
    std::string text = json.dump( indent, ' ', false, Json::error_handler_t::replace );
@@ -54,7 +62,9 @@ dumped( Json const& json, int indent ) {
 
 std::string
 lineOf( Json const& json ) {
-   return dumped( json, -1 );
+   // Names, most of all.
+   auto const* const text = json.get_ptr< std::string const* >();
+   return text && needsQuotesAlone( *text ) ? '"' + *text + '"' : dumped( json, -1 );
 }
 
 std::string

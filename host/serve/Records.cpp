@@ -9,11 +9,20 @@
 
 namespace ostra {
 
+namespace {
+
+// Of a record; there may be more.
+constexpr std::size_t mostMembers = 10;
+
+} // namespace
+
 Json
 Records::head( Milliseconds at ) const {
-   return { { "seq", nextId_ },
-            { "t", toJson( secondsOf( at ) ) },
-            { "time", dateText( time_.date() ) } };
+   Json json = jsonObject( mostMembers );
+   appendMember( json, "seq", nextId_ );
+   appendMember( json, "t", toJson( secondsOf( at ) ) );
+   appendMember( json, "time", dateText( time_.date() ) );
+   return json;
 }
 
 void
