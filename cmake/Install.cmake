@@ -117,6 +117,9 @@ function( mlagostra_install_package )
    # What mlagostra_types() needs.
    file( GLOB schemas CONFIGURE_DEPENDS types/*.yaml )
    install( FILES ${schemas} DESTINATION ${mlagostra_types_dir} COMPONENT Development )
+   # An example of a machine. mlagostra_types() does not look there.
+   install( FILES src-includes/Mlag/MlagErrdisableSm.yaml
+      DESTINATION ${mlagostra_types_dir}/machines COMPONENT Development )
    install( DIRECTORY types/generator DESTINATION ${mlagostra_types_dir}
       COMPONENT Development USE_SOURCE_PERMISSIONS PATTERN generate EXCLUDE )
    install( DIRECTORY examples

@@ -62,7 +62,8 @@ function( mlagostra_types target )
    string( REPLACE "\n" ";" files "${files}" )
 
    # Files that stay as they are keep their times: what was compiled from them stays, too.
-   set( done ${output}/done )
+   # Not the name of a namespace, which could be a directory here.
+   set( done ${output}/.done )
    add_custom_command( OUTPUT ${done} BYPRODUCTS ${files}
       COMMAND ${command}
       COMMAND ${CMAKE_COMMAND} -E touch ${done}

@@ -39,6 +39,10 @@ export PREFIX=$work/prefix CXX=$compiler CXXFLAGS=${flags[*]} CMAKE_GENERATOR=Ni
 bash -e commands >"$work/output" 2>&1 || { cat "$work/output" >&2; exit 1; }
 tail -n "$(wc -l <printed)" "$work/output" | diff printed -
 
+# What is beside the namespaces' directories cannot be one of them.
+[ -z "$(find build/mlagostra-types/optics -maxdepth 1 -type f ! -name '.*')" ] ||
+   fail "a namespace could be called like a file beside it"
+
 # A schema that changed is written again, and one that did not is left alone.
 cmake --build build >"$work/again"
 grep -q "no work to do" "$work/again" || fail "a build with nothing to do does something"
@@ -47,9 +51,15 @@ cmake --build build >/dev/null
 grep -q makerIs build/mlagostra-types/optics/Optics/Transceiver ||
    fail "the schema changed and the header did not"
 
+# The machine that the page sends to gives the header that is installed.
+types=$work/prefix/share/mlagostra/types
+machine=$(sed -n 's|.*`share/mlagostra/types/\(machines/[^`]*\)`.*|\1|p' "$page")
+"$types/generator/mlagostra-types" --output "$work/machine" \
+   $(printf -- '--uses %s ' "$types"/*.yaml) "$types/$machine"
+diff "$work/machine/Mlag/Ostra/SmInputs" "$work/prefix/include/Mlag/Ostra/SmInputs"
+
 # All that a schema can say compiles.
 everything=$source/tests/generator
-types=$work/prefix/share/mlagostra/types
 "$types/generator/mlagostra-types" --output "$work/all" $(printf -- '--uses %s ' "$types"/*.yaml) \
    "$everything/everything.yaml"
 syntax=("$compiler" -std=c++20 -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Werror

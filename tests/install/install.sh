@@ -38,7 +38,8 @@ check_program "$prefix"
    fail "the component Runtime has what only Development needs"
 cmake --install "$build" --prefix "$prefix" --component Development >/dev/null
 for path in lib/lib{Ryx,RyxTypes}.so include/{Ryx/HashMap,Kovel/IntfId,Mlag/Config} \
-   include/{Mlag/MlagErrdisableSm,OstraMlag/OstraMlag}; do
+   include/{Mlag/MlagErrdisableSm,OstraMlag/OstraMlag} \
+   share/mlagostra/types/{Mlag.yaml,machines/MlagErrdisableSm.yaml,generator/mlagostra-types}; do
    expect "$path"
 done
 cmake --install "$build" --prefix "$work/whole" >/dev/null
