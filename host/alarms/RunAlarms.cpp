@@ -39,7 +39,7 @@ RunAlarms::event( Milliseconds at, EventRecord const& record ) {
          takenOut_.insert( port );
       }
    }
-   sink_.event( at, { record.index, [ &patch ] { return patch; } } );
+   sink_.event( at, { record.index, [ &patch ] { return Json( patch ); } } );
 }
 
 void
