@@ -56,10 +56,10 @@ OutputBuffer::sync() {
       }
       // A pipe that takes anything takes that much at once.
       auto const size = std::min< std::ptrdiff_t >( pptr() - next, PIPE_BUF );
-      ssize_t const written =
+      ssize_t const octets =
          ::write( descriptor_, next, static_cast< std::size_t >( size ) );
-      if ( written >= 0 ) {
-         next += written;
+      if ( octets >= 0 ) {
+         next += octets;
       } else if ( errno != EINTR ) {
          error_ = errno;
       }
