@@ -11,13 +11,13 @@ from generated import GENERATOR, Generated
 RYX = GENERATOR.parent.parent / "Ryx"
 
 
-def public_members(header, name):
-    """The functions of a class that everybody can call, as they stand in its header."""
+def public_members(header, name, all_of_them=False):
+    """The functions of a class that everybody can call, or all, as they stand in its header."""
     text = (RYX / header).read_text().split(f"class {name} : public ", 1)[1]
-    found, public = set(), False
+    found, public = set(), all_of_them
     for line in text[:text.index("\n};")].splitlines():
         if re.match(r" (public|protected|private):", line):
-            public = line == " public:"
+            public = all_of_them or line == " public:"
         member = re.match(r"   (?! |//)(?:[\w:<>*&,\[\] ]+ )?[*&]?([a-z]\w*)\(", line)
         if public and member:
             found.add(member.group(1))
@@ -98,6 +98,20 @@ class Names(Generated):
         members = public_members("Entity", "Entity::NotifieeConst") | public_members(
             "Notifiee", "PtrInterface::NotifieeConst")
         self.assertEqual({n for n in members if n.startswith("on")}, names.NOTIFIEE)
+
+    def test_a_type_cannot_be_called_like_a_member_of_a_base_class(self):
+        for header, name in (
+                ("PtrInterface", "PtrInterface"), ("Notifiee", "Notifier"), ("Entity", "Entity"),
+                ("State", "StateOf"), ("State", "EntityOf"), ("Entity", "Entity::NotifieeConst"),
+                ("Notifiee", "PtrInterface::NotifieeConst"), ("Entity", "NotifieeConstOf"),
+                ("Reactor", "ReactorOwnerOf")):
+            members = public_members(header, name, all_of_them=True)
+            members = {n for n in members - {"decltype", "bool"} if "_" not in n}
+            self.assertGreater(len(members), 1, name)
+            self.assertEqual(members - names.TYPE, set(), name)
+        for name in ("watched", "Waiting", "onParent"):
+            self.refused_types(f"{name}: {{ meaning: m, enumeration: [ a ] }}",
+                               f"3: {name}: {name} is taken: the generated code has it")
 
     def refused_attribute_named(self, name, attribute, message):
         self.refused_types(f"""\

@@ -50,8 +50,19 @@ STRUCTURE = set("fields fwkTypeName".split())
 BESIDE_TYPES = set("""
    Call Method Notifier Operation Owner Result Sm Unit call column
    inputs key n out record removed size text unit v value""".split())
+# What else is in the base classes of entities, notifiees and machines, hidden or not: there
+# a type of this name could not be named.
+IN_BASES = set("""
+   NotifieeConstOf NotifierType Waiting abandonParked activityPtr actsm bind bindAs
+   deferredIs flag flagIs handleDefault handleNotification handleNotificationException
+   isDeferred isHeldByMoreThan isRegisteredNotifiee isRegisteredNotifieeIs isStreamAdapter
+   isToBeDeferred isWeakReference isWeakReferenceIs joinAs lastPinnedReferenceDeleted
+   lastReferenceDeleted lastSharedReferenceDeleted leave levelIs link newPinnedReference
+   newSharedReference notifier notifierIs notifierLost park pendingAttributeId pin pinned
+   pinnedState rawNotifier released ryxRawReactor ryxReactor unlink unpark unpin waiting
+   waitsNoMore watched word""".split()) | NOTIFIEE
 NAMESPACES = set("Kovel Ryx std".split())
-TYPE = ENTITY | MACHINE - set("Given Made Stored".split()) | BESIDE_TYPES | NAMESPACES
+TYPE = ENTITY | MACHINE - set("Given Made Stored".split()) | BESIDE_TYPES | IN_BASES | NAMESPACES
 
 
 def who_has(name):
