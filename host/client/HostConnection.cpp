@@ -11,11 +11,14 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <thread>
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -35,6 +38,17 @@ class Descriptor {
    }
    Descriptor( Descriptor const& ) = delete;
    Descriptor& operator=( Descriptor const& ) = delete;
+
+   // How long it waits for the other side.
+   void patienceIs( Milliseconds patience ) const {
+      auto const seconds = std::chrono::duration_cast< std::chrono::seconds >( patience );
+      timeval time{};
+      time.tv_sec = seconds.count();
+      time.tv_usec = std::chrono::microseconds( patience - seconds ).count();
+      for ( int const option : { SO_RCVTIMEO, SO_SNDTIMEO } ) {
+         setsockopt( descriptor_, SOL_SOCKET, option, &time, sizeof time );
+      }
+   }
 
    // False: see errno.
    bool connectTo( std::string const& path ) const {
@@ -82,7 +96,20 @@ struct Head {
    int status;
    // Of the answer, in octets; none where it goes up to the end of the connection.
    std::optional< std::size_t > length;
+   // When to ask again, if it says so.
+   std::optional< std::chrono::seconds > retryAfter;
 };
+
+// The number behind that name.
+std::optional< std::size_t >
+numberIn( std::string_view head, std::string_view name ) {
+   auto const at = head.find( fmt::format( "\r\n{}: ", name ) );
+   if ( at == head.npos ) {
+      return std::nullopt;
+   }
+   constexpr std::size_t around = 4;
+   return std::strtoull( head.data() + at + name.size() + around, nullptr, 10 );
+}
 
 // Taken away from the answer; none when there is not a whole one.
 std::optional< Head >
@@ -92,10 +119,12 @@ takeHead( std::string& answer ) {
    if ( end == answer.npos || !answer.starts_with( version ) ) {
       return std::nullopt;
    }
-   constexpr std::string_view length = "\r\nContent-Length: ";
-   Head head{ std::atoi( answer.c_str() + version.size() ), std::nullopt };
-   if ( auto const at = answer.find( length ); at < end ) {
-      head.length = std::strtoull( answer.c_str() + at + length.size(), nullptr, 10 );
+   std::string_view const text = std::string_view( answer ).substr( 0, end + 2 );
+   Head head{ std::atoi( answer.c_str() + version.size() ),
+              numberIn( text, "Content-Length" ),
+              std::nullopt };
+   if ( auto const seconds = numberIn( text, "Retry-After" ) ) {
+      head.retryAfter = std::chrono::seconds( *seconds );
    }
    answer.erase( 0, end + 4 );
    return head;
@@ -163,7 +192,10 @@ HostConnection::fail( std::string_view why ) const {
 
 void
 HostConnection::failByErrno() const {
-   fail( std::strerror( errno ) );
+   bool const isSilent = errno == EAGAIN;
+   fail(
+      isSilent ? fmt::format( "no answer for {} s", secondsOf( patience_ ) )
+               : std::strerror( errno ) );
 }
 
 void
@@ -188,14 +220,24 @@ HostConnection::refuse( int status, std::string_view body ) const {
       complaint );
 }
 
-std::string
-HostConnection::answerTo( std::string const& request ) const {
+struct HostConnection::Answer {
+   Head head;
+   std::string body;
+};
+
+HostConnection::Answer
+HostConnection::askOnce( std::string const& request ) const {
    Descriptor const connection( socket( AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0 ) );
+   connection.patienceIs( patience_ );
    if ( !connection.connectTo( socket_ ) || !connection.send( request ) ) {
       failByErrno();
    }
    std::string answer;
-   while ( connection.receive( answer ) > 0 ) {}
+   ssize_t count = 0;
+   while ( ( count = connection.receive( answer ) ) > 0 ) {}
+   if ( count == -1 && errno == EAGAIN ) {
+      failByErrno();
+   }
    auto const head = takeHead( answer );
    if ( !head ) {
       fail( "no answer" );
@@ -203,10 +245,24 @@ HostConnection::answerTo( std::string const& request ) const {
    if ( head->length && answer.size() != *head->length ) {
       fail( "half an answer" );
    }
-   if ( head->status != 200 ) {
-      refuse( head->status, answer );
+   return { *head, std::move( answer ) };
+}
+
+// Who is told to ask again later does so.
+std::string
+HostConnection::answerTo( std::string const& request ) const {
+   auto const end = std::chrono::steady_clock::now() + patience_;
+   for ( ;; ) {
+      Answer answer = askOnce( request );
+      if ( answer.head.status == 200 ) {
+         return std::move( answer.body );
+      }
+      auto const wait = answer.head.retryAfter;
+      if ( !wait || std::chrono::steady_clock::now() + *wait > end ) {
+         refuse( answer.head.status, answer.body );
+      }
+      std::this_thread::sleep_for( *wait );
    }
-   return answer;
 }
 
 Json

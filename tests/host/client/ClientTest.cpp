@@ -45,10 +45,11 @@ saidBy( LiveApi& api, Command command ) {
    return said.get();
 }
 
-// What a command makes of an answer that ends there, without where the host should be.
+// What a command makes of such answers, each of which ends there, without where the host
+// should be. Whoever asks more often waits.
 template< class Command >
 std::string
-saidOf( std::string_view answer, Command command ) {
+saidOf( std::vector< std::string_view > const& answers, Command command ) {
    TemporaryDirectory const directory;
    std::string const path = directory.path() + "/socket";
    sockaddr_un address{};
@@ -64,16 +65,23 @@ saidOf( std::string_view answer, Command command ) {
          command( path, out );
       } catch ( Failure const& failure ) {
          std::string_view const what = failure.what();
-         out << what.substr( what.find( path ) + path.size() + 2 );
+         std::size_t const at = what.find( path );
+         out << ( at == what.npos ? what : what.substr( at + path.size() + 2 ) );
       }
       return out.str();
    } );
-   int const connection = accept( listener, nullptr, nullptr );
-   EXPECT_EQ(
-      ::write( connection, answer.data(), answer.size() ), ssize_t( answer.size() ) );
-   shutdown( connection, SHUT_WR );
+   std::vector< int > connections;
+   for ( std::string_view const answer : answers ) {
+      connections.push_back( accept( listener, nullptr, nullptr ) );
+      EXPECT_EQ(
+         ::write( connections.back(), answer.data(), answer.size() ),
+         ssize_t( answer.size() ) );
+      shutdown( connections.back(), SHUT_WR );
+   }
    std::string const text = said.get();
-   close( connection );
+   for ( int const connection : connections ) {
+      close( connection );
+   }
    close( listener );
    return text;
 }
@@ -137,17 +145,41 @@ TEST( Client, AsksTheHostThatTheUserHasStarted ) {
 TEST( Client, TakesNoHalfOfAnAnswer ) {
    EXPECT_EQ(
       saidOf(
-         "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n{}\n",
+         { "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n{}\n" },
          []( std::string const& path, auto& out ) {
             out << HostConnection( "ostra forecast", path ).post( "/v1/forecast", {} );
          } ),
       "half an answer: expected a host that listens there" );
 }
 
+TEST( Client, AsksAgainAHostThatIsBusy ) {
+   std::string_view const busy = "HTTP/1.1 503 Service Unavailable\r\nRetry-After: 0\r\n"
+                                 "Content-Length: 2\r\n\r\n{}";
+   auto const ask = []( std::string const& path, auto& out ) {
+      out << HostConnection( "ostra forecast", path ).post( "/v1/forecast", {} );
+   };
+   EXPECT_EQ(
+      saidOf( { busy, busy, "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}" }, ask ),
+      "{}" );
+   // It says when not to wait for it.
+   std::string_view const full = "HTTP/1.1 503 Service Unavailable\r\nRetry-After: 3600\r\n"
+                                 "Content-Length: 2\r\n\r\n{}";
+   EXPECT_EQ( saidOf( { full }, ask ), "ostra forecast: the host answers 503" );
+}
+
+TEST( Client, WaitsForNoHostThatIsSilent ) {
+   auto const ask = []( std::string const& path, auto& out ) {
+      HostConnection const host( "ostra show", path, Milliseconds( 250 ) );
+      out << host.get( "/v1/summary" );
+   };
+   EXPECT_EQ(
+      saidOf( {}, ask ), "no answer for 0.25 s: expected a host that listens there" );
+}
+
 TEST( Client, WatchesUntilTheHostEndsAndSaysSo ) {
    EXPECT_EQ(
       saidOf(
-         "HTTP/1.1 200 OK\r\n\r\ndata: {}\n",
+         { "HTTP/1.1 200 OK\r\n\r\ndata: {}\n" },
          []( std::string const& path, auto& out ) {
             watchLive( { .socket = path, .isJson = true }, out );
          } ),
