@@ -124,8 +124,7 @@ constexpr char answers[] = R"({
       "description": "In seconds from now; without it, until nothing more would happen." } } }
 })";
 
-// What each record has behind its time, and which of these it may lack. Those of `both` are in
-// forecasts, too.
+// What each record has behind its time. Those of `both` are in forecasts, too.
 constexpr char both[] = R"({
 "write": { "path": { "type": "array", "items": { "type": "string" } },
    "value": { "description": "Null: it is gone." } },
@@ -142,10 +141,22 @@ constexpr char live[] = R"({
    "interface": { "type": "string" },
    "since": { "type": "number" },
    "text": { "type": "string" },
-   "ending": { "type": "string" } }
+   "ending": { "type": "string" } },
+"start": { "boot": { "type": "string" },
+   "isRestart": { "type": "boolean", "description": "In the boot of the host before." } },
+"configuration": {}
 })";
 constexpr char forecast[] = R"({
 "end": { "state": { "$ref": "#/components/schemas/State" } }
+})";
+
+// What some of them may lack.
+constexpr char optional[] = R"({
+"port": { "error": { "type": "string" } },
+"event": {
+   "patch": { "type": "object", "description": "In the history: what a client changed." },
+   "mounts": { "type": "array", "items": { "type": "string" },
+      "description": "In the history, in place of a long patch: what it was in." } }
 })";
 
 constexpr char liveHead[] = R"({
@@ -167,9 +178,7 @@ recordSchema( Json const& head, std::string const& type, Json const& members ) {
    for ( auto const& [ name, schema ] : properties.items() ) {
       required.push_back( name );
    }
-   if ( type == "port" ) {
-      properties[ "error" ] = { { "type", "string" } };
-   }
+   properties.update( Json::parse( optional ).value( type, Json::object() ) );
    return { { "type", "object" },
             { "required", std::move( required ) },
             { "properties", std::move( properties ) } };

@@ -240,6 +240,11 @@ class Service {
             file_ = configFile( options_.config );
          }
          Config config = loadConfig( file_ );
+         if ( config.isEmpty ) {
+            throw Failure(
+               ExitStatus::badInput,
+               fmt::format( "{}: empty: expected {{}} for no configuration", *file_ ) );
+         }
          checkConfig( config );
          std::string token = readToken( config.tokenFile );
          host_.fileIs( config.mounts ? &*config.mounts : nullptr );

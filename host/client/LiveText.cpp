@@ -82,37 +82,84 @@ classText( std::string_view name, Json const& json ) {
       "{:<16}{}{}\n", name, state, isHeld ? ", remaining " + remaining : "" );
 }
 
-// What a record says behind its time.
 std::string
-saying( Json const& record ) {
-   std::string const type = cell( record.value( "type", Json() ) );
-   if ( type == "write" && record.contains( "path" ) && record[ "path" ].is_array() ) {
-      std::string path;
-      for ( Json const& key : record[ "path" ] ) {
-         path += ( path.empty() ? "" : "." ) + cell( key );
-      }
-      Json const value = record.value( "value", Json() );
-      return fmt::format(
-         "{} {}", path, value.is_null() ? "removed" : "= " + oneLine( flowText( value ) ) );
+cellOf( Json const& record, char const* key ) {
+   return cell( record.value( key, Json() ) );
+}
+
+std::string
+writeText( Json const& record ) {
+   std::string path;
+   for ( Json const& key : record.value( "path", Json::array() ) ) {
+      path += ( path.empty() ? "" : "." ) + cell( key );
    }
-   if ( type == "log" ) {
-      return fmt::format( "{}", cell( record.value( "text", Json() ) ) );
-   }
-   if ( type == "alarm" ) {
-      std::string const state = cell( record.value( "state", Json() ) );
-      return fmt::format(
-         "alarm {}: {} {}{}",
-         state,
-         cell( record.value( "kind", Json() ) ),
-         cell( record.value( "interface", Json() ) ),
-         state == "raised" ? ": " + cell( record.value( "text", Json() ) ) : "" );
-   }
-   std::string rest;
+   Json const value = record.value( "value", Json() );
+   return path + ( value.is_null() ? " removed" : " = " + oneLine( flowText( value ) ) );
+}
+
+std::string
+logText( Json const& record ) {
+   return cellOf( record, "text" );
+}
+
+std::string
+alarmText( Json const& record ) {
+   std::string const state = cellOf( record, "state" );
+   return fmt::format(
+      "alarm {}: {} {}{}",
+      state,
+      cellOf( record, "kind" ),
+      cellOf( record, "interface" ),
+      state == "raised" ? ": " + cellOf( record, "text" ) : "" );
+}
+
+// Of a long one only the mounts are told.
+std::string
+changeText( Json const& record ) {
+   char const* const what = record.contains( "patch" ) ? "patch" : "mounts";
+   return fmt::format(
+      "client's change {}: {}", cellOf( record, "index" ), cellOf( record, what ) );
+}
+
+std::string
+startText( Json const& record ) {
+   return record.value( "isRestart", Json() ) == Json( true )
+      ? "the host starts again in the same boot"
+      : "the host starts, in boot " + cellOf( record, "boot" );
+}
+
+std::string
+configurationText( Json const& ) {
+   return "the configuration was read again";
+}
+
+std::string
+otherText( Json const& record ) {
+   std::string text = cellOf( record, "type" );
    for ( auto const& [ key, value ] : record.items() ) {
       bool const isHead = key == "seq" || key == "t" || key == "time" || key == "type";
-      rest += isHead ? "" : fmt::format( " {} {}", key, cell( value ) );
+      text += isHead ? "" : fmt::format( " {} {}", key, cell( value ) );
    }
-   return type + rest;
+   return text;
+}
+
+// What a record says behind its time.
+std::string
+saying( std::string_view type, Json const& record ) {
+   using Text = std::string ( * )( Json const& );
+   static constexpr std::array< std::pair< std::string_view, Text >, 6 > texts = { {
+      { "write", writeText },
+      { "log", logText },
+      { "alarm", alarmText },
+      { "event", changeText },
+      { "start", startText },
+      { "configuration", configurationText },
+   } };
+   auto const known =
+      std::find_if( texts.begin(), texts.end(), [ type ]( auto const& one ) {
+         return one.first == type;
+      } );
+   return known == texts.end() ? otherText( record ) : known->second( record );
 }
 
 } // namespace
@@ -195,7 +242,7 @@ recordText( std::string_view line, Style const& style ) {
    return fmt::format(
       "{}  {}",
       style( Ink::faint, cell( record.value( "time", Json() ) ) ),
-      style( ink, saying( record ) ) );
+      style( ink, saying( type, record ) ) );
 }
 
 } // namespace ostra

@@ -295,8 +295,8 @@ readConfig( Document const& document, Surroundings const& surroundings ) {
                                    "tokenFile", "mounts", "linux",  "history" };
    Config config = defaultConfig( surroundings );
    Item const root( document );
-   // An empty file says nothing.
-   if ( !root.isNull() ) {
+   config.isEmpty = root.isNull();
+   if ( !config.isEmpty ) {
       forEachKey( root, keys, [ &config ]( std::string_view key, Item const& entry ) {
          return readEntry( key, entry, config );
       } );

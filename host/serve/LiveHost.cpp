@@ -47,6 +47,8 @@ LiveHost::start( Document const* file ) {
    driver_.start( loop_, *this );
    wantAll();
    live_.writeListenerIs( [ this ]( WriteRecord const& record ) { want( record ); } );
+   live_.records().add(
+      { { "type", "start" }, { "boot", bootId_ }, { "isRestart", isRestart_ } } );
    live_.start( resumption() );
    if ( before_.contains( "released" ) ) {
       live_.releasedIs( before_.at( "released" ).get< std::set< std::string > >() );
@@ -77,6 +79,7 @@ LiveHost::restore() {
    for ( auto const& [ name, value ] : rows ) {
       live_.rowChanged( rowOfName( name ) );
    }
+   isRestart_ = isSameBoot;
    if ( isSameBoot ) {
       before_ = note;
       Json const& start = note.at( "delayStart" );
@@ -104,6 +107,9 @@ void
 LiveHost::fileIs( Document const* file ) {
    static Document const nothing = parseDocument( "configuration", "{}" );
    live_.fileIs( file ? *file : nothing );
+   if ( isStarted_ ) {
+      live_.records().add( { { "type", "configuration" } } );
+   }
 }
 
 void

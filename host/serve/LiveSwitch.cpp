@@ -78,6 +78,23 @@ defaultOf( Path const& path, RowKey const& row ) {
    return mounts.at( path );
 }
 
+// What a client changes, for whoever asks afterwards; of much of it, in which mounts.
+Json
+changeRecord( Revision revision, Item const& root ) {
+   constexpr std::size_t longestPatch = 4096;
+   Json record = { { "type", "event" }, { "index", revision } };
+   Json patch = toJson( root.node() );
+   if ( root.node().tree().text().size() <= longestPatch ) {
+      record[ "patch" ] = std::move( patch );
+      return record;
+   }
+   record[ "mounts" ] = Json::array();
+   for ( auto const& [ mount, change ] : patch.items() ) {
+      record[ "mounts" ].push_back( mount );
+   }
+   return record;
+}
+
 } // namespace
 
 Document
@@ -168,7 +185,7 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
    passDue();
    if ( by == Owner::client ) {
       ++revision_;
-      records_.event( time_.instant(), { static_cast< std::size_t >( revision_ ), {} } );
+      records_.add( changeRecord( revision_, root ) );
    }
    for ( Change const& change : changes ) {
       if ( isRelease( change ) && by == Owner::client && state( change.path ) ) {

@@ -3,7 +3,12 @@
 
 #include "LiveApi"
 
+#include <Ryx/Activity>
+#include <Ryx/Clock>
+
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace ostra {
 
@@ -28,8 +33,11 @@ socketPath() {
 
 } // namespace
 
-LiveApi::LiveApi()
-      : api( { loop.base(),
+LiveApi::LiveApi() : LiveApi( switchState, Milliseconds( 1000 ) ) {}
+
+LiveApi::LiveApi( std::string const& mounts, Milliseconds start )
+      : clock( start ),
+        api( { loop.base(),
                live,
                ports,
                alarms,
@@ -47,7 +55,7 @@ LiveApi::LiveApi()
                "none",
                "the-boot" } ),
         path( socketPath() ) {
-   live.mounts().apply( Item( parseDocument( "switch", switchState ) ) );
+   live.mounts().apply( Item( parseDocument( "switch", mounts ) ) );
    live.start();
    endTurn();
    loop.turnEnd = [ this ] { endTurn(); };
@@ -57,6 +65,22 @@ LiveApi::LiveApi()
 
 LiveApi::~LiveApi() {
    loop.turnEnd = nullptr;
+}
+
+void
+LiveApi::passTo( Milliseconds end ) {
+   auto const frameworkClock = Ryx::activityManager()->clock();
+   for ( ;; ) {
+      auto const due = firstInstantAt( frameworkClock->nextTimeMin() );
+      bool const isLast = !due || *due > end;
+      clock.time = isLast ? end : std::max( clock.time, *due );
+      time.refresh();
+      frameworkClock->handleTime();
+      endTurn();
+      if ( isLast ) {
+         return;
+      }
+   }
 }
 
 void

@@ -227,6 +227,22 @@ TEST_F( Serve, SaysNothingOfWhatHasNotChanged ) {
 }
 
 // What the next start would not take is not taken now.
+// Whoever writes a file anew empties it first.
+TEST_F( Serve, AFileThatIsEmptyChangesNothing ) {
+   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+   ASSERT_TRUE( program.hasWritten() );
+   std::ofstream( config ) << "# soon\n";
+   program.signal( SIGHUP );
+   program.signal( SIGTERM );
+   auto const outcome = program.outcome();
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT(
+      outcome.err,
+      HasSubstr(
+         "the configuration stays as it was: " + config +
+         ": empty: expected {} for no configuration" ) );
+}
+
 TEST_F( Serve, AFileThatCannotBeServedChangesNothing ) {
    RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
    ASSERT_TRUE( program.hasWritten() );

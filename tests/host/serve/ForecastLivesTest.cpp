@@ -27,27 +27,9 @@ using ostra::Milliseconds;
 using ostra::RecordOutput;
 using ostra::reloadedSwitch;
 using ostra::somePatch;
+using ostra::told;
 
 namespace {
-
-// What both tell of: time from there in milliseconds, and the record.
-std::vector< std::string >
-told( std::vector< Json > const& records, Milliseconds from ) {
-   std::vector< std::string > told;
-   for ( Json record : records ) {
-      std::string const type = record.at( "type" );
-      if ( type != "write" && type != "log" && type != "event" ) {
-         continue;
-      }
-      double const at = record.at( "t" ).get< double >() * 1000;
-      for ( char const* key : { "t", "seq", "time", "index" } ) {
-         record.erase( key );
-      }
-      told.push_back(
-         fmt::format( "{} {}", std::llround( at ) - from.count(), record.dump() ) );
-   }
-   return told;
-}
 
 void
 playLife( unsigned seed ) {

@@ -219,7 +219,34 @@ TEST_F( Live, ARecordHasItsNumberTheClocksTimeAndTheDate ) {
    EXPECT_EQ(
       process.history().back().dump(),
       R"({"seq":)" + std::to_string( process.history().size() ) +
-         R"(,"t":2.5,"time":"1970-01-01T00:00:02.500Z","type":"event","index":1})" );
+         R"(,"t":2.5,"time":"1970-01-01T00:00:02.500Z","type":"event","index":1,"patch":{"mlagConfig":{"domainId":"a"}}})" );
+}
+
+TEST_F( Live, ARecordSaysWhatAClientHasChangedAndOfMuchInWhichMounts ) {
+   process.start();
+   process.patch( R"({"mlagConfig": {"domainId": "a"}})" );
+   process.patch( R"("b")", { "mlagConfig", "domainId" } );
+   std::string const longName( 4096, 'c' );
+   process.patch(
+      R"({"mlagConfig": {"domainId": ")" + longName +
+      R"("}, "mlagStatus": {"mlagState": 3}})" );
+   auto const changes = ostra::ofType( process.history(), "event" );
+   ASSERT_THAT( changes, SizeIs( 3 ) );
+   EXPECT_EQ( changes[ 0 ][ "patch" ].dump(), R"({"mlagConfig":{"domainId":"a"}})" );
+   EXPECT_EQ( changes[ 1 ][ "patch" ].dump(), R"({"mlagConfig":{"domainId":"b"}})" );
+   EXPECT_FALSE( changes[ 2 ].contains( "patch" ) );
+   EXPECT_EQ( changes[ 2 ][ "mounts" ].dump(), R"(["mlagConfig","mlagStatus"])" );
+}
+
+TEST_F( Live, RecordsSayWhenTheHostStartedAndReadItsFileAgain ) {
+   process.start();
+   EXPECT_EQ( process.history().front().at( "type" ), "start" );
+   EXPECT_EQ( process.history().front().at( "boot" ), "boot 1" );
+   EXPECT_EQ( process.history().front().at( "isRestart" ), false );
+   auto const next = ostra::parseDocument( "next.yaml", "{}" );
+   process.host().fileIs( &next );
+   process.turn();
+   EXPECT_EQ( process.history().back().at( "type" ), "configuration" );
 }
 
 TEST_F( Live, APortSaysWhatItIsAndUntilWhenItIsHeld ) {

@@ -308,6 +308,20 @@ TEST_F( Restart, NumbersOfRecordsAndRevisionsGoOn ) {
    EXPECT_EQ( revision, 3 );
 }
 
+TEST_F( Restart, IsToldInHistory ) {
+   std::vector< Json > starts;
+   for ( char const* boot : { "boot 1", "boot 1", "boot 2" } ) {
+      LiveProcess process( state(), clock, driver, boot );
+      process.start();
+      starts = ostra::ofType( process.history(), "start" );
+   }
+   ASSERT_EQ( starts.size(), 3U );
+   EXPECT_EQ( starts[ 0 ][ "isRestart" ], false );
+   EXPECT_EQ( starts[ 1 ][ "isRestart" ], true );
+   EXPECT_EQ( starts[ 2 ][ "isRestart" ], false );
+   EXPECT_EQ( starts[ 2 ][ "boot" ], "boot 2" );
+}
+
 TEST_F( Restart, SettingTheDateChangesNothing ) {
    LiveProcess process( state(), clock, driver );
    process.start( reloadedSwitch( role( 2, true ) ) );
