@@ -30,6 +30,7 @@ AlarmBoard::update( std::vector< Alarm > found, Milliseconds at ) {
    }
    std::copy( before, alarms_.end(), std::back_inserter( changes.cleared ) );
    alarms_ = std::move( found );
+   ++version_;
    return changes;
 }
 

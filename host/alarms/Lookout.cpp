@@ -150,10 +150,19 @@ class Eye {
             { portChannel.string(),
               "IGMP snooping is forced, no member is held, and its link will not end that",
               found == member.end()
-                 ? "give it an MLAG id that it has not, and take that away"
+                 ? endingByMlagId( portChannel )
                  : fmt::format(
                       "shut {} down and enable it again", found->second.string() ) } );
       }
+   }
+
+   // The plug-in looks at it again when its MLAG id goes.
+   std::string endingByMlagId( IntfId portChannel ) const {
+      std::string const name = portChannel.string();
+      bool const hasId = !state_.at( { mount::mlagConfig, "intfConfig", name } ).is_null();
+      return hasId
+         ? fmt::format( "take mlagConfig.intfConfig.{} away and give it back", name )
+         : "give it an entry in mlagConfig.intfConfig, and take that away";
    }
 
    StateView const& state_;

@@ -186,11 +186,15 @@ Api::summary() const {
 void
 Api::addAlarms( http::Server& server ) {
    server.add( get( "/v1/alarms", [ this ]( Request const& ) {
-      Json json = Json::array();
-      for ( Alarm const& alarm : parts_.alarms.alarms() ) {
-         json.push_back( toJson( alarm ) );
+      if ( alarmsVersion_ != parts_.alarms.version() ) {
+         Json json = Json::array();
+         for ( Alarm const& alarm : parts_.alarms.alarms() ) {
+            json.push_back( toJson( alarm ) );
+         }
+         alarms_ = http::jsonResponse( json );
+         alarmsVersion_ = parts_.alarms.version();
       }
-      return http::jsonResponse( json );
+      return alarms_;
    } ) );
 }
 

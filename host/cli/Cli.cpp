@@ -86,7 +86,7 @@ class CommandLine {
       } else if ( command == "types" ) {
          listTypes( types_, out );
       } else if ( command == "serve" ) {
-         serve( serve_, out, std::cerr );
+         serve( serve_, out );
       } else if ( !client_.execute( command, out ) ) {
          refuse( "ostra", "nothing to do", expectedCommand );
       }

@@ -4,6 +4,7 @@
 #include <host/cli/Serve>
 
 #include <host/api/Api>
+#include <host/cli/ErrorLines>
 #include <host/http/Server>
 #include <host/serve/AlarmWatch>
 #include <host/serve/Config>
@@ -20,6 +21,7 @@
 #include <memory>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace ostra {
 
@@ -105,10 +107,9 @@ hostOptions( Config const& config ) {
 
 class Service {
  public:
-   Service( ServeOptions const& options, Config config, std::ostream& err )
+   Service( ServeOptions const& options, Config config )
          : options_( options ),
            config_( std::move( config ) ),
-           err_( err ),
            plugin_( options.plugin ),
            time_( clock_ ),
            loop_( time_ ),
@@ -213,9 +214,7 @@ class Service {
       server_.listen( std::move( socket ) );
    }
 
-   void say( std::string const& line ) {
-      err_ << oneLine( fmt::format( "ostra: {}", line ) ) << '\n' << std::flush;
-   }
+   void say( std::string const& line ) { errors_.say( line ); }
 
    // Once when it begins, and once when it is over; and what the store finds meanwhile.
    void sayProblem() {
@@ -278,7 +277,7 @@ class Service {
    // Once there is one it has to be there.
    std::optional< std::string > file_ = configFile( options_.config );
    Config const config_;
-   std::ostream& err_;
+   ErrorLines errors_{ STDERR_FILENO };
    Plugin plugin_;
    BootClock clock_;
    LiveTime time_;
@@ -300,7 +299,7 @@ class Service {
 } // namespace
 
 void
-serve( ServeOptions const& options, std::ostream& out, std::ostream& err ) {
+serve( ServeOptions const& options, std::ostream& out ) {
    Config config = loadConfig( options.config );
    checkConfig( config );
    if ( options.isCheck ) {
@@ -308,7 +307,7 @@ serve( ServeOptions const& options, std::ostream& out, std::ostream& err ) {
          "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );
       return;
    }
-   Service( options, std::move( config ), err ).run( out );
+   Service( options, std::move( config ) ).run( out );
 }
 
 void

@@ -115,6 +115,26 @@ TEST( RunAlarms, AreThoseOfTheSwitchAtTheEndAndAreGoneAfterWhatEndsThem ) {
       ElementsAre( "snoopingWithoutPort Port-Channel11" ) );
 }
 
+// What somebody does by its words takes nothing away for good.
+TEST( RunAlarms, ProposeToGiveBackAnMlagIdThatIsTakenAway ) {
+   std::string const text =
+      readFile( fmt::format( "{}/snooping-stays-forced.yaml", OSTRA_EXAMPLES ) ).text +
+      "  - { at: 320, lagInputConfig: { phyIntf: { Ethernet5: null } } }\n";
+   auto const alarms = playAlarms( text ).alarms;
+   ASSERT_EQ( alarms.size(), 2U );
+   EXPECT_EQ( alarms[ 1 ].interface, "Port-Channel12" );
+   EXPECT_EQ(
+      alarms[ 1 ].ending,
+      "take mlagConfig.intfConfig.Port-Channel12 away and give it back" );
+   std::string const away =
+      "  - { at: 330, mlagConfig: { intfConfig: { Port-Channel12: null } } }\n";
+   std::string const back = "  - { at: 331, mlagConfig: { intfConfig: { Port-Channel12: { "
+                            "mlagId: \"12\" } } } }\n";
+   EXPECT_THAT(
+      playAlarms( text + away + back ).names(),
+      ElementsAre( "snoopingWithoutPort Port-Channel11" ) );
+}
+
 TEST( RunAlarms, AreNotRaisedByWhatEndsByItself ) {
    for ( char const* name : { "restart-after-delay",
                               "late-system-id",
