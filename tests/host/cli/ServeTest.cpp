@@ -39,6 +39,16 @@ class Serve : public testing::Test {
                               << mounts;
    }
    std::string socket() const { return directory_.path() + "/socket"; }
+   // Of one that serves, reads its file again behind that change, and is told to end.
+   template< class Change >
+   ostra::Outcome outcomeOfReading( Change change ) {
+      RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
+      EXPECT_TRUE( program.hasWritten() );
+      change();
+      program.signal( SIGHUP );
+      program.signal( SIGTERM );
+      return program.outcome();
+   }
    // Of a signal that comes when it serves.
    ostra::Outcome outcomeOf( int signal ) {
       RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
@@ -194,23 +204,16 @@ TEST_F( Serve, APortThatBecomesFreeIsListenedTo ) {
 }
 
 TEST_F( Serve, AFileThatIsWrongWhenItIsReadAgainChangesNothing ) {
-   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
-   ASSERT_TRUE( program.hasWritten() );
-   configure( "  mlagConfig: { reloadDelay: soon }\n" );
-   program.signal( SIGHUP );
-   program.signal( SIGTERM );
-   auto const outcome = program.outcome();
+   auto const outcome =
+      outcomeOfReading( [ & ] { configure( "  mlagConfig: { reloadDelay: soon }\n" ); } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.err, HasSubstr( "the configuration stays as it was: " ) );
 }
 
 TEST_F( Serve, SaysWhatWaitsForTheNextStart ) {
-   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
-   ASSERT_TRUE( program.hasWritten() );
-   configure( "  mlagConfig: { reloadDelay: 7 }\n", "", ", { tcp: '127.0.0.1:0' }" );
-   program.signal( SIGHUP );
-   program.signal( SIGTERM );
-   auto const outcome = program.outcome();
+   auto const outcome = outcomeOfReading( [ & ] {
+      configure( "  mlagConfig: { reloadDelay: 7 }\n", "", ", { tcp: '127.0.0.1:0' }" );
+   } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_EQ(
       outcome.err,
@@ -219,22 +222,13 @@ TEST_F( Serve, SaysWhatWaitsForTheNextStart ) {
 }
 
 TEST_F( Serve, SaysNothingOfWhatHasNotChanged ) {
-   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
-   ASSERT_TRUE( program.hasWritten() );
-   program.signal( SIGHUP );
-   program.signal( SIGTERM );
-   EXPECT_EQ( program.outcome().err, "ostra: the configuration was read again\n" );
+   EXPECT_EQ( outcomeOfReading( [] {} ).err, "ostra: the configuration was read again\n" );
 }
 
-// What the next start would not take is not taken now.
 // Whoever writes a file anew empties it first.
 TEST_F( Serve, AFileThatIsEmptyChangesNothing ) {
-   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
-   ASSERT_TRUE( program.hasWritten() );
-   std::ofstream( config ) << "# soon\n";
-   program.signal( SIGHUP );
-   program.signal( SIGTERM );
-   auto const outcome = program.outcome();
+   auto const outcome =
+      outcomeOfReading( [ & ] { std::ofstream( config ) << "# soon\n"; } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT(
       outcome.err,
@@ -243,13 +237,11 @@ TEST_F( Serve, AFileThatIsEmptyChangesNothing ) {
          ": empty: expected {} for no configuration" ) );
 }
 
+// What the next start would not take is not taken now.
 TEST_F( Serve, AFileThatCannotBeServedChangesNothing ) {
-   RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
-   ASSERT_TRUE( program.hasWritten() );
-   configure( "  mlagConfig: { reloadDelay: 7 }\n", "bootId: /nowhere/to/be/found\n" );
-   program.signal( SIGHUP );
-   program.signal( SIGTERM );
-   auto const outcome = program.outcome();
+   auto const outcome = outcomeOfReading( [ & ] {
+      configure( "  mlagConfig: { reloadDelay: 7 }\n", "bootId: /nowhere/to/be/found\n" );
+   } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_THAT( outcome.err, HasSubstr( "the configuration stays as it was: " ) );
    EXPECT_THAT( outcome.err, HasSubstr( "/nowhere/to/be/found" ) );
