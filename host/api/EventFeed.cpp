@@ -3,12 +3,12 @@
 
 #include <host/api/EventFeed>
 
+#include <host/api/Requests>
 #include <host/base/Failure>
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 #include <optional>
 #include <utility>
@@ -22,20 +22,6 @@ namespace {
 constexpr std::size_t recentRecords = 4096;
 // Of one piece of a stream.
 constexpr std::size_t recordsAtOnce = 256;
-
-std::optional< std::int64_t >
-idOf( std::string const& text ) {
-   std::int64_t id = 0;
-   char const* const end = text.data() + text.size();
-   auto const [ rest, error ] = std::from_chars( text.data(), end, id );
-   bool const isId = error == std::errc() && rest == end && id >= 0;
-   return isId ? std::optional( id ) : std::nullopt;
-}
-
-http::Problem
-idProblem( std::string_view where, std::string const& text ) {
-   return { 400, std::string( where ), inQuotes( text ), "a whole number from 0" };
-}
 
 } // namespace
 
@@ -108,12 +94,17 @@ EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
    std::string const* const seen = request.header( "last-event-id" );
    std::string const* const asked = seen ? seen : request.parameter( "since" );
    if ( asked && !asked->empty() ) {
-      auto const id = idOf( *asked );
-      if ( !id ) {
-         reply.send( idProblem( seen ? "Last-Event-ID" : "since", *asked ) );
+      // Whoever waited behind the newest one would hear nothing for a long time.
+      auto const id = wholeNumberOf( *asked );
+      if ( !id || *id > last() ) {
+         reply.send( http::Problem{ 400,
+                                    seen ? "Last-Event-ID" : "since",
+                                    inQuotes( *asked ),
+                                    id ? fmt::format( "at most {}, the newest", last() )
+                                       : wholeNumber } );
          return;
       }
-      since = std::min( *id, last() );
+      since = *id;
    }
    // Without records nobody is woken, so that those that have ended go here.
    std::erase_if( streams_, []( http::Reply const& open ) { return !open.isOpen(); } );
@@ -143,12 +134,8 @@ EventFeed::history( http::Request const& request, http::Reply const& reply ) {
    char const* const names[] = { "since", "limit" };
    for ( std::size_t i = 0; i < std::size( names ); ++i ) {
       if ( std::string const* const text = request.parameter( names[ i ] ) ) {
-         auto const number = idOf( *text );
-         if ( !number ) {
-            reply.send( idProblem( names[ i ], *text ) );
-            return;
-         }
-         numbers[ i ] = *number;
+         // What is none has been refused.
+         numbers[ i ] = wholeNumberOf( *text ).value_or( numbers[ i ] );
       }
    }
    // What comes after the request is no history.

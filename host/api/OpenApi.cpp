@@ -163,6 +163,23 @@ operationOf( RequestKind const& kind, PathKind const& path ) {
    return operation;
 }
 
+// What HEAD answers is what GET does without its body.
+Json
+headOperation( RequestKind const& kind, PathKind const& path ) {
+   RequestKind head = kind;
+   head.method = "HEAD";
+   Json operation = { { "operationId", operationName( head, path.path ) },
+                      { "summary", kind.meaning } };
+   if ( Json parameters = parametersOf( kind, path.path ); !parameters.empty() ) {
+      operation[ "parameters" ] = std::move( parameters );
+   }
+   operation[ "responses" ] = {
+      { "200", { { "description", "As of GET, without the body." } } },
+      { "default", { { "description", "As of GET, without the body." } } }
+   };
+   return operation;
+}
+
 Json
 pathsOf() {
    Json paths = Json::object();
@@ -173,6 +190,9 @@ pathsOf() {
             method += static_cast< char >( c - 'A' + 'a' );
          }
          paths[ path.path ][ method ] = operationOf( kind, path );
+         if ( kind.method == "GET" ) {
+            paths[ path.path ][ "head" ] = headOperation( kind, path );
+         }
       }
    }
    return paths;

@@ -3,11 +3,17 @@
 
 #include <host/api/Requests>
 
+#include <host/base/Failure>
+#include <host/base/Json>
 #include <host/http/Stream>
 #include <host/state/MountTable>
 #include <host/state/TypeSchemas>
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 #include <utility>
 
@@ -157,7 +163,42 @@ otherRequests() {
    };
 }
 
+// For people: what the query may have.
+std::string
+expectedIn( RequestKind const& kind ) {
+   std::vector< std::string > names;
+   for ( ParameterKind const& parameter : kind.parameters ) {
+      if ( parameter.in == "query" ) {
+         names.push_back( parameter.name );
+      }
+   }
+   return names.empty() ? std::string( "no parameters" )
+                        : fmt::format( "{}", fmt::join( names, ", " ) );
+}
+
+// What is expected in place of a value that is none of the parameter's.
+std::optional< std::string >
+expectedInstead( std::string const& value, ParameterKind const& parameter ) {
+   Json const schema = Json::parse( parameter.schema );
+   if ( schema.contains( "enum" ) ) {
+      auto const values = schema.at( "enum" ).get< std::vector< std::string > >();
+      bool const isKnown = std::find( values.begin(), values.end(), value ) != values.end();
+      return isKnown ? std::nullopt
+                     : std::optional( fmt::format( "{}", fmt::join( values, " or " ) ) );
+   }
+   return wholeNumberOf( value ) ? std::nullopt : std::optional( wholeNumber );
+}
+
 } // namespace
+
+std::optional< std::int64_t >
+wholeNumberOf( std::string const& text ) {
+   std::int64_t number = 0;
+   char const* const end = text.data() + text.size();
+   auto const [ rest, error ] = std::from_chars( text.data(), end, number );
+   bool const isNumber = error == std::errc() && rest == end && number >= 0;
+   return isNumber ? std::optional( number ) : std::nullopt;
+}
 
 std::vector< RequestKind > const&
 requestKinds() {
@@ -171,6 +212,32 @@ requestKinds() {
    return kinds;
 }
 
+std::optional< http::Problem >
+queryProblem( http::Request const& request, RequestKind const& kind ) {
+   std::vector< std::string > names;
+   for ( auto const& entry : request.query ) {
+      std::string const& name = entry.first;
+      std::string const& value = entry.second;
+      auto const parameter = std::find_if(
+         kind.parameters.begin(),
+         kind.parameters.end(),
+         [ & ]( ParameterKind const& known ) {
+            return known.in == "query" && known.name == name;
+         } );
+      if ( parameter == kind.parameters.end() ) {
+         return http::Problem{ 400, "query", inQuotes( name ), expectedIn( kind ) };
+      }
+      if ( std::find( names.begin(), names.end(), name ) != names.end() ) {
+         return http::Problem{ 400, name, "more than one", "one" };
+      }
+      names.push_back( name );
+      if ( auto expected = expectedInstead( value, *parameter ) ) {
+         return http::Problem{ 400, name, inQuotes( value ), std::move( *expected ) };
+      }
+   }
+   return std::nullopt;
+}
+
 http::Route
 routeOf( std::string_view method, std::string_view pattern, http::Handler handler ) {
    auto const& kinds = requestKinds();
@@ -181,9 +248,16 @@ routeOf( std::string_view method, std::string_view pattern, http::Handler handle
    if ( kind == kinds.end() ) {
       throw std::out_of_range( std::string( pattern ) + " is not in the table" );
    }
-   return {
-      kind->method, kind->pattern, std::move( handler ), kind->access, kind->bodyTypes
+   // The table stays where it is.
+   auto const handle = [ &known = *kind, handler = std::move( handler ) ](
+                          http::Request const& request, http::Reply const& reply ) {
+      if ( auto problem = queryProblem( request, known ) ) {
+         reply.send( std::move( *problem ) );
+      } else {
+         handler( request, reply );
+      }
    };
+   return { kind->method, kind->pattern, handle, kind->access, kind->bodyTypes };
 }
 
 } // namespace ostra

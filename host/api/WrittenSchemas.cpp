@@ -160,7 +160,8 @@ constexpr char optional[] = R"({
 })";
 
 constexpr char liveHead[] = R"({
-"seq": { "type": "integer", "minimum": 1, "description": "Ascends by one, for ever." },
+"seq": { "type": "integer", "minimum": 1,
+   "description": "Ascends for ever: by one, after a damaged or full store by much." },
 "t": { "type": "number", "description": "On the clock, in seconds." },
 "time": { "type": "string", "format": "date-time" }
 })";

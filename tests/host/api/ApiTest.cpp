@@ -278,6 +278,51 @@ TEST( Api, EventsRefuseAnIdThatIsNone ) {
    EXPECT_EQ( statusOf( api.get( "/v1/events?since=x" ) ), 400 );
 }
 
+// Nothing would come to whoever waits there: with an error a client can begin anew.
+TEST( Api, EventsRefuseAnIdBehindTheNewest ) {
+   LiveApi api;
+   std::int64_t const last = api.stored.back().id;
+   std::string const beyond = std::to_string( last + 1 );
+   std::string const answer = api.get( "/v1/events", "Last-Event-ID: " + beyond + "\r\n" );
+   EXPECT_EQ( statusOf( answer ), 400 );
+   Json const expected = { { "where", "Last-Event-ID" },
+                           { "found", "\"" + beyond + "\"" },
+                           { "expected", fmt::format( "at most {}, the newest", last ) } };
+   EXPECT_EQ( errorOf( answer ), expected );
+   EXPECT_EQ( statusOf( api.get( "/v1/events?since=" + beyond ) ), 400 );
+   auto client = api.client();
+   client.send(
+      fmt::format( "GET /v1/events?since={} HTTP/1.1\r\nHost: localhost\r\n\r\n", last ) );
+   EXPECT_NE( client.readUntil( "retry: 1000" ).find( " 200 " ), std::string::npos );
+}
+
+TEST( Api, AQueryThatIsWrongIsRefusedByEveryRequest ) {
+   LiveApi api;
+   struct Refused {
+      std::string target;
+      std::string where;
+      std::string found;
+      std::string expected;
+   };
+   std::vector< Refused > const table = {
+      { "/v1/summary?a=1", "query", "\"a\"", "no parameters" },
+      { "/v1/state/mlagConfig?a", "query", "\"a\"", "no parameters" },
+      { "/metrics?format=text", "query", "\"format\"", "no parameters" },
+      { "/v1/history?limits=1", "query", "\"limits\"", "since, limit" },
+      { "/v1/history?since=1&since=2", "since", "more than one", "one" },
+      { "/v1/history?limit=", "limit", "\"\"", "a whole number from 0" },
+      { "/v1/history?since=1.5", "since", "\"1.5\"", "a whole number from 0" },
+   };
+   for ( Refused const& refused : table ) {
+      std::string const answer = api.get( refused.target );
+      EXPECT_EQ( statusOf( answer ), 400 ) << refused.target;
+      Json const expected = { { "where", refused.where },
+                              { "found", refused.found },
+                              { "expected", refused.expected } };
+      EXPECT_EQ( errorOf( answer ), expected ) << refused.target;
+   }
+}
+
 TEST( Api, HistoryIsALineARecord ) {
    LiveApi api;
    std::int64_t const last = api.stored.back().id;

@@ -63,6 +63,21 @@ TEST( ForecastApi, IsATextForPeopleWhenThatIsAskedFor ) {
    EXPECT_NE( coloured.find( "\x1b[" ), coloured.npos );
 }
 
+TEST( ForecastApi, RefusesAQueryThatIsWrong ) {
+   LiveApi api;
+   for ( auto const& [ query, expected ] :
+         std::vector< std::pair< std::string, std::string > >{
+            { "?format=xml", "ndjson or text" },
+            { "?format=text&colour=red", "always or never" },
+            { "?format=text&width=wide", "a whole number from 0" },
+            { "?form=text", "format, width, colour" } } ) {
+      std::string const answer = forecast( api, "{}", query );
+      EXPECT_EQ( http::statusOf( answer ), 400 ) << query;
+      Json const error = Json::parse( http::bodyOf( answer ) ).at( "error" );
+      EXPECT_EQ( error.at( "expected" ), expected ) << query;
+   }
+}
+
 TEST( ForecastApi, RefusesWhatAPatchIsRefusedFor ) {
    LiveApi api;
    std::vector< std::tuple< std::string, int, std::string > > const table = {
