@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace ostra {
 
@@ -32,13 +33,14 @@ targetOf( std::string_view path ) {
    return target;
 }
 
-// As YAML has it: a number, a word that means something, else a text; JSON as it is.
+// As YAML has it: a number, a word that means something, else a text; JSON as it is. `name`:
+// whose value it is.
 Json
-valueOf( std::string const& text ) {
+valueOf( std::string const& name, std::string const& text ) {
    if ( text.empty() ) {
       return "";
    }
-   return toJson( parseDocument( "value", text ).root() );
+   return toJson( parseDocument( name, text ).root() );
 }
 
 void
@@ -52,10 +54,10 @@ tellRevision( ClientOptions const& options, Json const& answer, std::ostream& ou
 
 // What would be changed by all of them.
 Json
-assignedBy( std::vector< std::string > const& assignments ) {
+assignedBy( std::vector< std::string > const& assignments, std::string const& command ) {
    Json patch = Json::object();
    for ( std::string const& assignment : assignments ) {
-      Json const one = assignmentPatch( assignment );
+      Json const one = assignmentPatch( assignment, command );
       // What is `null` is to be said, too.
       patch.update( one, true );
    }
@@ -68,22 +70,29 @@ patchIn( File file ) {
    return toJson( document.root() );
 }
 
+// One that stands there itself begins with a brace, perhaps behind white space.
+bool
+isPatch( std::string const& text ) {
+   std::size_t const begin = text.find_first_not_of( " \t\r\n" );
+   return begin != text.npos && text[ begin ] == '{';
+}
+
 // A path begins with the name of a mount; that of a file may have an equals sign, too.
 bool
 isAssignment( std::string const& text ) {
    return text.find( '=' ) != text.npos && text.front() != '/' && text.front() != '.' &&
-      text.front() != '{';
+      !isPatch( text );
 }
 
 Json
-patchOf( std::vector< std::string > const& changes ) {
-   bool const isFile = changes.size() == 1 && !isAssignment( changes[ 0 ] );
-   if ( !isFile ) {
-      return assignedBy( changes );
+patchOf( std::vector< std::string > const& changes, std::string const& command ) {
+   bool const isWhole =
+      changes.size() == 1 && !changes[ 0 ].empty() && !isAssignment( changes[ 0 ] );
+   if ( !isWhole ) {
+      return assignedBy( changes, command );
    }
    return patchIn(
-      changes[ 0 ].front() == '{' ? File{ "patch", changes[ 0 ] }
-                                  : readFile( changes[ 0 ] ) );
+      isPatch( changes[ 0 ] ) ? File{ "patch", changes[ 0 ] } : readFile( changes[ 0 ] ) );
 }
 
 } // namespace
@@ -94,7 +103,7 @@ hostOf( ClientOptions const& options, std::string const& command ) {
 }
 
 Json
-assignmentPatch( std::string const& assignment ) {
+assignmentPatch( std::string const& assignment, std::string const& command ) {
    std::size_t const equals = assignment.find( '=' );
    std::string const path = assignment.substr( 0, equals );
    bool const isPath = !path.empty() && path.front() != '.' && path.back() != '.' &&
@@ -103,10 +112,13 @@ assignmentPatch( std::string const& assignment ) {
       throw Failure(
          ExitStatus::badInput,
          fmt::format(
-            "ostra set: {}: expected a path and a value, as mlagConfig.reloadDelay=120",
+            "ostra {}: {}: expected a path and a value, as mlagConfig.reloadDelay=120",
+            command,
             inQuotes( assignment ) ) );
    }
-   Json patch = valueOf( assignment.substr( equals + 1 ) );
+   Json patch = valueOf(
+      fmt::format( "ostra {}: value of {}", command, path ),
+      assignment.substr( equals + 1 ) );
    for ( std::size_t end = path.size(); end != path.npos; ) {
       std::size_t const dot = path.rfind( '.', end - 1 );
       std::size_t const begin = dot == path.npos ? 0 : dot + 1;
@@ -189,7 +201,7 @@ setLive(
    ClientOptions const& options,
    std::vector< std::string > const& assignments,
    std::ostream& out ) {
-   Json const patch = assignedBy( assignments );
+   Json const patch = assignedBy( assignments, "set" );
    try {
       tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
    } catch ( Failure const& failure ) {
@@ -203,9 +215,11 @@ setLive(
 }
 
 void
-applyLive( ClientOptions const& options, std::string const& file, std::ostream& out ) {
-   Json const patch = patchIn( readFile( file ) );
-   tellRevision( options, hostOf( options, "apply" ).patch( "/v1/state", patch ), out );
+applyLive( ClientOptions const& options, std::string const& path, std::ostream& out ) {
+   File file = readFile( path );
+   auto const host = hostOf( options, "apply: " + file.name );
+   Json const patch = patchIn( std::move( file ) );
+   tellRevision( options, host.patch( "/v1/state", patch ), out );
 }
 
 void
@@ -249,7 +263,7 @@ forecastLive(
    std::ostream& out ) {
    Json request = Json::object();
    if ( !changes.empty() ) {
-      request[ "patch" ] = patchOf( changes );
+      request[ "patch" ] = patchOf( changes, "forecast" );
    }
    if ( until ) {
       request[ "until" ] = secondsOf( *until );

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <cmath>
 #include <map>
 #include <sstream>
 #include <string_view>
@@ -139,7 +140,9 @@ whyJson( HostConnection const& host, std::string const& interface ) {
       return why;
    }
    if ( now.is_number() && since.is_number() ) {
-      why[ "heldFor" ] = toJson( now.get< double >() - since.get< double >() );
+      // As exact as what is told of times elsewhere.
+      double const heldFor = now.get< double >() - since.get< double >();
+      why[ "heldFor" ] = toJson( std::round( heldFor * 1000 ) / 1000 );
    }
    why[ "releasedIn" ] = releaseIn( host.post( "/v1/forecast", Json::object() ), port );
    for ( PossibleChange const& change : possibleChanges( host.get( "/v1/state" ), port ) ) {

@@ -25,6 +25,15 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
       { "forecast --until soon",
         "ostra forecast: --until: \"soon\": expected a number of seconds from 0, in whole "
         "milliseconds\n" },
+      { "forecast ''",
+        "ostra forecast: \"\": expected a path and a value, as "
+        "mlagConfig.reloadDelay=120\n" },
+      { "forecast =1",
+        "ostra forecast: \"=1\": expected a path and a value, as "
+        "mlagConfig.reloadDelay=120\n" },
+      { "set 'a={'",
+        "ostra set: value of a:1:2: not YAML: the end of the file: expected a value\n" },
+      { "forecast ' {}x'", "patch:1:4: not YAML: \"x\": expected the end of the file\n" },
       { "forecast {}x", "patch:1:3: not YAML: \"x\": expected the end of the file\n" },
       { "why", "ostra why: no INTERFACE: expected the name of a port\n" },
       { "watch --format json", "ostra watch: --format: \"json\": expected text|ndjson\n" },

@@ -275,6 +275,12 @@ TEST( Client, AppliesAFile ) {
          [ & ]( auto const& options, auto& out ) { applyLive( options, path, out ); } ),
       "revision 1\n" );
    EXPECT_EQ( api.json( "/v1/state/mlagConfig/reloadDelay" ), "inf" );
+   std::string const wrong =
+      temporaryFile( "wrong.yaml", "mlagConfig: { reloadDelay: soon }\n" );
+   std::string const said = saidBy(
+      api, [ & ]( auto const& options, auto& out ) { applyLive( options, wrong, out ); } );
+   EXPECT_EQ( said.find( "2 ostra apply: " + wrong + ": mlagConfig.reloadDelay: " ), 0U )
+      << said;
 }
 
 TEST( Client, ShowsTheHistory ) {
@@ -358,6 +364,8 @@ TEST( Client, SaysWhyAPortIsHeldAndWhatWouldReleaseIt ) {
    Json const json = Json::parse( why( "Ethernet1", true ) );
    EXPECT_EQ( json[ "port" ], api.json( "/v1/ports/Ethernet1" ) );
    EXPECT_EQ( json[ "heldFor" ], 100 );
+   api.clock.time += Milliseconds( 496 );
+   EXPECT_EQ( Json::parse( why( "Ethernet1", true ) )[ "heldFor" ].dump(), "100.496" );
    EXPECT_EQ( json[ "releasedIn" ], 200 );
    EXPECT_EQ( json[ "changes" ].size(), 9U );
    for ( Json const& change : json[ "changes" ] ) {
