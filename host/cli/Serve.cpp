@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <memory>
 
 #include <sys/resource.h>
@@ -50,6 +51,11 @@ bootIdOf( Config const& config ) {
    return text;
 }
 
+[[noreturn]] void
+refuseConfig( Config const& config, std::string_view why ) {
+   throw Failure( ExitStatus::badInput, fmt::format( "{}: {}", config.name, why ) );
+}
+
 // Whatever would be refused later on, beside what only trying shows.
 void
 checkConfig( Config const& config ) {
@@ -58,7 +64,11 @@ checkConfig( Config const& config ) {
    readToken( config.tokenFile );
    for ( ListenEndpoint const& endpoint : config.listen ) {
       if ( auto const* const at = std::get_if< UnixEndpoint >( &endpoint ) ) {
-         http::checkGroup( at->group );
+         try {
+            http::checkGroup( at->group );
+         } catch ( Failure const& failure ) {
+            refuseConfig( config, failure.what() );
+         }
       }
    }
    if ( config.mounts ) {
@@ -67,7 +77,38 @@ checkConfig( Config const& config ) {
       try {
          owners.check( changesOf( Item( *config.mounts ) ), Owner::file );
       } catch ( PatchRefusal const& refusal ) {
-         throw Failure( ExitStatus::badInput, fmt::format( "mounts: {}", refusal.what() ) );
+         refuseConfig( config, fmt::format( "mounts: {}", refusal.what() ) );
+      }
+   }
+}
+
+// Places at which a host could not be, as they are now. One that starts holds its ports
+// wherever it can be.
+void
+checkPlaces( Config const& config ) {
+   namespace fs = std::filesystem;
+   std::error_code error;
+   if ( fs::exists( config.state, error ) && !fs::is_directory( config.state, error ) ) {
+      refuseConfig(
+         config, fmt::format( "state: {}: a file: expected a directory", config.state ) );
+   }
+   for ( ListenEndpoint const& endpoint : config.listen ) {
+      auto const* const at = std::get_if< UnixEndpoint >( &endpoint );
+      if ( !at ) {
+         continue;
+      }
+      if ( fs::exists( at->path, error ) && !fs::is_socket( at->path, error ) ) {
+         refuseConfig(
+            config,
+            fmt::format( "listen: {}: no socket: expected one, or nothing", at->path ) );
+      }
+      // The last directory is made.
+      fs::path const above = fs::path( at->path ).parent_path().parent_path();
+      if ( !fs::is_directory( above, error ) ) {
+         refuseConfig(
+            config,
+            fmt::format(
+               "listen: {}: {} is no directory: expected one", at->path, above.string() ) );
       }
    }
 }
@@ -264,6 +305,7 @@ class Service {
          { "state", config.state != config_.state },
          { "bootId", config.bootId != config_.bootId },
          { "listen", config.listen != config_.listen },
+         { "linux", config.linuxText != config_.linuxText },
       };
       for ( auto const& [ key, hasChanged ] : keys ) {
          if ( hasChanged ) {
@@ -303,6 +345,7 @@ serve( ServeOptions const& options, std::ostream& out ) {
    Config config = loadConfig( options.config );
    checkConfig( config );
    if ( options.isCheck ) {
+      checkPlaces( config );
       out << fmt::format(
          "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );
       return;

@@ -145,6 +145,35 @@ readEndpoint( Item const& item ) {
    return unixEndpoint;
 }
 
+bool
+isSame( ListenEndpoint const& a, ListenEndpoint const& b ) {
+   auto const* const tcp = std::get_if< TcpEndpoint >( &a );
+   auto const* const unixSocket = std::get_if< UnixEndpoint >( &a );
+   // With port 0 each gets one of its own.
+   return tcp ? a == b && tcp->port != 0
+              : std::holds_alternative< UnixEndpoint >( b ) &&
+         unixSocket->path == std::get< UnixEndpoint >( b ).path;
+}
+
+// Without one nobody could ask the host anything.
+std::vector< ListenEndpoint >
+readListen( Item const& item ) {
+   std::vector< ListenEndpoint > endpoints;
+   forEachItem( item, "a list of unix and tcp", [ & ]( Item const& entry ) {
+      ListenEndpoint endpoint = readEndpoint( entry );
+      for ( ListenEndpoint const& other : endpoints ) {
+         if ( isSame( endpoint, other ) ) {
+            entry.refuseBecause( "the same as one before: expected another" );
+         }
+      }
+      endpoints.push_back( std::move( endpoint ) );
+   } );
+   if ( endpoints.empty() ) {
+      item.refuse( "at least one of unix and tcp" );
+   }
+   return endpoints;
+}
+
 constexpr std::string_view expectedInterface = "the name of an interface, as Ethernet\\1";
 
 // Whether every group that the text names is one, and it gives the name of an interface where
@@ -269,16 +298,14 @@ readEntry( std::string_view key, Item const& entry, Config& config ) {
    } else if ( key == "bootId" ) {
       config.bootId = pathOf( entry );
    } else if ( key == "listen" ) {
-      config.listen.clear();
-      forEachItem( entry, "a list of unix and tcp", [ & ]( Item const& endpoint ) {
-         config.listen.push_back( readEndpoint( endpoint ) );
-      } );
+      config.listen = readListen( entry );
    } else if ( key == "tokenFile" ) {
       config.tokenFile = pathOf( entry );
    } else if ( key == "mounts" ) {
       config.mounts = readMounts( entry );
    } else if ( key == "linux" ) {
       config.linux = readLinux( entry );
+      config.linuxText = lineOf( toJson( entry.node() ) );
    } else if ( key == "history" ) {
       readHistory( entry, config );
    } else {
@@ -295,6 +322,7 @@ readConfig( Document const& document, Surroundings const& surroundings ) {
                                    "tokenFile", "mounts", "linux",  "history" };
    Config config = defaultConfig( surroundings );
    Item const root( document );
+   config.name = document.root().tree().name();
    config.isEmpty = root.isNull();
    if ( !config.isEmpty ) {
       forEachKey( root, keys, [ &config ]( std::string_view key, Item const& entry ) {

@@ -38,6 +38,7 @@ class Serve : public testing::Test {
                               << rest << "mounts:\n"
                               << mounts;
    }
+   std::string stateDirectory() const { return directory_.path() + "/state"; }
    std::string socket() const { return directory_.path() + "/socket"; }
    // Of one that serves, reads its file again behind that change, and is told to end.
    template< class Change >
@@ -172,7 +173,36 @@ TEST_F( Serve, ACheckRefusesWhatServingWould ) {
    ostra::expectRefused( owned, 2 );
    EXPECT_THAT(
       owned.err,
-      HasSubstr( "mounts: mlagProtoStatus.portsErrdisabled: owned by the plug-in" ) );
+      HasSubstr(
+         config + ": mounts: mlagProtoStatus.portsErrdisabled: owned by the plug-in" ) );
+}
+
+// A host that starts holds its ports all the same.
+TEST_F( Serve, ACheckRefusesPlacesWhereNoHostCouldBe ) {
+   std::string const mounts = "  mlagConfig: { reloadDelay: 5 }\n";
+   std::string const file = ostra::temporaryFile( "plain", "" );
+   for ( auto const& [ rest, listen, expected ] :
+         std::vector< std::array< std::string, 3 > >{
+            { "",
+              ", { unix: " + file + " }",
+              "listen: " + file + ": no socket: expected one, or nothing" },
+            { "",
+              ", { unix: /no/such/directory/socket }",
+              "listen: /no/such/directory/socket: /no/such is no directory: expected "
+              "one" } } ) {
+      configure( mounts, rest, listen );
+      auto const outcome = ostraRun( "serve --check --config " + config );
+      ostra::expectRefused( outcome, 2 );
+      EXPECT_THAT( outcome.err, HasSubstr( config + ": " + expected ) );
+   }
+   configure( mounts );
+   std::ofstream( stateDirectory() ) << "no directory";
+   auto const outcome = ostraRun( "serve --check --config " + config );
+   ostra::expectRefused( outcome, 2 );
+   EXPECT_THAT(
+      outcome.err,
+      HasSubstr(
+         config + ": state: " + stateDirectory() + ": a file: expected a directory" ) );
 }
 
 TEST_F( Serve, APortThatIsTakenDoesNotKeepItFromServing ) {
@@ -212,16 +242,21 @@ TEST_F( Serve, AFileThatIsWrongWhenItIsReadAgainChangesNothing ) {
 
 TEST_F( Serve, SaysWhatWaitsForTheNextStart ) {
    auto const outcome = outcomeOfReading( [ & ] {
-      configure( "  mlagConfig: { reloadDelay: 7 }\n", "", ", { tcp: '127.0.0.1:0' }" );
+      configure(
+         "  mlagConfig: { reloadDelay: 7 }\n",
+         "linux: { reasonBit: 5 }\n",
+         ", { tcp: '127.0.0.1:0' }" );
    } );
    EXPECT_EQ( outcome.status, 0 );
    EXPECT_EQ(
       outcome.err,
       "ostra: the configuration was read again\n"
-      "ostra: listen: has changed: it takes effect with the next start\n" );
+      "ostra: listen: has changed: it takes effect with the next start\n"
+      "ostra: linux: has changed: it takes effect with the next start\n" );
 }
 
 TEST_F( Serve, SaysNothingOfWhatHasNotChanged ) {
+   configure( "  mlagConfig: { reloadDelay: 5 }\n", "linux: { reasonBit: 5 }\n" );
    EXPECT_EQ( outcomeOfReading( [] {} ).err, "ostra: the configuration was read again\n" );
 }
 
