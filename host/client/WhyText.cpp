@@ -29,10 +29,15 @@ field( std::string_view name, std::string_view text ) {
    return fmt::format( "{:<14}{}\n", name, text );
 }
 
-// Why one is not held of which nothing else is known, by how its class is.
+// Why one is not held; where nothing else is known, by how its class is.
 std::string
-notHeldText( std::string const& state ) {
-   return state == "held"   ? "the reload delay of its class goes on, and does not hold it"
+notHeldText( std::string const& reason, std::string const& state ) {
+   constexpr std::string_view known = "not held: ";
+   if ( reason.starts_with( known ) ) {
+      return reason.substr( known.size() );
+   }
+   return reason != "not held" ? reason
+      : state == "held"     ? "the reload delay of its class goes on, and does not hold it"
       : state == "released" ? "the reload delay of its class is over"
                             : "no port of its class has been held in this boot";
 }
@@ -74,9 +79,7 @@ whyText( Json const& why, Style const& style ) {
          portChannel ) );
    if ( !hold.is_object() ) {
       std::string const reason = textOf( port, "reason" );
-      return text +
-         field( "not held",
-                reason == "not held" ? notHeldText( textOf( why, "class" ) ) : reason );
+      return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) );
    }
    text += style( Ink::held, fmt::format( "{:<14}{}", "held", textOf( port, "reason" ) ) );
    text += '\n';

@@ -3,6 +3,7 @@
 
 #include <host/serve/Ports>
 
+#include <host/account/PortStanding>
 #include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/serve/WakeUp>
@@ -34,13 +35,13 @@ textOf( Json const& value ) {
    return value.is_string() ? value.get< std::string >() : std::string();
 }
 
-// Why it is not held, for people.
+// Why no port of the class is ever held; empty for other classes.
 std::string_view
-freedomOf( std::string_view portClass ) {
+exemptionOf( std::string_view portClass ) {
    return portClass == "peerLink" ? "never held: it is in the peer link"
       : portClass == "management" ? "never held: it is a management port"
       : portClass == "internal"   ? "never held: it is an internal port"
-                                  : "not held";
+                                  : "";
 }
 
 } // namespace
@@ -70,14 +71,28 @@ Ports::classState( bool isMlag ) const {
                machine_.delay( isMlag ) };
 }
 
-void
-Ports::tellHold( PortsText& text, Hold const& hold, std::string_view portClass ) const {
-   if ( hold.since.empty() ) {
-      text.add( R"("hold":null,"reason":")" );
-      text.add( freedomOf( portClass ) );
-      text.add( "\"" );
-      return;
+std::string
+Ports::whyNotHeld(
+   std::string const& name,
+   std::string_view portClass,
+   std::string const& portChannel,
+   Classes const& classes ) const {
+   if ( std::string_view const exemption = exemptionOf( portClass ); !exemption.empty() ) {
+      return std::string( exemption );
    }
+   bool const isClassHeld = ( portClass == "mlag" ? classes.mlag : classes.nonMlag ).isHeld;
+   if ( isClassHeld && live_.released().contains( name ) ) {
+      return "not held: released by hand";
+   }
+   SwitchFacts const facts( live_.view() );
+   IntfId const id( portChannel );
+   return isClassHeld && id && facts.isMeantForStandby( id )
+      ? "not held: " + whyNotInStandby( facts, id )
+      : "not held";
+}
+
+void
+Ports::tellHold( PortsText& text, Hold const& hold ) const {
    Enforcement const enforcement = reconciler_.enforcement( hold.enforced );
    bool const isErrdisable = hold.kind == OrderKind::errdisable;
    text.add( fmt::format(
@@ -144,10 +159,14 @@ Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
       lineOf( portChannel ),
       admin.dump(),
       link.dump() ) );
-   tellHold(
-      text,
-      holdOf( name, textOf( portChannel ), portClass == "mlag", classes ),
-      portClass );
+   Hold const hold = holdOf( name, textOf( portChannel ), portClass == "mlag", classes );
+   if ( hold.since.empty() ) {
+      text.add( fmt::format(
+         R"("hold":null,"reason":{})",
+         lineOf( whyNotHeld( name, portClass, textOf( portChannel ), classes ) ) ) );
+   } else {
+      tellHold( text, hold );
+   }
    text.add( "}" );
 }
 
@@ -164,11 +183,6 @@ Ports::text() const {
    }
    text.add( "]" );
    return text;
-}
-
-Json
-Ports::all() const {
-   return Json::parse( text().at( live_.time().now() ) );
 }
 
 std::optional< Json >

@@ -266,7 +266,7 @@ TEST_F( Live, APortSaysWhatItIsAndUntilWhenItIsHeld ) {
    EXPECT_EQ( process.host().ports().port( "Ethernet3" )->at( "class" ), "peerLink" );
    EXPECT_EQ( process.host().ports().port( "Ethernet3" )->at( "hold" ), Json() );
    EXPECT_FALSE( process.host().ports().port( "Ethernet4" ) );
-   EXPECT_THAT( process.host().ports().all(), SizeIs( 3 ) );
+   EXPECT_THAT( Json::parse( process.host().ports().text().at( 105 ) ), SizeIs( 3 ) );
 }
 
 TEST_F( Live, ASummaryHasBothClasses ) {
