@@ -68,7 +68,7 @@ class Devices final : public ostra::Driver {
 std::string
 configuration() {
    return fmt::format(
-      R"({{"mlagConfig": {{"enabled": true, "localInterface": "Vlan1",
+      R"({{"mlagConfig": {{"enabled": true, "domainId": "d", "localInterface": "Vlan1",
          "peerAddress": "10.0.0.2", "peerLinkIntf": "Port-Channel1", "reloadDelay": {},
          "reloadDelayNonMlagConfigured": true, "reloadDelayNonMlag": {},
          "intfConfig": {{"Port-Channel10": {{"mlagId": "10"}}}}}},
@@ -78,8 +78,24 @@ configuration() {
       nonMlagDelay / 1000.0 );
 }
 
+// Configuration of the clients, where a patch's number is put.
+std::string
+addressOf( int number ) {
+   return fmt::format(
+      "02:00:00:{:02x}:{:02x}:{:02x}",
+      number >> 16 & 0xff,
+      number >> 8 & 0xff,
+      number & 0xff );
+}
+
+int
+numberOf( std::string address ) {
+   std::erase( address, ':' );
+   return std::stoi( address.substr( 6 ), nullptr, 16 );
+}
+
 // The process that is killed. Says what it found, then patches without end: each patch makes
-// the number in a text one greater, and is told when it is acknowledged.
+// the number in an address one greater, and is told when it is acknowledged.
 [[noreturn]] void
 live( std::string const& directory, std::string const& bootId, Devices& devices ) {
    ostra::BootClock clock;
@@ -92,8 +108,8 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
    auto const at = [ & ]( ostra::Path const& path ) {
       return host.live().view().at( path );
    };
-   int number =
-      std::atoi( at( { "mlagConfig", "domainId" } ).get< std::string >().c_str() );
+   Json const found = at( { "lacpOverride", "lagIdConfig", "Port-Channel99" } );
+   int number = found.is_null() ? 0 : numberOf( found.get< std::string >() );
    devices.say( fmt::format( "found {} {}", number, host.findings().size() ) );
    auto const sayStart = [ & ] {
       if ( auto const start = host.live().delayStart() ) {
@@ -116,7 +132,9 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
          ++number;
          host.live().patch(
             {},
-            fmt::format( R"({{"mlagConfig": {{"domainId": "{}"}}}})", number ),
+            fmt::format(
+               R"({{"lacpOverride": {{"lagIdConfig": {{"Port-Channel99": "{}"}}}}}})",
+               addressOf( number ) ),
             [ &devices, number ]( auto const& problem ) {
                devices.say( fmt::format( "{} {}", problem ? "lost" : "kept", number ) );
             } );
@@ -136,6 +154,7 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
 struct Account {
    int kept = 0;
    double start = -1;
+   bool hasHeld = false;
    std::set< std::string > held;
    std::set< std::string > released;
    std::string boot = "boot 0";
@@ -154,6 +173,7 @@ struct Account {
       } else if ( what == "hold" ) {
          EXPECT_FALSE( released.contains( rest ) ) << rest << " is held again";
          held.insert( rest );
+         hasHeld = true;
       } else if ( what == "release" ) {
          int const delay = rest == "Ethernet1" ? mlagDelay : nonMlagDelay;
          EXPECT_TRUE( start >= 0 && at >= start + delay / 1000.0 ) << rest << ' ' << at;
@@ -221,4 +241,5 @@ TEST( Kill, AtAnyMomentLosesNothingAndReleasesInTime ) {
       killOnce( directory.path(), account, random );
    }
    EXPECT_GT( account.kept, 0 );
+   EXPECT_TRUE( account.hasHeld );
 }
