@@ -9,6 +9,13 @@
 
 namespace ostra {
 
+void
+AlarmBoard::restore( std::vector< Alarm > alarms ) {
+   std::sort( alarms.begin(), alarms.end(), isBefore );
+   alarms_ = std::move( alarms );
+   ++version_;
+}
+
 AlarmBoard::Changes
 AlarmBoard::update( std::vector< Alarm > found, Milliseconds at ) {
    Changes changes;

@@ -3,52 +3,39 @@
 
 #include <host/alarms/Comparison>
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 namespace ostra {
 
+namespace {
+
+using Names = std::set< std::string >;
+
+// Of what has been seen; with `later`, of what is still so then.
+void
+add(
+   std::vector< Alarm >& alarms,
+   AlarmKind kind,
+   std::vector< Sighting > const& seen,
+   Names const* later = nullptr ) {
+   for ( auto const& [ interface, why, ending ] : seen ) {
+      if ( !later || later->contains( interface ) ) {
+         alarms.push_back( { kind, interface, why, ending } );
+      }
+   }
+}
+
+} // namespace
+
 std::vector< Alarm >
 alarmsOf( Sight const& sight, Outlook const& outlook ) {
    std::vector< Alarm > alarms;
-   for ( auto const& [ port, why, ending ] : sight.errdisabled ) {
-      if ( outlook.errdisabled.contains( port ) ) {
-         alarms.push_back(
-            { AlarmKind::heldWithoutEnd,
-              port,
-              why,
-              fmt::format(
-                 "`ostra release {0}`; `ostra why {0}` says what else", port ) } );
-      }
-   }
-   for ( std::string const& portChannel : sight.standby ) {
-      if ( outlook.standby.contains( portChannel ) ) {
-         alarms.push_back(
-            { AlarmKind::standbyWithoutEnd,
-              portChannel,
-              "in LACP standby, and nothing will end that",
-              fmt::format(
-                 "take lacpConfig.portChannel.{} away and set it again", portChannel ) } );
-      }
-   }
-   for ( std::string const& port : sight.peerLink ) {
-      alarms.push_back( { AlarmKind::peerLinkHeld,
-                          port,
-                          "errdisabled although it is in the peer link",
-                          fmt::format( "`ostra release {}`", port ) } );
-   }
-   for ( auto const& [ port, why, ending ] : sight.notHeld ) {
-      alarms.push_back( { AlarmKind::notHeld, port, why, ending } );
-   }
-   for ( auto const& [ interface, why, ending ] : sight.notEnforced ) {
-      alarms.push_back( { AlarmKind::notEnforced, interface, why, ending } );
-   }
-   for ( auto const& [ portChannel, why, ending ] : sight.forced ) {
-      if ( outlook.forced.contains( portChannel ) ) {
-         alarms.push_back( { AlarmKind::snoopingWithoutPort, portChannel, why, ending } );
-      }
-   }
+   add( alarms, AlarmKind::heldWithoutEnd, sight.errdisabled, &outlook.errdisabled );
+   add( alarms, AlarmKind::standbyWithoutEnd, sight.standby, &outlook.standby );
+   add( alarms, AlarmKind::peerLinkHeld, sight.peerLink );
+   add( alarms, AlarmKind::notHeld, sight.notHeld );
+   add( alarms, AlarmKind::notEnforced, sight.notEnforced );
+   add( alarms, AlarmKind::snoopingWithoutPort, sight.forced, &outlook.forced );
    std::sort( alarms.begin(), alarms.end(), isBefore );
    return alarms;
 }

@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <map>
@@ -27,12 +28,20 @@ Path const forcedPath = { mount::igmpsnoopingConfig, "forceEnabledPorts" };
 // What is seen of a switch at present.
 class Eye {
  public:
-   Eye( StateView const& state, Agent const& agent, Circumstances const& circumstances )
+   using HoldsNewcomers = std::function< bool( bool isMlag ) >;
+
+   Eye(
+      StateView const& state,
+      Agent const& agent,
+      Circumstances const& circumstances,
+      HoldsNewcomers const& holdsNewcomers )
          : state_( state ),
            facts_( state ),
            machine_( state, agent ),
            circumstances_( circumstances ),
-           holds_{ machine_.isHeld( false ), machine_.isHeld( true ) } {}
+           holds_{ machine_.isHeld( false ), machine_.isHeld( true ) },
+           holdsNewcomers_{ holds_[ false ] && holdsNewcomers( false ),
+                            holds_[ true ] && holdsNewcomers( true ) } {}
 
    Sight look() {
       sight_.notEnforced = circumstances_.notEnforced;
@@ -41,10 +50,10 @@ class Eye {
       }
       for ( IntfId const portChannel : facts_.keys( portChannelsPath ) ) {
          if ( isInStandby( portChannel ) ) {
-            sight_.standby.push_back( portChannel.string() );
+            lookAtStandby( portChannel );
          }
       }
-      if ( holds_[ false ] || holds_[ true ] ) {
+      if ( holdsNewcomers_[ false ] || holdsNewcomers_[ true ] ) {
          for ( IntfId const port : facts_.ports() ) {
             lookAtPort( port );
          }
@@ -55,9 +64,13 @@ class Eye {
 
  private:
    void lookAtErrdisabled( IntfId port ) {
-      sight_.errdisabled.push_back( { port.string(), whyHeld( machine_.isMlag( port ) ) } );
+      sight_.errdisabled.push_back(
+         { port.string(), whyHeld( machine_.isMlag( port ) ), endingOfHold( port ) } );
       if ( machine_.isInPeerLink( port ) ) {
-         sight_.peerLink.push_back( port.string() );
+         sight_.peerLink.push_back(
+            { port.string(),
+              "errdisabled although it is in the peer link",
+              fmt::format( "`ostra release {}`", port.string() ) } );
       }
       errdisabled_.insert( port );
       withHeldMember_.insert( facts_.portChannelOf( port ) );
@@ -78,6 +91,49 @@ class Eye {
          : "errdisabled, and no timer will end that";
    }
 
+   // Nobody ends the forcing of IGMP snooping when a port is released by hand.
+   std::string endingOfHold( IntfId port ) const {
+      std::string const name = port.string();
+      std::string const others = fmt::format( "; `ostra why {}` says what else", name );
+      std::string const release = fmt::format( "`ostra release {}`", name );
+      if ( !isForcedFor( port ) ) {
+         return release + others;
+      }
+      return doneInState(
+         release +
+            ", then shut it down and enable it again, which ends forced IGMP snooping" +
+            others,
+         { adminPath( port ) } );
+   }
+
+   bool isForcedFor( IntfId port ) const {
+      Path const forced = { forcedPath[ 0 ],
+                            forcedPath[ 1 ],
+                            facts_.portChannelOf( port ).string() };
+      return machine_.isMlagMember( port ) && !state_.at( forced ).is_null() &&
+         !state_.at( adminPath( port ) ).is_null() && !isShutDown( port );
+   }
+
+   // What somebody does in the state. What the file sets is not for clients to change.
+   std::string doneInState( std::string doing, std::vector< Path > const& paths ) const {
+      bool const isOfFile =
+         std::any_of( paths.begin(), paths.end(), circumstances_.isOfFile );
+      return isOfFile ? doing +
+            "; what the configuration file sets is changed there, with SIGHUP after each "
+            "step"
+                      : doing;
+   }
+
+   void lookAtStandby( IntfId portChannel ) {
+      std::string const name = portChannel.string();
+      sight_.standby.push_back(
+         { name,
+           "in LACP standby, and nothing will end that",
+           doneInState(
+              fmt::format( "take lacpConfig.portChannel.{} away and set it again", name ),
+              { { portChannelsPath[ 0 ], portChannelsPath[ 1 ], name } } ) } );
+   }
+
    void lookAtPort( IntfId port ) {
       IntfId const portChannel = facts_.portChannelOf( port );
       bool const isSpared = errdisabled_.contains( port ) || isInStandby( portChannel ) ||
@@ -87,7 +143,7 @@ class Eye {
       }
       std::string const portClass = machine_.classOf( port );
       bool const isMlag = portClass == "mlag";
-      if ( ( !isMlag && portClass != "nonMlag" ) || !holds_[ isMlag ] ) {
+      if ( ( !isMlag && portClass != "nonMlag" ) || !holdsNewcomers_[ isMlag ] ) {
          return;
       }
       bool const isMeant = portChannel && facts_.isMeantForStandby( portChannel );
@@ -97,12 +153,20 @@ class Eye {
                    : fmt::format(
                         "not held although the delay of {} ports goes on",
                         isMlag ? "MLAG" : "non-MLAG" ),
-           isMeant
-              ? fmt::format(
-                   "take lacpOverride.lagIdConfig.{} away, then take the interface away "
-                   "and bring it back",
-                   portChannel.string() )
-              : std::string( "take the interface away and bring it back" ) } );
+           endingOfFreedom( port, isMeant ? portChannel : IntfId() ) } );
+   }
+
+   // `meant`: the port's port-channel where that is meant for LACP standby.
+   std::string endingOfFreedom( IntfId port, IntfId meant ) const {
+      constexpr char comeBack[] = "take the interface away and bring it back";
+      Path const status = { mount::ethPhyIntfStatus, "intfStatus", port.string() };
+      if ( !meant ) {
+         return doneInState( comeBack, { status } );
+      }
+      std::string const name = meant.string();
+      return doneInState(
+         fmt::format( "take lacpOverride.lagIdConfig.{} away, then {}", name, comeBack ),
+         { status, { mount::lacpOverride, "lagIdConfig", name } } );
    }
 
    bool isInStandby( IntfId portChannel ) const {
@@ -113,10 +177,15 @@ class Eye {
                       "stayInStandby" } ) == Json( true );
    }
 
+   static Path adminPath( IntfId port ) {
+      return {
+         mount::ethPhyIntfConfig, "intfConfig", port.string(), "adminEnabledStateLocal"
+      };
+   }
+
    // As its own configuration says, otherwise the one that it falls back to.
    bool isShutDown( IntfId port ) const {
-      constexpr char attribute[] = "adminEnabledStateLocal";
-      Path path = { mount::ethPhyIntfConfig, "intfConfig", port.string(), attribute };
+      Path path = adminPath( port );
       Json enabled = state_.at( path );
       if ( enabled == Json( 0 ) ) {
          path.insert( path.end() - 1, "defaultConfig" );
@@ -149,20 +218,29 @@ class Eye {
          sight_.forced.push_back(
             { portChannel.string(),
               "IGMP snooping is forced, no member is held, and its link will not end that",
-              found == member.end()
-                 ? endingByMlagId( portChannel )
-                 : fmt::format(
-                      "shut {} down and enable it again", found->second.string() ) } );
+              found == member.end() ? endingByMlagId( portChannel )
+                                    : endingByPort( found->second ) } );
       }
+   }
+
+   std::string endingByPort( IntfId port ) const {
+      return doneInState(
+         fmt::format( "shut {} down and enable it again", port.string() ),
+         { adminPath( port ) } );
    }
 
    // The plug-in looks at it again when its MLAG id goes.
    std::string endingByMlagId( IntfId portChannel ) const {
+      if ( !machine_.isThere() ) {
+         return "nothing while the state machine, which would look at it, is not there";
+      }
       std::string const name = portChannel.string();
-      bool const hasId = !state_.at( { mount::mlagConfig, "intfConfig", name } ).is_null();
-      return hasId
-         ? fmt::format( "take mlagConfig.intfConfig.{} away and give it back", name )
-         : "give it an entry in mlagConfig.intfConfig, and take that away";
+      Path const id = { mount::mlagConfig, "intfConfig", name };
+      return state_.at( id ).is_null()
+         ? "give it an entry in mlagConfig.intfConfig, and take that away"
+         : doneInState(
+              fmt::format( "take mlagConfig.intfConfig.{} away and give it back", name ),
+              { id } );
    }
 
    StateView const& state_;
@@ -171,6 +249,8 @@ class Eye {
    Circumstances const& circumstances_;
    // Whether the non-MLAG ports are held, and the MLAG ports.
    std::array< bool, 2 > const holds_;
+   // Whether those would be held that came now; nobody misses a hold on others.
+   std::array< bool, 2 > const holdsNewcomers_;
    Sight sight_;
    std::set< IntfId > errdisabled_;
    // The empty id stands for ports that are in no port-channel.
@@ -181,6 +261,22 @@ std::set< std::string >
 keysAt( Mounts const& mounts, Path const& path ) {
    auto const keys = mounts.keys( path );
    return { keys.begin(), keys.end() };
+}
+
+// A port of which the switch has not heard.
+std::string
+newcomer( Mounts const& mounts ) {
+   for ( unsigned number = 1;; ++number ) {
+      std::string name = fmt::format( "Ethernet1/1/1/{}", number );
+      bool const isKnown = mounts.find( { mount::ethPhyIntfStatus, "intfStatus", name } ) ||
+         mounts.find( { causePath[ 0 ], causePath[ 1 ], name } ) ||
+         mounts.find( { mount::lagInputConfig, "phyIntf", name } ) ||
+         mounts.find( { mount::mlagConfig, "intfConfig", name } ) ||
+         mounts.at( { mount::mlagConfig, "peerLinkIntf" } ) == Json( name );
+      if ( !isKnown ) {
+         return name;
+      }
+   }
 }
 
 } // namespace
@@ -194,19 +290,46 @@ Lookout::Lookout(
 
 void
 Lookout::start( StartRecord const&, StateView const& state ) {
-   sight_ = Eye( state, agent_, circumstances_ ).look();
+   sight_ = Eye( state, agent_, circumstances_, [ this ]( bool isMlag ) {
+               return holdsNewcomers( isMlag );
+            } ).look();
+}
+
+bool
+Lookout::holdsNewcomers( bool isMlag ) {
+   std::string const port = newcomer( mounts_ );
+   auto const configure = [ & ]( Json const& config ) {
+      if ( isMlag ) {
+         merge( { { mount::mlagConfig, { { "intfConfig", { { port, config } } } } } } );
+      }
+   };
+   auto const appear = [ & ]( Json const& status ) {
+      merge( { { mount::ethPhyIntfStatus, { { "intfStatus", { { port, status } } } } } } );
+   };
+   configure( { { "mlagId", "1" } } );
+   appear( Json::object() );
+   bool const isHeld = mounts_.find( { causePath[ 0 ], causePath[ 1 ], port } ).has_value();
+   appear( nullptr );
+   configure( nullptr );
+   return isHeld;
+}
+
+void
+Lookout::merge( Json const& patch ) {
+   Document const document = parseDocument( "look", lineOf( patch ) );
+   mounts_.apply( Item( document ) );
 }
 
 Outlook
 Lookout::outlook() {
    Outlook outlook;
    outlook.errdisabled = keysAt( mounts_, causePath );
-   for ( std::string const& portChannel : sight_.standby ) {
+   for ( Sighting const& sighting : sight_.standby ) {
       Path const path = {
-         portChannelsPath[ 0 ], portChannelsPath[ 1 ], portChannel, "stayInStandby"
+         portChannelsPath[ 0 ], portChannelsPath[ 1 ], sighting.interface, "stayInStandby"
       };
       if ( mounts_.at( path ) == Json( true ) ) {
-         outlook.standby.insert( portChannel );
+         outlook.standby.insert( sighting.interface );
       }
    }
    if ( !sight_.forced.empty() ) {
@@ -214,9 +337,7 @@ Lookout::outlook() {
       for ( Sighting const& sighting : sight_.forced ) {
          links[ sighting.interface ] = { { "linkStatus", "linkUp" } };
       }
-      Json const patch = { { mount::lagInputIntfStatus, { { "intfStatus", links } } } };
-      Document const document = parseDocument( "links", lineOf( patch ) );
-      mounts_.apply( Item( document ) );
+      merge( { { mount::lagInputIntfStatus, { { "intfStatus", links } } } } );
       outlook.forced = keysAt( mounts_, forcedPath );
    }
    return outlook;

@@ -39,6 +39,13 @@ RunAlarms::event( Milliseconds at, EventRecord const& record ) {
          takenOut_.insert( port );
       }
    }
+   Json const& statuses = memberAt( patch, { mount::ethPhyIntfStatus, "intfStatus" } );
+   for ( auto const& [ port, value ] : statuses.items() ) {
+      if ( value.is_null() ) {
+         takenOut_.erase( port );
+         released_.erase( port );
+      }
+   }
    sink_.event( at, { record.index, [ &patch ] { return Json( patch ); } } );
 }
 

@@ -161,7 +161,7 @@ class Service {
            api_( { loop_.base(),
                    host_.live(),
                    host_.ports(),
-                   alarms_.board(),
+                   host_.alarms(),
                    [ this ]( std::int64_t since, std::size_t limit ) {
                       return host_.store().history( since, limit );
                    },

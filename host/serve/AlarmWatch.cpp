@@ -60,6 +60,9 @@ AlarmWatch::endTurn() {
 Circumstances
 AlarmWatch::circumstances() const {
    Circumstances circumstances{ host_.live().released(), {} };
+   circumstances.isOfFile = [ this ]( Path const& path ) {
+      return host_.live().owners().isOfFile( path );
+   };
    if ( host_.driver().hasDevices() ) {
       for ( Unenforced const& unenforced : host_.reconciler().unenforced() ) {
          circumstances.notEnforced.push_back(
@@ -127,7 +130,7 @@ AlarmWatch::take( Forecasts::Outcome const& outcome ) {
    for ( Json const& json : Json::parse( said_ ) ) {
       found.push_back( alarmOf( json ) );
    }
-   auto const changes = board_.update( std::move( found ), at_ );
+   auto const changes = host_.alarmsAre( std::move( found ), at_ );
    for ( Alarm const& alarm : changes.cleared ) {
       tell( cleared, alarm );
    }

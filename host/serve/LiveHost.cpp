@@ -21,6 +21,14 @@ constexpr std::array< char const*, 3 > machineFlags = { "mlagPortsErrdisabled",
                                                         "nonMlagPortsErrdisabled",
                                                         "secondaryPrev" };
 
+// An alarm that was told and not cleared is { alarmRow, kind, interface }.
+constexpr char alarmRow[] = "alarm";
+
+RowKey
+rowOfAlarm( Alarm const& alarm ) {
+   return { alarmRow, std::string( nameOf( alarm.kind ) ), alarm.interface };
+}
+
 Json
 noteOf( std::string const& note ) {
    return note.empty() ? Json() : Json::parse( note );
@@ -72,14 +80,15 @@ LiveHost::restore() {
       isSameBoot ? note.value( "firstRecord", store_.nextId() ) : store_.nextId();
    store_.firstOfBootIs( firstOfBoot_ );
    live_.records().nextIdIs( store_.nextId() );
-   Rows const rows = store_.takeRows();
+   isRestart_ = isSameBoot;
+   Rows rows = store_.takeRows();
+   restoreAlarms( rows );
    for ( std::string& problem : restoreRows( live_, rows, isSameBoot ) ) {
       findings_.push_back( std::move( problem ) );
    }
    for ( auto const& [ name, value ] : rows ) {
       live_.rowChanged( rowOfName( name ) );
    }
-   isRestart_ = isSameBoot;
    if ( isSameBoot ) {
       before_ = note;
       Json const& start = note.at( "delayStart" );
@@ -87,6 +96,49 @@ LiveHost::restore() {
          live_.delayStartIs( start.get< double >() );
       }
    }
+}
+
+// They are no rows of the switch's state.
+void
+LiveHost::restoreAlarms( Rows& rows ) {
+   std::vector< Alarm > alarms;
+   for ( auto row = rows.begin(); row != rows.end(); ) {
+      if ( rowOfName( row->first ).front() == alarmRow ) {
+         alarms.push_back( alarmOf( Json::parse( *row->second ) ) );
+         row = rows.erase( row );
+      } else {
+         ++row;
+      }
+   }
+   if ( isRestart_ ) {
+      alarms_.restore( std::move( alarms ) );
+   } else {
+      alarmsBefore_ = std::move( alarms );
+   }
+}
+
+AlarmBoard::Changes
+LiveHost::alarmsAre( std::vector< Alarm > found, Milliseconds at ) {
+   AlarmBoard::Changes changes = alarms_.update( std::move( found ), at );
+   alarmsBefore_.insert(
+      alarmsBefore_.end(), changes.cleared.begin(), changes.cleared.end() );
+   changes.cleared = std::exchange( alarmsBefore_, {} );
+   for ( Alarm const& alarm : changes.cleared ) {
+      alarmRows_[ nameOfRow( rowOfAlarm( alarm ) ) ] = std::nullopt;
+   }
+   for ( Alarm const& alarm : changes.raised ) {
+      alarmRows_[ nameOfRow( rowOfAlarm( alarm ) ) ] = lineOf( toJson( alarm ) );
+   }
+   return changes;
+}
+
+Rows
+LiveHost::allRows() const {
+   Rows rows = keptRows( live_ );
+   for ( Alarm const& alarm : alarms_.alarms() ) {
+      rows[ nameOfRow( rowOfAlarm( alarm ) ) ] = lineOf( toJson( alarm ) );
+   }
+   return rows;
 }
 
 Resumption
@@ -192,12 +244,13 @@ LiveHost::commit() {
    for ( RowKey const& row : changes.rows ) {
       turn.rows[ nameOfRow( row ) ] = keptRow( live_, row );
    }
+   turn.rows.merge( std::exchange( alarmRows_, {} ) );
    turn.note = now;
    turn.nextId = live_.records().nextId();
    turn.records = live_.records().pending();
    turn.isAwaited = !changes.acknowledges.empty();
    bool const isDurable =
-      store_.commit( std::move( turn ), [ this ] { return keptRows( live_ ); } );
+      store_.commit( std::move( turn ), [ this ] { return allRows(); } );
    lastNote_ = now;
    retry_.timeIs( isDurable ? Ryx::never : Ryx::now() + betweenTries );
    std::optional< Complaint > problem;

@@ -198,6 +198,9 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
       }
    }
    mounts_.apply( root );
+   for ( Change const& change : changes ) {
+      forgetGone( change.path );
+   }
    passDue();
    touch();
 }
@@ -257,6 +260,16 @@ LiveSwitch::unset( Path const& path ) {
    Path const& gone = isMember && !isEntryLeft ? row : path;
    if ( state( gone ) && !( isEntryLeft && path == row ) ) {
       merge( around( gone, defaultOf( gone, row ) ) );
+      forgetGone( gone );
+   }
+}
+
+void
+LiveSwitch::forgetGone( Path const& path ) {
+   bool const isInterface =
+      path.size() == depthOfEntry && path.front() == mount::ethPhyIntfStatus;
+   if ( isInterface && !state( path ) ) {
+      released_.erase( path.back() );
    }
 }
 

@@ -127,6 +127,32 @@ missingHolds( PlayedAlarms const& played, Json const& scenario ) {
    return names;
 }
 
+// Of those ports, the ones that are held when they are taken away and come back at the run's
+// end, without the override of their port-channels.
+Names
+heldWhenTheyComeBack( Json scenario, Json const& state, Names const& ports ) {
+   Json away = Json::object();
+   Json back = Json::object();
+   Json overrides = Json::object();
+   for ( std::string const& port : ports ) {
+      away[ port ] = nullptr;
+      back[ port ] = Json::object();
+      if ( std::string const lag = lagOf( state, port ); !lag.empty() ) {
+         overrides[ lag ] = nullptr;
+      }
+   }
+   Json const until = scenario.at( "until" );
+   scenario[ "events" ].push_back( { { "at", until },
+                                     { "lacpOverride", { { "lagIdConfig", overrides } } },
+                                     { "ethPhyIntfStatus", { { "intfStatus", away } } } } );
+   scenario[ "events" ].push_back(
+      { { "at", until }, { "ethPhyIntfStatus", { { "intfStatus", back } } } } );
+   Names held = errdisabled( playAlarms( scenario.dump() ).state );
+   std::erase_if(
+      held, [ & ]( std::string const& port ) { return !ports.contains( port ); } );
+   return held;
+}
+
 // Those of a run that goes on, and in which the links come up when everything is over.
 Names
 forcedForGood( Json scenario, Json const& state ) {
@@ -177,7 +203,11 @@ playLife( unsigned seed, Counts& counts ) {
    Names notHeld = played.of( AlarmKind::notHeld );
    std::erase_if(
       notHeld, [ & ]( std::string const& port ) { return isTakenOut( scenario, port ); } );
-   EXPECT_EQ( notHeld, missingHolds( played, scenario ) ) << text;
+   Names missing = missingHolds( played, scenario );
+   if ( !missing.empty() ) {
+      missing = heldWhenTheyComeBack( scenario, played.state, missing );
+   }
+   EXPECT_EQ( notHeld, missing ) << text;
    EXPECT_EQ(
       played.of( AlarmKind::snoopingWithoutPort ), forcedForGood( scenario, played.state ) )
       << text;
@@ -218,7 +248,7 @@ TEST( AlarmLives, RaiseOnALiveSwitchWhatComesTrue ) {
       process.pass( 1000 );
       Names standby;
       Names held;
-      for ( Alarm const& alarm : process.watch().board().alarms() ) {
+      for ( Alarm const& alarm : process.host().alarms().alarms() ) {
          if ( alarm.kind == AlarmKind::heldWithoutEnd ) {
             held.insert( alarm.interface );
          } else if ( alarm.kind == AlarmKind::standbyWithoutEnd ) {

@@ -165,6 +165,35 @@ TEST( RunAlarms, APortThatSomebodyReleasedIsNotMissedUntilItWasHeldAgain ) {
       IsEmpty() );
 }
 
+TEST( RunAlarms, APortThatSomebodyReleasedIsMissedAgainWhenItWasAway ) {
+   std::string const release =
+      "  - { at: 310, mlagissuCause: { intfStatus: { Ethernet41: null } } }\n";
+   std::string const awayAndBack =
+      "  - { at: 311, ethPhyIntfStatus: { intfStatus: { Ethernet41: null } },\n"
+      "      lagInputConfig: { phyIntf: { Ethernet41: { lag: Port-Channel1000 } } } }\n"
+      "  - { at: 312, ethPhyIntfStatus: { intfStatus: { Ethernet41: {} } } }\n"
+      "  - { at: 313, lagInputConfig: { phyIntf: { Ethernet41: null } } }\n";
+   EXPECT_THAT( alarmsOf( "leaf-reload", 320, release ), IsEmpty() );
+   EXPECT_THAT(
+      alarmsOf( "leaf-reload", 320, release + awayAndBack ),
+      ElementsAre( "notHeld Ethernet41" ) );
+}
+
+// Nobody looks at what is forced.
+TEST( RunAlarms, WithoutTheStateMachineProposeNothingThatItWouldHaveToDo ) {
+   std::string const text =
+      readFile( fmt::format( "{}/snooping-stays-forced.yaml", OSTRA_EXAMPLES ) ).text +
+      "  - { at: 320, agent: null }\n"
+      "  - { at: 321, igmpsnoopingConfig: { forceEnabledPorts: { Port-Channel12: true } } "
+      "}\n";
+   auto const alarms = playAlarms( text ).alarms;
+   ASSERT_EQ( alarms.size(), 1U );
+   EXPECT_EQ( alarms[ 0 ].kind, AlarmKind::snoopingWithoutPort );
+   EXPECT_EQ(
+      alarms[ 0 ].ending,
+      "nothing while the state machine, which would look at it, is not there" );
+}
+
 TEST( RunAlarms, AreToldBehindTheReportAndTheExitStatusStays ) {
    std::string const scenario = std::string( OSTRA_EXAMPLES ) + "/becomes-mlag-late.yaml";
    Outcome const text = ostraRun( "run " + scenario );

@@ -8,6 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+
 using ostra::AlarmedProcess;
 using ostra::FakeDriver;
 using ostra::Json;
@@ -169,6 +172,9 @@ TEST_F( Alarms, OfAPortThatIsNotHeldEndWhenItIsOrWithTheDelay ) {
    std::vector< std::string > const raised = { "notHeld Ethernet3", "notHeld Ethernet4" };
    EXPECT_EQ( process().alarms(), raised );
    EXPECT_EQ(
+      process().host().ports().port( "Ethernet3" )->at( "reason" ),
+      "not held: meant for LACP standby, but stayInStandby of the port-channel is false" );
+   EXPECT_EQ(
       process().patch( R"({"lacpOverride": {"lagIdConfig": {"Port-Channel11": null}}})" ),
       "" );
    EXPECT_EQ(
@@ -192,7 +198,7 @@ TEST_F( Alarms, OfSnoopingThatStaysForcedEndWhenAMemberIsShutDown ) {
          "303 snoopingWithoutPort Port-Channel11",
          "300 snoopingWithoutPort Port-Channel12" ) );
    EXPECT_EQ(
-      process().watch().board().alarms()[ 1 ].ending,
+      process().host().alarms().alarms()[ 1 ].ending,
       "shut Ethernet5 down and enable it again" );
    EXPECT_EQ(
       process().patch(
@@ -229,7 +235,7 @@ TEST_F( Alarms, OfAMachineThatIsGoneEndWhenItIsBack ) {
    play( "resume", 31 );
    EXPECT_THAT( process().alarms(), Each( StartsWith( "heldWithoutEnd" ) ) );
    EXPECT_THAT( process().alarms(), SizeIs( 8 ) );
-   EXPECT_THAT( process().watch().board().alarms().front().text, HasSubstr( "machine" ) );
+   EXPECT_THAT( process().host().alarms().alarms().front().text, HasSubstr( "machine" ) );
    play( "resume", 40 );
    EXPECT_THAT( process().alarms(), IsEmpty() );
 }
@@ -253,6 +259,96 @@ TEST_F( Alarms, OfNotHeldEndWithTheClassAlsoWhenNothingIsWritten ) {
    EXPECT_THAT( process().process().errdisabled(), ElementsAre( "Ethernet2" ) );
 }
 
+// Its timer sleeps for ever: the plug-in leaves alone what comes.
+TEST_F( Alarms, AreNotRaisedForPortsThatNothingWouldHoldIfTheyCameNow ) {
+   process().start();
+   process().setUp( "mounts: " + reloadedSwitch( R"(,
+      "ethPhyIntfConfig": {"intfConfig": {"Ethernet4": {"adminEnabledStateLocal": 1}}})" ) );
+   EXPECT_EQ( process().patch( R"({"mlagConfig": {"reloadDelayNonMlag": "inf"}})" ), "" );
+   process().pass( 25'000 );
+   std::string const newcomer =
+      R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet4": {}}}})";
+   EXPECT_EQ(
+      process().patch( R"({"mlagConfig": {"reloadDelayNonMlagConfigured": false}})" ), "" );
+   EXPECT_EQ( process().patch( newcomer ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().process().errdisabled(), ElementsAre( "Ethernet2" ) );
+   EXPECT_THAT( process().alarms(), ElementsAre( "heldWithoutEnd Ethernet2" ) );
+}
+
+TEST_F( Alarms, OfAPortThatWasReleasedByHandComesWhenItWasAwayAndIsMissedAgain ) {
+   process().start();
+   process().setUp( "mounts: " + reloadedSwitch() );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet2": null}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+   EXPECT_EQ(
+      process().patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet2": null}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"lagInputConfig": {"phyIntf": {"Ethernet2": {
+         "lag": "Port-Channel1"}}}, "ethPhyIntfStatus": {"intfStatus": {"Ethernet2": {}}}})" ),
+      "" );
+   EXPECT_EQ(
+      process().patch( R"({"lagInputConfig": {"phyIntf": {"Ethernet2": null}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "notHeld Ethernet2" ) );
+}
+
+// After a release by hand nobody would wait for the link of the port-channel.
+TEST_F( Alarms, OfAnMlagPortThatIsHeldSayWhatEndsForcedSnoopingToo ) {
+   process().start();
+   process().setUp( "mounts: " + reloadedSwitch( R"(,
+      "ethPhyIntfConfig": {"intfConfig": {"Ethernet1": {"adminEnabledStateLocal": 1}}})" ) );
+   EXPECT_EQ( process().patch( R"({"mlagConfig": {"reloadDelay": "inf"}})" ), "" );
+   process().pass( 1000 );
+   ASSERT_THAT( process().alarms(), ElementsAre( "heldWithoutEnd Ethernet1" ) );
+   EXPECT_EQ(
+      process().host().alarms().alarms()[ 0 ].ending,
+      "`ostra release Ethernet1`, then shut it down and enable it again, which ends forced "
+      "IGMP snooping; `ostra why Ethernet1` says what else" );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet1": null}}})" ), "" );
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), ElementsAre( "snoopingWithoutPort Port-Channel10" ) );
+   for ( int const state : { 2, 1 } ) {
+      EXPECT_EQ(
+         process().patch( fmt::format(
+            R"({{"ethPhyIntfConfig": {{"intfConfig":
+               {{"Ethernet1": {{"adminEnabledStateLocal": {}}}}}}}}})",
+            state ) ),
+         "" );
+   }
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
+TEST_F( Alarms, SayThatTheFileIsToBeChangedWhereItOwnsWhatWouldEndThem ) {
+   std::string const file = reloadedSwitch( R"(,
+      "ethPhyIntfConfig": {"intfConfig": {"Ethernet1": {"adminEnabledStateLocal": 1}}})" );
+   process().start( file );
+   EXPECT_EQ(
+      process().patch( R"({"mlagissuCause": {"intfStatus": {"Ethernet1": null}}})" ), "" );
+   process().pass( 1000 );
+   ASSERT_THAT( process().alarms(), ElementsAre( "snoopingWithoutPort Port-Channel10" ) );
+   EXPECT_EQ(
+      process().host().alarms().alarms()[ 0 ].ending,
+      "shut Ethernet1 down and enable it again; what the configuration file sets is "
+      "changed "
+      "there, with SIGHUP after each step" );
+   for ( char const* state : { "2", "1" } ) {
+      std::string text = file;
+      std::string const before = R"("adminEnabledStateLocal": 1)";
+      text.replace( text.find( before ) + before.size() - 1, 1, state );
+      ostra::Document const changed = ostra::parseDocument( "ostra.yaml", text );
+      process().host().fileIs( &changed );
+   }
+   process().turn();
+   process().pass( 1000 );
+   EXPECT_THAT( process().alarms(), IsEmpty() );
+}
+
 TEST_F( Alarms, AreNotRaisedForPortsThatSomebodyReleasedShutDownOrThatAreNeverHeld ) {
    process().start();
    process().setUp( "mounts: " + reloadedSwitch( R"(,
@@ -266,6 +362,10 @@ TEST_F( Alarms, AreNotRaisedForPortsThatSomebodyReleasedShutDownOrThatAreNeverHe
    process().host().live().touch();
    process().pass( 1000 );
    EXPECT_THAT( process().process().errdisabled(), IsEmpty() );
+   EXPECT_EQ(
+      process().host().ports().port( "Ethernet1" )->at( "reason" ),
+      "not held: released by hand" );
+   EXPECT_EQ( process().host().ports().port( "Ethernet2" )->at( "reason" ), "not held" );
    // Nobody waits any more for the link of a port-channel that was released so.
    EXPECT_THAT( process().alarms(), ElementsAre( "snoopingWithoutPort Port-Channel10" ) );
    EXPECT_EQ(
@@ -290,7 +390,7 @@ TEST( AlarmWatch, SaysWhatTheDriverCouldNotDo ) {
    EXPECT_THAT(
       process.alarms(), ElementsAre( "notEnforced Ethernet1", "notEnforced Ethernet2" ) );
    EXPECT_EQ(
-      process.watch().board().alarms().front().text,
+      process.host().alarms().alarms().front().text,
       "to be held, but that failed: device busy" );
    driver.result = ostra::Answer::Result::done;
    process.pass( 1000 );
@@ -299,7 +399,7 @@ TEST( AlarmWatch, SaysWhatTheDriverCouldNotDo ) {
    process.pass( 20'000 );
    EXPECT_THAT( process.alarms(), ElementsAre( "notEnforced Ethernet1" ) );
    EXPECT_EQ(
-      process.watch().board().alarms().front().text,
+      process.host().alarms().alarms().front().text,
       "to be released, but that cannot be done: device busy" );
 }
 
@@ -320,6 +420,113 @@ TEST( AlarmWatch, SaysALineForEachAlarmThatIsRaisedOrCleared ) {
    process.pass( 30'000 );
    EXPECT_THAT( process.said, SizeIs( 2 ) );
    EXPECT_EQ( process.said.back(), "alarm cleared: peerLinkHeld Ethernet3" );
+}
+
+namespace {
+
+std::string
+withDelay( std::string const& delay ) {
+   std::string text = reloadedSwitch();
+   std::string const before = R"("reloadDelay": 20)";
+   return text.replace( text.find( before ), before.size(), R"("reloadDelay": )" + delay );
+}
+
+// Ethernet1 is held for a delay without an end, from 1000 s on.
+class AlarmsBefore : public testing::Test {
+ protected:
+   std::vector< std::string > alarms() {
+      std::vector< std::string > told;
+      for ( ostra::Alarm const& alarm : process.host().alarms().alarms() ) {
+         told.push_back( fmt::format(
+            "{} {} {}",
+            nameOf( alarm.kind ),
+            alarm.interface,
+            ostra::secondsOf( alarm.since ) ) );
+      }
+      return told;
+   }
+   // Of starts and of alarms.
+   std::vector< std::string > history() {
+      std::vector< std::string > told;
+      for ( Json const& record : process.process().history() ) {
+         if ( record.at( "type" ) == "alarm" ) {
+            told.push_back( fmt::format(
+               "{} {} {}",
+               record.at( "state" ).get< std::string >(),
+               record.at( "interface" ).get< std::string >(),
+               record.at( "since" ).get< double >() ) );
+         } else if ( record.at( "type" ) == "start" ) {
+            told.emplace_back( "start" );
+         }
+      }
+      return told;
+   }
+
+   std::string const endless = withDelay( R"("inf")" );
+   NoDriver driver;
+   AlarmedProcess process{ driver };
+};
+
+} // namespace
+
+TEST_F( AlarmsBefore, OfTheSameBootGoOnWithTheirTime ) {
+   process.start( endless );
+   EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
+   process.said.clear();
+   for ( int i = 0; i < 2; ++i ) {
+      process.clock.moment += Milliseconds( 60'000 );
+      process.restart( "boot 1", endless );
+      EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
+   }
+   EXPECT_THAT( process.said, IsEmpty() );
+   EXPECT_THAT(
+      history(), ElementsAre( "start", "raised Ethernet1 1000", "start", "start" ) );
+}
+
+TEST_F( AlarmsBefore, OfTheSameBootAreClearedWhenTheyAreNotThereAnyMore ) {
+   process.start( endless );
+   process.said.clear();
+   process.clock.moment += Milliseconds( 5000 );
+   process.restart( "boot 1", withDelay( "20" ) );
+   EXPECT_THAT( alarms(), IsEmpty() );
+   EXPECT_THAT( process.said, ElementsAre( "alarm cleared: heldWithoutEnd Ethernet1" ) );
+   process.restart( "boot 1", withDelay( "20" ) );
+   EXPECT_THAT(
+      history(),
+      ElementsAre(
+         "start", "raised Ethernet1 1000", "start", "cleared Ethernet1 1000", "start" ) );
+}
+
+TEST_F( AlarmsBefore, OfAnotherBootAreClearedAlsoThoseThatAreRaisedAnew ) {
+   process.start( endless );
+   process.clock.moment = Milliseconds( 2000 );
+   process.restart( "boot 2", endless );
+   EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 2" ) );
+   process.restart( "boot 3", withDelay( "20" ) );
+   EXPECT_THAT( alarms(), IsEmpty() );
+   EXPECT_THAT(
+      history(),
+      ElementsAre(
+         "start",
+         "raised Ethernet1 1000",
+         "start",
+         "cleared Ethernet1 1000",
+         "raised Ethernet1 2",
+         "start",
+         "cleared Ethernet1 2" ) );
+}
+
+TEST_F( AlarmsBefore, AreInAStoreThatIsMadeAfterThem ) {
+   std::filesystem::remove_all( process.state() );
+   std::ofstream( process.state() ) << "no directory";
+   process.restart( "boot 1", endless );
+   EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
+   std::filesystem::remove( process.state() );
+   std::filesystem::create_directories( process.state() );
+   process.pass( 20'000 );
+   process.restart( "boot 1", endless );
+   EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
+   EXPECT_THAT( history(), ElementsAre( "start", "raised Ethernet1 1000", "start" ) );
 }
 
 TEST( AlarmWatch, LooksOnceASecondAtMostAndNeverWhileNothingChanges ) {
