@@ -8,6 +8,7 @@
 #include <host/api/Requests>
 #include <host/base/Failure>
 #include <host/state/TypeList>
+#include <host/web/Page>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -53,6 +54,16 @@ absence( LiveSwitch const& live, Path const& path ) {
             present.empty() ? "a mount" : "what stands in the state" };
 }
 
+// The same for every client, as long as the process runs.
+Response
+pageResponse() {
+   Response page = http::textResponse(
+      "text/html; charset=utf-8",
+      std::string( page::head() ) + std::string( page::tail() ) );
+   page.contentSecurityPolicy = page::contentSecurityPolicy();
+   return page;
+}
+
 // A request of something without conditions.
 template< class Answer >
 http::Route
@@ -71,6 +82,7 @@ Api::Api( ApiParts parts )
 
 void
 Api::addTo( http::Server& server ) {
+   server.add( get( "/", [ page = pageResponse() ]( Request const& ) { return page; } ) );
    addState( server );
    addPorts( server );
    addAlarms( server );
@@ -179,6 +191,7 @@ Api::summary() const {
                       { "time", toJson( parts_.live.time().now() ) } };
    json[ "ready" ] = parts_.isReady();
    json[ "revision" ] = parts_.live.revision();
+   json[ "lastRecord" ] = feed_.last();
    json[ "version" ] = OSTRA_VERSION;
    return json;
 }

@@ -113,6 +113,7 @@ eventRequests() {
 std::vector< RequestKind >
 otherRequests() {
    return {
+      { "GET", "/", "The page, for people.", { { "/", "" } }, "text/html; charset=utf-8" },
       { "GET",
         "/v1/ports",
         "What each port is, and its hold.",

@@ -59,7 +59,7 @@ constexpr char answers[] = R"({
 "Alarms": { "type": "array", "items": { "$ref": "#/components/schemas/Alarm" } },
 "Summary": { "type": "object",
    "required": [ "mlag", "nonMlag", "nextAnnouncement", "counts", "alarms", "driver", "store", "boot",
-      "ready", "revision", "version" ],
+      "ready", "revision", "lastRecord", "version" ],
    "properties": {
       "mlag": { "$ref": "#/components/schemas/Class" },
       "nonMlag": { "$ref": "#/components/schemas/Class" },
@@ -83,6 +83,8 @@ constexpr char answers[] = R"({
          "time": { "type": "number", "description": "On the clock, in seconds." } } },
       "ready": { "type": "boolean" },
       "revision": { "type": "integer", "minimum": 0 },
+      "lastRecord": { "type": "integer", "minimum": 0,
+         "description": "The greatest `seq` so far: what is told here has that record." },
       "version": { "type": "string" } } },
 "Argument": { "type": "object", "required": [ "name", "type" ], "properties": {
    "name": { "type": "string" },

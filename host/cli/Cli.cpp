@@ -192,8 +192,12 @@ class CommandLine {
          command,
          "--format",
          run_.format,
-         { { "text", RunFormat::text }, { "ndjson", RunFormat::ndjson } },
-         "For people (which it is without this), or one JSON object a line" );
+         { { "text", RunFormat::text },
+           { "ndjson", RunFormat::ndjson },
+           { "html", RunFormat::html } },
+         "For people (which it is without this), one JSON object a line, or a page that "
+         "shows "
+         "it in a browser and needs nothing else" );
       parser_.addChoice< Colour >(
          command,
          "--colour,--color",

@@ -4,6 +4,7 @@
 #include <host/text/MakeOutput>
 
 #include <host/run/NdjsonSink>
+#include <host/web/HtmlSink>
 
 namespace ostra {
 
@@ -11,6 +12,11 @@ RecordOutput
 makeOutput( RunFormat format, TextOptions const& text, std::ostream& out ) {
    if ( format == RunFormat::ndjson ) {
       return { std::make_unique< NdjsonSink >( out ), [] {} };
+   }
+   if ( format == RunFormat::html ) {
+      auto page = std::make_unique< HtmlSink >( out );
+      HtmlSink* const borrowed = page.get();
+      return { std::move( page ), [ borrowed ] { borrowed->settle(); } };
    }
    auto report = std::make_unique< TextReport >( out, text );
    TextReport* const borrowed = report.get();

@@ -57,12 +57,13 @@ declare -A folders=(
    [account]='base input state run'
    [alarms]='base input state run account'
    [check]='base input state run account alarms'
-   [text]='base input state run account alarms check'
+   [web]='base input state run account'
+   [text]='base input state run account alarms check web'
    [http]='base'
    [serve]='base input state run account alarms'
-   [api]='base input state run account alarms check text http serve'
-   [client]='base input state run account alarms check text http serve api'
-   [cli]='base input state run account alarms check text http serve api client'
+   [api]='base input state run account alarms check web text http serve'
+   [client]='base input state run account alarms check web text http serve api'
+   [cli]='base input state run account alarms check web text http serve api client'
 )
 for path in host/*/; do
    folder=$(basename "$path")

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The page: a live host, or a run with whose records it was made.
+
+import { Detail } from './detail.js';
+import { Faceplate, Legend } from './faceplate.js';
+import { Live } from './live.js';
+import { duration, instant } from './model.js';
+import { Foreign, html, render, useEffect, useMemo, useRef, useState } from './parts.js';
+import { Recorded } from './recorded.js';
+import { Summary } from './summary.js';
+import { Log, PortTable } from './tables.js';
+import { TimeLine } from './timeline.js';
+
+/** In milliseconds: a picture at most that often, and at least that often. */
+const leastBetween = 100;
+const mostBetween = 1000;
+
+/** "14:03:59" @param {number} milliseconds since 1970 */
+function timeOfDay(milliseconds) {
+   const date = new Date(milliseconds);
+   return [date.getHours(), date.getMinutes(), date.getSeconds()]
+      .map(n => String(n).padStart(2, '0')).join(':');
+}
+
+/** What both kinds of page have.
+ * @param {any} props */
+function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCursor, above }) {
+   const [selected, setSelected] = useState(/** @type {string|null} */ (null));
+   const [isTable, setTable] = useState(false);
+   const port = selected === null ? null : ports.get(selected);
+   const onSelect = (/** @type {string|null} */ name) => {
+      setSelected(name);
+      // Where the keyboard goes on when the detail has gone.
+      if (name === null && selected !== null) {
+         const button = [...document.querySelectorAll('button.port')]
+            .find(b => b.getAttribute('data-port') === selected);
+         /** @type {HTMLElement|undefined} */ (button)?.focus();
+      }
+   };
+   const last = entries.length ? entries[entries.length - 1] : null;
+   const onKey = (/** @type {KeyboardEvent} */ event) => {
+      if (event.key === 'Escape') {
+         onSelect(null);
+      }
+   };
+   return html`<main onKeyDown=${onKey}>
+      <${Summary} ports=${ports} periods=${periods} alarms=${alarms} now=${now} last=${last}
+         lastWhen=${last ? whenOf(last.t, last.time) : ''} onSelect=${onSelect} />
+      ${above}
+      <div class=${`columns ${port ? 'two' : ''}`}>
+         <section class="card plate" aria-label="Ports">
+            <div class="bar"><h2>Ports</h2>
+               <button type="button" aria-pressed=${isTable ? 'true' : 'false'}
+                  onClick=${() => setTable(!isTable)}>As a table</button></div>
+            ${isTable
+               ? html`<${PortTable} ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />`
+               : html`<${Legend} ports=${ports} />
+                  <${Faceplate} ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />`}
+         </section>
+         ${port && html`<${Detail} key=${selected} port=${port} ports=${ports} now=${now}
+            entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect} />`}
+      </div>
+      <${TimeLine} story=${story} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
+      <${Log} entries=${entries} whenOf=${whenOf} />
+   </main>`;
+}
+
+/** @param {{ title: string, status: any, version: string }} props */
+function Header({ title, status, version }) {
+   return html`<header><h1><${Foreign}>${title}<//></h1>
+      <p class="status" role="status">${status}</p>
+      <p class="small">${version && `ostra ${version}`}</p></header>`;
+}
+
+/** @param {{ live: Live }} props */
+function LivePage({ live }) {
+   const [, draw] = useState(0);
+   useEffect(() => {
+      let due = 0;
+      let lastAt = 0;
+      const later = () => {
+         if (!due) {
+            due = window.setTimeout(() => {
+               due = 0;
+               lastAt = performance.now();
+               draw(n => n + 1);
+            }, Math.max(0, lastAt + leastBetween - performance.now()));
+         }
+      };
+      live.onChange = later;
+      later();
+      const clock = setInterval(later, mostBetween);
+      return () => clearInterval(clock);
+   }, []);
+   const entries = live.entries;
+   const story = live.story;
+   const now = live.now();
+   const whenOf = (/** @type {number} */ t, /** @type {string|null} */ time) =>
+      timeOfDay(time === null ? Date.now() + (t - now) * 1000 : Date.parse(time));
+   const lost = `connection lost since ${timeOfDay(live.lostAt)}; what is shown is from before`;
+   const status = live.connection === 'lost' ? html`<strong class="lost">${lost}</strong>`
+      : live.connection === 'live' ? 'live' : 'connecting';
+   if (!live.summary) {
+      return html`<${Header} title="ostra" status=${status} version="" />`;
+   }
+   const { mlag, nonMlag, version, store, ready } = live.summary;
+   return html`
+      <${Header} title="This switch" version=${version} status=${html`${status}${
+         !ready && ', not ready'}${store.problem && html`, store: <${Foreign}>${store.problem}<//>`}`} />
+      <${Body} ports=${live.ports} periods=${{ mlag, nonMlag }} alarms=${live.alarms}
+         entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}
+         whenOf=${whenOf} />`;
+}
+
+const speed = 30;
+
+/** @param {{ t: number, end: number, onTime: (t: number) => void }} props */
+function Player({ t, end, onTime }) {
+   const [isPlaying, setPlaying] = useState(false);
+   const at = useRef(t);
+   at.current = t;
+   useEffect(() => {
+      if (!isPlaying) {
+         return undefined;
+      }
+      const step = 100;
+      const timer = setInterval(() => {
+         const next = Math.min(end, at.current + speed * step / 1000);
+         onTime(next);
+         if (next === end) {
+            setPlaying(false);
+         }
+      }, step);
+      return () => clearInterval(timer);
+   }, [isPlaying]);
+   return html`<section class="card player" aria-label="Time">
+      <button type="button" onClick=${() => {
+         if (t >= end) {
+            onTime(0);
+         }
+         setPlaying(!isPlaying);
+      }}>${isPlaying ? 'Pause' : 'Play'}</button>
+      <input type="range" aria-label="Time in the run" aria-valuetext=${instant(t)} min="0" max=${end}
+         step="any" value=${t} onInput=${(/** @type {any} */ e) => onTime(Number(e.target.value))}
+         onKeyDown=${(/** @type {KeyboardEvent} */ e) => {
+            /** @type {{ [key: string]: number }} */
+            const steps = { ArrowLeft: -1, ArrowRight: 1, ArrowDown: -1, ArrowUp: 1,
+               PageDown: -30, PageUp: 30 };
+            if (e.key in steps) {
+               e.preventDefault();
+               onTime(Math.min(end, Math.max(0, Math.round(t) + steps[e.key])));
+            }
+         }} />
+      <output>${instant(Math.round(t * 1000) / 1000)} of ${duration(end)}</output>
+   </section>`;
+}
+
+/** @param {{ recorded: Recorded }} props */
+function RecordedPage({ recorded }) {
+   const [t, setTime] = useState(0);
+   const ports = useMemo(() => recorded.portsAt(t), [t]);
+   const entries = useMemo(() => recorded.entries.filter(entry => entry.t <= t), [t]);
+   const { story } = recorded;
+   return html`
+      <${Header} title=${recorded.name || 'A reload'} version=${recorded.version} status="recorded" />
+      <${Body} ports=${ports} periods=${recorded.periodsAt(t)} alarms=${[]} entries=${entries}
+         story=${story} now=${t} zero=${0} whenOf=${(/** @type {number} */ at) => instant(at)}
+         onCursor=${setTime}
+         above=${html`<${Player} t=${t} end=${story.end} onTime=${setTime} />`} />`;
+}
+
+function show() {
+   const page = /** @type {HTMLElement} */ (document.getElementById('page'));
+   const text = document.getElementById('records')?.textContent ?? '';
+   if (text.trim()) {
+      const recorded = new Recorded(text);
+      document.title = recorded.name || 'A reload';
+      render(html`<${RecordedPage} recorded=${recorded} />`, page);
+      return;
+   }
+   const live = new Live(() => {});
+   render(html`<${LivePage} live=${live} />`, page);
+   live.start();
+}
+
+show();

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The ports as the front of the switch shows them. A port is a button; the arrow keys go to
+// the next one in that direction.
+
+import { classWords, duration, portStates, secondsLeft, stateOf } from './model.js';
+import { layoutOf } from './layout.js';
+import { Component, html, standingOf, StateMark, useMemo } from './parts.js';
+
+/** @typedef {import('./model.js').Port} Port */
+
+/** Beyond that many ports each is smaller. */
+const manyPorts = 150;
+
+/** Is drawn again only when what it shows has changed. */
+class PortButton extends Component {
+   /** @param {any} next */
+   shouldComponentUpdate(next) {
+      const now = this.props;
+      return next.state !== now.state || next.left !== now.left || next.words !== now.words ||
+         next.isSelected !== now.isSelected || next.isStop !== now.isStop;
+   }
+
+   render() {
+      const { name, label, state, left, words, isSelected, isStop, onSelect } = this.props;
+      return html`<button type="button" class=${`port s-${state}`} data-port=${name}
+         data-state=${state} aria-pressed=${isSelected ? 'true' : 'false'}
+         title=${`${name}: ${words}`} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
+         <span class="spoken">${`${name}: ${words}`}</span>
+         <span class="label" aria-hidden="true">${label}</span>
+         <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
+         <span class="left" aria-hidden="true">${left}</span>
+      </button>`;
+   }
+}
+
+/** The nearest in the direction; what is far to the side counts as farther.
+ * @param {HTMLElement} from @param {HTMLElement[]} all @param {number} x @param {number} y */
+function neighbour(from, all, x, y) {
+   const here = from.getBoundingClientRect();
+   let best = null;
+   let least = Infinity;
+   for (const other of all) {
+      const there = other.getBoundingClientRect();
+      const dx = (there.left + there.right - here.left - here.right) / 2;
+      const dy = (there.top + there.bottom - here.top - here.bottom) / 2;
+      const along = dx * x + dy * y;
+      const aside = Math.abs(dx * y) + Math.abs(dy * x);
+      const distance = along + 3 * aside;
+      if (other !== from && along > 4 && aside <= along * 2 && distance < least) {
+         least = distance;
+         best = other;
+      }
+   }
+   return best;
+}
+
+/** @type {{ [key: string]: [number, number] }} */
+const directions = {
+   ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1],
+};
+
+/** @param {KeyboardEvent} event */
+function onKey(event) {
+   const plate = /** @type {HTMLElement} */ (event.currentTarget);
+   const buttons = /** @type {HTMLElement[]} */ ([...plate.querySelectorAll('button.port')]);
+   const from = /** @type {HTMLElement} */ (event.target);
+   const direction = directions[event.key];
+   const to = direction ? neighbour(from, buttons, ...direction)
+      : event.key === 'Home' ? buttons[0]
+         : event.key === 'End' ? buttons[buttons.length - 1] : null;
+   if (direction || to) {
+      event.preventDefault();
+   }
+   if (to) {
+      // One stop for the tabulator key, which is where one left.
+      from.tabIndex = -1;
+      to.tabIndex = 0;
+      to.focus();
+   }
+}
+
+/** @param {{ ports: Map<string, Port>, now: number, selected: string|null,
+ *            onSelect: (name: string) => void }} props */
+export function Faceplate({ ports, now, selected, onSelect }) {
+   const names = [...ports.keys()];
+   const modules = useMemo(() => layoutOf(names), [names.join(' ')]);
+   const stop = selected !== null && ports.has(selected)
+      ? selected : modules[0]?.blocks[0]?.[0]?.ports[0]?.name;
+   const button = (/** @type {{ name: string, label: string }} */ { name, label }) => {
+      const port = /** @type {Port} */ (ports.get(name));
+      const left = secondsLeft(port, now);
+      return html`<${PortButton} key=${name} name=${name} label=${label}
+         state=${stateOf(port)} left=${left === null ? '' : duration(left)}
+         words=${`${standingOf(port, now)}, ${classWords[port.class] ?? port.class}`}
+         isSelected=${name === selected} isStop=${name === stop} onSelect=${onSelect} />`;
+   };
+   return html`<div class=${`faceplate ${ports.size > manyPorts ? 'many' : ''}`}
+      role="group" aria-label="Front of the switch; arrow keys go from port to port"
+      onKeyDown=${onKey}>
+      ${modules.map(module => html`<div class="module" key=${module.title}>
+         <h3>${module.title}</h3>
+         <div class="blocks">${module.blocks.map((block, i) => html`
+            <div class="block" key=${i}>${block.map(cage => cage.ports.length === 1
+               ? button(cage.ports[0])
+               : html`<div class="cage" key=${cage.label}>${cage.ports.map(button)}</div>`)}
+            </div>`)}
+         </div>
+      </div>`)}
+   </div>`;
+}
+
+/** What the marks and colours mean, of the states that there are.
+ * @param {{ ports: Map<string, Port> }} props */
+export function Legend({ ports }) {
+   const states = new Set([...ports.values()].map(stateOf));
+   return html`<ul class="legend" aria-label="What the marks mean">
+      ${Object.keys(portStates).filter(state => states.has(state)).map(state => html`
+         <li key=${state}><${StateMark} state=${state} /> ${portStates[state].words}</li>`)}
+   </ul>`;
+}

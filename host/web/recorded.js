@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// A run that is over, from its records: the switch at any time of it.
+
+import { adminWord, linkWord } from './model.js';
+import { entriesOf } from './words.js';
+
+/**
+ * @typedef {import('./model.js').Port} Port
+ * @typedef {import('./model.js').Period} Period
+ * @typedef {import('./model.js').StreamRecord} StreamRecord
+ * @typedef {import('./story.js').Span} Span
+ * @typedef {import('./story.js').Story} Story
+ *
+ * What a record says of a port from its time on.
+ * @typedef {{ t: number, interface: string, class: string, portChannel: string|null,
+ *             isPresent: boolean, admin: any, link: any, state: string,
+ *             why: string }} Fact
+ */
+
+/** The last that is not after the time; null when all are.
+ * @template {{ t: number }} T
+ * @param {T[]} items in order @param {number} t @returns {T|null} */
+export function lastAt(items, t) {
+   let low = 0;
+   let high = items.length;
+   while (low < high) {
+      const middle = (low + high) >> 1;
+      if (items[middle].t <= t) {
+         low = middle + 1;
+      } else {
+         high = middle;
+      }
+   }
+   return low ? items[low - 1] : null;
+}
+
+const idle = { state: 'idle', start: null, end: null };
+/** @type {{ [state: string]: string }} */
+const reasons = {
+   held: 'errdisabled for the MLAG reload delay',
+   standby: 'its port-channel waits in LACP standby for the MLAG reload delay',
+};
+
+const isHold = (/** @type {string} */ state) => state === 'held' || state === 'standby';
+
+/** @param {Fact[]} facts in order @returns {Span[]} */
+function spansOf(facts) {
+   /** @type {Span[]} */
+   const spans = [];
+   /** @type {Span|null} */
+   let open = null;
+   for (const fact of facts) {
+      if (open && open.kind !== fact.state) {
+         open.to = fact.t;
+         open.why = fact.why;
+         open = null;
+      }
+      if (!open && isHold(fact.state)) {
+         open = { from: fact.t, to: null, kind: fact.state, why: '' };
+         spans.push(open);
+      }
+   }
+   return spans;
+}
+
+export class Recorded {
+   /** @param {string} text a record a line */
+   constructor(text) {
+      /** @type {StreamRecord[]} */
+      const records = text.split('\n').filter(line => line.trim()).map(line => JSON.parse(line));
+      /** @type {Map<string, Fact[]>} */
+      this.facts = new Map();
+      /** @type {{ t: number, mlag: Period, nonMlag: Period }[]} */
+      this.periods = [];
+      this.name = '';
+      this.version = '';
+      this.end = 0;
+      for (const record of records) {
+         this.end = record.t;
+         if (record.type === 'ports') {
+            this.#addFacts(record);
+         } else if (record.type === 'periods') {
+            this.periods.push({ t: record.t, mlag: record.mlag, nonMlag: record.nonMlag });
+         } else if (record.type === 'start') {
+            this.name = record.name;
+            this.version = record.version;
+         }
+      }
+      this.entries = entriesOf(records.filter(record => record.type !== 'start'));
+      this.spans = new Map([...this.facts].map(([name, facts]) => [name, spansOf(facts)]));
+      this.story = this.#makeStory();
+   }
+
+   /** @param {StreamRecord} record */
+   #addFacts(record) {
+      for (const fact of record.ports) {
+         const facts = this.facts.get(fact.interface) ?? [];
+         this.facts.set(fact.interface, facts);
+         facts.push({ ...fact, t: record.t });
+      }
+   }
+
+   /** @param {number} t @returns {{ mlag: Period, nonMlag: Period }} */
+   periodsAt(t) {
+      return lastAt(this.periods, t) ?? { mlag: idle, nonMlag: idle };
+   }
+
+   /** @param {number} t @returns {Map<string, Port>} */
+   portsAt(t) {
+      const periods = this.periodsAt(t);
+      const ports = new Map();
+      for (const [name, facts] of this.facts) {
+         const fact = lastAt(facts, t) ?? { ...facts[0], isPresent: false, state: 'notHeld', why: '' };
+         const spans = /** @type {Span[]} */ (this.spans.get(name));
+         const open = spans.find(span => span.from <= t && (span.to === null || span.to > t));
+         const over = spans.filter(span => span.to !== null && span.to <= t).pop();
+         const isMlag = fact.class === 'mlag' || fact.state === 'standby';
+         ports.set(name, {
+            name,
+            class: fact.class,
+            portChannel: fact.portChannel,
+            isPresent: fact.isPresent,
+            admin: adminWord(fact.admin),
+            link: linkWord(fact.link),
+            device: null,
+            hold: isHold(fact.state) ? {
+               kind: fact.state === 'standby' ? 'lacpStandby' : 'errdisable',
+               since: open ? open.from : fact.t,
+               until: (isMlag ? periods.mlag : periods.nonMlag).end,
+               error: null,
+            } : null,
+            released: !open && over ? over.to : null,
+            reason: fact.why || (reasons[fact.state] ?? ''),
+         });
+      }
+      return ports;
+   }
+
+   /** @returns {Story} */
+   #makeStory() {
+      const tracks = [...this.facts].map(([name, facts]) => {
+         // As it was while it was held.
+         const fact = facts.find(f => isHold(f.state)) ?? facts[facts.length - 1];
+         return {
+            name,
+            class: fact.class,
+            portChannel: fact.portChannel,
+            spans: this.spans.get(name) ?? [],
+         };
+      });
+      /** @type {{ [portClass: string]: Span[] }} */
+      const periods = { mlag: [], nonMlag: [] };
+      for (const { t, ...classes } of this.periods) {
+         for (const [name, period] of Object.entries(classes)) {
+            const spans = periods[name];
+            const open = spans.length && spans[spans.length - 1].to === null;
+            if (period.state === 'held' && !open) {
+               spans.push({ from: t, to: null, kind: 'period', why: '' });
+            } else if (period.state !== 'held' && open) {
+               spans[spans.length - 1].to = t;
+            }
+         }
+      }
+      const marks = this.entries
+         .filter(entry => entry.kind === 'log' || entry.kind === 'event' || entry.kind === 'alarm')
+         .map(({ t, kind, text }) => ({ t, kind, text }));
+      return { start: 0, end: Math.max(this.end, 1), tracks, periods, marks };
+   }
+}

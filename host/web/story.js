@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// A reload from its beginning to its end, as the time line shows it: when each port was held,
+// when each class of ports waited, and what happened beside that.
+
+import { compareNames, rangesOf } from './model.js';
+
+/**
+ * Times in seconds; `to` is null as long as it goes on, and then `until` is when it will end, if
+ * that is known.
+ * @typedef {{ from: number, to: number|null, kind: string, why: string,
+ *             until?: number|null }} Span
+ * @typedef {{ name: string, class: string, portChannel: string|null, spans: Span[] }} Track
+ * @typedef {{ t: number, kind: string, text: string }} Mark
+ * @typedef {{ start: number, end: number, tracks: Track[],
+ *             periods: { [portClass: string]: Span[] }, marks: Mark[] }} Story
+ *
+ * A row of the time line. `children` are below it when it is open.
+ * @typedef {{ key: string, label: string, spans: Span[], ports: string[],
+ *             children: Lane[] }} Lane
+ */
+
+/** @param {Track} track */
+const shapeOf = track => track.spans.map(s => `${s.from} ${s.to} ${s.kind}`).join(', ');
+
+/** Tracks whose spans are the same, in the order of their first names.
+ * @param {Track[]} tracks @returns {Track[][]} */
+function alike(tracks) {
+   /** @type {Map<string, Track[]>} */
+   const groups = new Map();
+   for (const track of tracks) {
+      const shape = shapeOf(track);
+      const group = groups.get(shape);
+      if (group) {
+         group.push(track);
+      } else {
+         groups.set(shape, [track]);
+      }
+   }
+   return [...groups.values()];
+}
+
+/** What is true of any of the ports, each span once.
+ * @param {Track[]} tracks @returns {Span[]} */
+function unionOf(tracks) {
+   const seen = new Map();
+   for (const track of tracks) {
+      for (const span of track.spans) {
+         seen.set(`${span.from} ${span.to} ${span.kind}`, span);
+      }
+   }
+   return [...seen.values()].sort((a, b) => a.from - b.from);
+}
+
+/** @param {Track} track @returns {Lane} */
+const laneOfPort = track => ({
+   key: `port ${track.name}`,
+   label: track.name,
+   spans: track.spans,
+   ports: [track.name],
+   children: [],
+});
+
+/** @param {string} key @param {Track[]} tracks @returns {Lane[]} */
+function lanesOfRanges(key, tracks) {
+   return alike(tracks).map(group => {
+      const names = group.map(track => track.name);
+      return group.length === 1 ? laneOfPort(group[0]) : {
+         key: `${key} ${names[0]}`,
+         label: rangesOf(names),
+         spans: group[0].spans,
+         ports: names,
+         children: group.map(laneOfPort),
+      };
+   });
+}
+
+/** @param {string} key @param {string} label @param {Track[]} tracks @returns {Lane} */
+function laneOf(key, label, tracks) {
+   const inner = lanesOfRanges(key, tracks);
+   // A range that is all there is would say the same again.
+   const children = inner.length === 1 && inner[0].children.length ? inner[0].children : inner;
+   return {
+      key, label, spans: unionOf(tracks), ports: tracks.map(track => track.name), children,
+   };
+}
+
+/** The lanes of ports that were ever held: for each class its port-channels, then the rest.
+ * @param {Story} story @returns {{ portClass: string, lane: Lane }[]} */
+export function lanesOf(story) {
+   const lanes = [];
+   for (const portClass of ['mlag', 'nonMlag']) {
+      const tracks = story.tracks
+         .filter(track => track.class === portClass && track.spans.length)
+         .sort((a, b) => compareNames(a.name, b.name));
+      /** @type {Map<string, Track[]>} */
+      const channels = new Map();
+      const single = tracks.filter(track => track.portChannel === null);
+      for (const track of tracks) {
+         if (track.portChannel !== null) {
+            channels.set(track.portChannel, [...channels.get(track.portChannel) ?? [], track]);
+         }
+      }
+      const names = [...channels.keys()].sort(compareNames);
+      lanes.push({
+         portClass,
+         lane: {
+            key: portClass,
+            label: portClass,
+            spans: unionOf(tracks),
+            ports: tracks.map(track => track.name),
+            children: [
+               ...names.map(name => laneOf(`lag ${name}`, name, channels.get(name) ?? [])),
+               ...lanesOfRanges(`single ${portClass}`, single),
+            ],
+         },
+      });
+   }
+   return lanes;
+}
+
+/** At most so many round times between two, for an axis.
+ * @param {number} start @param {number} end @param {number} most @returns {number[]} */
+export function ticksBetween(start, end, most) {
+   const steps = [1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 21600, 86400];
+   const span = end - start;
+   const step = steps.find(s => span / s <= most) ?? Math.ceil(span / most / 86400) * 86400;
+   const ticks = [];
+   for (let t = Math.ceil(start / step) * step; t <= end; t += step) {
+      ticks.push(t);
+   }
+   return ticks;
+}
+
+/** What is needed to show the whole of it, and a little more.
+ * @param {Track[]} tracks @param {{ [portClass: string]: Span[] }} periods @param {number} now
+ * @returns {{ start: number, end: number }} */
+export function rangeOf(tracks, periods, now) {
+   const spans = [...tracks.flatMap(track => track.spans), ...Object.values(periods).flat()];
+   if (!spans.length) {
+      return { start: now - 60, end: now + 60 };
+   }
+   let start = Infinity;
+   let end = -Infinity;
+   for (const { from, to, until } of spans) {
+      start = Math.min(start, from);
+      end = Math.max(end, from, to ?? until ?? now);
+   }
+   const margin = Math.max(5, (end - start) * 0.04);
+   return { start, end: end + margin };
+}

@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The switch at a glance: how long both classes of ports still wait, how many ports are held,
+// what happened last, and whether the host is there.
+
+import { classWords, counted, duration, portStates, stateOf } from './model.js';
+import { Foreign, html, StateMark } from './parts.js';
+
+/** @typedef {import('./model.js').Port} Port */
+/** @typedef {import('./model.js').Period} Period */
+
+/** @param {{ name: string, period: Period, now: number }} props */
+function PeriodCard({ name, period, now }) {
+   const isHeld = period.state === 'held';
+   const left = isHeld && period.end !== null ? Math.max(0, period.end - now) : null;
+   const length = period.end !== null && period.start !== null ? period.end - period.start : 0;
+   const done = left !== null && length > 0 ? Math.min(1, 1 - left / length) : 0;
+   return html`<section class=${`card ${isHeld ? 'waits' : ''}`} aria-label=${`${classWords[name]} ports`}>
+      <h2>${classWords[name]} ports</h2>
+      <p class="big" data-period=${name}>${
+         !isHeld ? (period.state === 'released' ? 'released' : 'not held')
+            : left === null ? 'no end' : duration(left)}</p>
+      <p class="small">${
+         !isHeld ? 'no reload delay runs'
+            : left === null ? 'held, and no timer ends it' : 'until the reload delay ends'}</p>
+      <progress max="1" value=${done} hidden=${left === null}
+         aria-label=${`reload delay of ${classWords[name]} ports`}></progress>
+   </section>`;
+}
+
+/** @param {{ ports: Map<string, Port> }} props */
+function CountsCard({ ports }) {
+   /** @type {{ [state: string]: number }} */
+   const counts = {};
+   for (const port of ports.values()) {
+      const state = stateOf(port);
+      counts[state] = (counts[state] ?? 0) + 1;
+   }
+   return html`<section class="card" aria-label="Ports">
+      <h2>${counted(ports.size, 'port')}</h2>
+      <ul class="counts">${Object.keys(portStates).filter(state => counts[state]).map(state => html`
+         <li key=${state} data-count=${state}><${StateMark} state=${state} />
+            <b>${counts[state]}</b> <span>${portStates[state].words}</span></li>`)}
+      </ul>
+   </section>`;
+}
+
+/** @param {{ alarms: import('./live.js').Alarm[], onSelect: (name: string) => void,
+ *            ports: Map<string, Port> }} props */
+export function Alarms({ alarms, onSelect, ports }) {
+   return html`<section class="card alarms" aria-label="Alarms">
+      <h2>${counted(alarms.length, 'alarm')}</h2>
+      <ul>${alarms.slice(0, 100).map(alarm => html`
+         <li key=${`${alarm.kind} ${alarm.interface}`}>
+            ${ports.has(alarm.interface)
+               ? html`<button class="link" onClick=${() => onSelect(alarm.interface)}>
+                    <${Foreign}>${alarm.interface}<//></button>`
+               : html`<b><${Foreign}>${alarm.interface}<//></b>`}:
+            ${' '}<${Foreign}>${alarm.text}<//>. ${alarm.ending && html`<span class="small">Ends with:
+            ${' '}<${Foreign}>${alarm.ending}<//></span>`}</li>`)}
+      </ul>
+   </section>`;
+}
+
+/** @param {{ ports: Map<string, Port>, periods: { mlag: Period, nonMlag: Period },
+ *            alarms: import('./live.js').Alarm[], now: number,
+ *            last: import('./words.js').Entry|null, onSelect: (name: string) => void,
+ *            lastWhen: string }} props */
+export function Summary({ ports, periods, alarms, now, last, lastWhen, onSelect }) {
+   return html`<div class="summary">
+      <${PeriodCard} name="mlag" period=${periods.mlag} now=${now} />
+      <${PeriodCard} name="nonMlag" period=${periods.nonMlag} now=${now} />
+      <${CountsCard} ports=${ports} />
+      <section class="card" aria-label="What happened last">
+         <h2>Last</h2>
+         <p class="last" aria-live="polite"><${Foreign}>${last ? last.text : 'nothing yet'}<//></p>
+         <p class="small">${last ? lastWhen : ''}</p>
+      </section>
+      ${alarms.length > 0 &&
+         html`<${Alarms} alarms=${alarms} ports=${ports} onSelect=${onSelect} />`}
+   </div>`;
+}

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The ports, and what happened, as tables.
+
+import { classWords, compareNames, duration, secondsLeft, stateOf, portStates } from './model.js';
+import { Foreign, html, reasonOf, StateMark, useState } from './parts.js';
+
+/** @typedef {import('./model.js').Port} Port */
+/** @typedef {import('./words.js').Entry} Entry */
+
+/** @param {{ ports: Map<string, Port>, now: number, selected: string|null,
+ *            onSelect: (name: string) => void }} props */
+export function PortTable({ ports, now, selected, onSelect }) {
+   const sorted = [...ports.values()].sort((a, b) => compareNames(a.name, b.name));
+   return html`<div class="scroll" tabindex="0" role="region" aria-label="Ports as a table">
+      <table>
+      <thead><tr><th scope="col">Port</th><th scope="col">Class</th><th scope="col">Port-channel</th>
+         <th scope="col">State</th><th scope="col">Left</th><th scope="col">Why</th></tr></thead>
+      <tbody>${sorted.map(port => {
+         const state = stateOf(port);
+         const left = secondsLeft(port, now);
+         return html`<tr key=${port.name} data-row=${port.name}
+            class=${port.name === selected ? 'selected' : ''}>
+            <th scope="row"><button type="button" class="link" onClick=${() => onSelect(port.name)}>
+               <${Foreign}>${port.name}<//></button></th>
+            <td>${classWords[port.class] ?? port.class}</td>
+            <td>${port.portChannel ?? ''}</td>
+            <td><${StateMark} state=${state} /> ${portStates[state].words}</td>
+            <td class="number">${left === null ? '' : duration(left)}</td>
+            <td><${Foreign}>${reasonOf(port)}<//></td></tr>`;
+      })}</tbody></table>
+   </div>`;
+}
+
+const firstEntries = 30;
+
+/** The newest first.
+ * @param {{ entries: Entry[], whenOf: (t: number, time: string|null) => string }} props */
+export function Log({ entries, whenOf }) {
+   const [shown, setShown] = useState(firstEntries);
+   const newest = entries.slice(-shown).reverse();
+   return html`<section class="card" aria-label="What happened">
+      <h2>What happened</h2>
+      ${entries.length === 0 && html`<p class="small">Nothing yet.</p>`}
+      <ol class="log" tabindex="0" aria-label="Records, the newest first">${newest.map(entry => html`
+         <li key=${entry.key} class=${`e-${entry.kind}`} data-seq=${entry.key}>
+            <time>${whenOf(entry.t, entry.time)}</time> <${Foreign}>${entry.text}<//></li>`)}</ol>
+      ${entries.length > shown && html`<button type="button"
+         onClick=${() => setShown(shown * 4)}>Show more of ${entries.length}</button>`}
+   </section>`;
+}

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// A reload on a line of time: a row for each class of ports, which opens up into its
+// port-channels and ranges of ports, and these into ports; marks for what happened beside it.
+
+import { classWords, counted, instant } from './model.js';
+import { html, useMemo, useState } from './parts.js';
+import { lanesOf, ticksBetween } from './story.js';
+
+/**
+ * @typedef {import('./story.js').Story} Story
+ * @typedef {import('./story.js').Span} Span
+ * @typedef {import('./story.js').Lane} Lane
+ */
+
+/** @type {{ [kind: string]: string }} */
+const spanWords = { held: 'errdisabled', standby: 'in LACP standby', period: 'the reload delay' };
+/** @type {{ [kind: string]: string }} */
+const markShapes = {
+   event: 'M0,-6 L6,0 L0,6 L-6,0 Z',
+   log: 'M0,-6 L6,5 L-6,5 Z',
+   alarm: 'M-5,-5 L5,-5 L5,5 L-5,5 Z',
+};
+
+/** What a span is, for people.
+ * @param {Span} span @param {number} zero */
+function saysOf(span, zero) {
+   const end = span.to !== null ? `to ${instant(span.to - zero)}`
+      : typeof span.until === 'number' ? `until ${instant(span.until - zero)}`
+         : 'without an end so far';
+   const why = span.why ? `: ${span.why}` : '';
+   return `${spanWords[span.kind] ?? span.kind} from ${instant(span.from - zero)} ${end}${why}`;
+}
+
+/** @param {{ spans: Span[], scale: (t: number) => number, end: number, zero: number,
+ *            name: string, cursor: number }} props positions in percent */
+function Bars({ spans, scale, end, zero, name, cursor }) {
+   return spans.flatMap((span, i) => {
+      const says = `${name}: ${saysOf(span, zero)}`;
+      const isTall = span.kind === 'period';
+      const piece = (/** @type {number} */ from, /** @type {number} */ to, /** @type {string} */ more) =>
+         html`<rect key=${`${i}${more}`} class=${`b-${span.kind} ${more}`}
+            x=${`${scale(from)}%`} width=${`${Math.max(0.15, scale(to) - scale(from))}%`}
+            y=${isTall ? 2 : 4} height=${isTall ? 16 : 12} rx="2" data-says=${says}>
+            <title>${says}</title></rect>`;
+      if (span.to !== null) {
+         return [piece(span.from, span.to, '')];
+      }
+      // What is still to come is drawn fainter.
+      const present = Math.min(end, Math.max(span.from, cursor));
+      return [piece(span.from, present, ''), piece(present, span.until ?? end, 'open')];
+   });
+}
+
+/** @param {{ lane: Lane, depth: number, open: Set<string>, onToggle: (key: string) => void,
+ *            story: Story, scale: (t: number) => number, zero: number,
+ *            cursor: number, onSelect: (name: string) => void, periods?: Span[] }} props */
+function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSelect, periods = [] }) {
+   const isOpen = open.has(lane.key);
+   const hasMore = lane.children.length > 0;
+   const name = depth === 0 ? `${classWords[lane.key]} ports` : lane.label;
+   const count = lane.ports.length > 1 ? counted(lane.ports.length, 'port') : '';
+   const only = lane.ports.length === 1 ? lane.ports[0] : null;
+   return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${lane.key}>
+      <div class="name">${hasMore
+         ? html`<button type="button" class="fold" aria-expanded=${isOpen ? 'true' : 'false'}
+              onClick=${() => onToggle(lane.key)}>${isOpen ? '▾' : '▸'} ${name}
+              ${' '}<span class="small">${count}</span></button>`
+         : only !== null
+            ? html`<button type="button" class="link" onClick=${() => onSelect(only)}>${name}</button>`
+            : html`<span>${name} <span class="small">${count || 'none held'}</span></span>`}</div>
+      <svg class="track" role="img" aria-label=${[...periods, ...lane.spans].length
+         ? `${name}: ${[...periods, ...lane.spans].slice(0, 20).map(s => saysOf(s, zero)).join('; ')}`
+         : `${name}: never held`}>
+         <${Bars} spans=${periods} scale=${scale} end=${story.end} zero=${zero} name=${name}
+            cursor=${cursor} />
+         <${Bars} spans=${lane.spans} scale=${scale} end=${story.end} zero=${zero} name=${name}
+            cursor=${cursor} />
+      </svg>
+   </div>
+   ${isOpen && lane.children.map(child => html`<${LaneRow} key=${child.key} lane=${child}
+      depth=${depth + 1} open=${open} onToggle=${onToggle} story=${story} scale=${scale}
+      zero=${zero} cursor=${cursor} onSelect=${onSelect} />`)}`;
+}
+
+/** @param {{ story: Story, scale: (t: number) => number, zero: number }} props */
+function MarkRow({ story, scale, zero }) {
+   const marks = story.marks.slice(-500);
+   return html`<div class="lane marks">
+      <div class="name"><span>What happened</span></div>
+      <svg class="track" role="img" aria-label=${`${counted(marks.length, 'mark')}; the list of what
+         happened has them all`}>${marks.map((mark, i) => {
+         const says = `${instant(mark.t - zero)} ${mark.text}`;
+         return html`<svg key=${i} x=${`${scale(mark.t)}%`} y="10" overflow="visible">
+            <path class=${`m-${mark.kind}`} d=${markShapes[mark.kind]} data-says=${says}>
+               <title>${says}</title></path></svg>`;
+      })}</svg>
+   </div>`;
+}
+
+/** `cursor`: the time that is shown; `onCursor`: another one is chosen, if that can be.
+ * @param {{ story: Story, cursor: number, zero: number, onCursor?: (t: number) => void,
+ *           onSelect: (name: string) => void }} props */
+export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
+   const [open, setOpen] = useState(() => new Set(/** @type {string[]} */ ([])));
+   const [says, setSays] = useState('');
+   const lanes = useMemo(() => lanesOf(story), [story]);
+   const length = story.end - story.start;
+   const scale = (/** @type {number} */ t) =>
+      Math.min(100, Math.max(0, (t - story.start) / length * 100));
+   const onToggle = (/** @type {string} */ key) => {
+      const next = new Set(open);
+      if (!next.delete(key)) {
+         next.add(key);
+      }
+      setOpen(next);
+   };
+   const onClick = (/** @type {MouseEvent} */ event) => {
+      const track = /** @type {Element} */ (event.target).closest('.track');
+      if (track && onCursor) {
+         const { left, width } = track.getBoundingClientRect();
+         onCursor(story.start + (event.clientX - left) / width * length);
+      }
+   };
+   const onOver = (/** @type {Event} */ event) => {
+      const item = /** @type {Element} */ (event.target).closest('[data-says]');
+      setSays(item?.getAttribute('data-says') ?? '');
+   };
+   const isWithin = cursor >= story.start && cursor <= story.end;
+   return html`<section class="card" aria-label="Time line">
+      <h2>Time line</h2>
+      <div class=${`timeline ${onCursor ? 'choosable' : ''}`} onClick=${onClick} onMouseOver=${onOver}>
+         <div class="lane axis"><div class="name"></div><div class="ticks">
+            ${ticksBetween(story.start - zero, story.end - zero, 7).map(t => html`
+               <span key=${t} style=${{ left: `${scale(t + zero)}%` }}>${instant(t)}</span>`)}
+         </div></div>
+         <${MarkRow} story=${story} scale=${scale} zero=${zero} />
+         ${lanes.map(({ portClass, lane }) => html`<${LaneRow} key=${portClass} lane=${lane} depth=${0}
+            open=${open} onToggle=${onToggle} story=${story} scale=${scale} zero=${zero}
+            cursor=${cursor} onSelect=${onSelect} periods=${story.periods[portClass]} />`)}
+         <div class="over" aria-hidden="true"><div class="cursor" hidden=${!isWithin}
+            style=${{ left: `${scale(cursor)}%` }}></div></div>
+      </div>
+      <p class="small says">${says || 'Point at a bar or a mark for what it is.'}</p>
+   </section>`;
+}

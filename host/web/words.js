@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Records as sentences for people. Ports to which the same happens at one time are one entry.
+
+import { counted, rangesOf } from './model.js';
+
+/**
+ * @typedef {import('./model.js').StreamRecord} StreamRecord
+ *
+ * @typedef {{ kind: string, says: (names: string[]) => string, name: string|null }} Meaning
+ *
+ * `key` is the same for the same entry whenever it is made.
+ * @typedef {{ key: string, t: number, time: string|null, kind: string, names: string[],
+ *             text: string }} Entry
+ */
+
+/** "mlagStatus.mlagState = 3" of each value in a patch.
+ * @param {any} patch @param {string[]} [path] @returns {string[]} */
+export function changesOf(patch, path = []) {
+   const isDeeper = patch !== null && typeof patch === 'object' && !Array.isArray(patch) &&
+      Object.keys(patch).length > 0;
+   return isDeeper
+      ? Object.entries(patch).flatMap(([key, value]) => changesOf(value, [...path, key]))
+      : [`${path.join('.')} = ${JSON.stringify(patch)}`];
+}
+
+/** What is written of one interface, by the path before its name.
+ * @type {{ [path: string]: { noun: string, kinds: [string, string], words: [string, string] } }} */
+const written = {
+   'mlagissuCause.intfStatus': {
+      noun: 'port', kinds: ['held', 'released'], words: ['errdisabled', 'released'],
+   },
+   'lacpConfig.portChannel': {
+      noun: 'port-channel',
+      kinds: ['standby', 'released'],
+      words: ['in LACP standby', 'out of LACP standby'],
+   },
+   'igmpsnoopingConfig.forceEnabledPorts': {
+      noun: 'port-channel',
+      kinds: ['other', 'other'],
+      words: ['forced in IGMP snooping', 'no longer forced in IGMP snooping'],
+   },
+};
+
+/** @param {StreamRecord} record @returns {Meaning} */
+function meaningOfWrite(record) {
+   /** @type {string[]} */
+   const path = record.path;
+   const kind = written[path.slice(0, 2).join('.')];
+   if (kind && path.length > 2) {
+      const isGone = record.value === null || record.value === false;
+      const words = kind.words[isGone ? 1 : 0];
+      return {
+         kind: kind.kinds[isGone ? 1 : 0],
+         name: path[2],
+         says: names => `${counted(names.length, kind.noun)} ${words}: ${rangesOf(names)}`,
+      };
+   }
+   const isRemoved = record.value === null;
+   return {
+      kind: 'other',
+      name: path[2] ?? null,
+      says: () => isRemoved
+         ? `${path.join('.')} removed`
+         : `${path.join('.')} = ${JSON.stringify(record.value)}`,
+   };
+}
+
+/** @param {string} kind @param {string} text @param {string|null} [name] @returns {Meaning} */
+function meaning(kind, text, name = null) {
+   return { kind, name, says: () => text };
+}
+
+/** @type {{ [type: string]: (record: StreamRecord) => Meaning }} */
+const meanings = {
+   write: meaningOfWrite,
+   log: record => meaning('log', `${record.id}: ${record.text}`),
+   event: record => meaning(
+      'event', record.patch === undefined
+         ? `changed: ${(record.mounts ?? ['by event ' + record.index]).join(', ')}`
+         : `changed: ${changesOf(record.patch).join(', ')}`),
+   release: record => meaning('event', `${record.interface} released by hand`, record.interface),
+   port: record => ({
+      kind: record.enforced === 'failed' ? 'alarm' : 'other',
+      name: record.interface,
+      says: names => `the driver says ${record.enforced}` +
+         (record.error ? ` (${record.error})` : '') + `: ${rangesOf(names)}`,
+   }),
+   alarm: record => meaning(
+      'alarm', `alarm ${record.state}: ${record.interface}: ${record.text}`, record.interface),
+   start: record => meaning('event', record.boot === undefined
+      ? 'the plug-in starts' : record.isRestart ? 'the host started again' : 'the host started'),
+   configuration: () => meaning('event', 'the configuration was read again'),
+};
+
+/** Says nothing that a person would read. */
+const silent = new Set(['ports', 'periods', 'trace', 'end']);
+const isSilent = (/** @type {StreamRecord} */ record) => silent.has(record.type) ||
+   (record.type === 'port' && record.enforced === 'pending');
+
+/** @param {StreamRecord[]} records in order @returns {Entry[]} in the same order */
+export function entriesOf(records) {
+   /** @type {(Entry & { says: Meaning['says'] })[]} */
+   const entries = [];
+   // The entries of writes since anything else happened, or the time went on.
+   let open = new Map();
+   let openAt = NaN;
+   for (const [index, record] of records.entries()) {
+      if (isSilent(record)) {
+         continue;
+      }
+      const made = meanings[record.type];
+      const { kind, name, says } = made ? made(record) : meaning('other', record.type);
+      const names = name === null ? [] : [name];
+      const isOfWrites = record.type === 'write' || record.type === 'port';
+      if (!isOfWrites || record.t !== openAt) {
+         open = new Map();
+         openAt = record.t;
+      }
+      const key = String(record.seq ?? index);
+      const entry = { key, t: record.t, time: record.time ?? null, kind, names, text: '', says };
+      if (isOfWrites && name !== null) {
+         const sort = `${kind} ${says(['1'])}`;
+         const before = open.get(sort);
+         if (before) {
+            before.names.push(name);
+            continue;
+         }
+         open.set(sort, entry);
+      }
+      entries.push(entry);
+   }
+   return entries.map(({ says, ...entry }) => ({ ...entry, text: says(entry.names) }));
+}

@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// What the page makes of ports and records, without a browser.
+
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+
+import { layoutOf } from '../../host/web/layout.js';
+import { portOf, Records } from '../../host/web/live.js';
+import { compareNames, duration, instant, rangesOf, secondsLeft, stateOf } from
+   '../../host/web/model.js';
+import { Recorded } from '../../host/web/recorded.js';
+import { lanesOf, rangeOf, ticksBetween } from '../../host/web/story.js';
+import { changesOf, entriesOf } from '../../host/web/words.js';
+
+const port = {
+   name: 'Ethernet1', class: 'mlag', portChannel: null, isPresent: true, admin: '', link: '',
+   device: null, hold: null, released: null, reason: '',
+};
+const hold = { kind: 'errdisable', since: 1, until: 300 };
+
+test('Model.EveryPortIsInOneState', () => {
+   const states = [
+      [{}, 'free'],
+      [{ released: 300 }, 'released'],
+      [{ hold }, 'held'],
+      [{ hold: { ...hold, enforced: 'held' } }, 'held'],
+      [{ hold: { ...hold, enforced: 'pending' } }, 'held'],
+      [{ hold: { ...hold, enforced: 'unsupported' } }, 'unsupported'],
+      [{ hold: { ...hold, enforced: 'failed' } }, 'failed'],
+      [{ hold: { ...hold, until: null } }, 'endless'],
+      [{ hold: { ...hold, kind: 'lacpStandby' } }, 'standby'],
+      [{ class: 'peerLink' }, 'never'],
+      [{ class: 'management' }, 'never'],
+      [{ isPresent: false }, 'absent'],
+      [{ isPresent: false, hold }, 'held'],
+   ];
+   for (const [changed, state] of states) {
+      assert.equal(stateOf({ ...port, ...changed }), state, JSON.stringify(changed));
+   }
+});
+
+test('Model.TimeThatIsLeftIsNeverNothingBeforeTheEnd', () => {
+   assert.equal(secondsLeft({ ...port, hold }, 100), 200);
+   assert.equal(secondsLeft({ ...port, hold }, 400), 0);
+   assert.equal(secondsLeft({ ...port, hold: { ...hold, until: null } }, 100), null);
+   assert.equal(secondsLeft(port, 100), null);
+   assert.deepEqual([0.001, 1, 59.2, 300, 3600].map(duration),
+      ['0:01', '0:01', '1:00', '5:00', '1:00:00']);
+   assert.deepEqual([0, 97.25, 3725, -5].map(instant),
+      ['0:00:00', '0:01:37.25', '1:02:05', '-0:00:05']);
+});
+
+test('Model.NamesAreOrderedAndShortenedByTheirNumbers', () => {
+   const names = ['Ethernet10', 'Ethernet2', 'Ethernet49/1', 'Management1', 'Ethernet1', 'Ethernet3'];
+   assert.deepEqual([...names].sort(compareNames),
+      ['Ethernet1', 'Ethernet2', 'Ethernet3', 'Ethernet10', 'Ethernet49/1', 'Management1']);
+   assert.equal(rangesOf(names), 'Ethernet1-3,10,Ethernet49/1,Management1');
+   assert.equal(rangesOf(['Ethernet3/1', 'Ethernet3/2', 'Ethernet4/1']), 'Ethernet3/1-2,Ethernet4/1');
+   assert.equal(rangesOf([]), '');
+   assert.equal(rangesOf(['odd', 'even']), 'even,odd');
+});
+
+const cageNames = module => module.blocks.flat().map(cage => cage.ports.map(p => p.label).join(' '));
+
+test('Layout.PortsAreInCagesAndModules', () => {
+   const leaf = layoutOf(['Ethernet1', 'Ethernet2', 'Ethernet49/1', 'Ethernet49/2', 'Management1']);
+   assert.deepEqual(leaf.map(module => module.title), ['Ethernet', 'Management']);
+   assert.deepEqual(cageNames(leaf[0]), ['1', '2', '49/1 49/2']);
+   const modular = layoutOf(['Ethernet3/1/1', 'Ethernet3/1/2', 'Ethernet3/2', 'Ethernet4/30']);
+   assert.deepEqual(modular.map(module => module.title), ['Ethernet 3', 'Ethernet 4']);
+   assert.deepEqual(cageNames(modular[0]), ['1/1 1/2', '2']);
+});
+
+test('Layout.EveryPortIsThereOnce', () => {
+   const names = [];
+   for (let i = 1; i <= 1000; ++i) {
+      names.push(`Ethernet${i}`);
+   }
+   names.push('odd', 'Ethernet7/1/2/3');
+   const all = layoutOf(names).flatMap(m => m.blocks.flat().flatMap(c => c.ports.map(p => p.name)));
+   assert.deepEqual(all.sort(), names.sort());
+   for (const module of layoutOf(names)) {
+      assert.ok(module.blocks.every(block => block.length <= 12));
+   }
+});
+
+const cause = (seq, t, name, value) =>
+   ({ seq, t, type: 'write', path: ['mlagissuCause', 'intfStatus', name], value });
+
+test('Words.WritesOfOneInstantAreOneEntry', () => {
+   const entries = entriesOf([
+      cause(1, 0, 'Ethernet1', 0), cause(2, 0, 'Ethernet2', 0), cause(3, 5, 'Ethernet1', null),
+      { seq: 4, t: 5, type: 'log', id: 'ID', severity: 6, text: '<b>' },
+      { seq: 5, t: 6, type: 'event', index: 1, patch: { mlagStatus: { mlagState: 3 } } },
+      { seq: 6, t: 7, type: 'from a later version' },
+   ]);
+   assert.deepEqual(entries.map(e => [e.t, e.kind, e.text]), [
+      [0, 'held', '2 ports errdisabled: Ethernet1-2'],
+      [5, 'released', '1 port released: Ethernet1'],
+      [5, 'log', 'ID: <b>'],
+      [6, 'event', 'changed: mlagStatus.mlagState = 3'],
+      [7, 'other', 'from a later version'],
+   ]);
+   assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);
+});
+
+test('Live.EachRecordIsTakenOnce', () => {
+   const records = new Records();
+   assert.ok(records.add(cause(1, 10, 'Ethernet1', 10)));
+   assert.ok(!records.add(cause(1, 10, 'Ethernet1', 10)));
+   assert.ok(records.add(cause(2, 20, 'Ethernet1', null)));
+   assert.ok(!records.add(cause(1, 10, 'Ethernet1', 10)));
+   assert.equal(records.all.length, 2);
+   assert.equal(records.released.get('Ethernet1'), 20);
+   assert.deepEqual(records.spans.get('Ethernet1'), [{ from: 10, to: 20, kind: 'held', why: '' }]);
+   assert.ok(records.add({ seq: 3, t: 1, type: 'start', isRestart: false }));
+   assert.equal(records.released.size, 0);
+});
+
+test('Live.RecordsAreLimited', () => {
+   const records = new Records();
+   for (let seq = 1; seq <= 20000; ++seq) {
+      records.add({ seq, t: seq, type: 'log', id: 'ID', severity: 6, text: '' });
+   }
+   assert.ok(records.all.length <= 5500);
+   assert.equal(records.all[records.all.length - 1].seq, 20000);
+});
+
+test('Live.PortsAreAsTheHostTellsThem', () => {
+   const told = {
+      interface: 'Ethernet1', class: 'nonMlag', portChannel: null, admin: null, link: 1,
+      device: null, hold: null, reason: 'not held',
+   };
+   assert.equal(stateOf(portOf(told, null)), 'free');
+   assert.equal(stateOf(portOf(told, 5)), 'released');
+   assert.equal(stateOf(portOf({ ...told, link: null }, null)), 'absent');
+});
+
+const fact = (name, state, more = {}) => ({
+   interface: name, class: 'mlag', portChannel: 'Port-Channel1', isPresent: true, admin: 1, link: 0,
+   state, why: '', ...more,
+});
+const stream = [
+   { t: 0, type: 'start', name: 'a leaf', version: '1' },
+   cause(undefined, 0, 'Ethernet1', 0),
+   { t: 0, type: 'ports', ports: [fact('Ethernet1', 'held'), fact('Ethernet2', 'held'),
+      fact('Management1', 'notHeld', { class: 'management', portChannel: null })] },
+   { t: 0, type: 'periods', mlag: { state: 'held', start: 0, end: 300 },
+      nonMlag: { state: 'idle', start: null, end: null } },
+   { t: 100, type: 'ports', ports: [fact('Ethernet2', 'notHeld', { why: 'interface gone',
+      isPresent: false })] },
+   { t: 300, type: 'ports', ports: [fact('Ethernet1', 'notHeld', { why: 'delay over' })] },
+   { t: 300, type: 'periods', mlag: { state: 'released', start: null, end: null },
+      nonMlag: { state: 'idle', start: null, end: null } },
+   { t: 300, type: 'end' },
+];
+const recorded = () => new Recorded(stream.map(record => JSON.stringify(record)).join('\n'));
+
+test('Recorded.TheSwitchIsAsItWasAtAnyTime', () => {
+   const run = recorded();
+   assert.equal(run.name, 'a leaf');
+   const statesAt = t => [...run.portsAt(t).values()].map(stateOf);
+   assert.deepEqual(statesAt(0), ['held', 'held', 'never']);
+   assert.deepEqual(statesAt(99.9), ['held', 'held', 'never']);
+   assert.deepEqual(statesAt(100), ['held', 'absent', 'never']);
+   assert.deepEqual(statesAt(300), ['released', 'absent', 'never']);
+   assert.equal(run.portsAt(0).get('Ethernet1').hold.until, 300);
+   assert.equal(run.portsAt(300).get('Ethernet1').released, 300);
+   assert.equal(run.periodsAt(299).mlag.state, 'held');
+   assert.equal(run.periodsAt(300).mlag.state, 'released');
+});
+
+test('Story.LanesOpenUpIntoPortChannelsAndPorts', () => {
+   const { story } = recorded();
+   assert.deepEqual(story.periods.mlag, [{ from: 0, to: 300, kind: 'period', why: '' }]);
+   const [mlag, nonMlag] = lanesOf(story);
+   assert.deepEqual(mlag.lane.ports, ['Ethernet1', 'Ethernet2']);
+   assert.deepEqual(mlag.lane.children.map(lane => lane.label), ['Port-Channel1']);
+   assert.deepEqual(mlag.lane.children[0].children.map(lane => [lane.label, lane.spans]), [
+      ['Ethernet1', [{ from: 0, to: 300, kind: 'held', why: 'delay over' }]],
+      ['Ethernet2', [{ from: 0, to: 100, kind: 'held', why: 'interface gone' }]],
+   ]);
+   assert.deepEqual(nonMlag.lane.ports, []);
+});
+
+test('Story.TheLineHasAllOfItAndFewTicks', () => {
+   const track = { name: 'a', class: 'mlag', portChannel: null, spans: [
+      { from: 100, to: 400, kind: 'held', why: '' }] };
+   assert.deepEqual(rangeOf([track], {}, 1e6), { start: 100, end: 412 });
+   assert.deepEqual(rangeOf([], {}, 100), { start: 40, end: 160 });
+   assert.deepEqual(ticksBetween(0, 330, 7), [0, 60, 120, 180, 240, 300]);
+   for (const end of [0.5, 10, 1e3, 1e5, 1e8]) {
+      assert.ok(ticksBetween(0, end, 7).length <= 8, String(end));
+   }
+});

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The page in a browser: of a live host, and of runs.
+
+import assert from 'node:assert/strict';
+import { after, test } from 'node:test';
+
+import { entriesOf } from '../../host/web/words.js';
+import { barriers, closeBrowser, Host, manyPorts, open, overflow, pageOfRun } from './host.mjs';
+
+after(closeBrowser);
+
+const stateOf = (page, name) => page.getAttribute(`[data-port="${name}"]`, 'data-state');
+const becomes = (page, name, state) =>
+   page.waitForSelector(`[data-port="${name}"][data-state="${state}"]`, { timeout: 10000 });
+/** The browser itself cannot wait for what a text would have to be evaluated for. */
+async function until(isSo) {
+   for (let tries = 0; !await isSo(); ++tries) {
+      assert.ok(tries < 100);
+      await new Promise(resolve => setTimeout(resolve, 100));
+   }
+}
+const entryKeys = page => page.$$eval('li[data-seq]', all => all.map(li => li.dataset.seq));
+
+test('Page.ShowsALiveSwitch', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   // The driver none has no devices.
+   assert.equal(await stateOf(page, 'Ethernet1'), 'unsupported');
+   assert.equal(await stateOf(page, 'Ethernet49/1'), 'never');
+   const left = await page.textContent('[data-period="mlag"]');
+   assert.match(left, /^4:5\d|5:00$/);
+   await until(async () => await page.textContent('[data-period="mlag"]') !== left);
+   await page.click('[data-port="Ethernet1"]');
+   const detail = await page.textContent('.detail');
+   for (const words of ['Ethernet1', 'MLAG port', 'Port-Channel10',
+      'errdisabled for the MLAG reload delay', 'the driver none has no devices']) {
+      assert.ok(detail.includes(words), words);
+   }
+   host.ask('release', 'Ethernet1');
+   await becomes(page, 'Ethernet1', 'released');
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.GoesOnWithoutGapOrDoubleWhenTheHostIsBack', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   host.ask('release', 'Ethernet1');
+   await becomes(page, 'Ethernet1', 'released');
+   await host.kill();
+   await page.waitForSelector('.lost', { timeout: 10000 });
+   await host.resume();
+   host.ask('release', 'Ethernet2');
+   await becomes(page, 'Ethernet2', 'released');
+   await until(async () => (await page.textContent('[role=status]')).includes('live'));
+   const keys = await entryKeys(page);
+   const history = await (await fetch(`${host.url}v1/history`)).text();
+   const known = entriesOf(history.trim().split('\n').map(line => JSON.parse(line)));
+   assert.equal(known.filter(entry => entry.text.startsWith('the host started')).length, 2);
+   assert.ok(known.length < 30);
+   assert.deepEqual(keys, known.map(entry => entry.key).reverse());
+});
+
+test('Page.WorksWithTheKeyboardAlone', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   for (let i = 0; i < 20; ++i) {
+      await page.keyboard.press('Tab');
+      if (await page.evaluate(() => document.activeElement.classList.contains('port'))) {
+         break;
+      }
+   }
+   const focused = () => page.evaluate(() => document.activeElement.dataset.port);
+   assert.equal(await focused(), 'Ethernet1');
+   const steps = [['ArrowRight', 'Ethernet3'], ['ArrowDown', 'Ethernet4'], ['ArrowLeft', 'Ethernet2'],
+      ['ArrowUp', 'Ethernet1'], ['End', 'Management1'], ['Home', 'Ethernet1']];
+   for (const [key, name] of steps) {
+      await page.keyboard.press(key);
+      assert.equal(await focused(), name, key);
+   }
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('.detail');
+   await page.keyboard.press('Escape');
+   await page.waitForSelector('.detail', { state: 'detached' });
+   assert.equal(await focused(), 'Ethernet1');
+});
+
+for (const colorScheme of ['light', 'dark']) {
+   test('Page.IsForEverybody', async t => {
+      const host = await Host.start(t);
+      for (const width of [360, 1280, 2560]) {
+         const page = await open(t, host.url,
+            { colorScheme, viewport: { width, height: 900 }, reducedMotion: 'reduce' });
+         await page.click('[data-port="Ethernet1"]');
+         assert.ok(await overflow(page) <= 0, `${width} pixels`);
+         assert.deepEqual(await barriers(page), [], `${width} pixels`);
+         await page.click('text=As a table');
+         assert.equal(await page.locator('tr[data-row]').count(), 9);
+         assert.deepEqual(await barriers(page), [], `the table, ${width} pixels`);
+      }
+   });
+}
+
+test('Page.ShowsARunFromTheDisk', async t => {
+   const page = await open(t, pageOfRun(t));
+   assert.equal(await stateOf(page, 'Ethernet1'), 'held');
+   assert.equal(await page.textContent('[data-period="mlag"]'), '5:00');
+   await page.fill('input[type=range]', '96');
+   await becomes(page, 'Ethernet7', 'absent');
+   await page.focus('input[type=range]');
+   await page.keyboard.press('ArrowRight');
+   await page.keyboard.press('ArrowRight');
+   await becomes(page, 'Ethernet7', 'held');
+   await page.fill('input[type=range]', '329.5');
+   assert.equal(await stateOf(page, 'Ethernet1'), 'released');
+   assert.equal(await stateOf(page, 'Ethernet41'), 'held');
+   assert.equal(await page.textContent('[data-period="nonMlag"]'), '0:01');
+   await page.click('[data-lane="mlag"] .fold');
+   await page.click('[data-lane="lag Port-Channel13"] .fold');
+   assert.equal(await page.locator('[data-lane="port Ethernet7"] rect').count(), 2);
+   const track = await page.locator('[data-lane="mlag"] .track').boundingBox();
+   await page.mouse.click(track.x + track.width / 2, track.y + 10);
+   await becomes(page, 'Ethernet1', 'held');
+   assert.match(await page.textContent('.player output'), /^0:02:4/);
+   assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.TextOfTheTreeIsNoMarkup', async t => {
+   const hostile = '</script><img src=x onerror=alert(1)>"\'&amp;\\u202e\\u05d0' + 'W'.repeat(10000);
+   const scenario = JSON.stringify({
+      name: hostile,
+      mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } } },
+      events: [{ at: 1, mlagConfig: { domainId: hostile } }],
+   });
+   const page = await open(t, pageOfRun(t, scenario), { viewport: { width: 360, height: 700 } });
+   await page.fill('input[type=range]', '1');
+   assert.equal(await page.textContent('h1'), hostile);
+   assert.equal(await page.locator('img').count(), 0);
+   assert.equal(await page.locator('script').count(), 2);
+   assert.ok((await page.textContent('.log')).includes('onerror=alert(1)'));
+   assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.TakesNoScriptButItsOwn', async t => {
+   const page = await open(t, pageOfRun(t));
+   const ran = await page.evaluate(() => {
+      const script = document.createElement('script');
+      script.textContent = 'window.ranOther = true';
+      document.body.append(script);
+      return window.ranOther === true;
+   });
+   assert.equal(ran, false);
+   assert.ok(page.problems.some(text => text.includes('Content Security Policy')), page.problems);
+});
+
+test('Page.ShowsAThousandPorts', async t => {
+   const host = await Host.start(t, manyPorts(1000));
+   const page = await open(t, host.url);
+   assert.equal(await page.locator('button.port').count(), 1000);
+   const shown = await page.evaluate(
+      () => performance.getEntriesByName('first-contentful-paint')[0].startTime);
+   t.diagnostic(`first picture of 1000 ports after ${Math.round(shown)} ms`);
+   host.ask('release', '--all');
+   await becomes(page, 'Ethernet1000', 'released');
+   assert.equal(await page.locator('[data-count="released"] b').textContent(), '1000');
+   assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(page.problems, []);
+});
