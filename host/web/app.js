@@ -12,6 +12,7 @@ import { Recorded } from './recorded.js';
 import { Summary } from './summary.js';
 import { Log, PortTable } from './tables.js';
 import { TimeLine } from './timeline.js';
+import { WhatIf } from './whatif.js';
 
 /** In milliseconds: a picture at most that often, and at least that often. */
 const leastBetween = 100;
@@ -26,7 +27,7 @@ function timeOfDay(milliseconds) {
 
 /** What both kinds of page have.
  * @param {any} props */
-function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCursor, above }) {
+function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCursor, above, below }) {
    const [selected, setSelected] = useState(/** @type {string|null} */ (null));
    const [isTable, setTable] = useState(false);
    const port = selected === null ? null : ports.get(selected);
@@ -63,6 +64,7 @@ function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCur
             entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect} />`}
       </div>
       <${TimeLine} story=${story} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
+      ${below}
       <${Log} entries=${entries} whenOf=${whenOf} />
    </main>`;
 }
@@ -111,7 +113,7 @@ function LivePage({ live }) {
          !ready && ', not ready'}${store.problem && html`, store: <${Foreign}>${store.problem}<//>`}`} />
       <${Body} ports=${live.ports} periods=${{ mlag, nonMlag }} alarms=${live.alarms}
          entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}
-         whenOf=${whenOf} />`;
+         whenOf=${whenOf} below=${html`<${WhatIf} />`} />`;
 }
 
 const speed = 30;

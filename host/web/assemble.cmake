@@ -6,7 +6,7 @@
 
 # In this order, each after those that it imports.
 set( modules model layout story words parts live recorded
-   summary faceplate detail timeline tables app )
+   summary faceplate detail timeline tables whatif app )
 
 # What is read by a script of CMake keeps its brackets and semicolons only within quotes.
 macro( read name file )

@@ -76,10 +76,10 @@ function meaning(kind, text, name = null) {
 const meanings = {
    write: meaningOfWrite,
    log: record => meaning('log', `${record.id}: ${record.text}`),
-   event: record => meaning(
-      'event', record.patch === undefined
-         ? `changed: ${(record.mounts ?? ['by event ' + record.index]).join(', ')}`
-         : `changed: ${changesOf(record.patch).join(', ')}`),
+   event: record => meaning('event', record.patch !== undefined
+      ? `changed: ${changesOf(record.patch).join(', ')}`
+      : record.mounts !== undefined ? `changed: ${record.mounts.join(', ')}`
+         : `event ${record.index}`),
    release: record => meaning('event', `${record.interface} released by hand`, record.interface),
    port: record => ({
       kind: record.enforced === 'failed' ? 'alarm' : 'other',
@@ -132,4 +132,15 @@ export function entriesOf(records) {
       entries.push(entry);
    }
    return entries.map(({ says, ...entry }) => ({ ...entry, text: says(entry.names) }));
+}
+
+/** In seconds: two forecasts are not made in the same instant. */
+const betweenForecasts = 2;
+
+/** What differs between two forecasts is what one of them alone has.
+ * @param {Entry[]} entries @param {Entry[]} others @returns {Set<string>} keys */
+export function onlyIn(entries, others) {
+   const isInBoth = (/** @type {Entry} */ entry) => others.some(other =>
+      other.text === entry.text && Math.abs(other.t - entry.t) <= betweenForecasts);
+   return new Set(entries.filter(entry => !isInBoth(entry)).map(entry => entry.key));
 }

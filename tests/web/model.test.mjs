@@ -12,7 +12,7 @@ import { compareNames, duration, instant, rangesOf, secondsLeft, stateOf } from
    '../../host/web/model.js';
 import { Recorded } from '../../host/web/recorded.js';
 import { lanesOf, rangeOf, ticksBetween } from '../../host/web/story.js';
-import { changesOf, entriesOf } from '../../host/web/words.js';
+import { changesOf, entriesOf, onlyIn } from '../../host/web/words.js';
 
 const port = {
    name: 'Ethernet1', class: 'mlag', portChannel: null, isPresent: true, admin: '', link: '',
@@ -104,6 +104,14 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       [7, 'other', 'from a later version'],
    ]);
    assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);
+});
+
+test('Words.ForecastsDifferByWhatOneAloneHas', () => {
+   const without = entriesOf([cause(1, 5.01, 'Ethernet1', null), cause(2, 300, 'Ethernet2', null)]);
+   const changed = entriesOf([cause(1, 6.02, 'Ethernet1', null), cause(2, 297, 'Ethernet2', null)]);
+   assert.deepEqual([...onlyIn(changed, without)], ['2']);
+   assert.deepEqual([...onlyIn(without, changed)], ['2']);
+   assert.deepEqual([...onlyIn(without, without)], []);
 });
 
 test('Live.EachRecordIsTakenOnce', () => {

@@ -62,6 +62,27 @@ test('Page.GoesOnWithoutGapOrDoubleWhenTheHostIsBack', async t => {
    assert.deepEqual(keys, known.map(entry => entry.key).reverse());
 });
 
+test('Page.ShowsWhatWouldHappenAndChangesNothing', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   const { revision } = await host.json('v1/summary');
+   await page.click('text=MLAG becomes inactive');
+   await page.click('text=MLAG becomes primary');
+   await page.click('text=Show what would happen');
+   await page.waitForSelector('.beside', { timeout: 15000 });
+   const [changed, without] = await page.$$eval('.beside ol', all => all.map(ol => ol.textContent));
+   assert.match(changed, /in 0:00:00 *only here.*6 ports released: Ethernet1-6/);
+   assert.match(without, /in 0:0(5:00|4:5).*only here.*2 ports released: Ethernet1-2/);
+   assert.equal((await host.json('v1/summary')).revision, revision);
+   assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+   for (const [change, words] of [['{', 'expected JSON'], ['{"no":1}', 'no: ']]) {
+      await page.fill('textarea', change);
+      await page.click('text=Show what would happen');
+      await until(async () => (await page.textContent('.what-if [role=status]')).includes(words));
+   }
+});
+
 test('Page.WorksWithTheKeyboardAlone', async t => {
    const host = await Host.start(t);
    const page = await open(t, host.url);
