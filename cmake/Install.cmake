@@ -117,7 +117,7 @@ function( mlagostra_install_package )
    # What mlagostra_types() needs.
    file( GLOB schemas CONFIGURE_DEPENDS types/*.yaml )
    install( FILES ${schemas} DESTINATION ${mlagostra_types_dir} COMPONENT Development )
-   # An example of a machine. mlagostra_types() does not look there.
+   # An example of a machine, of which mlagostra_types() takes no more than its namespace.
    install( FILES src-includes/Mlag/MlagErrdisableSm.yaml
       DESTINATION ${mlagostra_types_dir}/machines COMPONENT Development )
    install( DIRECTORY types/generator DESTINATION ${mlagostra_types_dir}

@@ -37,6 +37,7 @@ function( mlagostra_types target )
    mlagostra_python( python )
    file( GLOB generator ${MLAGOSTRA_TYPES_DIR}/generator/* )
    file( GLOB known ${MLAGOSTRA_TYPES_DIR}/*.yaml )
+   file( GLOB machines ${MLAGOSTRA_TYPES_DIR}/machines/*.yaml )
    foreach( list arg_UNPARSED_ARGUMENTS arg_USES )
       foreach( schema IN LISTS ${list} )
          cmake_path( ABSOLUTE_PATH schema BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} NORMALIZE )
@@ -46,8 +47,10 @@ function( mlagostra_types target )
    set( schemas ${arg_UNPARSED_ARGUMENTS_paths} )
    set( used ${known} ${arg_USES_paths} )
    list( TRANSFORM used PREPEND "--uses=" OUTPUT_VARIABLE uses )
+   # The namespaces of the plug-in's machines are taken.
+   list( TRANSFORM machines PREPEND "--beside=" OUTPUT_VARIABLE beside )
    set( command ${python} ${MLAGOSTRA_TYPES_DIR}/generator/mlagostra-types
-      --output ${output} ${uses} ${schemas} )
+      --output ${output} ${uses} ${beside} ${schemas} )
 
    # What is in a schema decides which files there are.
    set_property( DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${schemas} ${used} )

@@ -48,6 +48,8 @@ class Names(Generated):
         for name, taken in (("Ryx", "Ryx"), ("std::A", "std"), ("A::Ryx", "Ryx")):
             self.refused(f"namespace: {name}\ntypes: {{}}\n",
                          f"1: namespace: {taken} is taken: the generated code has it")
+        self.refused("namespace: OstraMlag\ntypes: {}\n",
+                     "1: namespace: OstraMlag is taken: the plug-in has it")
         self.refused("namespace: A::class\ntypes: {}\n",
                      "1: namespace: class is taken: it is a word or a macro of C++")
 
@@ -77,6 +79,24 @@ class Names(Generated):
         mine = self.write("namespace: A\ntypes: {}\n")
         done = self.run_on(mine, "--uses", other)
         self.assertEqual(done.stderr, f"{mine}:1: namespace: A has a schema already: {other}\n")
+
+    def test_a_namespace_that_is_taken_beside_the_schemas(self):
+        other = self.write("""\
+            namespace: B::C
+            external: { D: Some/D }
+            types:
+               E: { meaning: m }
+            """, "b.yaml")
+        mine = self.write("namespace: B::C\ntypes: {}\n")
+        done = self.run_on("--beside", other, mine)
+        self.assertEqual(done.stderr,
+                         f"{mine}:1: namespace: B::C has a schema already: {other}\n")
+        mine = self.write("namespace: B\ntypes:\n   C: { meaning: m }\n")
+        done = self.run_on("--beside", other, mine)
+        self.assertEqual(done.stderr, f"{mine}:3: C: there is a namespace of this name\n")
+        mine = self.write("namespace: A\ntypes:\n   T: { meaning: m, base: B::C::E }\n")
+        done = self.run_on("--beside", other, mine)
+        self.assertEqual(done.stderr, f"{mine}:3: T: B::C::E is not known as a type\n")
 
     def test_names_that_hide_a_namespace(self):
         other = self.write("namespace: B\ntypes: {}\n", "b.yaml")
@@ -232,6 +252,11 @@ class Names(Generated):
     def test_guards_and_files_that_clash(self):
         self.refused("namespace: ryx\ntypes: {}\n",
                      "1: namespace: ryx differs from Ryx only in capitals")
+        self.refused("namespace: Clock\ntypes:\n   Monotonic: { meaning: m }\n",
+                     "3: Monotonic: CLOCK_MONOTONIC, the guard of its header, is a macro of C++")
+        self.refused("namespace: Int32\ntypes:\n"
+                     "   T: { meaning: m, machine: { inputs: Max, reactors: R } }\n",
+                     "3: T.machine.inputs: INT32_MAX, the guard of its header, is a macro of C++")
         inner = self.write("namespace: A::B::C\ntypes: {}\n", "b.yaml")
         outer = self.write("namespace: A\ntypes:\n   B: { meaning: m }\n")
         done = self.run_on(outer, inner)

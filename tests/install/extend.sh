@@ -69,6 +69,14 @@ syntax=("$compiler" -std=c++20 -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual
    printf '%s\n' "$include" | "${syntax[@]}" -x c++ -
 done
 
+# The namespaces of the plug-in belong to it.
+cp optics.yaml "$work/optics.yaml"
+sed -i 's/^namespace: .*/namespace: Mlag::Ostra/' optics.yaml
+! cmake -B build >"$work/refused" 2>&1 || fail "a namespace of the plug-in is accepted"
+grep -q "optics.yaml:[0-9]*: namespace: Mlag::Ostra has a schema already: " "$work/refused" ||
+   { cat "$work/refused" >&2; exit 1; }
+cp "$work/optics.yaml" optics.yaml
+
 # What is wrong in a schema is said in one line.
 sed -i 's/type: double/type: decimal/' optics.yaml
 ! cmake -B build >"$work/refused" 2>&1 || fail "a type that is not known is accepted"

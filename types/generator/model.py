@@ -4,6 +4,7 @@
 """Finds the types that schemas name, and checks that they can be what they are used as."""
 
 from attribute import Attribute, check_unit
+from macros import MACROS
 from schema import KINDS, TO_ENTITIES
 
 
@@ -177,10 +178,20 @@ class Declared(Type):
             raise place.error(f"the type {named.cpp} is called like a member of this")
 
 
-class Model:
-    """All types of some schemas, and of others that they name."""
+def guard_of(cpp):
+    return cpp.replace("::", "_").upper()
 
-    def __init__(self, schemas, others):
+
+def check_guard(cpp, place):
+    if guard_of(cpp) in MACROS:
+        raise place.error(f"{guard_of(cpp)}, the guard of its header, is a macro of C++")
+
+
+class Model:
+    """All types of some schemas, and of others that they name. The namespaces of those
+    `beside` them are taken."""
+
+    def __init__(self, schemas, others, beside=()):
         self.types = dict(BUILTIN)
         self.types.update({t.cpp: t for t in BUILTIN.values()})
         self.declared = []
@@ -192,7 +203,7 @@ class Model:
         for schema in [*others, *schemas]:
             for name, declared in schema["types"].items():
                 self.add(Declared(name, declared, schema))
-        self.check_namespaces([*others, *schemas])
+        self.check_namespaces([*beside, *others, *schemas])
         self.check_files()
         for one in self.declared:
             one.link(self)
@@ -223,9 +234,11 @@ class Model:
                 if external.header == one.header:
                     raise one.place.error(f"is to be written to {one.header}, which is the "
                                           f"header of the external type {external.cpp}")
+            check_guard(one.cpp, one.place)
         for one in self.declared:
             for role, name in one.declared.get("machine", {}).items():
                 cpp, place = f"{one.namespace}::{name}", one.role_place(role)
+                check_guard(cpp, place)
                 if cpp.upper() in seen:
                     raise place.error(
                         f"{cpp} is here a second time, first in {seen[cpp.upper()]}")

@@ -36,7 +36,7 @@ ENTITY = OBJECT | set("""
 MACHINE = OBJECT | set("""
    Given Made Operation ReactorOwnerOf Sm Stored forEachReactor input inputDel inputHere
    inputIs inputNew inputs notificationActiveIs operations orphanReactors reactorDel
-   reactorGone reactorIs reactorNew reactorOn releaseState release ryxFwkActivity visitInput
+   reactorGone reactorIs reactorNew reactorOn releaseState release repoint ryxFwkActivity visitInput
    visitMembers watch zombieReactorsIs""".split())
 # What a notifiee of any entity has: callbacks.
 NOTIFIEE = set("""
@@ -61,7 +61,7 @@ IN_BASES = set("""
    newSharedReference notifier notifierIs notifierLost park pendingAttributeId pin pinned
    pinnedState rawNotifier released ryxRawReactor ryxReactor unlink unpark unpin waiting
    waitsNoMore watched word""".split()) | NOTIFIEE
-NAMESPACES = set("Kovel Ryx std".split())
+NAMESPACES = set("Kovel OstraMlag Ryx std".split())
 TYPE = ENTITY | MACHINE - set("Given Made Stored".split()) | BESIDE_TYPES | IN_BASES | NAMESPACES
 
 
@@ -69,6 +69,8 @@ def who_has(name):
     """Why a name cannot be used, for messages."""
     if name in CPP:
         return "it is a word or a macro of C++"
+    if name == "OstraMlag":
+        return "the plug-in has it"
     if name in ENTITY - MACHINE:
         return "every entity has it"
     if name in MACHINE - ENTITY:

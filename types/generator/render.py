@@ -8,7 +8,7 @@ from pathlib import Path
 import jinja2
 
 import layout
-from model import Model
+from model import Model, guard_of
 
 FUNDAMENTAL = ("bool", "unsigned char", "unsigned", "int", "double")
 # A record whose code is in RyxTypes, written by hand.
@@ -109,7 +109,7 @@ class Cpp:
         return sorted({a.type.header for a in self.given_attributes})
 
     def guard_of(self, name):
-        return f"{self.namespace}::{name}".replace("::", "_").upper()
+        return guard_of(f"{self.namespace}::{name}")
 
     def input(self, a):
         const = " const" if a.kind == "input" else ""
@@ -156,7 +156,7 @@ class Cpp:
 
     @property
     def guard(self):
-        return self.type.cpp.replace("::", "_").upper()
+        return guard_of(self.type.cpp)
 
     @property
     def headers(self):
@@ -223,9 +223,9 @@ def source_of(namespace):
     return "/".join(parts if len(parts) > 1 else parts * 2) + ".cpp"
 
 
-def rendered(schemas, others, output, reference=None):
+def rendered(schemas, others, output, reference=None, beside=()):
     """The files, as a dictionary from path to text."""
-    model, env = Model(schemas, others), environment()
+    model, env = Model(schemas, others, beside), environment()
     files, listing = {}, []
     told = {record for one in model.declared if one.schema in others
             for record in Cpp(one).records}
