@@ -5,7 +5,7 @@
 # Which layer includes which: layers.sh ROOT. The compiler cannot tell, since the
 # repository's root is an include root of all of them. The host in particular reaches the
 # plug-in by loading it and by name, and knows none of its headers. Within host/ the folders
-# are layers, too.
+# are layers, too. Nor can it tell that headers include each other, which their guards hide.
 
 set -euo pipefail
 shopt -s extglob
@@ -76,4 +76,22 @@ for path in host/*/; do
    check "host/$folder" Ryx types "${below[@]/#/host/}"
 done
 check host/main.cpp host/cli
+
+# Each header of ours, and what includes it: "by header" on a line.
+inclusions() {
+   local by header root
+   grep -rEH '^ *# *include' Ryx types src-includes OstraMlag host tests bench |
+      sed 's/^\([^:]*\):[^<"]*[<"]\([^>"]*\).*/\1 \2/' | while read -r by header; do
+      for root in '' types/ src-includes/ tests/ "${by%/*}/"; do
+         [ ! -f "$root$header" ] || {
+            printf '%s %s\n' "$by" "$root$header"
+            break
+         }
+      done
+   done
+}
+circle=$(inclusions | tsort 2>&1 >/dev/null) || {
+   printf 'headers include each other:\n%s\n' "$circle" >&2
+   status=1
+}
 exit "$status"
