@@ -5,6 +5,7 @@
 #include <Mlag/SmWrites>
 
 #include <new>
+#include <utility>
 
 namespace Mlag::Ostra {
 
@@ -136,31 +137,24 @@ SmWrites::stayInStandbyIs( Kovel::IntfId portChannel, bool stay ) {
    lacp->stayInStandbyIs( stay );
 }
 
-bool
-SmWrites::isPrepared( Kovel::IntfId portChannel ) const {
-   return standbyRecord_ && standbyRecord_->key() == portChannel;
-}
-
 void
 SmWrites::prepareStandby( Kovel::IntfId portChannel ) {
-   if ( !isPrepared( portChannel ) && !sm_.lagsInStandby( portChannel ) ) {
+   bool const isPrepared = standbyRecord_ && standbyRecord_->key() == portChannel;
+   if ( !isPrepared && !sm_.lagsInStandby( portChannel ) ) {
       standbyRecord_ = Ryx::make< MlagErrdisableSm::RyxLagsInStandby >( portChannel, true );
    }
 }
 
 void
 SmWrites::beginStandby( Kovel::IntfId portChannel ) {
+   prepareStandby( portChannel );
+   // Observers of the write may make the machine prepare another port-channel.
+   auto record = std::exchange( standbyRecord_, nullptr );
    stayInStandbyIs( portChannel, true );
-   recordStandby( portChannel );
-}
-
-void
-SmWrites::recordStandby( Kovel::IntfId portChannel ) {
-   auto& lags = sm_.lagsInStandby_.map;
-   if ( isPrepared( portChannel ) && !lags.contains( portChannel ) ) {
-      lags.insert( std::move( standbyRecord_ ) );
-   } else {
+   if ( auto& lags = sm_.lagsInStandby_.map; lags.contains( portChannel ) ) {
       sm_.lagsInStandbyIs( portChannel, true );
+   } else {
+      lags.insert( std::move( record ) );
    }
 }
 

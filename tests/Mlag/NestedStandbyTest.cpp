@@ -5,6 +5,9 @@
 
 #include "HeldSwitch"
 
+#include <support/AllocationCounter>
+
+#include <optional>
 #include <utility>
 
 namespace {
@@ -88,6 +91,24 @@ TEST_F( NestedStandby, OnePortChannelWithinTheWriteOfAnother ) {
              "snooping Port-Channel20 -" } ) );
    EXPECT_TRUE( standby( "Port-Channel10" ) );
    EXPECT_TRUE( standby( "Port-Channel20" ) );
+}
+
+// The other one takes what was prepared for the first; then memory runs out.
+TEST_F( NestedStandby, PortChannelThatCannotBeRecordedIsNotPutIntoStandby ) {
+   auto const config = lacp( "Port-Channel10" );
+   lacp( "Port-Channel20" );
+   start();
+   std::optional< support::AllocationFailure > failure;
+   within( "snooping Port-Channel10 -", [ & ] {
+      lacpOverrideIs( "Port-Channel20", mlagSystemId );
+      failure.emplace();
+   } );
+   lacpOverrideIs( "Port-Channel10", mlagSystemId );
+   bool const refused = failure && failure->refused();
+   failure.reset();
+   EXPECT_TRUE( refused );
+   EXPECT_EQ( inStandby(), Log{ "Port-Channel20 true" } );
+   EXPECT_FALSE( config->stayInStandby() );
 }
 
 TEST_F( NestedStandby, MlagConfiguredAwayWithinAStartEndsTheStandbyOfThatStart ) {
