@@ -336,7 +336,8 @@ Clock::NotifieeConst::zeroReferencesIs( bool zero ) {
    Entity::NotifieeConst::zeroReferencesIs( zero );
 }
 
-// While the destructors run nobody references it, as nobody references one that is merely held.
+// There is no reference while the destructors run. A notifiee that is merely held has none
+// either, but was not let go if it was held before.
 bool
 Clock::NotifieeConst::isEnding() const noexcept {
    return hasBeenLetGo_ && !Delivery::isHeld( *this );

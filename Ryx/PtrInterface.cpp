@@ -10,8 +10,8 @@ namespace Ryx {
 
 namespace {
 
-// The state of each pinned object, in the form of its word. Who changes whether an object
-// is pinned has the lock, and so has who changes the state of one that is.
+// The state of each pinned object, in the form of its word. Pinning and unpinning take the
+// lock, and so does all that reads or changes the state of a pinned object.
 struct PinnedStates {
    std::mutex mutex;
    std::unordered_map< PtrInterface const*, std::uint32_t > states;

@@ -117,6 +117,30 @@ TEST_F( AskedTest, MayRegisterItselfAndLetGoOfItsNotifiers ) {
    EXPECT_EQ( other->notifieeCount(), 0u );
 }
 
+// What its place in a queue needs is allocated when it registers.
+TEST_F( AskedTest, ANewHandlerMayChangeAllButTheOneThatRegisters ) {
+   static std::function< void() > handle;
+   handle = [ this ] {
+      a->isRegisteredNotifieeIs( false );
+      b->notifierIs( other );
+      port = nullptr;
+   };
+   asked->activity = activity;
+   asked->notifierIs( port );
+   std::set_new_handler( [] {
+      std::set_new_handler( nullptr );
+      handle();
+   } );
+   {
+      support::AllocationFailure const failure( 1, support::AllocationFailure::Of::one );
+      asked->isRegisteredNotifieeIs( true );
+      EXPECT_TRUE( failure.refused() );
+   }
+   EXPECT_TRUE( asked->isRegisteredNotifiee() );
+   EXPECT_EQ( asked->notifier()->notifieeCount(), 1u );
+   EXPECT_EQ( other->notifieeCount(), 1u );
+}
+
 TEST_F( AskedTest, OutsideTheExpectScopeOfADelivery ) {
    asked->activity = activity;
    asked->notifierIs( port );
