@@ -3,28 +3,9 @@
 
 // How the agent makes, keeps, replaces and removes its children.
 
-#include <OstraMlag/Inputs>
-
-#include <gtest/gtest.h>
+#include "AgentFixture"
 
 namespace {
-
-using OstraMlag::Agent;
-
-// An agent with the state that it is given.
-class AgentTest : public testing::Test {
- protected:
-   Ptr< OstraMlag::EthPeerIntfStatusReactor > setReactor() const {
-      return agent->ethPeerIntfStatusReactorIs( dirs.peer, dirs.eth, dirs.all );
-   }
-   Ptr< Mlag::Ostra::MlagErrdisableSm > setMachine() const {
-      return inputs.setIn( *agent );
-   }
-
-   Ptr< Agent > agent = OstraMlag::agentFactory( "agent" );
-   Directories dirs;
-   MachineInputs inputs;
-};
 
 TEST_F( AgentTest, TheFactoryMakesANamedAgentWithoutChildrenAndParent ) {
    EXPECT_EQ( agent->name(), Ryx::Name( "agent" ) );
@@ -122,7 +103,7 @@ TEST_F( AgentTest, TheReactorIsSwitchedOnOnceItIsStored ) {
    EXPECT_EQ( log.take(), Calls{ "old gone" } );
 }
 
-TEST_F( AgentTest, WhoHearsTheLastOfTheOldDirectoryRemovesTheOldReactor ) {
+TEST_F( AgentTest, WhatHearsOfTheOldDirectorysEndMayRemoveTheOldReactor ) {
    DestructionLog log(
       [ & ]( std::string const& ) { agent->ethPeerIntfStatusReactorDel(); } );
    agent->ethPeerIntfStatusReactorIs(
@@ -304,130 +285,6 @@ TEST_F( AgentTest, DestroyedSwitchesOffChildrenThatOthersHold ) {
    EXPECT_EQ( machine->references(), 1u );
    dirs.peerIs( "PeerEthernet1" );
    EXPECT_EQ( dirs.having( "PeerEthernet1" ), Calls() );
-}
-
-TEST_F( AgentTest, AMachineThatCannotBeMadeIsNotStoredAndLeavesNothingBehind ) {
-   using Missing = void ( * )( MachineInputs& );
-   for ( Missing missing :
-         { Missing( []( MachineInputs& in ) { in.mlagConfig = nullptr; } ),
-           Missing( []( MachineInputs& in ) { in.mlagStatus = nullptr; } ),
-           Missing( []( MachineInputs& in ) { in.mlagProtoStatus = nullptr; } ) } ) {
-      MachineInputs partial;
-      missing( partial );
-      EXPECT_EQ( support::refusal( [ & ] { partial.setIn( *agent ); } ), "null ValidPtr" );
-      EXPECT_FALSE( agent->mlagErrdisableSm() );
-      EXPECT_EQ( partial.ethPhyIntfStatus->references(), 1u );
-      EXPECT_EQ( partial.ethPhyIntfStatus->notifieeCount(), 0u );
-      EXPECT_EQ( partial.lacpConfig->references(), 1u );
-   }
-}
-
-TEST_F( AgentTest, AMachineThatCannotBeMadeLeavesTheOldOneAtWork ) {
-   auto const machine = setMachine();
-   MachineInputs partial = inputs;
-   partial.mlagConfig = nullptr;
-   EXPECT_EQ( support::refusal( [ & ] { partial.setIn( *agent ); } ), "null ValidPtr" );
-   EXPECT_EQ( agent->mlagErrdisableSm(), machine );
-   EXPECT_TRUE( machine->hasNotificationActive() );
-   EXPECT_EQ( setMachine(), machine );
-}
-
-// A directory that takes no entry.
-class Refusing final : public Interface::AllIntfStatusDir {
- public:
-   Refusing() : AllIntfStatusDir( "all" ) {}
-   void intfStatusIs( Ptr< Interface::IntfStatus > const& ) override {
-      Ryx::throwRangeException( "refused" );
-   }
-};
-
-TEST_F( AgentTest, AReactorThatCannotBeMadeIsNotStored ) {
-   dirs.peerIs( "PeerEthernet1" );
-   auto const all = dirs.all;
-   dirs.all = Ryx::make< Refusing >();
-   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
-   EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
-   dirs.all = all;
-   auto const reactor = setReactor();
-   dirs.all = Ryx::make< Refusing >();
-   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
-   EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
-   EXPECT_TRUE( reactor->hasNotificationActive() );
-   EXPECT_TRUE( reactor->isRegisteredNotifiee() );
-}
-
-TEST_F( AgentTest, AReactorThatIsSwitchedOffStaysOffWhenAnotherCannotBeMade ) {
-   auto const reactor = setReactor();
-   auto const peer =
-      std::exchange( dirs.peer, Ryx::make< Interface::PeerIntfStatusDir >( "other" ) );
-   dirs.peerIs( "PeerEthernet1" );
-   reactor->hasNotificationActiveIs( false );
-   dirs.all = Ryx::make< Refusing >();
-   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
-   EXPECT_EQ( reactor->notifier(), peer );
-   EXPECT_FALSE( reactor->hasNotificationActive() );
-   EXPECT_FALSE( reactor->isRegisteredNotifiee() );
-   EXPECT_EQ( peer->notifieeCount(), 0u );
-   reactor->hasNotificationActiveIs( true );
-   EXPECT_EQ( peer->notifieeCount(), 1u );
-}
-
-// Calls `action` for every status that is written.
-class EthObserver final : public Interface::EthIntfStatusDir::NotifieeConst {
- public:
-   using NotifieeConst::onIntfStatus;
-   void onIntfStatus( IntfId ) override { action(); }
-   std::function< void() > action;
-};
-
-TEST_F( AgentTest, AReactorThatIsRemovedWhileAnotherCannotBeMadeStaysOff ) {
-   auto const reactor = setReactor();
-   auto const oldPeer =
-      std::exchange( dirs.peer, Ryx::make< Interface::PeerIntfStatusDir >( "other" ) );
-   dirs.peerIs( "PeerEthernet1" );
-   dirs.eth = Ryx::make< Interface::EthIntfStatusDir >( "eth2" );
-   dirs.all = Ryx::make< Refusing >();
-   auto const observer = Ryx::make< EthObserver >();
-   observer->action = [ & ] { agent->ethPeerIntfStatusReactorDel(); };
-   observer->notifierIs( dirs.eth );
-   observer->isRegisteredNotifieeIs( true );
-   EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "refused" );
-   EXPECT_FALSE( agent->ethPeerIntfStatusReactor() );
-   EXPECT_FALSE( reactor->isRegisteredNotifiee() );
-   EXPECT_EQ( oldPeer->notifieeCount(), 0u );
-}
-
-// Sets another reactor, once, when it hears of a peer status before the present one does.
-class PeerObserver final : public Interface::PeerIntfStatusDir::NotifieeConst {
- public:
-   using NotifieeConst::onIntfStatus;
-   void onIntfStatus( IntfId ) override {
-      if ( auto const once = std::exchange( action, nullptr ) ) {
-         once();
-      }
-   }
-   std::function< void() > action;
-};
-
-TEST_F( AgentTest, AReplacementThatIsRefusedWithinADeliveryLeavesThePresentOneItsTurn ) {
-   auto const observer = Ryx::make< PeerObserver >();
-   observer->notifierIs( dirs.peer );
-   observer->isRegisteredNotifieeIs( true );
-   auto const reactor = setReactor();
-   auto const old = dirs;
-   observer->action = [ & ] {
-      dirs.peer = Ryx::make< Interface::PeerIntfStatusDir >( "other" );
-      dirs.peerIs( "PeerEthernet9" );
-      dirs.all = nullptr;
-      EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
-      dirs = old;
-   };
-   auto const status = dirs.peerIs( "PeerEthernet1" );
-   EXPECT_FALSE( observer->action );
-   EXPECT_EQ( agent->ethPeerIntfStatusReactor(), reactor );
-   EXPECT_EQ( dirs.eth->intfStatus( IntfId( "PeerEthernet1" ) ), status );
-   EXPECT_EQ( dirs.all->intfStatus( IntfId( "PeerEthernet1" ) ), status );
-   EXPECT_FALSE( dirs.eth->intfStatus( IntfId( "PeerEthernet9" ) ) );
 }
 
 // Asks, once, when it hears of the first copy.

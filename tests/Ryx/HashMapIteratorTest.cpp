@@ -3,51 +3,13 @@
 
 // Iterators over a map that changes; the numbers are those of the promises before HashMap.
 
-#include "HashMapDoubles"
-
-#include <gtest/gtest.h>
+#include "HashMapIteratorFixture"
 
 #include <memory>
 
 namespace {
 
-using Keys = std::vector< TestKey >;
-using Map = TestMap< TestKey >;
-using Record = TestRecord< TestKey >;
-
-// Keys of ascending position, two in each chain of a table of eight.
-TestKey
-key( int id ) {
-   return { static_cast< std::uint32_t >( id / 2 ) << 29, id };
-}
-
-Keys
-keys( std::vector< int > const& ids ) {
-   Keys result;
-   for ( int id : ids ) {
-      result.push_back( key( id ) );
-   }
-   return result;
-}
-
-class HashMapIterator : public testing::Test {
- protected:
-   HashMapIterator() { insertAll( map, keys( { 2, 4, 5, 6, 8, 12 } ) ); }
-   ~HashMapIterator() override {
-      map.clear();
-      EXPECT_EQ( Record::live, 0 );
-   }
-
-   Map::Iterator at( int id ) {
-      Map::Iterator it( map );
-      while ( it.key() != key( id ) ) {
-         ++it;
-      }
-      return it;
-   }
-
-   Map map;
-};
+using namespace iterators;
 
 TEST_F( HashMapIterator, OfAnEmptyMapIsAtTheEnd ) {
    map.clear();
@@ -332,90 +294,6 @@ TEST_F( HashMapIterator, AMembersDestructorMayEndTheMap ) {
    EXPECT_EQ( it.key(), key( 1 ) );
    ++it;
    EXPECT_FALSE( it );
-}
-
-TEST_F( HashMapIterator, RemovingThroughItGoesOnWithTheNextMember ) {
-   Map::Iterator it = at( 5 );
-   map.remove( it );
-   EXPECT_FALSE( map.contains( key( 5 ) ) );
-   ++it;
-   EXPECT_EQ( it.key(), key( 6 ) );
-   EXPECT_EQ( keysOf( map ), keys( { 2, 4, 6, 8, 12 } ) );
-}
-
-TEST_F( HashMapIterator, RemovingEveryOtherMemberWhileVisiting ) {
-   bool odd = false;
-   for ( Map::Iterator it( map ); it; ++it, odd = !odd ) {
-      if ( odd ) {
-         map.remove( it );
-      }
-   }
-   EXPECT_EQ( keysOf( map ), keys( { 2, 5, 8 } ) );
-}
-
-TEST_F( HashMapIterator, RemovingThroughItLeavesASuccessorOfItsMemberAlone ) {
-   Map::Iterator it = at( 5 );
-   map.remove( key( 5 ) );
-   insertNew( map, key( 5 ) );
-   map.remove( it );
-   EXPECT_TRUE( map.contains( key( 5 ) ) );
-}
-
-class Owner {
- public:
-   void memberNotify( TestKey removed, Ryx::Ptr< Record > const& member ) {
-      EXPECT_EQ( member->fwkKey(), removed );
-      EXPECT_FALSE( member->fwkHmLinked() );
-      notified.push_back( removed );
-      if ( onNotify ) {
-         onNotify( removed );
-      }
-   }
-
-   using Iterator = Ryx::OwnedIterator< Map, Owner, &Owner::memberNotify >;
-
-   Keys notified;
-   std::function< void( TestKey ) > onNotify;
-};
-
-TEST_F( HashMapIterator, AnOwnedOneTellsItsOwner ) {
-   Owner owner;
-   Owner::Iterator it( map, &owner );
-   ++it;
-   map.remove( it );
-   EXPECT_EQ( owner.notified, keys( { 4 } ) );
-   map.remove( it );
-   map.remove( key( 6 ) );
-   EXPECT_EQ( owner.notified, keys( { 4 } ) );
-}
-
-TEST_F( HashMapIterator, DeletingMembersTellsTheOwnerOfEachInOrder ) {
-   Owner owner;
-   map.deleteMembers( Owner::Iterator( map, &owner ) );
-   EXPECT_EQ( owner.notified, keys( { 2, 4, 5, 6, 8, 12 } ) );
-   EXPECT_TRUE( map.empty() );
-}
-
-TEST_F( HashMapIterator, DeletingMembersStartsWhereTheIteratorStands ) {
-   Owner owner;
-   Owner::Iterator it( map, &owner );
-   ++ ++it;
-   map.deleteMembers( it );
-   EXPECT_EQ( owner.notified, keys( { 5, 6, 8, 12 } ) );
-   EXPECT_EQ( keysOf( map ), keys( { 2, 4 } ) );
-}
-
-TEST_F( HashMapIterator, TheOwnerMayChangeTheMapWhileMembersAreDeleted ) {
-   Owner owner;
-   owner.onNotify = [ this ]( TestKey removed ) {
-      if ( removed == key( 4 ) ) {
-         map.remove( key( 5 ) );
-         insertAll( map, keys( { 0, 4, 10 } ) );
-      }
-   };
-   map.deleteMembers( Owner::Iterator( map, &owner ) );
-   EXPECT_EQ( owner.notified, keys( { 2, 4, 6, 8, 10, 12 } ) );
-   EXPECT_EQ( keysOf( map ), keys( { 0, 4 } ) );
 }
 
 } // namespace
