@@ -163,7 +163,7 @@ constexpr char optional[] = R"({
 
 constexpr char liveHead[] = R"({
 "seq": { "type": "integer", "minimum": 1,
-   "description": "Ascends for ever: by one, after a damaged or full store by much." },
+   "description": "Always ascends: by one, after a damaged or full store by much." },
 "t": { "type": "number", "description": "On the clock, in seconds." },
 "time": { "type": "string", "format": "date-time" }
 })";

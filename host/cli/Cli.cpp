@@ -326,7 +326,7 @@ runCommandLine( int argc, char** argv ) {
    std::ostream out( &buffer );
    int const status = execute( argc, argv, out );
    out.flush();
-   // Whoever read the output may have gone, which is no failure.
+   // The reader of the output may have gone, which is no failure.
    if ( buffer.error() == 0 || buffer.error() == EPIPE ) {
       return status;
    }

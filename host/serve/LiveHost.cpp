@@ -274,7 +274,7 @@ LiveHost::endTurn() {
       if ( !live_.records().pending().empty() ) {
          commit();
       }
-      // Whoever is answered may have sent another change already.
+      // A client that is answered may have sent another change already.
       for ( auto const& answer : std::exchange( answers_, {} ) ) {
          answer();
       }

@@ -78,7 +78,7 @@ defaultOf( Path const& path, RowKey const& row ) {
    return mounts.at( path );
 }
 
-// What a client changes, for whoever asks afterwards; of much of it, in which mounts.
+// What a client changes, for those who ask afterwards; of much of it, in which mounts.
 Json
 changeRecord( Revision revision, Item const& root ) {
    constexpr std::size_t longestPatch = 4096;

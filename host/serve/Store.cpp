@@ -244,7 +244,7 @@ Store::history( std::int64_t since, std::size_t limit ) {
          database_->readHistory( since, limit, records );
       }
    } catch ( DatabaseError const& error ) {
-      // Whoever asks for what is damaged must not end the host.
+      // A request for what is damaged must not end the host.
       problem_ = fmt::format( "history cannot be read: {}", error.what() );
    }
    for ( LiveRecord const& record : waiting_.records ) {

@@ -56,7 +56,7 @@ expectedLibrary() {
    return fmt::format( "a library that defines {}", agentTypeName );
 }
 
-// Opening anything else could wait for ever.
+// Opening anything else could wait without end.
 void
 checkIsFile( std::string const& name, std::string const& path ) {
    std::error_code error;

@@ -86,7 +86,7 @@ TEST_F( Classification, MembersOwnMlagConfigurationDoesNotCount ) {
    EXPECT_EQ( mlagPortChannel( "Ethernet1" ), "" );
 }
 
-TEST_F( Classification, MlagConfigurationWithoutAnMlagIdIsNone ) {
+TEST_F( Classification, MlagConfigurationWithoutAnMlagIdMakesNoMlagInterface ) {
    member( "Ethernet1", "Port-Channel10" );
    mlagInterface( "Port-Channel10", "" );
    EXPECT_TRUE( mlagConfig->intfConfigHas( id( "Port-Channel10" ) ) );

@@ -21,7 +21,7 @@ text( T const& value ) {
    return out.str();
 }
 
-// A notifiee of an output, registered on it while it lives.
+// A notifiee of an output, registered on it while it exists.
 template< class Watched >
 class Observer : public Watched::NotifieeConst {
  public:

@@ -197,7 +197,7 @@ TEST_F( AgentByName, RefusesAnIndexNamingTheAttribute ) {
    expectNoChildren();
 }
 
-TEST_F( AgentByName, RefusesAnArgumentListThatIsNone ) {
+TEST_F( AgentByName, RefusesArgumentsThatAreNoList ) {
    std::string const expected = "\"List\" is not of type \"Ryx::GenericIf::List_\"";
    for ( char const* child : children ) {
       EXPECT_EQ( setRefused( child, valueOf( "Ryx::Name", "list" ) ), expected );

@@ -83,7 +83,7 @@ TEST_F( ClockTest, AWakeUpTimeThatIsNoNumberNeverComes ) {
    EXPECT_EQ( calls, Calls() );
 }
 
-TEST_F( ClockTest, NobodyIsDueAtATimeThatIsNoNumber ) {
+TEST_F( ClockTest, NoNotifieeIsDueAtATimeThatIsNoNumber ) {
    auto const timer = quietTimer( "timer" );
    timer->timeMinIs( 5 );
    time.value = std::nan( "" );

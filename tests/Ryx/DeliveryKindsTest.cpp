@@ -83,7 +83,7 @@ TEST_F( DeliveryExceptionTest, DeliveryIsTheSameTheNextTime ) {
    EXPECT_EQ( a->references(), 1u );
 }
 
-TEST_F( DeliveryExceptionTest, OfTheLastWordCarriesItsId ) {
+TEST_F( DeliveryExceptionTest, OfZeroReferencesCarriesTheirId ) {
    auto gone = Ryx::make< Port >( 9u );
    auto const weak = doubles::watchWeakly( "weak", calls, gone );
    weak->action = [] { throw 7; };
@@ -120,7 +120,7 @@ TEST_F( LevelTest, ANotifieeOfEveryEntityHearsTheLifeCycleOnly ) {
    EXPECT_EQ( calls, ( Calls{ "entity nondestructing", "entity nondestructing" } ) );
 }
 
-TEST_F( LevelTest, ANotifieeOfTheRootHearsTheLastWordOnly ) {
+TEST_F( LevelTest, ANotifieeOfTheRootHearsOfZeroReferencesOnly ) {
    Ptr< Port > gone = Ryx::make< Port >( 2u );
    auto const plain = doubles::watchWeakly< Watcher >( "plain", calls, gone );
    gone->speedIs( 1 );
@@ -260,7 +260,7 @@ TEST_F( DeferredDeliveryTest, OneThatHasLostItsActivityIsCalledAtOnce ) {
    EXPECT_EQ( later->pendingAttributeId(), 0u );
 }
 
-TEST_F( DeferredDeliveryTest, TheLastWordIsKnownByItsIdToo ) {
+TEST_F( DeferredDeliveryTest, ZeroReferencesAreKnownByTheirIdToo ) {
    auto const later = defer( "later" );
    later->handleDefault( activity.ptr(), Ryx::zeroReferencesAttributeId, false );
    EXPECT_EQ( calls, Calls{ "later zero" } );

@@ -296,7 +296,7 @@ TEST_F( DeliveryTest, OfDeliveriesInEachOtherEachKnowsWhoLeaves ) {
 }
 
 // Not by the end of the last reference.
-TEST_F( DeliveryTest, ALastWordThatIsAskedForIsToldAtOnce ) {
+TEST_F( DeliveryTest, ZeroReferencesThatAreAskedForAreToldAtOnce ) {
    Port* const raw = port.ptr();
    auto const weak = doubles::watchWeakly( "weak", calls, other );
    weak->action = [ & ] { other->zeroReferencesIs( true ); };

@@ -69,7 +69,7 @@ TEST( Lifetime, ReplacingAnInputSurvivesTheLossOfTheOwner ) {
    EXPECT_EQ( calls, Calls{ "w zero" } );
 }
 
-TEST( Lifetime, LettingGoOfAHeldObjectInItsLastWordsReleasesItOnce ) {
+TEST( Lifetime, LettingGoOfAHeldObjectAtZeroReferencesReleasesItOnce ) {
    Calls calls;
    Port::live = 0;
    auto port = make< Port >( 1u );
@@ -84,7 +84,7 @@ TEST( Lifetime, LettingGoOfAHeldObjectInItsLastWordsReleasesItOnce ) {
    EXPECT_EQ( Port::live, 0 );
 }
 
-TEST( Lifetime, HoldingAnObjectInItsLastWordsKeepsIt ) {
+TEST( Lifetime, HoldingAnObjectAtZeroReferencesKeepsIt ) {
    Calls calls;
    Port::live = 0;
    auto port = make< Port >( 1u );

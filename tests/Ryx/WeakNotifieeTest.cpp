@@ -39,7 +39,7 @@ TEST_F( WeakNotifieeTest, HoldsNoReferenceOnItsNotifier ) {
    EXPECT_EQ( other->references(), 1u );
 }
 
-TEST_F( WeakNotifieeTest, HearsTheLastWordAndIsLeftWithoutANotifier ) {
+TEST_F( WeakNotifieeTest, HearsOfZeroReferencesAndIsLeftWithoutANotifier ) {
    int const ports = Port::live;
    auto const first = watchWeakly( "a", calls, port );
    auto const second = watchWeakly( "b", calls, port );
@@ -57,7 +57,7 @@ TEST_F( WeakNotifieeTest, MayBeToldAgainWhatItIsWhileItIsBound ) {
    EXPECT_EQ( watcher->notifier(), port );
 }
 
-TEST_F( WeakNotifieeTest, MayTakeTheNotifierBackAtItsLastWord ) {
+TEST_F( WeakNotifieeTest, MayTakeTheNotifierBackAtZeroReferences ) {
    auto const watcher = watchWeakly( "a", calls, port );
    watcher->action = [ & ] {
       other = Ptr< Port >( const_cast< Port* >( watcher->notifier().ptr() ) );
@@ -71,7 +71,7 @@ TEST_F( WeakNotifieeTest, MayTakeTheNotifierBackAtItsLastWord ) {
    EXPECT_EQ( calls, ( Calls{ "a zero", "a speed 3" } ) );
 }
 
-TEST_F( WeakNotifieeTest, AStrongNotifieeMadeAtTheLastWordKeepsTheNotifier ) {
+TEST_F( WeakNotifieeTest, AStrongNotifieeMadeAtZeroReferencesKeepsTheNotifier ) {
    auto const weak = watchWeakly( "weak", calls, port );
    Ptr< PortWatcher > strong;
    weak->action = [ & ] { strong = doubles::watch( "strong", calls, weak->notifier() ); };

@@ -43,7 +43,7 @@ constexpr Corner corners[] = {
    { "exceptions", &Reached::raised },
    { "exceptions about exceptions", &Reached::raisedAboutRaised },
    { "notifiers gone in their delivery", &Reached::notifierGoneMeanwhile },
-   { "notifiers rescued by their last word", &Reached::rescued },
+   { "notifiers rescued at zero references", &Reached::rescued },
    { "notifiers that only a hold keeps", &Reached::keptByHold },
    { "notifiers gone with their hold", &Reached::goneWithHold },
    { "refused as their own ancestors", &Reached::ancestorRefused },

@@ -204,7 +204,7 @@ Model::doZombie( Serial n, bool zombie ) {
    reactor.zombie = zombie;
 }
 
-// The new input is handled at once, by a reactor that lives; one that is removed by that
+// The new input is handled at once, by a reactor that is no zombie; one that is removed by that
 // stays removed.
 void
 Model::repoint( Serial n, Serial s ) {

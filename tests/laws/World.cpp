@@ -139,7 +139,7 @@ World::crowd( unsigned s ) {
    }
 }
 
-// A station that nobody but another one holds, and a watcher that hears its last word.
+// A station that nobody but another one holds, and a watcher that hears of its end.
 void
 World::hang( unsigned s, unsigned n, unsigned k ) {
    stationMake( spareStation );

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// How lives begin, and how they are generated and shown.
+// How random scenarios begin, and how they are generated and shown.
 
 #include <model/AnyLife>
 #include <model/Names>

@@ -277,7 +277,7 @@ writtenValue( Record const& record ) {
 Json
 scenarioOf( History const& history ) {
    Json scenario;
-   scenario[ "name" ] = "a life of a switch";
+   scenario[ "name" ] = "a random scenario";
    scenario[ "startTime" ] = secondsOf( history.bootMs );
    scenario[ "until" ] = secondsOf( history.endMs - history.bootMs );
    scenario[ "mounts" ] = mountsOf( history.boot );

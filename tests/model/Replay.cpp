@@ -17,7 +17,7 @@ namespace model {
 
 std::string
 keptScenario( History const& history, std::string const& name ) {
-   char const* const chosen = std::getenv( "OSTRA_LIVES_DIR" );
+   char const* const chosen = std::getenv( "OSTRA_SCENARIOS_DIR" );
    std::filesystem::path const directory =
       chosen ? std::filesystem::path( chosen ) : std::filesystem::temp_directory_path();
    std::filesystem::create_directories( directory );

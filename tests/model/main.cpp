@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-// Without RC_PARAMS the lives are the same each time, and as many as a quick test has time
+// Without RC_PARAMS the scenarios are the same each time, and as many as a quick test has time
 // for.
 int
 main( int argc, char** argv ) {

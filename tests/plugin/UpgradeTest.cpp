@@ -19,7 +19,7 @@ using support::get;
 using support::Object;
 using support::text;
 
-// The library under a second name, for as long as this lives.
+// The library under a second name, as long as this exists.
 class Copy {
  public:
    Copy()

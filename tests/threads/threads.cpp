@@ -262,7 +262,7 @@ letGoOfTheNotifieeThatIsCalled() {
       auto start = std::exchange( raw->action, nullptr );
       raw->action = [ &row, start ] {
          start();
-         expect( row.called == "ab", "the one that is called lives until it returns" );
+         expect( row.called == "ab", "the one that is called exists until it returns" );
       };
    };
    row.light();
@@ -273,7 +273,7 @@ void
 letGoOfTheNotifier() {
    Row row;
    row.letGoElsewhere( row.lamp );
-   row.c->action = [] { expect( gone == 0, "the notifier lives until all were called" ); };
+   row.c->action = [] { expect( gone == 0, "the notifier exists until all were called" ); };
    row.light();
    expect( row.called == "abc" && gone == 1, "the notifier goes once" );
 }
@@ -304,7 +304,7 @@ letGoOfATimer() {
    timer = Ryx::make< Timer >( [ &timer, &thread ] {
       thread = std::thread( [ &timer ] { timer = nullptr; } );
       thread.join();
-      expect( gone == 0, "a timer lives until its call returns" );
+      expect( gone == 0, "a timer exists until its call returns" );
    } );
    timer->notifierIs( clock );
    timer->isRegisteredNotifieeIs( true );

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// The real program, killed at random moments of random lives while a client changes its state
+// The real program, killed at random moments of random scenarios while a client changes its state
 // through the socket: what the client was told is there, ports are released in time and not
 // before it, and history has no gap. OSTRA_KILLS says how often (20), OSTRA_SEED which moments.
 

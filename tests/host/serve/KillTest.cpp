@@ -116,7 +116,7 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
          devices.say( fmt::format( "start {}", *start ) );
       }
    };
-   // What was restored; a start of this life's own is noted with the first turn.
+   // What was restored; a start of this process's own is noted with the first turn.
    sayStart();
    loop.turn();
    std::int64_t next = 0;
@@ -150,7 +150,7 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
    }
 }
 
-// What is known of all lives so far.
+// What is known of all processes so far.
 struct Account {
    int kept = 0;
    double start = -1;

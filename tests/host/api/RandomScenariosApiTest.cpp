@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Random lives of a switch, played as a scenario and, event by event, over HTTP on a live
+// Random scenarios, played as a file and, event by event, over HTTP on a live
 // switch: both tell the same.
 
 #include "LiveApi"
@@ -53,7 +53,7 @@ withoutStandby( Json scenario ) {
    return scenario;
 }
 
-// Life number `seed`, without what clients cannot do, as a scenario.
+// Random scenario number `seed`, without what clients cannot do.
 Json
 scenarioOfLife( unsigned seed ) {
    model::Life const life =
@@ -106,7 +106,7 @@ playLive( Json const& scenario ) {
 
 } // namespace
 
-TEST( LivesApi, TellTheSameAsARun ) {
+TEST( RandomScenariosApi, TellTheSameAsARun ) {
    std::size_t changes = 0;
    for ( unsigned seed = 0; seed < 60; ++seed ) {
       Json const scenario = scenarioOfLife( seed );

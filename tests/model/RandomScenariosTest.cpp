@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Random lives of a switch, played on the plug-in and on the model side by side.
+// Random scenarios, played on the plug-in and on the model side by side.
 
 #include <host/Accounts>
 #include <model/AnyLife>
@@ -21,7 +21,7 @@ using model::Census;
 using model::Life;
 using model::Player;
 
-// Where the lives of this process have been.
+// Where the scenarios of this process have been.
 Census&
 census() {
    static Census counts;
@@ -35,39 +35,39 @@ countPlaces( Player const& player ) {
    }
 }
 
-TEST( Lives, PluginDoesWhatTheModelDoes ) {
-   unsigned lives = 0;
+TEST( RandomScenarios, PluginDoesWhatTheModelDoes ) {
+   unsigned played = 0;
    bool const held =
-      rc::check( "a life is the same on the plug-in and on the model", [ & ]() {
+      rc::check( "a scenario is the same on the plug-in and on the model", [ & ]() {
          Life const life = *model::anyLife();
          Player player( life );
-         ++lives;
+         ++played;
          bool const same = player.play();
          countPlaces( player );
          if ( !same ) {
-            std::string const path = model::keptScenario( player.history(), "life" );
+            std::string const path = model::keptScenario( player.history(), "random" );
             RC_FAIL( player.difference() + "replay with: ostra run " + path );
          }
       } );
    ASSERT_TRUE( held );
-   if ( lives < 1000 ) {
+   if ( played < 1000 ) {
       return; // a repeated failure, or a look at a few
    }
    for ( std::string const& place : allPlaces() ) {
-      EXPECT_GE( census()[ place ], lives / 400 ) << place;
-      if ( std::getenv( "OSTRA_LIVES_CENSUS" ) ) {
+      EXPECT_GE( census()[ place ], played / 400 ) << place;
+      if ( std::getenv( "OSTRA_SCENARIOS_CENSUS" ) ) {
          std::cout << census()[ place ] << "\t" << place << "\n";
       }
    }
 }
 
-// Life number `seed` of those that are replayed; it is as long as lives get.
+// Number `seed` of those that are replayed; it is as long as random scenarios get.
 Life
 lifeOf( std::uint64_t seed ) {
    return model::anyLife()( rc::Random( seed ), rc::kNominalSize ).value();
 }
 
-TEST( Lives, AreScenariosThatTheHostPlaysAlike ) {
+TEST( RandomScenarios, AreScenariosThatTheHostPlaysAlike ) {
    for ( std::uint64_t seed = 0; seed < 50; ++seed ) {
       Life const life = lifeOf( seed );
       Player player( life );
@@ -84,11 +84,11 @@ TEST( Lives, AreScenariosThatTheHostPlaysAlike ) {
    }
 }
 
-// OSTRA_LIVES_REPORTS names how many; a thousand otherwise.
-TEST( Lives, HaveReportsThatAccountForEveryPort ) {
-   char const* const number = std::getenv( "OSTRA_LIVES_REPORTS" );
-   std::uint64_t const lives = number ? std::stoull( number ) : 1000;
-   for ( std::uint64_t seed = 0; seed < lives; ++seed ) {
+// OSTRA_SCENARIOS_REPORTS names how many; a thousand otherwise.
+TEST( RandomScenarios, HaveReportsThatAccountForEveryPort ) {
+   char const* const number = std::getenv( "OSTRA_SCENARIOS_REPORTS" );
+   std::uint64_t const count = number ? std::stoull( number ) : 1000;
+   for ( std::uint64_t seed = 0; seed < count; ++seed ) {
       Life const life = lifeOf( seed );
       Player player( life );
       player.play();

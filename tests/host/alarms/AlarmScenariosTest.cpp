@@ -3,7 +3,7 @@
 
 // Alarms of random scenarios, beside what a scenario that goes on shows: none is raised that
 // does not come true, and none is missing. How many there are, and the first seed, may be set:
-// OSTRA_ALARM_LIVES, OSTRA_ALARM_SEED.
+// OSTRA_ALARM_SCENARIOS, OSTRA_ALARM_SEED.
 
 #include "PlayedAlarms"
 #include "RandomLife"
@@ -182,12 +182,12 @@ forcedForGood( Json scenario, Json const& state ) {
 }
 
 struct Counts {
-   std::size_t lives = 0;
+   std::size_t scenarios = 0;
    std::map< AlarmKind, std::size_t > alarms;
 };
 
 void
-playLife( unsigned seed, Counts& counts ) {
+playRandomly( unsigned seed, Counts& counts ) {
    SCOPED_TRACE( fmt::format( "seed {}", seed ) );
    Dice dice( seed );
    Json scenario = someScenario( dice );
@@ -211,7 +211,7 @@ playLife( unsigned seed, Counts& counts ) {
    EXPECT_EQ(
       played.of( AlarmKind::snoopingWithoutPort ), forcedForGood( scenario, played.state ) )
       << text;
-   ++counts.lives;
+   ++counts.scenarios;
    for ( Alarm const& alarm : played.alarms ) {
       ++counts.alarms[ alarm.kind ];
    }
@@ -219,22 +219,22 @@ playLife( unsigned seed, Counts& counts ) {
 
 } // namespace
 
-TEST( AlarmLives, RaiseWhatComesTrueAndNothingElse ) {
+TEST( AlarmScenarios, RaiseWhatComesTrueAndNothingElse ) {
    unsigned const first = numberIn( "OSTRA_ALARM_SEED", 1 );
-   unsigned const lives = numberIn( "OSTRA_ALARM_LIVES", 400 );
+   unsigned const scenarios = numberIn( "OSTRA_ALARM_SCENARIOS", 400 );
    Counts counts;
-   for ( unsigned seed = first; seed < first + lives && !HasFailure(); ++seed ) {
-      playLife( seed, counts );
+   for ( unsigned seed = first; seed < first + scenarios && !HasFailure(); ++seed ) {
+      playRandomly( seed, counts );
    }
    for ( AlarmKind const kind : alarmKinds ) {
       fmt::print( "{} alarms {}\n", counts.alarms[ kind ], nameOf( kind ) );
       // The driver has no part in a run.
       EXPECT_EQ( counts.alarms[ kind ] == 0, kind == AlarmKind::notEnforced );
    }
-   fmt::print( "{} scenarios\n", counts.lives );
+   fmt::print( "{} scenarios\n", counts.scenarios );
 }
 
-TEST( AlarmLives, RaiseOnALiveSwitchWhatComesTrue ) {
+TEST( AlarmScenarios, RaiseOnALiveSwitchWhatComesTrue ) {
    for ( unsigned seed = 1; seed <= 60 && !HasFailure(); ++seed ) {
       SCOPED_TRACE( fmt::format( "seed {}", seed ) );
       Dice dice( seed );

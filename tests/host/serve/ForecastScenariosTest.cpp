@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Forecasts are what happens: in random lives, beside the live switch's own records when the
+// Forecasts are what happens: in random scenarios, beside the live switch's own records when the
 // same patch is applied to it and the time goes on.
 
 #include "LiveProcess"
@@ -32,7 +32,7 @@ using ostra::told;
 namespace {
 
 void
-playLife( unsigned seed ) {
+forecastRandomly( unsigned seed ) {
    SCOPED_TRACE( fmt::format( "seed {}", seed ) );
    ostra::TemporaryDirectory const directory;
    ostra::SimulatedClock clock;
@@ -102,9 +102,9 @@ playLife( unsigned seed ) {
 
 } // namespace
 
-TEST( ForecastLives, AreWhatHappensWhenTheSamePatchIsAppliedAndTimeGoesOn ) {
+TEST( ForecastScenarios, AreWhatHappensWhenTheSamePatchIsAppliedAndTimeGoesOn ) {
    for ( unsigned seed = 1; seed <= 150; ++seed ) {
-      playLife( seed );
+      forecastRandomly( seed );
       if ( testing::Test::HasFailure() ) {
          return;
       }

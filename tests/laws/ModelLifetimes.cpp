@@ -164,7 +164,7 @@ Model::dropped( Kind kind, Serial serial ) {
    }
 }
 
-// The last word of a station, after which it goes unless somebody took hold of it again.
+// The end of a station: its watchers are told, and it goes unless one took hold of it again.
 void
 Model::leaveStation( Serial s ) {
    held_.emplace_back( Kind::station, s );

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// A mutator may let go of the last pointer to an object. What hears that object's last word
-// may then do anything to what the mutator is working on.
+// A mutator may let go of the last pointer to an object. A notifiee that hears of it
+// (onZeroReferences) may do anything to what the mutator is working on.
 
 #include "Board"
 #include "Supervisor"
@@ -25,10 +25,10 @@ using Ryx::make;
 using Ryx::Ptr;
 using support::SimulatedTime;
 
-class LastWord : public testing::Test {
+class ZeroReferences : public testing::Test {
  protected:
-   // Who does `action` at the last word of a port.
-   void atLastWordOf( Ptr< Port > const& port, std::function< void() > action ) {
+   // Has a notifiee do `action` when the last reference to a port goes.
+   void atZeroReferencesOf( Ptr< Port > const& port, std::function< void() > action ) {
       heir = watchWeakly( "old", calls, port );
       heir->action = std::move( action );
    }
@@ -39,52 +39,52 @@ class LastWord : public testing::Test {
 
 // The object that is changed goes.
 
-class LastWordOfAValue : public LastWord {
+class ZeroReferencesOfAValue : public ZeroReferences {
  protected:
    Ptr< Board > board = make< Board >( "board", make< Port >( 1u ) );
    Ptr< BoardWatcher > const watcher = watchWeakly< BoardWatcher >( "w", calls, board );
 };
 
-TEST_F( LastWordOfAValue, MayDropTheObjectWhosePointerIsReplaced ) {
-   atLastWordOf( board->uplink(), [ this ] { board = nullptr; } );
+TEST_F( ZeroReferencesOfAValue, MayDropTheObjectWhosePointerIsReplaced ) {
+   atZeroReferencesOf( board->uplink(), [ this ] { board = nullptr; } );
    board->uplinkIs( make< Port >( 2u ) );
    EXPECT_EQ( calls, ( Calls{ "old zero", "w uplink", "w zero" } ) );
 }
 
-TEST_F( LastWordOfAValue, MayDropTheObjectWhoseMemberIsReplaced ) {
+TEST_F( ZeroReferencesOfAValue, MayDropTheObjectWhoseMemberIsReplaced ) {
    board->spareIs( 7, make< Port >( 1u ) );
    calls.clear();
-   atLastWordOf( board->spare( 7 ), [ this ] { board = nullptr; } );
+   atZeroReferencesOf( board->spare( 7 ), [ this ] { board = nullptr; } );
    board->spareIs( 7, make< Port >( 2u ) );
    EXPECT_EQ( calls, ( Calls{ "old zero", "w spare 7", "w zero" } ) );
 }
 
-TEST_F( LastWord, MayDropTheEntityWhoseParentIsReplaced ) {
+TEST_F( ZeroReferences, MayDropTheEntityWhoseParentIsReplaced ) {
    Ptr< Port > child = make< Port >( 3u );
    auto const watcher = watchWeakly< EntityWatcher >( "w", calls, child );
    auto old = make< Port >( 1u );
    child->parentIs( old );
    calls.clear();
-   atLastWordOf( std::exchange( old, nullptr ), [ & ] { child = nullptr; } );
+   atZeroReferencesOf( std::exchange( old, nullptr ), [ & ] { child = nullptr; } );
    child->parentIs( make< Port >( 2u ) );
    EXPECT_EQ( calls, ( Calls{ "old zero", "w parent", "w zero" } ) );
 }
 
 // The reactor that is re-pointed or put in place is removed.
 
-class LastWordOfAnInput : public LastWord {
+class ZeroReferencesOfAnInput : public ZeroReferences {
  protected:
    // An input that only its reactor holds, with an heir.
    Supervisor::In old( unsigned intfId, std::function< void() > action ) {
       auto const port = make< Port >( intfId );
-      atLastWordOf( port, std::move( action ) );
+      atZeroReferencesOf( port, std::move( action ) );
       return port;
    }
 
    Ptr< Supervisor > const owner = make< Supervisor >( calls );
 };
 
-TEST_F( LastWordOfAnInput, MayRemoveTheReactorWhichThenRunsNoHandler ) {
+TEST_F( ZeroReferencesOfAnInput, MayRemoveTheReactorWhichThenRunsNoHandler ) {
    owner->portIs( old( 1, [ this ] { owner->portDel( 1 ); } ) );
    auto const reactor = owner->port( 1 );
    owner->portIs( make< Port >( 1u ) );
@@ -93,13 +93,13 @@ TEST_F( LastWordOfAnInput, MayRemoveTheReactorWhichThenRunsNoHandler ) {
    EXPECT_FALSE( reactor->isRegisteredNotifiee() );
 }
 
-TEST_F( LastWordOfAnInput, MayUnbindTheReactorWhichThenRunsNoHandler ) {
+TEST_F( ZeroReferencesOfAnInput, MayUnbindTheReactorWhichThenRunsNoHandler ) {
    owner->portIs( old( 1, [ this ] { owner->port( 1 )->notifierIs( nullptr ); } ) );
    owner->portIs( make< Port >( 1u ) );
    EXPECT_EQ( calls, Calls{ "old zero" } );
 }
 
-TEST_F( LastWordOfAnInput, MayReplaceItsReplacementWhichThenStaysRemoved ) {
+TEST_F( ZeroReferencesOfAnInput, MayReplaceItsReplacementWhichThenStaysRemoved ) {
    Ptr< Supervisor::RyxMaster > replacement;
    auto const third = make< Port >( 3u );
    owner->masterIs( old( 1, [ & ] {
@@ -123,9 +123,9 @@ class Timer final : public Ryx::Clock::NotifieeConst {
    static inline int live = 0;
 };
 
-class LastWordOfAClock : public testing::Test {
+class ZeroReferencesOfAClock : public testing::Test {
  protected:
-   LastWordOfAClock() {
+   ZeroReferencesOfAClock() {
       timer->notifierIs( make< Ryx::Clock >( "old" ) );
       timer->isRegisteredNotifieeIs( true );
       timer->timeMinIs( 5 );
@@ -139,7 +139,7 @@ class LastWordOfAClock : public testing::Test {
    Ptr< Ryx::Clock > const next = make< Ryx::Clock >();
 };
 
-TEST_F( LastWordOfAClock, MayDropTheTimerThatLeavesIt ) {
+TEST_F( ZeroReferencesOfAClock, MayDropTheTimerThatLeavesIt ) {
    heir->action = [ this ] { timer = nullptr; };
    timer->notifierIs( next );
    EXPECT_EQ( Timer::live, 0 );
@@ -147,7 +147,7 @@ TEST_F( LastWordOfAClock, MayDropTheTimerThatLeavesIt ) {
    EXPECT_EQ( next->references(), 1u );
 }
 
-TEST_F( LastWordOfAClock, MayMoveTheTimerToAThird ) {
+TEST_F( ZeroReferencesOfAClock, MayMoveTheTimerToAThird ) {
    auto const third = make< Ryx::Clock >();
    heir->action = [ & ] { timer->notifierIs( third ); };
    timer->notifierIs( next );
