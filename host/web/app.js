@@ -15,7 +15,7 @@ import { TimeLine } from './timeline.js';
 import { WhatIf } from './whatif.js';
 
 /** In milliseconds: a picture at most that often, and at least that often. */
-const leastBetween = 100;
+const leastBetween = 250;
 const mostBetween = 1000;
 
 /** "14:03:59" @param {number} milliseconds since 1970 */
@@ -92,7 +92,10 @@ function LivePage({ live }) {
          }
       };
       live.onChange = later;
-      later();
+      // What came before this is not waited for again; the first picture comes at once.
+      if (live.summary) {
+         later();
+      }
       const clock = setInterval(later, mostBetween);
       return () => clearInterval(clock);
    }, []);

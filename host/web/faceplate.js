@@ -6,7 +6,7 @@
 
 import { classWords, duration, portStates, secondsLeft, stateOf } from './model.js';
 import { layoutOf } from './layout.js';
-import { Component, html, standingOf, StateMark, useMemo } from './parts.js';
+import { Component, html, StateMark, useMemo } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 
@@ -30,7 +30,7 @@ class PortButton extends Component {
          <span class="spoken">${`${name}: ${words}`}</span>
          <span class="label" aria-hidden="true">${label}</span>
          <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
-         <span class="left" aria-hidden="true">${left}</span>
+         <span class="left">${left}</span>
       </button>`;
    }
 }
@@ -90,10 +90,12 @@ export function Faceplate({ ports, now, selected, onSelect }) {
       ? selected : modules[0]?.blocks[0]?.[0]?.ports[0]?.name;
    const button = (/** @type {{ name: string, label: string }} */ { name, label }) => {
       const port = /** @type {Port} */ (ports.get(name));
+      const state = stateOf(port);
       const left = secondsLeft(port, now);
+      // The time stands by itself: nothing else changes each second.
       return html`<${PortButton} key=${name} name=${name} label=${label}
-         state=${stateOf(port)} left=${left === null ? '' : duration(left)}
-         words=${`${standingOf(port, now)}, ${classWords[port.class] ?? port.class}`}
+         state=${state} left=${left === null ? '' : duration(left)}
+         words=${`${portStates[state].words}, ${classWords[port.class] ?? port.class}`}
          isSelected=${name === selected} isStop=${name === stop} onSelect=${onSelect} />`;
    };
    return html`<div class=${`faceplate ${ports.size > manyPorts ? 'many' : ''}`}

@@ -200,7 +200,7 @@ export class Live {
             this.ports.set(name, { ...port, isPresent: false, hold: null, reason: 'not there' });
          }
       }
-      this.#changed();
+      this.#changed(true);
    }
 
    /** Sees to it that records come: first what there was, then from there on.
@@ -245,7 +245,7 @@ export class Live {
             this.ports.set(name, { ...port, released: t });
          }
       }
-      this.#changed();
+      this.#changed(true);
    }
 
    /** @param {StreamRecord} record */
@@ -256,8 +256,9 @@ export class Live {
       if (isOfCause(record)) {
          this.#cause(record);
       }
+      // The answer brings the story, once a second at most.
       this.ask();
-      this.#changed();
+      this.#changed(false);
    }
 
    /** What can be shown at once; the host says the rest.
@@ -315,8 +316,9 @@ export class Live {
       return this.made.story;
    }
 
-   #changed() {
-      this.made = { entries: null, story: null };
+   /** @param {boolean} isAll not only that there is another record */
+   #changed(isAll) {
+      this.made = { entries: null, story: isAll ? null : this.made.story };
       this.onChange();
    }
 

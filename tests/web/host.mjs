@@ -94,6 +94,19 @@ export function pageOfRun(t, scenario) {
    return `file://${path}`;
 }
 
+/** In the page: when the ports were drawn first, in milliseconds since it was asked for. */
+function noteFirstPorts() {
+   const observer = new MutationObserver(() => {
+      if (document.querySelector('button.port')) {
+         observer.disconnect();
+         requestAnimationFrame(() => setTimeout(() => {
+            window.portsDrawnAt = performance.now();
+         }));
+      }
+   });
+   observer.observe(document, { childList: true, subtree: true });
+}
+
 let browser;
 export async function closeBrowser() {
    await browser?.close();
@@ -113,6 +126,7 @@ export async function open(t, url, options = {}) {
       }
    });
    page.on('pageerror', error => page.problems.push(error.stack));
+   await page.addInitScript(noteFirstPorts);
    await page.goto(url);
    await page.waitForSelector('button.port', { timeout: 20000 });
    return page;
