@@ -8,6 +8,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <vector>
+
 namespace ostra {
 
 namespace {
@@ -33,6 +38,24 @@ addAnswers( CLI::App& app ) {
    app.set_version_flag( "--version", "ostra " OSTRA_VERSION, "Print the version and exit" )
       ->disable_flag_override();
    app.get_formatter()->column_width( nameWidth );
+}
+
+// The library takes an argument in brackets for a list. With a mark before it, it does not.
+constexpr char bracketMark = '\1';
+
+std::string
+marked( std::string argument ) {
+   if ( argument.starts_with( '[' ) ) {
+      argument.insert( 0, 1, bracketMark );
+   }
+   return argument;
+}
+
+std::string
+unmarked( std::string const& argument ) {
+   bool const isMarked =
+      argument.size() > 1 && argument.front() == bracketMark && argument[ 1 ] == '[';
+   return isMarked ? argument.substr( 1 ) : argument;
 }
 
 // The option that a message of the library begins with.
@@ -75,7 +98,8 @@ CliParser::addValue(
    std::string const name = names.substr( 0, names.find( ',' ) );
    CLI::Option* const option = command.add_option_function< std::string >(
       names,
-      [ this, name, expected, reader ]( std::string const& text ) {
+      [ this, name, expected, reader ]( std::string const& argument ) {
+         std::string const text = unmarked( argument );
          if ( !reader( text ) ) {
             refuse( place() + ": " + name, inQuotes( text ), expected );
          }
@@ -108,7 +132,14 @@ CliParser::addTexts(
    std::string const& help,
    std::string const& expected,
    std::vector< std::string >& texts ) {
-   CLI::Option* const option = command.add_option( name, texts, besideText( help ) );
+   CLI::Option* const option = command.add_option_function< std::vector< std::string > >(
+      name,
+      [ &texts ]( std::vector< std::string > const& arguments ) {
+         texts.clear();
+         std::transform(
+            arguments.begin(), arguments.end(), std::back_inserter( texts ), unmarked );
+      },
+      besideText( help ) );
    option->option_text( " " );
    expected_[ option ] = expected;
    return *option;
@@ -122,8 +153,15 @@ CliParser::addFlag(
 
 void
 CliParser::parse( int argc, char** argv ) {
+   // The library takes the last one first.
+   std::vector< std::string > arguments;
+   std::transform(
+      std::reverse_iterator( argv + argc ),
+      std::reverse_iterator( argv + std::min( argc, 1 ) ),
+      std::back_inserter( arguments ),
+      marked );
    try {
-      app_.parse( argc, argv );
+      app_.parse( std::move( arguments ) );
    } catch ( CLI::ExtrasError const& ) {
       refuseExtra();
    } catch ( CLI::ArgumentMismatch const& mismatch ) {
@@ -157,7 +195,7 @@ CliParser::place() const {
 
 void
 CliParser::refuseExtra() const {
-   std::string const extra = app_.remaining( true ).front();
+   std::string const extra = unmarked( app_.remaining( true ).front() );
    if ( extra.size() > 1 && extra.front() == '-' ) {
       refuse(
          place(),
