@@ -49,6 +49,18 @@ answersMethod( Route const& route, std::string_view method ) {
    return route.method == method || ( method == "HEAD" && route.method == "GET" );
 }
 
+// Several routes may fit one path.
+void
+addMethods( Route const& route, std::vector< std::string >& methods ) {
+   if ( std::find( methods.begin(), methods.end(), route.method ) != methods.end() ) {
+      return;
+   }
+   methods.push_back( route.method );
+   if ( route.method == "GET" ) {
+      methods.emplace_back( "HEAD" );
+   }
+}
+
 std::optional< Problem >
 contentTypeProblem( Request const& request, Route const& route ) {
    std::string const* const given = request.header( "content-type" );
@@ -96,10 +108,7 @@ Router::find(
          continue;
       }
       if ( !answersMethod( known.route, request.method ) ) {
-         allowed.push_back( known.route.method );
-         if ( known.route.method == "GET" ) {
-            allowed.emplace_back( "HEAD" );
-         }
+         addMethods( known.route, allowed );
          continue;
       }
       route = &known.route;

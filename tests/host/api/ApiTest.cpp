@@ -80,6 +80,13 @@ TEST( Api, SaysWhatIsNotThere ) {
    EXPECT_EQ( statusOf( api.get( "/v1/types/No::Type" ) ), 404 );
 }
 
+TEST( Api, AMethodThatIsNotServedIsToldWhichAreOnceEach ) {
+   LiveApi api;
+   std::string const answer = api.patch( "/v1/ports", "{}" );
+   EXPECT_EQ( statusOf( answer ), 405 );
+   EXPECT_NE( answer.find( "\r\nAllow: GET, HEAD\r\n" ), answer.npos ) << answer;
+}
+
 TEST( Api, PatchIsAppliedAndAnswersTheRevision ) {
    LiveApi api;
    std::string const answer =
