@@ -46,9 +46,10 @@ patchOf( PossibleChange const& change ) {
    return patch;
 }
 
-// Of the MLAG state and configuration, which all ports share.
+// Of the MLAG state and configuration, which all ports share; only MLAG ports wait in LACP
+// standby.
 void
-addCommon( Json const& state, std::vector< PossibleChange >& changes ) {
+addCommon( Json const& state, bool isMlag, std::vector< PossibleChange >& changes ) {
    static std::pair< int, char const* > const roles[] = { { 2, "mlagInactive" },
                                                           { 3, "mlagPrimary" },
                                                           { 4, "mlagSecondary" } };
@@ -65,7 +66,7 @@ addCommon( Json const& state, std::vector< PossibleChange >& changes ) {
    if ( at( state, { "mlagConfig", "enabled" } ) == Json( true ) ) {
       changes.push_back( { { "mlagConfig.enabled=false" }, "MLAG is disabled" } );
    }
-   if ( at( state, { "mlagConfig", "lacpStandby" } ) == Json( true ) ) {
+   if ( isMlag && at( state, { "mlagConfig", "lacpStandby" } ) == Json( true ) ) {
       changes.push_back(
          { { "mlagConfig.lacpStandby=false" }, "no port-channel waits in LACP standby" } );
    }
@@ -162,7 +163,7 @@ possibleChanges( Json const& state, Json const& port ) {
          { { fmt::format( "mlagissuCause.intfStatus.{}=null", interface ) },
            fmt::format( "released by hand, as `ostra release {}` does", interface ) } );
    }
-   addCommon( state, changes );
+   addCommon( state, textAt( port, "class" ) == "mlag", changes );
    if ( std::string const portChannel = textAt( port, "portChannel" );
         !portChannel.empty() ) {
       addOfPortChannel( state, interface, portChannel, changes );

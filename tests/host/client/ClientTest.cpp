@@ -326,6 +326,19 @@ TEST( Client, ForecastsAsARunIsTold ) {
       "what the clients own" );
 }
 
+TEST( Client, TriesForAPortOnlyWhatMattersToItsClass ) {
+   Json const state = { { "mlagConfig", { { "lacpStandby", true } } } };
+   for ( auto const& [ portClass, isTried ] :
+         { std::pair( "mlag", true ), std::pair( "nonMlag", false ) } ) {
+      Json const port = { { "interface", "Ethernet1" }, { "class", portClass } };
+      bool isThere = false;
+      for ( PossibleChange const& change : possibleChanges( state, port ) ) {
+         isThere |= change.assignments.front() == "mlagConfig.lacpStandby=false";
+      }
+      EXPECT_EQ( isThere, isTried ) << portClass;
+   }
+}
+
 TEST( Client, SaysWhyAPortIsHeldAndWhatWouldReleaseIt ) {
    LiveApi api;
    api.clock.time += Milliseconds( 100'000 );
