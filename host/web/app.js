@@ -12,7 +12,7 @@ import { Recorded } from './recorded.js';
 import { Summary } from './summary.js';
 import { Log, PortTable } from './tables.js';
 import { TimeLine } from './timeline.js';
-import { WhatIf } from './whatif.js';
+import { Releasers, WhatIf } from './whatif.js';
 
 /** In milliseconds: a picture at most that often, and at least that often. */
 const leastBetween = 250;
@@ -27,7 +27,7 @@ function timeOfDay(milliseconds) {
 
 /** What both kinds of page have.
  * @param {any} props */
-function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCursor, above, below }) {
+function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCursor, above, below, moreOf }) {
    const [selected, setSelected] = useState(/** @type {string|null} */ (null));
    const [isTable, setTable] = useState(false);
    const port = selected === null ? null : ports.get(selected);
@@ -61,7 +61,8 @@ function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCur
                   <${Faceplate} ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />`}
          </section>
          ${port && html`<${Detail} key=${selected} port=${port} ports=${ports} now=${now}
-            entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect} />`}
+            entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect}
+            more=${moreOf && moreOf(port)} />`}
       </div>
       <${TimeLine} story=${story} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
       ${below}
@@ -116,7 +117,9 @@ function LivePage({ live }) {
          !ready && ', not ready'}${store.problem && html`, store: <${Foreign}>${store.problem}<//>`}`} />
       <${Body} ports=${live.ports} periods=${{ mlag, nonMlag }} alarms=${live.alarms}
          entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}
-         whenOf=${whenOf} below=${html`<${WhatIf} />`} />`;
+         whenOf=${whenOf} below=${html`<${WhatIf} />`}
+         moreOf=${(/** @type {import('./model.js').Port} */ port) =>
+            port.hold && html`<${Releasers} port=${port} />`} />`;
 }
 
 const speed = 30;

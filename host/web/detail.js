@@ -20,8 +20,8 @@ function Fact({ term, children }) {
 
 /** @param {{ port: Port, ports: Map<string, Port>, now: number, entries: Entry[],
  *            alarms: import('./live.js').Alarm[], whenOf: (t: number, time: string|null) => string,
- *            onSelect: (name: string|null) => void }} props */
-export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect }) {
+ *            onSelect: (name: string|null) => void, more?: any }} props `more` of the port */
+export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, more }) {
    const channel = port.portChannel;
    const members = channel === null ? []
       : [...ports.values()].filter(other => other.portChannel === channel)
@@ -58,6 +58,7 @@ export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect }) 
          <ul class="own-alarms">${own.map(alarm => html`<li key=${alarm.kind + alarm.interface}>
             <b>${alarm.kind}</b>: <${Foreign}>${alarm.text}<//>. <span class="small">Ends with:
             ${' '}<${Foreign}>${alarm.ending}<//></span></li>`)}</ul>`}
+      ${more}
       <h3>What happened to it</h3>
       ${happened.length === 0 ? html`<p class="small">Nothing that is recorded.</p>`
          : html`<ol class="log" tabindex="0" aria-label=${`What happened to ${port.name}`}>${happened.map(entry => html`

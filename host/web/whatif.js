@@ -8,6 +8,8 @@ import { instant } from './model.js';
 import { Foreign, html, useState } from './parts.js';
 import { entriesOf, onlyIn } from './words.js';
 
+/** @typedef {import('./model.js').Port} Port */
+/** @typedef {import('./model.js').StreamRecord} StreamRecord */
 /** @typedef {import('./words.js').Entry} Entry */
 /** @typedef {{ with: Entry[], without: Entry[] }} Outcome */
 
@@ -20,20 +22,61 @@ const choices = [
    { words: 'a secondary does not hold', patch: { mlagProtoStatus: { holdInSecondary: false } } },
 ];
 
-/** @param {any} patch undefined: nothing is changed @returns {Promise<Entry[]>} */
-async function forecast(patch) {
+/** @param {{ patch?: any, until?: number }} question without a patch nothing is changed
+ * @returns {Promise<StreamRecord[]>} */
+async function forecast(question) {
    const response = await fetch('/v1/forecast', {
       method: 'POST',
       headers: { 'Content-Type': 'application/json' },
-      body: JSON.stringify(patch === undefined ? {} : { patch }),
+      body: JSON.stringify(question),
    });
    const text = await response.text();
    if (!response.ok) {
       const { where, found, expected } = JSON.parse(text).error;
       throw new Error(`${where}: ${found}: expected ${expected}`);
    }
-   const lines = text.split('\n').filter(line => line);
-   return entriesOf(lines.map(line => JSON.parse(line)));
+   return text.split('\n').filter(line => line).map(line => JSON.parse(line));
+}
+
+/** Of a port that is held: the changes that release it now, each asked of the host.
+ * @param {Port} port @returns {Promise<{ words: string, isSo: boolean|null }[]>} null: it may not
+ * be changed */
+async function releasersOf(port) {
+   const isErrdisabled = port.hold?.kind === 'errdisable';
+   const holder = isErrdisabled ? port.name : port.portChannel ?? '';
+   const byHand = isErrdisabled ? [{
+      words: 'it is released by hand', patch: { mlagissuCause: { intfStatus: { [port.name]: null } } },
+   }] : [];
+   const answers = [];
+   for (const { words, patch } of [...byHand, ...choices]) {
+      try {
+         const records = await forecast({ patch, until: 0 });
+         const isSo = records.some(record => record.type === 'write' && record.path.includes(holder) &&
+            (isErrdisabled ? record.value === null : record.value === false));
+         answers.push({ words, isSo });
+      } catch (error) {
+         answers.push({ words, isSo: null });
+      }
+   }
+   return answers;
+}
+
+/** @type {[boolean|null, string][]} */
+const groups = [
+   [true, 'Would release it now'], [false, 'Would not'], [null, 'Could not be asked'],
+];
+
+/** @param {{ port: Port }} props */
+export function Releasers({ port }) {
+   const [answers, setAnswers] = useState(
+      /** @type {{ words: string, isSo: boolean|null }[]} */ ([]));
+   return html`<p class="choices"><button type="button"
+         onClick=${async () => setAnswers(await releasersOf(port))}>What would release it now?</button></p>
+      <div role="status" class="releasers">${groups.map(([isSo, title]) => {
+         const some = answers.filter(answer => answer.isSo === isSo);
+         return some.length > 0 && html`<b>${title}</b><ul>${some.map(
+            answer => html`<li key=${answer.words}>${answer.words}</li>`)}</ul>`;
+      })}</div>`;
 }
 
 /** @param {{ title: string, entries: Entry[], marked: Set<string> }} props */
@@ -56,8 +99,8 @@ export function WhatIf() {
       try {
          const patch = JSON.parse(text);
          // One after the other: the host makes one at a time for the network.
-         const changed = await forecast(patch);
-         setOutcome({ with: changed, without: await forecast(undefined) });
+         const changed = entriesOf(await forecast({ patch }));
+         setOutcome({ with: changed, without: entriesOf(await forecast({})) });
          setSays('nothing was changed');
       } catch (error) {
          setSays(error instanceof SyntaxError

@@ -83,6 +83,25 @@ test('Page.ShowsWhatWouldHappenAndChangesNothing', async t => {
    }
 });
 
+test('Page.SaysWhatWouldReleaseAPort', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   await page.click('[data-port="Ethernet1"]');
+   await page.click('text=What would release it now?');
+   await until(async () => (await page.textContent('.releasers')).includes('Would not'));
+   const [would, wouldNot] = await page.$$eval('.releasers ul', all => all.map(
+      ul => [...ul.children].map(li => li.textContent)));
+   // As `ostra why` has it.
+   assert.deepEqual(would,
+      ['it is released by hand', 'MLAG becomes primary', 'MLAG becomes secondary']);
+   assert.ok(wouldNot.includes('MLAG becomes inactive'));
+   assert.equal(await stateOf(page, 'Ethernet1'), 'unsupported');
+   assert.deepEqual(await barriers(page), []);
+   await page.click('[data-port="Management1"]');
+   assert.equal(await page.locator('text=What would release it now?').count(), 0);
+   assert.deepEqual(page.problems, []);
+});
+
 test('Page.WorksWithTheKeyboardAlone', async t => {
    const host = await Host.start(t);
    const page = await open(t, host.url);
