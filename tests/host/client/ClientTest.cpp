@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include "api/LiveApi"
+#include "SaidBy"
 
 #include <host/client/ClientCommands>
 #include <host/client/HostConnection>
 #include <host/client/LiveText>
-#include <host/client/Why>
 #include <host/serve/Config>
 
 #include <fmt/format.h>
@@ -24,29 +23,8 @@ namespace ostra {
 
 namespace {
 
-// What a command says to the host, which goes on meanwhile; what it throws as a text.
-template< class Command >
-std::string
-saidBy( LiveApi& api, Command command ) {
-   auto said = std::async( std::launch::async, [ & ] {
-      std::ostringstream out;
-      try {
-         command( ClientOptions{ api.path }, out );
-      } catch ( Failure const& failure ) {
-         return fmt::format(
-            "{} {}", static_cast< int >( failure.status() ), failure.what() );
-      }
-      return out.str();
-   } );
-   using namespace std::chrono_literals;
-   while ( said.wait_for( 0ms ) != std::future_status::ready && !api.loop.isOver() ) {
-      api.loop.turn();
-   }
-   return said.get();
-}
-
 // What a command makes of such answers, each of which ends there, without where the host
-// should be. Whoever asks more often waits.
+// should be. A client that asks more often waits.
 template< class Command >
 std::string
 saidOf( std::vector< std::string_view > const& answers, Command command ) {
@@ -290,134 +268,6 @@ TEST( Client, ShowsTheHistory ) {
    } );
    EXPECT_NE( all.find( "mlagProtoStatus.portsErrdisabled = true\n" ), all.npos ) << all;
    EXPECT_EQ( std::count( all.begin(), all.end(), '\n' ), 2 );
-}
-
-TEST( Client, ForecastsAsARunIsTold ) {
-   LiveApi api;
-   auto const forecast = [ &api ](
-                            std::vector< std::string > const& changes,
-                            bool isJson,
-                            std::optional< Milliseconds > until ) {
-      return saidBy( api, [ & ]( ClientOptions options, auto& out ) {
-         options.isJson = isJson;
-         forecastLive( options, changes, until, 80, out );
-      } );
-   };
-   std::string const text = forecast( {}, false, std::nullopt );
-   EXPECT_NE( text.find( "00:05:00.000  released    1 MLAG port," ), text.npos ) << text;
-   std::string const file =
-      temporaryFile( "primary.yaml", "mlagStatus: { mlagState: mlagPrimary }\n" );
-   std::string const primary = forecast( { file }, true, Milliseconds( 2500 ) );
-   auto const records = jsonLines( primary );
-   EXPECT_EQ( records.front()[ "type" ], "event" );
-   EXPECT_EQ( records.back()[ "t" ], 2.5 );
-   EXPECT_EQ(
-      records.back()[ "state" ][ "mlagissuCause" ][ "intfStatus" ], Json::object() );
-   for ( std::vector< std::string > const& same : std::vector< std::vector< std::string > >{
-            { "{mlagStatus: {mlagState: 3}}" },
-            { "mlagStatus.mlagState=3" },
-            { "mlagStatus.mlagState=mlagPrimary" } } ) {
-      EXPECT_EQ( forecast( same, true, Milliseconds( 2500 ) ), primary );
-   }
-   EXPECT_EQ(
-      forecast( { "mlagissuCause.intfStatus.Ethernet1=7" }, true, std::nullopt ),
-      "2 ostra forecast: mlagissuCause.intfStatus.Ethernet1: owned by the plug-in: "
-      "expected "
-      "what the clients own" );
-}
-
-TEST( Client, TriesForAPortOnlyWhatMattersToItsClass ) {
-   Json const state = { { "mlagConfig", { { "lacpStandby", true } } } };
-   for ( auto const& [ portClass, isTried ] :
-         { std::pair( "mlag", true ), std::pair( "nonMlag", false ) } ) {
-      Json const port = { { "interface", "Ethernet1" }, { "class", portClass } };
-      bool isThere = false;
-      for ( PossibleChange const& change : possibleChanges( state, port ) ) {
-         isThere |= change.assignments.front() == "mlagConfig.lacpStandby=false";
-      }
-      EXPECT_EQ( isThere, isTried ) << portClass;
-   }
-}
-
-TEST( Client, SaysWhyAPortIsHeldAndWhatWouldReleaseIt ) {
-   LiveApi api;
-   api.clock.time += Milliseconds( 100'000 );
-   auto const why = [ &api ]( std::string const& interface, bool isJson ) {
-      return saidBy( api, [ & ]( ClientOptions options, auto& out ) {
-         options.isJson = isJson;
-         tellWhy( options, interface, out );
-      } );
-   };
-   EXPECT_EQ(
-      why( "Ethernet1", false ),
-      "Ethernet1     mlag port in Port-Channel10\n"
-      "held          errdisabled for the MLAG reload delay, 200 s left\n"
-      "since         100 s ago\n"
-      "until         released in 200 s, unless something is changed\n"
-      "would release it now:\n"
-      "  mlagissuCause.intfStatus.Ethernet1=null                 "
-      "released by hand, as `ostra release Ethernet1` does\n"
-      "  mlagStatus.mlagState=mlagInactive                       "
-      "the MLAG state becomes mlagInactive\n"
-      "  mlagStatus.mlagState=mlagPrimary                        "
-      "the MLAG state becomes mlagPrimary\n"
-      "  mlagConfig.enabled=false                                "
-      "MLAG is disabled\n"
-      "  mlagConfig.reloadDelay=0 mlagConfig.reloadDelayNonMlag=0  "
-      "there is no reload delay\n"
-      "would not:\n"
-      "  mlagProtoStatus.holdInSecondary=false                   "
-      "a secondary does not hold ports\n"
-      "  lagInputConfig.phyIntf.Ethernet1.lag=null               "
-      "the port leaves Port-Channel10\n"
-      "  mlagConfig.intfConfig.Port-Channel10=null               "
-      "Port-Channel10 loses its MLAG id\n"
-      "  lacpOverride.lagIdConfig.Port-Channel10=00:00:00:00:00:00  "
-      "LACP is overridden with the MLAG system id\n" );
-   Json const json = Json::parse( why( "Ethernet1", true ) );
-   EXPECT_EQ( json[ "port" ], api.json( "/v1/ports/Ethernet1" ) );
-   EXPECT_EQ( json[ "heldFor" ], 100 );
-   api.clock.time += Milliseconds( 496 );
-   EXPECT_EQ( Json::parse( why( "Ethernet1", true ) )[ "heldFor" ].dump(), "100.496" );
-   EXPECT_EQ( json[ "releasedIn" ], 200 );
-   EXPECT_EQ( json[ "changes" ].size(), 9U );
-   for ( Json const& change : json[ "changes" ] ) {
-      // It is so: what would release it does when it is made.
-      std::vector< std::string > changes;
-      std::istringstream words( change[ "change" ].get< std::string >() );
-      for ( std::string word; words >> word; ) {
-         changes.push_back( word );
-      }
-      LiveApi other;
-      saidBy( other, [ & ]( auto const& options, auto& out ) {
-         setLive( options, changes, out );
-      } );
-      EXPECT_EQ(
-         other.json( "/v1/ports/Ethernet1" )[ "hold" ].is_null(), change[ "releases" ] )
-         << change;
-   }
-}
-
-TEST( Client, SaysWhyAPortIsNotHeldAndWhatIsNotForClientsToChange ) {
-   LiveApi api;
-   auto const why = [ &api ]( std::string const& interface ) {
-      return saidBy( api, [ & ]( auto const& options, auto& out ) {
-         tellWhy( options, interface, out );
-      } );
-   };
-   api.live.fileIs( parseDocument( "file", "mlagStatus: { mlagState: 4 }" ) );
-   std::string const held = why( "Ethernet3/1" );
-   EXPECT_NE( held.find( "\nnot for clients to change:\n" ), held.npos ) << held;
-   EXPECT_NE(
-      held.find( "  mlagStatus.mlagState: owned by the configuration file\n" ), held.npos );
-   api.patch( "/v1/state/mlagConfig", "{\"enabled\":false}" );
-   EXPECT_EQ(
-      why( "Ethernet3/1" ),
-      "Ethernet3/1   nonMlag port\n"
-      "not held      the reload delay of its class is over\n" );
-   EXPECT_EQ(
-      why( "Ethernet9" ),
-      "2 ostra why: ports: \"Ethernet9\": expected a port that is there or held" );
 }
 
 TEST( Client, SaysInOneLineWhatTheHostRefuses ) {
