@@ -67,13 +67,20 @@ function( mlagostra_sources out )
    set( ${out} ${sources} PARENT_SCOPE )
 endfunction()
 
-# A unity build of the target has one source for each folder: names in unnamed namespaces
-# need to differ only within one.
+# A unity build of the target has one source for each folder, or for so many of a folder's
+# sources: names in unnamed namespaces need to differ only within a folder.
 function( mlagostra_unity_by_folder target )
    get_target_property( sources ${target} SOURCES )
+   set( group_size ${ARGN} )
    foreach( source ${sources} )
       cmake_path( GET source PARENT_PATH folder )
       cmake_path( GET folder FILENAME group )
+      if( group_size )
+         math( EXPR part "${count_${group}}+0" )
+         math( EXPR count_${group} "${part}+1" )
+         math( EXPR part "${part}/${group_size}" )
+         string( APPEND group _${part} )
+      endif()
       set_property( SOURCE ${source} PROPERTY UNITY_GROUP ${group} )
    endforeach()
    set_target_properties( ${target} PROPERTIES

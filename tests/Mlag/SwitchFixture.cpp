@@ -23,9 +23,9 @@ text( T const& value ) {
 
 // A notifiee of an output, registered on it while it exists.
 template< class Watched >
-class Observer : public Watched::NotifieeConst {
+class OutputObserver : public Watched::NotifieeConst {
  public:
-   Observer( Ryx::Ptr< Watched > const& watched, SwitchFixture& log ) : log_( log ) {
+   OutputObserver( Ryx::Ptr< Watched > const& watched, SwitchFixture& log ) : log_( log ) {
       this->notifierIs( watched );
       this->isRegisteredNotifieeIs( true );
    }
@@ -37,10 +37,10 @@ class Observer : public Watched::NotifieeConst {
    SwitchFixture& log_;
 };
 
-class CauseObserver final : public Observer< Errdisable::CauseStatus > {
+class CauseObserver final : public OutputObserver< Errdisable::CauseStatus > {
  public:
-   using Observer::Observer;
-   using Observer::onIntfStatus;
+   using OutputObserver::onIntfStatus;
+   using OutputObserver::OutputObserver;
    void onIntfStatus( IntfId key ) override {
       bool const has = notifier()->intfStatusHas( key );
       line(
@@ -49,19 +49,19 @@ class CauseObserver final : public Observer< Errdisable::CauseStatus > {
    }
 };
 
-class SnoopingObserver final : public Observer< Bridging::IgmpSnooping::Config > {
+class SnoopingObserver final : public OutputObserver< Bridging::IgmpSnooping::Config > {
  public:
-   using Observer::Observer;
-   using Observer::onForceEnabledPorts;
+   using OutputObserver::onForceEnabledPorts;
+   using OutputObserver::OutputObserver;
    void onForceEnabledPorts( IntfId key ) override {
       bool const has = notifier()->forceEnabledPorts( key );
       line( "snooping " + text( key ) + " " + ( has ? "true" : "-" ) );
    }
 };
 
-class ProtoObserver final : public Observer< Mlag::ProtoStatus > {
+class ProtoObserver final : public OutputObserver< Mlag::ProtoStatus > {
  public:
-   using Observer::Observer;
+   using OutputObserver::OutputObserver;
    void onPortsErrdisabled() override {
       line( "proto portsErrdisabled " + text( notifier()->portsErrdisabled() ) );
    }
@@ -70,9 +70,9 @@ class ProtoObserver final : public Observer< Mlag::ProtoStatus > {
    }
 };
 
-class LacpObserver final : public Observer< Lacp::LacpPCConfig > {
+class LacpObserver final : public OutputObserver< Lacp::LacpPCConfig > {
  public:
-   using Observer::Observer;
+   using OutputObserver::OutputObserver;
    void onStayInStandby() override {
       line(
          "lacp " + text( notifier()->intfId() ) + " " +

@@ -93,7 +93,7 @@ TEST( EthAddr, RefusesAnyOtherText ) {
                                     "0200-0000-1001",
                                     "0x00.0000.1001" } ) {
       EXPECT_EQ(
-         refusal< EthAddr >( text ),
+         refusalOf< EthAddr >( text ),
          "\"" + text +
             "\" is not an Ethernet address: expected six pairs of hexadecimal digits "
             "divided "
@@ -229,7 +229,7 @@ TEST( IpAddr, RefusesAnyTextWithoutAColonThatIsNotIpV4 ) {
                                     "10.0.0.99999999999999999999",
                                     "leaf2" } ) {
       EXPECT_EQ(
-         refusal< IpAddr >( text ),
+         refusalOf< IpAddr >( text ),
          "\"" + text +
             "\" is not an IP address: expected four numbers from 0 to 255 without leading "
             "zeros divided by \".\", such as 10.0.0.1, or an IPv6 address" );
@@ -273,7 +273,7 @@ TEST( IpAddr, RefusesAnyTextWithAColonThatIsNotIpV6 ) {
                                     "1.2.3.4:1::",
                                     "10.0.0.1:80" } ) {
       EXPECT_EQ(
-         refusal< IpAddr >( text ),
+         refusalOf< IpAddr >( text ),
          "\"" + text +
             "\" is not an IP address: expected eight groups of one to four hexadecimal "
             "digits "
@@ -315,7 +315,7 @@ TEST( IpAddr, ReadsWhatTheSystemReads ) {
       }
       std::string const octets = systemsOctets( text );
       accepted += !octets.empty();
-      ASSERT_EQ( refusal< IpAddr >( text ).empty(), !octets.empty() )
+      ASSERT_EQ( refusalOf< IpAddr >( text ).empty(), !octets.empty() )
          << text << ", seed " << seed;
       if ( !octets.empty() ) {
          ASSERT_EQ( systemsOctets( IpAddr( text ).string() ), octets )

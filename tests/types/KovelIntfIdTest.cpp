@@ -163,29 +163,30 @@ TEST( IntfId, RefusesAnUnknownPrefix ) {
                                     "x",
                                     "/",
                                     "-1" } ) {
-      EXPECT_EQ( refusal< IntfId >( text ), notAName( text, aName ) );
+      EXPECT_EQ( refusalOf< IntfId >( text ), notAName( text, aName ) );
    }
 }
 
 TEST( IntfId, RefusesAMissingNumber ) {
-   EXPECT_EQ( refusal< IntfId >( "Vlan" ), notAName( "Vlan", "a number after \"Vlan\"" ) );
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet1/" ),
+      refusalOf< IntfId >( "Vlan" ), notAName( "Vlan", "a number after \"Vlan\"" ) );
+   EXPECT_EQ(
+      refusalOf< IntfId >( "Ethernet1/" ),
       notAName( "Ethernet1/", "a number after \"Ethernet1/\"" ) );
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet1//2" ),
+      refusalOf< IntfId >( "Ethernet1//2" ),
       notAName( "Ethernet1//2", "a number after \"Ethernet1/\"" ) );
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet1/-2" ),
+      refusalOf< IntfId >( "Ethernet1/-2" ),
       notAName( "Ethernet1/-2", "a number after \"Ethernet1/\"" ) );
 }
 
 TEST( IntfId, RefusesALeadingZero ) {
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet01" ),
+      refusalOf< IntfId >( "Ethernet01" ),
       notAName( "Ethernet01", "a number without leading zeros instead of \"01\"" ) );
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet1/00" ),
+      refusalOf< IntfId >( "Ethernet1/00" ),
       notAName( "Ethernet1/00", "a number without leading zeros instead of \"00\"" ) );
 }
 
@@ -193,7 +194,7 @@ TEST( IntfId, RefusesANumberThatIsTooLarge ) {
    for ( std::string const number :
          { "268435455", "4294967296", "99999999999999999999999" } ) {
       EXPECT_EQ(
-         refusal< IntfId >( "Vlan1/" + number ),
+         refusalOf< IntfId >( "Vlan1/" + number ),
          notAName(
             "Vlan1/" + number, "a number up to 268435454 instead of \"" + number + "\"" ) );
    }
@@ -202,7 +203,7 @@ TEST( IntfId, RefusesANumberThatIsTooLarge ) {
 TEST( IntfId, RefusesAFifthNumber ) {
    for ( std::string const text : { "Ethernet1/2/3/4/5", "Ethernet1/2/3/4/" } ) {
       EXPECT_EQ(
-         refusal< IntfId >( text ),
+         refusalOf< IntfId >( text ),
          notAName( text, "at most four numbers divided by \"/\"" ) );
    }
 }
@@ -211,7 +212,7 @@ TEST( IntfId, RefusesAnythingElseBehindANumber ) {
    for ( std::string const text :
          { "Ethernet1 ", "Ethernet1.100", "Ethernet1-4", "Ethernet1,2", "Ethernet1x" } ) {
       EXPECT_EQ(
-         refusal< IntfId >( text ),
+         refusalOf< IntfId >( text ),
          notAName( text, "\"/\" or nothing more after \"Ethernet1\"" ) );
    }
 }
@@ -219,9 +220,9 @@ TEST( IntfId, RefusesAnythingElseBehindANumber ) {
 TEST( IntfId, RefusesControlCharactersWithAMessageOfOneLine ) {
    using namespace std::string_view_literals;
    EXPECT_EQ(
-      refusal< IntfId >( "Ethernet1\n\0"sv ),
+      refusalOf< IntfId >( "Ethernet1\n\0"sv ),
       notAName( "Ethernet1\\x0a\\x00", "\"/\" or nothing more after \"Ethernet1\"" ) );
-   EXPECT_EQ( refusal< IntfId >( "\x7f"sv ), notAName( "\\x7f", aName ) );
+   EXPECT_EQ( refusalOf< IntfId >( "\x7f"sv ), notAName( "\\x7f", aName ) );
 }
 
 TEST( IntfId, AcceptsExactlyTheNamesOfTheRule ) {
@@ -242,7 +243,7 @@ TEST( IntfId, AcceptsExactlyTheNamesOfTheRule ) {
       }
       bool const isName = std::regex_match( text, rule );
       accepted += isName;
-      ASSERT_EQ( refusal< IntfId >( text ).empty(), isName ) << text << ", seed " << seed;
+      ASSERT_EQ( refusalOf< IntfId >( text ).empty(), isName ) << text << ", seed " << seed;
       if ( isName ) {
          ASSERT_EQ( IntfId( text ).string(), text ) << "seed " << seed;
       }
