@@ -95,6 +95,10 @@ function( mlagostra_install_service )
       DESTINATION lib/systemd/system COMPONENT Runtime )
    install( FILES systemd/ostra.sysusers
       DESTINATION lib/sysusers.d RENAME ostra.conf COMPONENT Runtime )
+   # iproute2 looks in /etc: packagers set CMAKE_INSTALL_SYSCONFDIR to that.
+   install( FILES systemd/ostra.protodown
+      DESTINATION ${CMAKE_INSTALL_SYSCONFDIR}/iproute2/protodown_reasons.d
+      RENAME ostra.conf COMPONENT Runtime )
    install( FILES systemd/ostra.yaml
       DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
 endfunction()

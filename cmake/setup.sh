@@ -6,7 +6,7 @@
 # standard error, and nothing when there is nothing to do.
 
 base_packages="g++ cmake ninja-build libcli11-dev libyaml-dev nlohmann-json3-dev
-   libevent-dev libsqlite3-dev libfmt-dev libgtest-dev libgmock-dev librapidcheck-dev pkg-config"
+   libevent-dev libsqlite3-dev libmnl-dev libfmt-dev libgtest-dev libgmock-dev librapidcheck-dev pkg-config"
 
 say() {
    printf '%s: %s\n' "${0##*/}" "$*" >&2

@@ -4,13 +4,16 @@
 #include <host/cli/Serve>
 
 #include <host/api/Api>
+#include <host/base/Words>
 #include <host/cli/ErrorLines>
 #include <host/http/Server>
+#include <host/linux/LinuxDriver>
 #include <host/serve/AlarmWatch>
 #include <host/serve/Config>
 #include <host/serve/LiveHost>
 #include <host/serve/Notify>
 #include <host/serve/Owners>
+#include <host/serve/StoreFiles>
 #include <host/serve/WakeUp>
 #include <host/state/Plugin>
 
@@ -19,6 +22,8 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <functional>
+#include <iostream>
 #include <memory>
 
 #include <sys/resource.h>
@@ -27,15 +32,6 @@
 namespace ostra {
 
 namespace {
-
-std::unique_ptr< Driver >
-makeDriver( Config const& config ) {
-   if ( config.driver == DriverKind::linux ) {
-      throw Failure(
-         ExitStatus::badInput, "driver: \"linux\": expected none, which this program has" );
-   }
-   return std::make_unique< NoDriver >();
-}
 
 std::string
 bootIdOf( Config const& config ) {
@@ -51,6 +47,37 @@ bootIdOf( Config const& config ) {
    return text;
 }
 
+LinuxDriver::Options
+linuxOptions( Config const& config ) {
+   return { config.linux, config.state, bootIdOf( config ) };
+}
+
+using Say = std::function< void( std::string const& line ) >;
+
+std::unique_ptr< Driver >
+makeDriver( Config const& config, Say say ) {
+   if ( config.driver == DriverKind::linux ) {
+      return std::make_unique< LinuxDriver >( linuxOptions( config ), std::move( say ) );
+   }
+   return std::make_unique< NoDriver >();
+}
+
+// What the driver would say when it starts: names that are none, devices that cannot be held.
+void
+warnOfDevices( Config const& config, std::ostream& errors ) {
+   if ( config.driver != DriverKind::linux ) {
+      return;
+   }
+   Say const say = [ &errors ]( std::string const& line ) {
+      errors << fmt::format( "warning: {}\n", line );
+   };
+   for ( auto const& [ interface, device ] :
+         LinuxDriver( linuxOptions( config ), say ).unsupported() ) {
+      say( fmt::format(
+         "{}: device {} has no protodown, so that it cannot be held", interface, device ) );
+   }
+}
+
 [[noreturn]] void
 refuseConfig( Config const& config, std::string_view why ) {
    throw Failure( ExitStatus::badInput, fmt::format( "{}: {}", config.name, why ) );
@@ -59,7 +86,7 @@ refuseConfig( Config const& config, std::string_view why ) {
 // Whatever would be refused later on, beside what only trying shows.
 void
 checkConfig( Config const& config ) {
-   auto const driver = makeDriver( config );
+   auto const driver = makeDriver( config, []( auto const& ) {} );
    bootIdOf( config );
    readToken( config.tokenFile );
    for ( ListenEndpoint const& endpoint : config.listen ) {
@@ -154,7 +181,8 @@ class Service {
            plugin_( options.plugin ),
            time_( clock_ ),
            loop_( time_ ),
-           driver_( makeDriver( config_ ) ),
+           driver_(
+              makeDriver( config_, [ this ]( std::string const& line ) { say( line ); } ) ),
            host_( hostOptions( config_ ), plugin_.agentType(), *driver_, loop_ ),
            alarms_(
               loop_.base(), host_, [ this ]( std::string const& line ) { say( line ); } ),
@@ -346,6 +374,7 @@ serve( ServeOptions const& options, std::ostream& out ) {
    checkConfig( config );
    if ( options.isCheck ) {
       checkPlaces( config );
+      warnOfDevices( config, std::cerr );
       out << fmt::format(
          "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );
       return;
@@ -355,9 +384,37 @@ serve( ServeOptions const& options, std::ostream& out ) {
 
 void
 releaseOffline( std::optional< std::string > const& config, std::ostream& out ) {
-   auto const driver = makeDriver( loadConfig( config ) );
-   out << fmt::format(
-      "nothing to release: the driver {} has no devices\n", driver->name() );
+   Config const loaded = loadConfig( config );
+   if ( loaded.driver == DriverKind::none ) {
+      out << "nothing to release: the driver none has no devices\n";
+      return;
+   }
+   // A host that runs would hold them again, and would not know what came up meanwhile.
+   StoreFiles state( loaded.state );
+   if ( !state.lock() ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format(
+            "{}: a host has it: expected none that runs, or `ostra release --all`",
+            loaded.state ) );
+   }
+   auto const released =
+      LinuxDriver( linuxOptions( loaded ), []( auto const& ) {} ).releaseAll();
+   std::size_t failures = 0;
+   for ( auto const& [ device, error ] : released ) {
+      failures += error.empty() ? 0 : 1;
+      out
+         << ( error.empty() ? fmt::format( "released {}\n", device )
+                            : fmt::format( "not released {}: {}\n", device, error ) );
+   }
+   if ( released.empty() ) {
+      out << "nothing to release: no device is held by this host\n";
+   }
+   if ( failures > 0 ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format( "{} not released", counted( failures, "device" ) ) );
+   }
 }
 
 } // namespace ostra

@@ -61,16 +61,57 @@ secondsCell( Json const& seconds ) {
    return seconds.is_number() ? fmt::format( "{:.0f} s", number ) : "without end";
 }
 
+// Whether a device's protodown is on, and who else wants that.
+std::string
+protodownCell( Json const& protodown ) {
+   if ( !protodown.is_object() ) {
+      return "-";
+   }
+   if ( protodown.value( "supported", Json() ) == Json( false ) ) {
+      return "unsupported";
+   }
+   std::string text = protodown.value( "on", Json() ) == Json( true ) ? "on" : "off";
+   for ( Json const& other : protodown.value( "others", Json::array() ) ) {
+      text += ", " + cell( other );
+   }
+   return text;
+}
+
+// With "not held", say, where there is a device that does not do it.
+std::string
+holdCell( Json const& port ) {
+   Json const hold = port.value( "hold", Json() );
+   if ( !hold.is_object() ) {
+      return "-";
+   }
+   std::string const kind = cell( hold.value( "kind", Json() ) );
+   std::string const enforced = cell( hold.value( "enforced", Json() ) );
+   bool const isDone = port.value( "device", Json() ).is_null() || enforced == "held";
+   return isDone ? kind : fmt::format( "{} ({})", kind, enforced );
+}
+
 Row< 6 >
 rowOf( Json const& port ) {
    Json const hold = port.value( "hold", Json() );
-   bool const isHeld = hold.is_object();
    return { cell( port.value( "interface", Json() ) ),
             cell( port.value( "class", Json() ) ),
             cell( port.value( "portChannel", Json() ) ),
-            isHeld ? cell( hold.value( "kind", Json() ) ) : "-",
-            isHeld ? secondsCell( hold.value( "remaining", Json() ) ) : "-",
+            holdCell( port ),
+            hold.is_object() ? secondsCell( hold.value( "remaining", Json() ) ) : "-",
             cell( port.value( "reason", Json() ) ) };
+}
+
+// With the device between the port's name and the rest.
+Row< 8 >
+withDevice( Row< 6 > const& row, std::string device, std::string protodown ) {
+   return { row[ 0 ],
+            std::move( device ),
+            std::move( protodown ),
+            row[ 1 ],
+            row[ 2 ],
+            row[ 3 ],
+            row[ 4 ],
+            row[ 5 ] };
 }
 
 std::string
@@ -166,15 +207,27 @@ saying( std::string_view type, Json const& record ) {
 
 std::string
 portsText( Json const& ports, Style const& style ) {
-   std::vector< Row< 6 > > rows = {
-      { "port", "class", "port-channel", "held", "remaining", "why" }
-   };
+   Row< 6 > const head = { "port", "class", "port-channel", "held", "remaining", "why" };
+   std::vector< Row< 6 > > rows = { head };
+   std::vector< Row< 8 > > rowsWithDevices = { withDevice( head, "device", "protodown" ) };
+   bool hasDevices = false;
    for ( Json const& port : ports ) {
+      Json const device = port.value( "device", Json() );
+      hasDevices |= !device.is_null();
       rows.push_back( rowOf( port ) );
+      rowsWithDevices.push_back( withDevice(
+         rows.back(),
+         cell( device ),
+         protodownCell( port.value( "protodown", Json() ) ) ) );
    }
-   return tableText( rows, style, []( Row< 6 > const& row ) {
-      return row[ 3 ] == "-" ? Ink::plain : Ink::held;
-   } );
+   return hasDevices
+      ? tableText(
+           rowsWithDevices,
+           style,
+           []( Row< 8 > const& row ) { return row[ 5 ] == "-" ? Ink::plain : Ink::held; } )
+      : tableText( rows, style, []( Row< 6 > const& row ) {
+           return row[ 3 ] == "-" ? Ink::plain : Ink::held;
+        } );
 }
 
 std::string

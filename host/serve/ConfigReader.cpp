@@ -12,6 +12,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <utility>
@@ -174,7 +176,18 @@ readListen( Item const& item ) {
    return endpoints;
 }
 
-constexpr std::string_view expectedInterface = "the name of an interface, as Ethernet\\1";
+constexpr std::string_view expectedInterface =
+   "the name of a port or port-channel, as Ethernet\\1";
+
+// Devices are ports and port-channels, and no other interfaces.
+bool
+canBeDevice( Kovel::IntfId const& id ) {
+   using Kind = Kovel::IntfId::Kind;
+   constexpr std::array kinds = {
+      Kind::ethernet, Kind::internal, Kind::management, Kind::portChannel, Kind::recirc
+   };
+   return std::find( kinds.begin(), kinds.end(), id.kind() ) != kinds.end();
+}
 
 // Whether every group that the text names is one, and it gives the name of an interface where
 // they are numbers.
@@ -197,7 +210,9 @@ checkInterface( Item const& item, std::string_view text, std::size_t groups ) {
       example += '1';
    }
    try {
-      Kovel::IntfId const id( example );
+      if ( !canBeDevice( Kovel::IntfId( example ) ) ) {
+         item.refuse( expectedInterface );
+      }
    } catch ( Ryx::RangeException const& ) {
       item.refuse( expectedInterface );
    }

@@ -35,6 +35,19 @@ textOf( Json const& value ) {
    return value.is_string() ? value.get< std::string >() : std::string();
 }
 
+std::string
+protodownText( std::optional< Device > const& device ) {
+   if ( !device || !device->protodown ) {
+      return "null";
+   }
+   Protodown const& protodown = *device->protodown;
+   return lineOf( Json{
+      { "supported", protodown.isSupported ? Json( *protodown.isSupported ) : Json() },
+      { "on", protodown.isOn },
+      { "others", protodown.others },
+   } );
+}
+
 // Why no port of the class is ever held; empty for other classes.
 std::string_view
 exemptionOf( std::string_view portClass ) {
@@ -152,9 +165,11 @@ Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
    Json const link =
       live_.view().at( { mount::ethPhyIntfStatus, "intfStatus", name, "linkStatus" } );
    text.add( fmt::format(
-      R"({{"interface":{},"device":{},"class":"{}","portChannel":{},"admin":{},"link":{},)",
+      R"({{"interface":{},"device":{},"protodown":{},"class":"{}","portChannel":{},)"
+      R"("admin":{},"link":{},)",
       lineOf( name ),
-      device ? lineOf( *device ) : "null",
+      device ? lineOf( device->name ) : "null",
+      protodownText( device ),
       portClass,
       lineOf( portChannel ),
       admin.dump(),

@@ -17,6 +17,12 @@ constexpr Ryx::Seconds longestWait = 30;
 constexpr Ryx::Seconds longestAnswer = 10;
 constexpr unsigned mostRepeats = 10;
 
+// Whether there is something of ours on the device.
+bool
+isOurs( Observed observed ) {
+   return observed == Observed::held || observed == Observed::broken;
+}
+
 Ryx::Seconds
 waitAfter( unsigned failures ) {
    return std::min( longestWait, firstWait * std::exp2( failures - 1 ) );
@@ -84,7 +90,8 @@ void
 Reconciler::observed( std::string const& interface, Observed observed ) {
    Port& port = ports_[ interface ];
    bool const isUndone = port.isWanted && port.order == 0 &&
-      port.observed == Observed::held && observed == Observed::released;
+      port.observed == Observed::held &&
+      ( observed == Observed::released || observed == Observed::broken );
    port.observed = observed;
    if ( port.result == Result::unsupported ) {
       port.result = Result::done;
@@ -118,7 +125,7 @@ Reconciler::isToDo( Port const& port, bool isHold ) {
       port.result == Result::unsupported || port.observed == Observed::noDevice ) {
       return false;
    }
-   bool const mayBeHeld = port.observed == Observed::held || port.order != 0;
+   bool const mayBeHeld = isOurs( port.observed ) || port.order != 0;
    return isHold ? port.observed != Observed::held || port.order != 0 : mayBeHeld;
 }
 
@@ -170,7 +177,7 @@ Reconciler::rest() {
          ++it;
          continue;
       }
-      if ( !p.isWanted && p.observed != Observed::held ) {
+      if ( !p.isWanted && !isOurs( p.observed ) ) {
          ports_.erase( port );
       }
       it = open_.erase( it );
@@ -182,7 +189,7 @@ Enforcement
 Reconciler::enforcementOf( Port const& port ) {
    using State = Enforcement::State;
    if ( !port.isWanted ) {
-      if ( port.observed != Observed::held && port.order == 0 ) {
+      if ( !isOurs( port.observed ) && port.order == 0 ) {
          return { State::released };
       }
    } else if ( port.observed == Observed::held && port.order == 0 ) {

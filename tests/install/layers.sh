@@ -61,9 +61,10 @@ declare -A folders=(
    [text]='base input state run account alarms check web'
    [http]='base'
    [serve]='base input state run account alarms'
+   [linux]='base input state run account alarms serve'
    [api]='base input state run account alarms check web text http serve'
    [client]='base input state run account alarms check web text http serve api'
-   [cli]='base input state run account alarms check web text http serve api client'
+   [cli]='base input state run account alarms check web text http serve linux api client'
 )
 for path in host/*/; do
    folder=$(basename "$path")

@@ -109,7 +109,7 @@ formsOf( std::string const& written ) {
 TEST_F( ServeDocument, CommandsPrintWhatIsShown ) {
    int commands = 0;
    for ( Block const& block : blocksOf( page ) ) {
-      if ( block.kind == "sh" ) {
+      if ( block.kind == "sh" || block.kind == "yaml" ) {
          continue;
       }
       EXPECT_EQ( block.kind, "console" ) << block.text;
@@ -125,6 +125,21 @@ TEST_F( ServeDocument, CommandsPrintWhatIsShown ) {
       }
    }
    EXPECT_GE( commands, 5 );
+}
+
+TEST_F( ServeDocument, ConfigurationsAreTaken ) {
+   int configurations = 0;
+   for ( Block const& block : blocksOf( page ) ) {
+      if ( block.kind == "yaml" ) {
+         Outcome const outcome = of( fmt::format(
+            "cat >shown.yaml <<'END'\n{}END\n\"$ostra\" serve --check --config shown.yaml",
+            block.text ) );
+         EXPECT_EQ( outcome.status, 0 ) << block.text;
+         EXPECT_EQ( outcome.err, "" ) << block.text;
+         ++configurations;
+      }
+   }
+   EXPECT_GE( configurations, 1 );
 }
 
 TEST_F( ServeDocument, EveryCommandInItsTableWorks ) {

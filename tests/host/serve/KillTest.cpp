@@ -52,7 +52,9 @@ class Devices final : public ostra::Driver {
          listener_->answered( { order.id, order.interface, ostra::Answer::Result::done } );
       }
    }
-   std::optional< std::string > deviceOf( std::string const& ) const override { return {}; }
+   std::optional< ostra::Device > deviceOf( std::string const& ) const override {
+      return {};
+   }
 
    void say( std::string const& what ) const {
       std::string const line = fmt::format( "{} {}\n", Ryx::now(), what );

@@ -232,3 +232,18 @@ TEST_F( ReconcilerTest, EachChangeIsToldOnce ) {
    endTurn();
    EXPECT_THAT( told, IsEmpty() );
 }
+
+TEST_F( ReconcilerTest, AHoldThatDoesNotKeepTheDeviceDownIsWrittenAgainOrTakenAway ) {
+   want( "Ethernet1", true );
+   orders();
+   driver.listener->observed( "Ethernet1", Observed::broken );
+   EXPECT_EQ( of( "Ethernet1" ), Enforcement{ State::pending } );
+   endTurn();
+   EXPECT_THAT( orders(), ElementsAre( "hold Ethernet1" ) );
+   EXPECT_EQ( reconciler.redone(), 1U );
+   driver.listener->observed( "Ethernet2", Observed::broken );
+   EXPECT_EQ( of( "Ethernet2" ), Enforcement{ State::pending } );
+   endTurn();
+   EXPECT_THAT( orders(), ElementsAre( "release Ethernet2" ) );
+   EXPECT_EQ( of( "Ethernet2" ), Enforcement{ State::released } );
+}

@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/linux/Devices>
+
+#include <host/base/Failure>
+
+#include <Kovel/IntfId>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace ostra {
+
+namespace {
+
+std::string const noInterface;
+
+} // namespace
+
+bool
+isPortChannel( std::string const& interface ) {
+   return interface.starts_with( "Port-Channel" );
+}
+
+Devices::Devices( std::vector< InterfaceRule > rules, Say say )
+      : rules_( std::move( rules ) ),
+        say_( std::move( say ) ),
+        hasPortChannels_(
+           std::any_of( rules_.begin(), rules_.end(), []( auto const& rule ) {
+              return isPortChannel( rule.interface );
+           } ) ) {}
+
+std::string
+Devices::nameOf( std::string const& device ) const {
+   for ( InterfaceRule const& rule : rules_ ) {
+      if ( std::regex_match( device, rule.device ) ) {
+         auto interface = rule.interfaceOf( device );
+         if ( !interface ) {
+            say_( fmt::format(
+               "device {}: {} gives no name of an interface: it is left alone",
+               shortened( device ),
+               rule.interface ) );
+         }
+         return interface.value_or( "" );
+      }
+   }
+   return {};
+}
+
+Link const*
+Devices::link( int index ) const {
+   auto const found = devices_.find( index );
+   return found == devices_.end() ? nullptr : &found->second.link;
+}
+
+Link const*
+Devices::linkOf( std::string const& interface ) const {
+   auto const found = claims_.find( interface );
+   return found == claims_.end() ? nullptr : link( found->second.front() );
+}
+
+std::string const&
+Devices::interfaceOf( int index ) const {
+   auto const found = devices_.find( index );
+   if ( found == devices_.end() || found->second.interface.empty() ) {
+      return noInterface;
+   }
+   std::string const& interface = found->second.interface;
+   return claims_.at( interface ).front() == index ? interface : noInterface;
+}
+
+std::string const&
+Devices::portChannelOf( Link const& link ) const {
+   auto const found = devices_.find( link.master );
+   bool const isIn =
+      hasPortChannels_ && found != devices_.end() && found->second.link.isBond();
+   std::string const& interface = isIn ? interfaceOf( link.master ) : noInterface;
+   return isPortChannel( interface ) ? interface : noInterface;
+}
+
+std::vector< std::string >
+Devices::membersOf( std::string const& portChannel ) const {
+   std::vector< std::string > members;
+   Link const* const bond = linkOf( portChannel );
+   for ( auto const& [ index, device ] : devices_ ) {
+      bool const isMember = bond && bond->isBond() && device.link.master == bond->index &&
+         !interfaceOf( index ).empty();
+      if ( isMember ) {
+         members.push_back( device.interface );
+      }
+   }
+   return members;
+}
+
+void
+Devices::changed( int index ) {
+   std::string const& interface = interfaceOf( index );
+   if ( interface.empty() ) {
+      changes_.others.insert( index );
+   } else {
+      changes_.interfaces.insert( interface );
+   }
+}
+
+void
+Devices::membersChanged( int master ) {
+   for ( auto const& [ index, device ] : devices_ ) {
+      if ( device.link.master == master ) {
+         changed( index );
+      }
+   }
+}
+
+void
+Devices::claim( std::string const& interface, int index ) {
+   if ( interface.empty() ) {
+      return;
+   }
+   std::vector< int >& claims = claims_[ interface ];
+   claims.push_back( index );
+   if ( claims.size() > 1 ) {
+      say_( fmt::format(
+         "device {}: {} is {} already: it is left alone",
+         shortened( devices_.at( index ).link.name ),
+         interface,
+         shortened( devices_.at( claims.front() ).link.name ) ) );
+   }
+}
+
+void
+Devices::giveUp( std::string const& interface, int index ) {
+   if ( interface.empty() ) {
+      return;
+   }
+   changes_.interfaces.insert( interface );
+   auto const found = claims_.find( interface );
+   std::erase( found->second, index );
+   if ( found->second.empty() ) {
+      claims_.erase( found );
+   } else {
+      changes_.others.erase( found->second.front() );
+      membersChanged( found->second.front() );
+   }
+}
+
+void
+Devices::isGone( int index ) {
+   auto const found = devices_.find( index );
+   if ( found == devices_.end() ) {
+      return;
+   }
+   std::string const interface = std::move( found->second.interface );
+   found->second.interface.clear();
+   giveUp( interface, index );
+   devices_.erase( index );
+   changes_.others.erase( index );
+   membersChanged( index );
+}
+
+void
+Devices::is( Link const& link ) {
+   auto const [ found, isNew ] = devices_.try_emplace( link.index );
+   Device& device = found->second;
+   if ( !isNew && device.link == link ) {
+      return;
+   }
+   bool const isRenamed = device.link.name != link.name;
+   // What its members are said to be in depends on it.
+   bool const isOther =
+      isRenamed || device.link.kind != link.kind || device.link.bondMode != link.bondMode;
+   device.link = link;
+   if ( isRenamed ) {
+      std::string const before = std::exchange( device.interface, "" );
+      giveUp( before, link.index );
+      device.interface = nameOf( link.name );
+      claim( device.interface, link.index );
+   }
+   changed( link.index );
+   if ( isOther ) {
+      membersChanged( link.index );
+   }
+}
+
+void
+Devices::apply( LinkMessage const& message ) {
+   if ( message.isGone ) {
+      isGone( message.link.index );
+   } else {
+      is( message.link );
+   }
+}
+
+void
+Devices::allAre( std::vector< Link > const& links ) {
+   std::set< int > gone;
+   for ( auto const& [ index, device ] : devices_ ) {
+      gone.insert( gone.end(), index );
+   }
+   for ( Link const& link : links ) {
+      gone.erase( link.index );
+   }
+   // First: what comes may have the name of what is gone.
+   for ( int const index : gone ) {
+      isGone( index );
+   }
+   for ( Link const& link : links ) {
+      is( link );
+   }
+}
+
+Devices::Changes
+Devices::takeChanges() {
+   return std::exchange( changes_, {} );
+}
+
+} // namespace ostra

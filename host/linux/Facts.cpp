@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/linux/Facts>
+
+#include <host/state/MountTable>
+
+#include <string_view>
+#include <utility>
+
+#include <linux/if.h>
+
+namespace ostra {
+
+namespace {
+
+// A device that does not say is as good as its carrier.
+bool
+hasLinkOf( Link const& link ) {
+   return link.operState == IF_OPER_UP ||
+      ( link.operState == IF_OPER_UNKNOWN && link.isCarrying() );
+}
+
+// Where a mount has its entries.
+struct Entries {
+   char const* mount;
+   char const* collection;
+};
+
+constexpr Entries config = { mount::ethPhyIntfConfig, "intfConfig" };
+constexpr Entries membership = { mount::lagInputConfig, "phyIntf" };
+constexpr Entries lagStatus = { mount::lagInputIntfStatus, "intfStatus" };
+constexpr Entries status = { mount::ethPhyIntfStatus, "intfStatus" };
+
+} // namespace
+
+// The mounts in the order in which they are applied, with what is to be set in each.
+class Facts::Patch {
+ public:
+   explicit Patch( std::vector< Entries > const& order ) {
+      for ( Entries const& at : order ) {
+         parts_.emplace_back( at, Json::object() );
+      }
+   }
+
+   void set( Entries const& of, std::string const& interface, Json value ) {
+      for ( auto& [ at, entries ] : parts_ ) {
+         if ( std::string_view( at.mount ) == of.mount ) {
+            entries[ interface ] = std::move( value );
+         }
+      }
+   }
+   void addTo( std::vector< Json >& patches ) const {
+      Json patch = Json::object();
+      for ( auto const& [ at, entries ] : parts_ ) {
+         if ( !entries.empty() ) {
+            patch[ at.mount ][ at.collection ] = entries;
+         }
+      }
+      if ( !patch.empty() ) {
+         patches.push_back( std::move( patch ) );
+      }
+   }
+
+ private:
+   std::vector< std::pair< Entries, Json > > parts_;
+};
+
+std::vector< std::string >
+Facts::mounts() const {
+   std::vector< std::string > mounts = { config.mount, status.mount };
+   if ( devices_.hasPortChannels() ) {
+      mounts.insert( mounts.end(), { membership.mount, lagStatus.mount } );
+   }
+   return mounts;
+}
+
+Facts::Port
+Facts::portOf( Link const& link ) const {
+   std::string const& portChannel = devices_.portChannelOf( link );
+   return { link.isUp() || isTakenDown_( link.index ),
+            hasLinkOf( link ),
+            portChannel,
+            !portChannel.empty() && devices_.link( link.master )->isOf8023ad() };
+}
+
+void
+Facts::tell(
+   Patch& patch, std::string const& interface, Port const* before, Port const* now ) {
+   Json linkStatus;
+   if ( now ) {
+      linkStatus = { { "linkStatus", now->hasLink ? "linkUp" : "linkDown" } };
+   }
+   if ( isPortChannel( interface ) ) {
+      patch.set( lagStatus, interface, std::move( linkStatus ) );
+      return;
+   }
+   Json enabled;
+   if ( now ) {
+      enabled = { { "adminEnabledStateLocal", now->isEnabled ? "enabled" : "shutdown" } };
+   }
+   patch.set( config, interface, std::move( enabled ) );
+   patch.set( status, interface, std::move( linkStatus ) );
+   if ( now && !now->portChannel.empty() ) {
+      char const* const mode = now->isLacp ? "lacpActive" : "lacpOff";
+      patch.set( membership, interface, { { "lag", now->portChannel }, { "mode", mode } } );
+   } else if ( before && !before->portChannel.empty() ) {
+      patch.set( membership, interface, nullptr );
+   }
+}
+
+std::vector< Json >
+Facts::patches( std::set< std::string > const& interfaces ) {
+   Patch gone( { status, membership, config, lagStatus } );
+   Patch there( { config, membership, lagStatus, status } );
+   for ( std::string const& interface : interfaces ) {
+      Link const* const link = devices_.linkOf( interface );
+      auto const told = told_.find( interface );
+      Port const* const before = told == told_.end() ? nullptr : &told->second;
+      Port const now = link ? portOf( *link ) : Port{};
+      if ( link && !( before && *before == now ) ) {
+         tell( there, interface, before, &now );
+         told_[ interface ] = now;
+      } else if ( !link && before ) {
+         tell( gone, interface, before, nullptr );
+         told_.erase( told );
+      }
+   }
+   std::vector< Json > patches;
+   gone.addTo( patches );
+   there.addTo( patches );
+   return patches;
+}
+
+} // namespace ostra

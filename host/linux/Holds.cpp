@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/linux/Holds>
+
+#include <host/base/Failure>
+
+#include <cerrno>
+
+namespace ostra {
+
+Observed
+Holds::observed( Link const& link ) const {
+   if ( watched_.contains( link.index ) || takenDown_.contains( link.index ) ) {
+      return link.isUp() ? Observed::broken : Observed::held;
+   }
+   if ( !isOurs( link ) ) {
+      return Observed::released;
+   }
+   bool const isHeld = link.has( reasonBit_ ) && link.isProtodown && !link.isCarrying();
+   return isHeld ? Observed::held : Observed::broken;
+}
+
+std::optional< bool >
+Holds::isSupported( int index ) const {
+   auto const found = isSupported_.find( index );
+   return found == isSupported_.end() ? std::nullopt : std::optional( found->second );
+}
+
+// What is not on the disk is not taken down: a port that nobody brings up again is an outage.
+// Gives those with the reason.
+std::map< int, Reply >
+Holds::remember( std::vector< Link > const& links ) {
+   std::vector< int > added;
+   for ( Link const& link : links ) {
+      bool const isToGoDown =
+         isByDown( link.index ) && link.isUp() && !takenDown_.contains( link.index );
+      if ( isToGoDown ) {
+         takenDown_.add( link );
+         added.push_back( link.index );
+      }
+   }
+   std::map< int, Reply > refused;
+   try {
+      takenDown_.write();
+   } catch ( Failure const& failure ) {
+      for ( int const index : added ) {
+         takenDown_.remove( index );
+         refused[ index ] = { EIO, failure.what() };
+      }
+   }
+   return refused;
+}
+
+void
+Holds::forget( std::vector< Link > const& links, std::map< int, Reply > const& replies ) {
+   for ( Link const& link : links ) {
+      auto const reply = replies.find( link.index );
+      if ( reply != replies.end() ) {
+         isReleased( link.index, reply->second );
+      }
+   }
+   try {
+      takenDown_.write();
+   } catch ( Failure const& ) {
+      // It is up: a process behind this one sees that, and the next change writes it.
+   }
+}
+
+// The kernel keeps protodown for others when it says that it is busy.
+void
+Holds::isReleased( int index, Reply const& reply ) {
+   if ( reply.error == 0 ) {
+      takenDown_.remove( index );
+   }
+   if ( reply.error == 0 || reply.error == EBUSY ) {
+      held_.erase( index );
+      ofOthers_.erase( index );
+   }
+}
+
+void
+Holds::addHold( Link const& link, Requests& to ) {
+   if ( !isByDown( link.index ) ) {
+      if ( held_.insert( link.index ).second && link.isProtodown && link.reasons == 0 ) {
+         ofOthers_.insert( link.index );
+      }
+      to.requests.hold( link.index, reasonBit_ );
+      to.of.push_back( { link.index, true } );
+      return;
+   }
+   watched_.insert( link.index );
+   if ( link.isUp() ) {
+      to.requests.isUpIs( link.index, false );
+      to.of.push_back( { link.index, false } );
+   }
+}
+
+void
+Holds::addRelease( Link const& link, Requests& to ) {
+   watched_.erase( link.index );
+   if ( link.has( reasonBit_ ) || held_.contains( link.index ) ) {
+      to.requests.release( link.index, reasonBit_, ofOthers_.contains( link.index ) );
+      to.of.push_back( { link.index, true } );
+   }
+   if ( takenDown_.contains( link.index ) ) {
+      to.requests.isUpIs( link.index, true );
+      to.of.push_back( { link.index, false } );
+   }
+}
+
+void
+Holds::learn( int index, Reply const& reply ) {
+   if ( reply.error == 0 || reply.error == EBUSY ) {
+      isSupported_[ index ] = true;
+   } else if ( reply.error == EOPNOTSUPP ) {
+      isSupported_[ index ] = false;
+   }
+}
+
+void
+Holds::perform(
+   Requests const& requests,
+   std::function< void() > const& between,
+   std::map< int, Reply >& result ) {
+   auto answers = replies( socket_, requests.requests, between );
+   for ( std::size_t i = 0; i < answers.size(); ++i ) {
+      auto const [ index, isProtodown ] = requests.of[ i ];
+      if ( isProtodown ) {
+         learn( index, answers[ i ] );
+      }
+      result[ index ] = std::move( answers[ i ] );
+   }
+}
+
+std::map< int, Reply >
+Holds::carryOut( Work const& work, std::function< void() > const& between ) {
+   auto result = remember( work.hold );
+   Requests requests;
+   for ( Link const& link : work.hold ) {
+      if ( !result.contains( link.index ) ) {
+         addHold( link, requests );
+      }
+   }
+   for ( Link const& link : work.release ) {
+      addRelease( link, requests );
+   }
+   perform( requests, between, result );
+   forget( work.release, result );
+   return result;
+}
+
+void
+Holds::probe( std::vector< Link > const& links, std::function< void() > const& between ) {
+   Requests requests;
+   for ( Link const& link : links ) {
+      if ( link.isProtodown || link.reasons != 0 ) {
+         isSupported_[ link.index ] = true;
+      } else {
+         requests.requests.probe( link.index, reasonBit_ );
+         requests.of.push_back( { link.index, true } );
+      }
+   }
+   std::map< int, Reply > result;
+   perform( requests, between, result );
+}
+
+void
+Holds::sees( Link const& link ) {
+   if ( link.has( reasonBit_ ) ) {
+      held_.insert( link.index );
+   } else if ( !link.isProtodown ) {
+      held_.erase( link.index );
+   }
+}
+
+void
+Holds::allAre( std::vector< Link > const& links ) {
+   std::set< int > there;
+   for ( Link const& link : links ) {
+      there.insert( link.index );
+   }
+   std::set< int > gone = takenDown_.indexes();
+   gone.insert( held_.begin(), held_.end() );
+   gone.insert( watched_.begin(), watched_.end() );
+   for ( auto const& [ index, isSupported ] : isSupported_ ) {
+      gone.insert( index );
+   }
+   for ( int const index : there ) {
+      gone.erase( index );
+   }
+   for ( int const index : gone ) {
+      isGone( index );
+   }
+}
+
+void
+Holds::isGone( int index ) {
+   isSupported_.erase( index );
+   held_.erase( index );
+   ofOthers_.erase( index );
+   watched_.erase( index );
+   takenDown_.remove( index );
+}
+
+} // namespace ostra
