@@ -33,9 +33,17 @@ const causePath = ['mlagissuCause', 'intfStatus'];
 const isOfCause = record => record.type === 'write' && record.path.length === 3 &&
    causePath.every((key, i) => record.path[i] === key);
 
+/** The ports and port-channels whose hold no timer ends, whatever the delay of their class is.
+ * @param {Alarm[]} alarms @returns {Set<string>} */
+export const endlessOf = alarms => new Set(alarms
+   .filter(alarm => ['heldWithoutEnd', 'standbyWithoutEnd'].includes(alarm.kind))
+   .map(alarm => alarm.interface));
+
 /** A port of `GET /v1/ports`.
- * @param {any} told @param {number|null} released @returns {Port} */
-export function portOf(told, released) {
+ * @param {any} told @param {number|null} released @param {Set<string>} [endless]
+ * @returns {Port} */
+export function portOf(told, released, endless = new Set()) {
+   const isEndless = endless.has(told.interface) || endless.has(told.portChannel);
    return {
       name: told.interface,
       class: told.class,
@@ -44,7 +52,8 @@ export function portOf(told, released) {
       admin: adminWord(told.admin),
       link: linkWord(told.link),
       device: told.device,
-      hold: told.hold,
+      hold: told.hold && isEndless ? { ...told.hold, until: null } : told.hold,
+      isDown: told.protodown?.on ?? false,
       released,
       reason: told.reason,
    };
@@ -121,6 +130,8 @@ export class Live {
       this.isAsking = false;
       this.isToAsk = false;
       this.boot = '';
+      /** Of the last answer: the newest record. */
+      this.told = 0;
       /** @type {{ entries: import('./words.js').Entry[]|null, story: Story|null }} */
       this.made = { entries: null, story: null };
    }
@@ -186,15 +197,20 @@ export class Live {
       this.summary = { ...summary, at: performance.now() };
       this.alarms = alarms;
       const isNewBoot = this.boot !== '' && this.boot !== summary.boot.id;
-      if (isNewBoot || summary.lastRecord < this.records.last) {
+      // What came over the stream meanwhile is newer than the answer.
+      const newest = this.events ? this.told : this.records.last;
+      if (isNewBoot || summary.lastRecord < newest) {
          // Another boot, or another store, whose numbers begin again.
          this.#close();
          this.records = new Records();
          known.clear();
       }
       this.boot = summary.boot.id;
+      this.told = summary.lastRecord;
+      const endless = endlessOf(alarms);
       this.ports = new Map(ports.map(
-         told => [told.interface, portOf(told, this.records.released.get(told.interface) ?? null)]));
+         told => [told.interface,
+            portOf(told, this.records.released.get(told.interface) ?? null, endless)]));
       for (const [name, port] of known) {
          if (!this.ports.has(name)) {
             this.ports.set(name, { ...port, isPresent: false, hold: null, reason: 'not there' });

@@ -11,7 +11,8 @@
  *
  * @typedef {{ name: string, class: string, portChannel: string|null, isPresent: boolean,
  *             admin: string, link: string, device: string|null, hold: Hold|null,
- *             released: number|null, reason: string }} Port
+ *             isDown?: boolean, released: number|null, reason: string }} Port
+ * `isDown`: the device is held down, whoever does that.
  *
  * @typedef {{ t: number, type: string, seq?: number, time?: string,
  *             [member: string]: any }} StreamRecord
@@ -27,8 +28,10 @@ export const portStates = {
    held: { mark: '✕', words: 'held' },
    standby: { mark: '‖', words: 'in LACP standby' },
    endless: { mark: '∞', words: 'held without end' },
+   pending: { mark: '…', words: 'to be held, which the driver has not done yet' },
    unsupported: { mark: '?', words: 'to be held, which the driver cannot do' },
    failed: { mark: '!', words: 'to be held, which has failed' },
+   down: { mark: '↓', words: 'not to be held, but its device is held down' },
    released: { mark: '✓', words: 'released' },
    free: { mark: '○', words: 'not held' },
    never: { mark: '–', words: 'never held' },
@@ -57,7 +60,7 @@ export const linkWord = value => wordOf(value, ['unknown', 'down', 'up']);
 export function stateOf(port) {
    const hold = port.hold;
    if (hold) {
-      if (hold.enforced === 'failed' || hold.enforced === 'unsupported') {
+      if (hold.enforced && ['pending', 'unsupported', 'failed'].includes(hold.enforced)) {
          return hold.enforced;
       }
       if (hold.until === null) {
@@ -70,6 +73,9 @@ export function stateOf(port) {
    }
    if (port.class !== 'mlag' && port.class !== 'nonMlag') {
       return 'never';
+   }
+   if (port.isDown) {
+      return 'down';
    }
    return port.released === null ? 'free' : 'released';
 }

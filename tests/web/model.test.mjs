@@ -7,7 +7,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { layoutOf } from '../../host/web/layout.js';
-import { portOf, Records } from '../../host/web/live.js';
+import { endlessOf, portOf, Records } from '../../host/web/live.js';
 import { compareNames, duration, instant, rangesOf, secondsLeft, stateOf } from
    '../../host/web/model.js';
 import { Recorded } from '../../host/web/recorded.js';
@@ -26,7 +26,9 @@ test('Model.EveryPortIsInOneState', () => {
       [{ released: 300 }, 'released'],
       [{ hold }, 'held'],
       [{ hold: { ...hold, enforced: 'held' } }, 'held'],
-      [{ hold: { ...hold, enforced: 'pending' } }, 'held'],
+      [{ hold: { ...hold, enforced: 'pending' } }, 'pending'],
+      [{ released: 300, isDown: true }, 'down'],
+      [{ hold, isDown: true }, 'held'],
       [{ hold: { ...hold, enforced: 'unsupported' } }, 'unsupported'],
       [{ hold: { ...hold, enforced: 'failed' } }, 'failed'],
       [{ hold: { ...hold, until: null } }, 'endless'],
@@ -144,6 +146,15 @@ test('Live.PortsAreAsTheHostTellsThem', () => {
    assert.equal(stateOf(portOf(told, null)), 'free');
    assert.equal(stateOf(portOf(told, 5)), 'released');
    assert.equal(stateOf(portOf({ ...told, link: null }, null)), 'absent');
+   assert.equal(stateOf(portOf({ ...told, protodown: { on: true } }, 5)), 'down');
+   const held = { ...told, portChannel: 'Port-Channel1', hold };
+   assert.equal(stateOf(portOf(held, null, endlessOf([]))), 'held');
+   for (const [kind, name, state] of [
+      ['heldWithoutEnd', 'Ethernet1', 'endless'], ['heldWithoutEnd', 'Ethernet2', 'held'],
+      ['standbyWithoutEnd', 'Port-Channel1', 'endless'], ['notEnforced', 'Ethernet1', 'held'],
+   ]) {
+      assert.equal(stateOf(portOf(held, null, endlessOf([{ kind, interface: name }]))), state);
+   }
 });
 
 const fact = (name, state, more = {}) => ({
