@@ -252,8 +252,8 @@ routeOf( std::string_view method, std::string_view pattern, http::Handler handle
    // The table stays where it is.
    auto const handle = [ &known = *kind, handler = std::move( handler ) ](
                           http::Request const& request, http::Reply const& reply ) {
-      if ( auto problem = queryProblem( request, known ) ) {
-         reply.send( std::move( *problem ) );
+      if ( auto const problem = queryProblem( request, known ) ) {
+         reply.send( *problem );
       } else {
          handler( request, reply );
       }

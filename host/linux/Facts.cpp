@@ -5,6 +5,7 @@
 
 #include <host/state/MountTable>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -44,10 +45,12 @@ class Facts::Patch {
    }
 
    void set( Entries const& of, std::string const& interface, Json value ) {
-      for ( auto& [ at, entries ] : parts_ ) {
-         if ( std::string_view( at.mount ) == of.mount ) {
-            entries[ interface ] = std::move( value );
-         }
+      auto const part =
+         std::find_if( parts_.begin(), parts_.end(), [ &of ]( auto const& known ) {
+            return std::string_view( known.first.mount ) == of.mount;
+         } );
+      if ( part != parts_.end() ) {
+         part->second[ interface ] = std::move( value );
       }
    }
    void addTo( std::vector< Json >& patches ) const {
