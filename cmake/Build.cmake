@@ -45,7 +45,7 @@ if( MLAGOSTRA_WERROR )
 endif()
 # What sources hide of each other when several are compiled as one is nobody's mistake.
 if( CMAKE_UNITY_BUILD )
-   add_compile_options( -Wno-shadow )
+   add_compile_options( -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
 endif()
 # Part of the language since C++14, which clang leaves off by default up to version 18.
 add_compile_options( $<$<CXX_COMPILER_ID:Clang>:-fsized-deallocation> )
