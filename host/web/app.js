@@ -18,11 +18,16 @@ import { Releasers, WhatIf } from './whatif.js';
 const leastBetween = 250;
 const mostBetween = 1000;
 
-/** "14:03:59" @param {number} milliseconds since 1970 */
-function timeOfDay(milliseconds) {
+/** @param {number} n */
+const two = n => String(n).padStart(2, '0');
+
+/** "14:03:59", with the date before it when that is another than today's.
+ * @param {number} milliseconds since 1970 @param {number} today the same */
+export function timeOfDay(milliseconds, today) {
    const date = new Date(milliseconds);
-   return [date.getHours(), date.getMinutes(), date.getSeconds()]
-      .map(n => String(n).padStart(2, '0')).join(':');
+   const time = [date.getHours(), date.getMinutes(), date.getSeconds()].map(two).join(':');
+   return date.toDateString() === new Date(today).toDateString() ? time
+      : `${date.getFullYear()}-${two(date.getMonth() + 1)}-${two(date.getDate())} ${time}`;
 }
 
 /** What both kinds of page have.
@@ -104,8 +109,9 @@ function LivePage({ live }) {
    const story = live.story;
    const now = live.now();
    const whenOf = (/** @type {number} */ t, /** @type {string|null} */ time) =>
-      timeOfDay(time === null ? Date.now() + (t - now) * 1000 : Date.parse(time));
-   const lost = `connection lost since ${timeOfDay(live.lostAt)}; what is shown is from before`;
+      timeOfDay(time === null ? live.dateOf(t) : Date.parse(time), live.dateOf(now));
+   const lost = !live.summary ? 'no connection'
+      : `connection lost since ${timeOfDay(live.answeredAt, Date.now())}; what is shown is from before`;
    const status = live.connection === 'lost' ? html`<strong class="lost">${lost}</strong>`
       : live.connection === 'live' ? 'live' : 'connecting';
    if (!live.summary) {
@@ -191,6 +197,7 @@ function show() {
    const live = new Live(() => {});
    render(html`<${LivePage} live=${live} />`, page);
    live.start();
+   document.addEventListener('visibilitychange', () => live.pause(document.hidden));
 }
 
 show();

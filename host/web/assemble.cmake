@@ -5,7 +5,7 @@
 # cmake -D SOURCES=directory -D OUTPUT=source.cpp -P assemble.cmake
 
 # In this order, each after those that it imports.
-set( modules model layout story words parts live recorded
+set( modules model layout story words parts records live recorded
    summary faceplate detail timeline tables whatif app )
 
 # What is read by a script of CMake keeps its brackets and semicolons only within quotes.

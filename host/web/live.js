@@ -6,7 +6,8 @@
 // asked for, once a second at most.
 
 import { adminWord, linkWord } from './model.js';
-import { rangeOf } from './story.js';
+import { mostOlderRecords, mostRecords, Records } from './records.js';
+import { delaysOf, rangeOf } from './story.js';
 import { entriesOf } from './words.js';
 
 /**
@@ -19,12 +20,14 @@ import { entriesOf } from './words.js';
  *             ending: string }} Alarm
  */
 
-/** The oldest records are dropped beyond this. */
-const mostRecords = 5000;
 /** In milliseconds. */
 const betweenQuestions = 1000;
 const betweenChecks = 5000;
 const longestAnswer = 4000;
+/** What is long comes over a slow link too. */
+const longestHistory = 60000;
+/** A stream that is behind the answers for that long is dead. */
+const longestSilence = 10000;
 
 const causePath = ['mlagissuCause', 'intfStatus'];
 
@@ -59,57 +62,6 @@ export function portOf(told, released, endless = new Set()) {
    };
 }
 
-export class Records {
-   constructor() {
-      /** @type {StreamRecord[]} */
-      this.all = [];
-      this.last = 0;
-      /** When each port that is not held was released. @type {Map<string, number>} */
-      this.released = new Map();
-      /** @type {Map<string, Span[]>} */
-      this.spans = new Map();
-   }
-
-   /** @param {StreamRecord} record @returns {boolean} false: it was taken before */
-   add(record) {
-      const seq = record.seq ?? 0;
-      if (seq <= this.last) {
-         return false;
-      }
-      this.last = seq;
-      this.all.push(record);
-      if (this.all.length > mostRecords + 500) {
-         this.all.splice(0, this.all.length - mostRecords);
-      }
-      if (record.type === 'start' && !record.isRestart) {
-         this.released.clear();
-         this.spans.clear();
-      } else if (isOfCause(record)) {
-         this.#addCause(record);
-      }
-      return true;
-   }
-
-   /** @param {StreamRecord} record */
-   #addCause(record) {
-      const name = record.path[2];
-      const spans = this.spans.get(name) ?? [];
-      this.spans.set(name, spans);
-      const open = spans.length && spans[spans.length - 1].to === null;
-      if (record.value !== null) {
-         this.released.delete(name);
-         if (!open) {
-            spans.push({ from: record.t, to: null, kind: 'held', why: '' });
-         }
-         return;
-      }
-      this.released.set(name, record.t);
-      if (open) {
-         spans[spans.length - 1].to = record.t;
-      }
-   }
-}
-
 export class Live {
    /** @param {() => void} onChange */
    constructor(onChange) {
@@ -123,7 +75,14 @@ export class Live {
       this.alarms = [];
       /** @type {'connecting'|'live'|'lost'} */
       this.connection = 'connecting';
-      this.lostAt = 0;
+      /** By the browser's clock: the last answer. */
+      this.answeredAt = 0;
+      /** Since when the stream has been behind the answers; null: it is not.
+       * @type {number|null} */
+      this.behindAt = null;
+      this.isReadingBack = false;
+      /** Nobody looks. */
+      this.isPaused = false;
       /** @type {EventSource|null} */
       this.events = null;
       this.askedAt = -Infinity;
@@ -142,13 +101,33 @@ export class Live {
          ? this.summary.boot.time + (performance.now() - this.summary.at) / 1000 : 0;
    }
 
+   /** By the host's date, in milliseconds since 1970.
+    * @param {number} t */
+   dateOf(t) {
+      return (this.records.date ?? Date.now() - this.now() * 1000) + t * 1000;
+   }
+
    async start() {
       await this.#ask();
       setInterval(() => this.ask(), betweenChecks);
    }
 
+   /** A page that nobody sees keeps no connection, of which a browser has few for all its pages.
+    * @param {boolean} isPaused */
+   pause(isPaused) {
+      this.isPaused = isPaused;
+      if (isPaused) {
+         this.#close();
+      } else {
+         this.ask();
+      }
+   }
+
    /** Asks for what the records do not say, soon. */
    ask() {
+      if (this.isPaused) {
+         return;
+      }
       if (this.isAsking || this.isToAsk) {
          this.isToAsk = true;
          return;
@@ -167,6 +146,7 @@ export class Live {
             ['summary', 'ports', 'alarms'].map(path => this.#json(`/v1/${path}`)));
          this.#take(summary, ports, alarms);
          await this.#follow(summary.lastRecord);
+         this.#readBack();
       } catch (error) {
          this.#lose();
       }
@@ -182,9 +162,9 @@ export class Live {
       return (await this.#answer(path)).json();
    }
 
-   /** @param {string} path */
-   async #answer(path) {
-      const response = await fetch(path, { signal: AbortSignal.timeout(longestAnswer) });
+   /** @param {string} path @param {number} [longest] in milliseconds */
+   async #answer(path, longest = longestAnswer) {
+      const response = await fetch(path, { signal: AbortSignal.timeout(longest) });
       if (!response.ok) {
          throw new Error(`${path}: ${response.status}`);
       }
@@ -195,6 +175,7 @@ export class Live {
    #take(summary, ports, alarms) {
       const known = this.ports;
       this.summary = { ...summary, at: performance.now() };
+      this.answeredAt = Date.now();
       this.alarms = alarms;
       const isNewBoot = this.boot !== '' && this.boot !== summary.boot.id;
       // What came over the stream meanwhile is newer than the answer.
@@ -210,34 +191,52 @@ export class Live {
       const endless = endlessOf(alarms);
       this.ports = new Map(ports.map(
          told => [told.interface,
-            portOf(told, this.records.released.get(told.interface) ?? null, endless)]));
+            portOf(told, this.records.releasedAt(told.interface, told.portChannel), endless)]));
       for (const [name, port] of known) {
          if (!this.ports.has(name)) {
             this.ports.set(name, { ...port, isPresent: false, hold: null, reason: 'not there' });
          }
       }
+      this.#closeWhenBehind();
       this.#changed(true);
+   }
+
+   /** A connection may be dead and not know it: then the answers have what the stream has not. */
+   #closeWhenBehind() {
+      if (!this.events || this.told <= this.records.last) {
+         this.behindAt = null;
+      } else if (this.behindAt === null) {
+         this.behindAt = performance.now();
+      } else if (performance.now() - this.behindAt > longestSilence) {
+         this.#close();
+      }
+   }
+
+   /** @param {number} since @param {number} limit @returns {Promise<StreamRecord[]>} */
+   async #history(since, limit) {
+      const history = await this.#answer(
+         `/v1/history?since=${since}&limit=${limit}`, longestHistory);
+      return (await history.text()).split('\n').filter(line => line)
+         .map(line => JSON.parse(line));
    }
 
    /** Sees to it that records come: first what there was, then from there on.
     * @param {number} last */
    async #follow(last) {
-      if (this.events) {
+      if (this.events || this.isPaused) {
          return;
       }
       if (!this.records.last) {
-         const since = Math.max(0, last - mostRecords);
-         const history = await this.#answer(`/v1/history?since=${since}&limit=${mostRecords}`);
-         for (const line of (await history.text()).split('\n')) {
-            if (line) {
-               this.records.add(JSON.parse(line));
-            }
+         const records = this.records;
+         for (const record of await this.#history(Math.max(0, last - mostRecords), mostRecords)) {
+            records.add(record);
          }
          this.#tellReleases();
       }
       const since = Math.max(this.records.last, this.records.last ? 0 : last);
       const events = new EventSource(`/v1/events?since=${since}`);
       this.events = events;
+      this.behindAt = null;
       events.onopen = () => {
          if (this.connection === 'lost') {
             this.ask();
@@ -245,20 +244,55 @@ export class Live {
          this.#regain();
       };
       events.onmessage = message => this.#heard(JSON.parse(message.data));
-      events.onerror = () => {
-         // The browser goes on behind the last record by itself, unless it gives up.
-         if (events.readyState === EventSource.CLOSED) {
-            this.#close();
+      // Opened again behind the last record, after the next answer.
+      events.onerror = () => this.#lose();
+   }
+
+   /** Reads what came before the newest records, back to where this boot began. */
+   async #readBack() {
+      if (this.isReadingBack) {
+         return;
+      }
+      this.isReadingBack = true;
+      try {
+         const records = this.records;
+         while (records === this.records && records.wantsOlder) {
+            records.addOlder(await this.#before(records.oldest));
+            if (records === this.records) {
+               this.#tellReleases();
+            }
          }
-         this.#lose();
-      };
+      } catch (error) {
+         // Tried again after the next answer.
+      }
+      this.isReadingBack = false;
+   }
+
+   /** The newest records before that one; none: there are none. Numbers have gaps.
+    * @param {number} seq @returns {Promise<StreamRecord[]>} */
+   async #before(seq) {
+      let since = seq - 1;
+      for (let stride = mostRecords; since > 0; stride *= 2) {
+         since = Math.max(0, since - stride);
+         const records = [];
+         for (let isMore = true, from = since; isMore; from = records[records.length - 1]?.seq ?? 0) {
+            const page = (await this.#history(from, mostRecords))
+               .filter(record => (record.seq ?? 0) < seq);
+            records.push(...page);
+            isMore = page.length === mostRecords && records.length < mostOlderRecords;
+         }
+         if (records.length) {
+            return records;
+         }
+      }
+      return [];
    }
 
    #tellReleases() {
-      for (const [name, t] of this.records.released) {
-         const port = this.ports.get(name);
-         if (port && !port.hold) {
-            this.ports.set(name, { ...port, released: t });
+      for (const [name, port] of this.ports) {
+         const released = this.records.releasedAt(name, port.portChannel);
+         if (!port.hold && released !== port.released) {
+            this.ports.set(name, { ...port, released });
          }
       }
       this.#changed(true);
@@ -284,15 +318,23 @@ export class Live {
       if (!port || !this.summary) {
          return;
       }
+      if (record.value === null) {
+         this.ports.set(port.name, {
+            ...port, hold: null, released: record.t, reason: 'not held',
+         });
+         return;
+      }
       const period = port.class === 'mlag' ? this.summary.mlag : this.summary.nonMlag;
-      this.ports.set(port.name, record.value === null
-         ? { ...port, hold: null, released: record.t, reason: 'not held' }
-         : {
+      // Of a delay that has just begun the answer will say how long it is.
+      if (period.state === 'held') {
+         this.ports.set(port.name, {
             ...port,
             released: null,
+            reason: '',
             hold: port.hold ??
                { kind: 'errdisable', since: record.t, until: period.end, error: null },
          });
+      }
    }
 
    #close() {
@@ -303,7 +345,6 @@ export class Live {
    #lose() {
       if (this.connection !== 'lost') {
          this.connection = 'lost';
-         this.lostAt = Date.now();
          this.onChange();
       }
       // A stream may be dead and not know it: the next answer opens another.
@@ -341,18 +382,10 @@ export class Live {
    /** @returns {Story} */
    #makeStory() {
       const now = this.now();
-      /** @type {{ [portClass: string]: Span[] }} */
-      const periods = { mlag: [], nonMlag: [] };
-      for (const name of Object.keys(periods)) {
-         const period = this.summary?.[name];
-         if (period && period.state === 'held' && period.start !== null) {
-            periods[name].push(
-               { from: period.start, to: period.end, kind: 'period', why: '' });
-         }
-      }
       const tracks = [...this.ports.values()].map(port => {
          // What goes on is as the host has it, which knows how long.
-         const spans = (this.records.spans.get(port.name) ?? []).filter(span => span.to !== null);
+         const spans = this.records.spansOf(port.name, port.portChannel)
+            .filter(span => span.to !== null);
          if (port.hold) {
             const kind = port.hold.kind === 'lacpStandby' ? 'standby' : 'held';
             const { since, until } = port.hold;
@@ -360,12 +393,14 @@ export class Live {
          }
          return { name: port.name, class: port.class, portChannel: port.portChannel, spans };
       });
+      const periods = delaysOf(this.records.delays(), tracks, this.summary);
       const range = rangeOf(tracks, periods, now);
       const marks = this.entries
-         .filter(({ kind, t }) =>
+         .filter(({ key, kind, t }) => Number(key) >= this.records.boot &&
             (kind === 'log' || kind === 'event' || kind === 'alarm') &&
             t >= range.start && t <= range.end)
          .map(({ t, kind, text }) => ({ t, kind, text }));
-      return { ...range, tracks, periods, marks };
+      const knownFrom = this.records.boot ? null : this.records.since;
+      return { ...range, tracks, periods, marks, knownFrom };
    }
 }

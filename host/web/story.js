@@ -14,12 +14,18 @@ import { compareNames, rangesOf } from './model.js';
  * @typedef {{ name: string, class: string, portChannel: string|null, spans: Span[] }} Track
  * @typedef {{ t: number, kind: string, text: string }} Mark
  * @typedef {{ start: number, end: number, tracks: Track[],
- *             periods: { [portClass: string]: Span[] }, marks: Mark[] }} Story
+ *             periods: { [portClass: string]: Span[] }, marks: Mark[],
+ *             knownFrom?: number|null }} Story
+ * `knownFrom`: what was before is not known.
  *
  * A row of the time line. `children` are below it when it is open.
  * @typedef {{ key: string, label: string, spans: Span[], ports: string[],
  *             children: Lane[] }} Lane
  */
+
+/** A port that was held and is now of a class that never is waits with the non-MLAG ports.
+ * @param {Track} track */
+const waitsWith = track => track.class === 'mlag' ? 'mlag' : 'nonMlag';
 
 /** @param {Track} track */
 const shapeOf = track => track.spans.map(s => `${s.from} ${s.to} ${s.kind}`).join(', ');
@@ -39,6 +45,84 @@ function alike(tracks) {
       }
    }
    return [...groups.values()];
+}
+
+/** More bars of a lane cannot be told apart. */
+const mostBars = 200;
+
+/** As few as can be told apart: those that are nearer than a step are one.
+ * @param {Span[]} spans @param {number} step in seconds @returns {Span[]} */
+export function fewer(spans, step) {
+   if (spans.length <= mostBars) {
+      return spans;
+   }
+   /** @type {Map<string, Span>} */
+   const newest = new Map();
+   /** @type {Span[]} */
+   const kept = [];
+   for (const span of [...spans].sort((a, b) => a.from - b.from)) {
+      const sort = `${span.kind} ${span.to === null}`;
+      const before = newest.get(sort);
+      if (before && (before.to === null || span.from - before.to < step)) {
+         if (before.to !== null && span.to !== null) {
+            before.to = Math.max(before.to, span.to);
+         } else {
+            before.until = before.until == null || span.until == null
+               ? null : Math.max(before.until, span.until);
+         }
+      } else {
+         const one = { ...span };
+         newest.set(sort, one);
+         kept.push(one);
+      }
+   }
+   return kept;
+}
+
+/** Marks of one kind that are nearer than a step are one, whose text begins with theirs.
+ * @param {Mark[]} marks @param {number} step in seconds @returns {Mark[]} */
+export function fewerMarks(marks, step) {
+   /** @type {Map<string, { mark: Mark, count: number }>} */
+   const places = new Map();
+   for (const mark of marks) {
+      const place = `${mark.kind} ${Math.floor(mark.t / step)}`;
+      const there = places.get(place);
+      if (there) {
+         ++there.count;
+      } else {
+         places.set(place, { mark, count: 1 });
+      }
+   }
+   return [...places.values()].map(({ mark, count }) =>
+      count === 1 ? mark : { ...mark, text: `${mark.text}; and ${count - 1} more` });
+}
+
+/** When each class waited. That a delay is over for a class is seen by what was held of it.
+ * @param {Span[]} delays of whatever class @param {Track[]} tracks
+ * @param {{ [portClass: string]: import('./model.js').Period }|null} present
+ * @returns {{ [portClass: string]: Span[] }} */
+export function delaysOf(delays, tracks, present) {
+   /** @type {{ [portClass: string]: Span[] }} */
+   const periods = { mlag: [], nonMlag: [] };
+   for (const [name, spans] of Object.entries(periods)) {
+      const ends = tracks.filter(track => waitsWith(track) === name)
+         .flatMap(track => track.spans).flatMap(({ to }) => to === null ? [] : [to]);
+      const period = present?.[name];
+      const isHeld = period?.state === 'held' && period.start !== null;
+      for (const delay of delays) {
+         const within = ends.filter(
+            end => end > delay.from && (delay.to === null || end <= delay.to));
+         const to = within.reduce(
+            (/** @type {number|null} */ last, end) => Math.max(last ?? end, end), null) ?? delay.to;
+         if (to !== null && !(isHeld && delay.to === null)) {
+            spans.push({ from: delay.from, to, kind: 'period', why: '' });
+         }
+      }
+      if (isHeld && period && period.start !== null) {
+         spans.push({ from: period.start, to: null, until: period.end, kind: 'period', why: '' });
+      }
+   }
+   return periods;
 }
 
 /** What is true of any of the ports, each span once.
@@ -92,7 +176,7 @@ export function lanesOf(story) {
    const lanes = [];
    for (const portClass of ['mlag', 'nonMlag']) {
       const tracks = story.tracks
-         .filter(track => track.class === portClass && track.spans.length)
+         .filter(track => waitsWith(track) === portClass && track.spans.length)
          .sort((a, b) => compareNames(a.name, b.name));
       /** @type {Map<string, Track[]>} */
       const channels = new Map();

@@ -6,7 +6,7 @@
 
 import { classWords, counted, instant } from './model.js';
 import { html, useMemo, useState } from './parts.js';
-import { lanesOf, ticksBetween } from './story.js';
+import { fewer, fewerMarks, lanesOf, ticksBetween } from './story.js';
 
 /**
  * @typedef {import('./story.js').Story} Story
@@ -32,6 +32,11 @@ function saysOf(span, zero) {
    const why = span.why ? `: ${span.why}` : '';
    return `${spanWords[span.kind] ?? span.kind} from ${instant(span.from - zero)} ${end}${why}`;
 }
+
+/** Of its length, for what can be told apart. */
+const steps = 500;
+/** @param {Story} story */
+const stepOf = story => (story.end - story.start) / steps;
 
 /** @param {{ spans: Span[], scale: (t: number) => number, end: number, zero: number,
  *            name: string, cursor: number }} props positions in percent */
@@ -61,6 +66,7 @@ function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSe
    const hasMore = lane.children.length > 0;
    const name = depth === 0 ? `${classWords[lane.key]} ports` : lane.label;
    const count = lane.ports.length > 1 ? counted(lane.ports.length, 'port') : '';
+   const spans = fewer(lane.spans, stepOf(story));
    const only = lane.ports.length === 1 ? lane.ports[0] : null;
    return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${lane.key}>
       <div class="name">${hasMore
@@ -70,12 +76,12 @@ function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSe
          : only !== null
             ? html`<button type="button" class="link" onClick=${() => onSelect(only)}>${name}</button>`
             : html`<span>${name} <span class="small">${count || 'none held'}</span></span>`}</div>
-      <svg class="track" role="img" aria-label=${[...periods, ...lane.spans].length
-         ? `${name}: ${[...periods, ...lane.spans].slice(0, 20).map(s => saysOf(s, zero)).join('; ')}`
+      <svg class="track" role="img" aria-label=${[...periods, ...spans].length
+         ? `${name}: ${[...periods, ...spans].slice(0, 20).map(s => saysOf(s, zero)).join('; ')}`
          : `${name}: never held`}>
          <${Bars} spans=${periods} scale=${scale} end=${story.end} zero=${zero} name=${name}
             cursor=${cursor} />
-         <${Bars} spans=${lane.spans} scale=${scale} end=${story.end} zero=${zero} name=${name}
+         <${Bars} spans=${spans} scale=${scale} end=${story.end} zero=${zero} name=${name}
             cursor=${cursor} />
       </svg>
    </div>
@@ -86,11 +92,11 @@ function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSe
 
 /** @param {{ story: Story, scale: (t: number) => number, zero: number }} props */
 function MarkRow({ story, scale, zero }) {
-   const marks = story.marks.slice(-500);
+   const marks = useMemo(() => fewerMarks(story.marks, stepOf(story)), [story]);
+   const label = `${counted(story.marks.length, 'mark')}; the list of what happened has them all`;
    return html`<div class="lane marks">
       <div class="name"><span>What happened</span></div>
-      <svg class="track" role="img" aria-label=${`${counted(marks.length, 'mark')}; the list of what
-         happened has them all`}>${marks.map((mark, i) => {
+      <svg class="track" role="img" aria-label=${label}>${marks.map((mark, i) => {
          const says = `${instant(mark.t - zero)} ${mark.text}`;
          return html`<svg key=${i} x=${`${scale(mark.t)}%`} y="10" overflow="visible">
             <path class=${`m-${mark.kind}`} d=${markShapes[mark.kind]} data-says=${says}>
@@ -142,6 +148,8 @@ export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
          <div class="over" aria-hidden="true"><div class="cursor" hidden=${!isWithin}
             style=${{ left: `${scale(cursor)}%` }}></div></div>
       </div>
+      ${typeof story.knownFrom === 'number' && html`<p class="small">What was before
+         ${' '}${instant(story.knownFrom - zero)} is not known.</p>`}
       <p class="small says">${says || 'Point at a bar or a mark for what it is.'}</p>
    </section>`;
 }

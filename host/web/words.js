@@ -49,7 +49,8 @@ function meaningOfWrite(record) {
    const path = record.path;
    const kind = written[path.slice(0, 2).join('.')];
    if (kind && path.length > 2) {
-      const isGone = record.value === null || record.value === false;
+      const isGone = record.value === null || record.value === false ||
+         record.value.stayInStandby === false;
       const words = kind.words[isGone ? 1 : 0];
       return {
          kind: kind.kinds[isGone ? 1 : 0],

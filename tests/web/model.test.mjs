@@ -7,11 +7,10 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { layoutOf } from '../../host/web/layout.js';
-import { endlessOf, portOf, Records } from '../../host/web/live.js';
 import { compareNames, duration, instant, rangesOf, secondsLeft, stateOf } from
    '../../host/web/model.js';
 import { Recorded } from '../../host/web/recorded.js';
-import { lanesOf, rangeOf, ticksBetween } from '../../host/web/story.js';
+import { fewer, fewerMarks, lanesOf, rangeOf, ticksBetween } from '../../host/web/story.js';
 import { changesOf, entriesOf, onlyIn } from '../../host/web/words.js';
 
 const port = {
@@ -116,47 +115,6 @@ test('Words.ForecastsDifferByWhatOneAloneHas', () => {
    assert.deepEqual([...onlyIn(without, without)], []);
 });
 
-test('Live.EachRecordIsTakenOnce', () => {
-   const records = new Records();
-   assert.ok(records.add(cause(1, 10, 'Ethernet1', 10)));
-   assert.ok(!records.add(cause(1, 10, 'Ethernet1', 10)));
-   assert.ok(records.add(cause(2, 20, 'Ethernet1', null)));
-   assert.ok(!records.add(cause(1, 10, 'Ethernet1', 10)));
-   assert.equal(records.all.length, 2);
-   assert.equal(records.released.get('Ethernet1'), 20);
-   assert.deepEqual(records.spans.get('Ethernet1'), [{ from: 10, to: 20, kind: 'held', why: '' }]);
-   assert.ok(records.add({ seq: 3, t: 1, type: 'start', isRestart: false }));
-   assert.equal(records.released.size, 0);
-});
-
-test('Live.RecordsAreLimited', () => {
-   const records = new Records();
-   for (let seq = 1; seq <= 20000; ++seq) {
-      records.add({ seq, t: seq, type: 'log', id: 'ID', severity: 6, text: '' });
-   }
-   assert.ok(records.all.length <= 5500);
-   assert.equal(records.all[records.all.length - 1].seq, 20000);
-});
-
-test('Live.PortsAreAsTheHostTellsThem', () => {
-   const told = {
-      interface: 'Ethernet1', class: 'nonMlag', portChannel: null, admin: null, link: 1,
-      device: null, hold: null, reason: 'not held',
-   };
-   assert.equal(stateOf(portOf(told, null)), 'free');
-   assert.equal(stateOf(portOf(told, 5)), 'released');
-   assert.equal(stateOf(portOf({ ...told, link: null }, null)), 'absent');
-   assert.equal(stateOf(portOf({ ...told, protodown: { on: true } }, 5)), 'down');
-   const held = { ...told, portChannel: 'Port-Channel1', hold };
-   assert.equal(stateOf(portOf(held, null, endlessOf([]))), 'held');
-   for (const [kind, name, state] of [
-      ['heldWithoutEnd', 'Ethernet1', 'endless'], ['heldWithoutEnd', 'Ethernet2', 'held'],
-      ['standbyWithoutEnd', 'Port-Channel1', 'endless'], ['notEnforced', 'Ethernet1', 'held'],
-   ]) {
-      assert.equal(stateOf(portOf(held, null, endlessOf([{ kind, interface: name }]))), state);
-   }
-});
-
 const fact = (name, state, more = {}) => ({
    interface: name, class: 'mlag', portChannel: 'Port-Channel1', isPresent: true, admin: 1, link: 0,
    state, why: '', ...more,
@@ -202,6 +160,31 @@ test('Story.LanesOpenUpIntoPortChannelsAndPorts', () => {
       ['Ethernet2', [{ from: 0, to: 100, kind: 'held', why: 'interface gone' }]],
    ]);
    assert.deepEqual(nonMlag.lane.ports, []);
+});
+
+test('Story.APortThatWasHeldHasALaneWhateverItIsNow', () => {
+   const spans = [{ from: 0, to: null, kind: 'held', why: '' }];
+   const track = { name: 'Ethernet3', class: 'peerLink', portChannel: 'Port-Channel1000', spans };
+   const [mlag, nonMlag] = lanesOf({ start: 0, end: 9, tracks: [track], periods: {}, marks: [] });
+   assert.deepEqual(mlag.lane.ports, []);
+   assert.deepEqual(nonMlag.lane.ports, ['Ethernet3']);
+});
+
+test('Story.WhatCannotBeToldApartIsDrawnOnce', () => {
+   const held = (from, to) => ({ from, to, kind: 'held', why: '' });
+   const few = [held(0, 1), held(1.1, 2)];
+   assert.deepEqual(fewer(few, 1), few);
+   const many = [];
+   for (let i = 0; i < 1000; ++i) {
+      many.push(held(i, i + 0.9));
+   }
+   many.push({ ...held(5000, null), until: 6000 }, { ...held(5001, null), until: 7000 });
+   assert.deepEqual(
+      fewer(many, 1), [held(0, 999.9), { ...held(5000, null), until: 7000 }]);
+   const marks = many.map(({ from }) => ({ t: from, kind: 'log', text: `at ${from}` }));
+   const drawn = fewerMarks(marks, 500);
+   assert.deepEqual(drawn.map(mark => mark.text),
+      ['at 0; and 499 more', 'at 500; and 499 more', 'at 5000; and 1 more']);
 });
 
 test('Story.TheLineHasAllOfItAndFewTicks', () => {
