@@ -6,10 +6,10 @@
 import { Detail } from './detail.js';
 import { Faceplate, Legend } from './faceplate.js';
 import { Live } from './live.js';
-import { duration, instant } from './model.js';
+import { duration, instant, plain } from './model.js';
 import { Foreign, html, render, useEffect, useMemo, useRef, useState } from './parts.js';
 import { Recorded } from './recorded.js';
-import { Summary } from './summary.js';
+import { News, Summary } from './summary.js';
 import { Log, PortTable } from './tables.js';
 import { TimeLine } from './timeline.js';
 import { Releasers, WhatIf } from './whatif.js';
@@ -40,14 +40,15 @@ function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCur
       setSelected(name);
       // Where the keyboard goes on when the detail has gone.
       if (name === null && selected !== null) {
-         const button = [...document.querySelectorAll('button.port')]
+         const button = [...document.querySelectorAll('.plate button[data-port]')]
             .find(b => b.getAttribute('data-port') === selected);
          /** @type {HTMLElement|undefined} */ (button)?.focus();
       }
    };
    const last = entries.length ? entries[entries.length - 1] : null;
    const onKey = (/** @type {KeyboardEvent} */ event) => {
-      if (event.key === 'Escape') {
+      const { tagName } = /** @type {Element} */ (event.target);
+      if (event.key === 'Escape' && tagName !== 'TEXTAREA' && tagName !== 'INPUT') {
          onSelect(null);
       }
    };
@@ -123,7 +124,7 @@ function LivePage({ live }) {
          !ready && ', not ready'}${store.problem && html`, store: <${Foreign}>${store.problem}<//>`}`} />
       <${Body} ports=${live.ports} periods=${{ mlag, nonMlag }} alarms=${live.alarms}
          entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}
-         whenOf=${whenOf} below=${html`<${WhatIf} />`}
+         whenOf=${whenOf} below=${html`<${WhatIf} /><${News} entries=${entries} />`}
          moreOf=${(/** @type {import('./model.js').Port} */ port) =>
             port.hold && html`<${Releasers} port=${port} />`} />`;
 }
@@ -190,7 +191,7 @@ function show() {
    const text = document.getElementById('records')?.textContent ?? '';
    if (text.trim()) {
       const recorded = new Recorded(text);
-      document.title = recorded.name || 'A reload';
+      document.title = plain(recorded.name) || 'A reload';
       render(html`<${RecordedPage} recorded=${recorded} />`, page);
       return;
    }

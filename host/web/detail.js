@@ -4,8 +4,8 @@
 // One port: whether it is held and why, until when, who shares its port-channel, what is
 // wrong, and what happened to it.
 
-import { compareNames, instant, stateOf } from './model.js';
-import { Foreign, html, kindOf, reasonOf, standingOf, StateMark } from './parts.js';
+import { compareNames, stateOf } from './model.js';
+import { Foreign, html, kindOf, reasonOf, standingOf, StateMark, useEffect, useRef } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./words.js').Entry} Entry */
@@ -22,6 +22,9 @@ function Fact({ term, children }) {
  *            alarms: import('./live.js').Alarm[], whenOf: (t: number, time: string|null) => string,
  *            onSelect: (name: string|null) => void, more?: any }} props `more` of the port */
 export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, more }) {
+   const heading = useRef(/** @type {HTMLElement|null} */ (null));
+   // It says what has been selected, and is where the keyboard goes on.
+   useEffect(() => heading.current?.focus(), []);
    const channel = port.portChannel;
    const members = channel === null ? []
       : [...ports.values()].filter(other => other.portChannel === channel)
@@ -33,7 +36,7 @@ export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, mo
    const state = stateOf(port);
    return html`<section class="card detail" aria-labelledby="detail-name">
       <div class="bar">
-         <h2 id="detail-name" tabindex="-1"><${Foreign}>${port.name}<//></h2>
+         <h2 id="detail-name" tabindex="-1" ref=${heading}><${Foreign}>${port.name}<//></h2>
          <button type="button" onClick=${() => onSelect(null)}>Close</button>
       </div>
       <p class="standing"><${StateMark} state=${state} /> <b>${standingOf(port, now)}</b></p>
@@ -66,7 +69,3 @@ export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, mo
                <${Foreign}>${entry.text}<//></li>`)}</ol>`}
    </section>`;
 }
-
-/** "0:05:00" of a recorded run.
- * @param {number} t */
-export const whenRecorded = t => instant(t);

@@ -4,9 +4,9 @@
 // The ports as the front of the switch shows them. A port is a button; the arrow keys go to
 // the next one in that direction.
 
-import { classWords, duration, portStates, secondsLeft, stateOf } from './model.js';
+import { classWords, duration, plain, portStates, secondsLeft, stateOf } from './model.js';
 import { layoutOf } from './layout.js';
-import { Component, html, StateMark, useMemo } from './parts.js';
+import { Component, html, StateMark, useMemo, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 
@@ -25,12 +25,12 @@ class PortButton extends Component {
    render() {
       const { name, label, state, left, words, isSelected, isStop, onSelect } = this.props;
       return html`<button type="button" class=${`port s-${state}`} data-port=${name}
-         data-state=${state} aria-pressed=${isSelected ? 'true' : 'false'}
-         title=${`${name}: ${words}`} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
-         <span class="spoken">${`${name}: ${words}`}</span>
+         data-state=${state} aria-current=${isSelected ? 'true' : 'false'}
+         title=${plain(`${name}: ${words}`)} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
+         <span class="spoken">${plain(`${name}: ${words}`)}</span>
          <span class="label" aria-hidden="true">${label}</span>
          <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
-         <span class="left">${left}</span>
+         <span class="left" aria-hidden="true">${left}</span>
       </button>`;
    }
 }
@@ -61,8 +61,8 @@ const directions = {
    ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1],
 };
 
-/** @param {KeyboardEvent} event */
-function onKey(event) {
+/** @param {KeyboardEvent} event @param {(name: string) => void} onStop */
+function onKey(event, onStop) {
    const plate = /** @type {HTMLElement} */ (event.currentTarget);
    const buttons = /** @type {HTMLElement[]} */ ([...plate.querySelectorAll('button.port')]);
    const from = /** @type {HTMLElement} */ (event.target);
@@ -74,9 +74,7 @@ function onKey(event) {
       event.preventDefault();
    }
    if (to) {
-      // One stop for the tabulator key, which is where one left.
-      from.tabIndex = -1;
-      to.tabIndex = 0;
+      onStop(to.dataset.port ?? '');
       to.focus();
    }
 }
@@ -86,21 +84,27 @@ function onKey(event) {
 export function Faceplate({ ports, now, selected, onSelect }) {
    const names = [...ports.keys()];
    const modules = useMemo(() => layoutOf(names), [names.join(' ')]);
-   const stop = selected !== null && ports.has(selected)
-      ? selected : modules[0]?.blocks[0]?.[0]?.ports[0]?.name;
+   // One stop for the tabulator key, which is where one left.
+   const [left, setStop] = useState(/** @type {string|null} */ (null));
+   const stop = left !== null && ports.has(left)
+      ? left : modules[0]?.blocks[0]?.[0]?.ports[0]?.name;
    const button = (/** @type {{ name: string, label: string }} */ { name, label }) => {
       const port = /** @type {Port} */ (ports.get(name));
       const state = stateOf(port);
-      const left = secondsLeft(port, now);
+      const seconds = secondsLeft(port, now);
       // The time stands by itself: nothing else changes each second.
       return html`<${PortButton} key=${name} name=${name} label=${label}
-         state=${state} left=${left === null ? '' : duration(left)}
+         state=${state} left=${seconds === null ? '' : duration(seconds)}
          words=${`${portStates[state].words}, ${classWords[port.class] ?? port.class}`}
-         isSelected=${name === selected} isStop=${name === stop} onSelect=${onSelect} />`;
+         isSelected=${name === selected} isStop=${name === stop}
+         onSelect=${(/** @type {string} */ chosen) => {
+            setStop(chosen);
+            onSelect(chosen);
+         }} />`;
    };
    return html`<div class=${`faceplate ${ports.size > manyPorts ? 'many' : ''}`}
       role="group" aria-label="Front of the switch; arrow keys go from port to port"
-      onKeyDown=${onKey}>
+      onKeyDown=${(/** @type {KeyboardEvent} */ event) => onKey(event, setStop)}>
       ${modules.map(module => html`<div class="module" key=${module.title}>
          <h3>${module.title}</h3>
          <div class="blocks">${module.blocks.map((block, i) => html`

@@ -167,6 +167,16 @@ export function rangesOf(names) {
    return pieces.join(',');
 }
 
+/** What changes the direction of a text is shown as an escape, where nothing keeps it to itself.
+ * @param {string} text */
+export function plain(text) {
+   return text.replace(/[\u061c\u200e\u200f\u202a-\u202e\u2066-\u2069]/g,
+      c => '\\u' + c.charCodeAt(0).toString(16).padStart(4, '0'));
+}
+
+/** At most so many characters. @param {string} text @param {number} most */
+export const shortened = (text, most) => text.length <= most ? text : text.slice(0, most - 1) + '…';
+
 /** @param {number} count @param {string} noun */
 export function counted(count, noun) {
    return `${count} ${noun}${count === 1 ? '' : 's'}`;

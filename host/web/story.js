@@ -27,7 +27,8 @@ import { compareNames, rangesOf } from './model.js';
  * @param {Track} track */
 const waitsWith = track => track.class === 'mlag' ? 'mlag' : 'nonMlag';
 
-/** @param {Track} track */
+/** The same for those that were held at the same times.
+ * @param {{ spans: Span[] }} track a track or a lane */
 const shapeOf = track => track.spans.map(s => `${s.from} ${s.to} ${s.kind}`).join(', ');
 
 /** Tracks whose spans are the same, in the order of their first names.
@@ -202,6 +203,14 @@ export function lanesOf(story) {
       });
    }
    return lanes;
+}
+
+/** The innermost lanes that are not of the same shape all over.
+ * @param {Lane} lane @returns {Lane[]} */
+export function rangesIn(lane) {
+   const shape = shapeOf(lane);
+   return lane.children.every(child => shapeOf(child) === shape) ? [lane]
+      : lane.children.flatMap(rangesIn);
 }
 
 /** At most so many round times between two, for an axis.

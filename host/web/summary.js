@@ -5,7 +5,8 @@
 // what happened last, and whether the host is there.
 
 import { classWords, counted, duration, portStates, stateOf } from './model.js';
-import { Foreign, html, StateMark } from './parts.js';
+import { Foreign, html, StateMark, useEffect, useRef, useState } from './parts.js';
+import { newsOf } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./model.js').Period} Period */
@@ -46,12 +47,14 @@ function CountsCard({ ports }) {
    </section>`;
 }
 
+const mostAlarms = 100;
+
 /** @param {{ alarms: import('./live.js').Alarm[], onSelect: (name: string) => void,
  *            ports: Map<string, Port> }} props */
 export function Alarms({ alarms, onSelect, ports }) {
    return html`<section class="card alarms" aria-label="Alarms">
       <h2>${counted(alarms.length, 'alarm')}</h2>
-      <ul>${alarms.slice(0, 100).map(alarm => html`
+      <ul>${alarms.slice(0, mostAlarms).map(alarm => html`
          <li key=${`${alarm.kind} ${alarm.interface}`}>
             ${ports.has(alarm.interface)
                ? html`<button class="link" onClick=${() => onSelect(alarm.interface)}>
@@ -60,7 +63,31 @@ export function Alarms({ alarms, onSelect, ports }) {
             ${' '}<${Foreign}>${alarm.text}<//>. ${alarm.ending && html`<span class="small">Ends with:
             ${' '}<${Foreign}>${alarm.ending}<//></span>`}</li>`)}
       </ul>
+      ${alarms.length > mostAlarms && html`<p class="small">And ${alarms.length - mostAlarms} more,
+         which ${' '}<code>ostra alarms</code> lists.</p>`}
    </section>`;
+}
+
+/** In milliseconds: a screen reader is to come to an end. */
+const betweenNews = 10000;
+
+/** Said by screen readers, and not seen.
+ * @param {{ entries: import('./words.js').Entry[] }} props */
+export function News({ entries }) {
+   const [text, setText] = useState('');
+   const newest = useRef(entries);
+   newest.current = entries;
+   useEffect(() => {
+      let since = Infinity;
+      const tell = () => {
+         const { current } = newest;
+         setText(newsOf(current, since));
+         since = current.length ? Number(current[current.length - 1].key) : 0;
+      };
+      const timer = setInterval(tell, betweenNews);
+      return () => clearInterval(timer);
+   }, []);
+   return html`<p class="spoken news" role="status">${text}</p>`;
 }
 
 /** @param {{ ports: Map<string, Port>, periods: { mlag: Period, nonMlag: Period },
@@ -74,7 +101,7 @@ export function Summary({ ports, periods, alarms, now, last, lastWhen, onSelect 
       <${CountsCard} ports=${ports} />
       <section class="card" aria-label="What happened last">
          <h2>Last</h2>
-         <p class="last" aria-live="polite"><${Foreign}>${last ? last.text : 'nothing yet'}<//></p>
+         <p class="last"><${Foreign}>${last ? last.text : 'nothing yet'}<//></p>
          <p class="small">${last ? lastWhen : ''}</p>
       </section>
       ${alarms.length > 0 &&

@@ -22,7 +22,9 @@ export function PortTable({ ports, now, selected, onSelect }) {
          const left = secondsLeft(port, now);
          return html`<tr key=${port.name} data-row=${port.name}
             class=${port.name === selected ? 'selected' : ''}>
-            <th scope="row"><button type="button" class="link" onClick=${() => onSelect(port.name)}>
+            <th scope="row"><button type="button" class="link" data-port=${port.name}
+               aria-current=${port.name === selected ? 'true' : 'false'}
+               onClick=${() => onSelect(port.name)}>
                <${Foreign}>${port.name}<//></button></th>
             <td>${classWords[port.class] ?? port.class}</td>
             <td>${port.portChannel ?? ''}</td>

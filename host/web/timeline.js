@@ -4,9 +4,9 @@
 // A reload on a line of time: a row for each class of ports, which opens up into its
 // port-channels and ranges of ports, and these into ports; marks for what happened beside it.
 
-import { classWords, counted, instant } from './model.js';
-import { html, useMemo, useState } from './parts.js';
-import { fewer, fewerMarks, lanesOf, ticksBetween } from './story.js';
+import { classWords, counted, instant, plain } from './model.js';
+import { Foreign, html, useMemo, useState } from './parts.js';
+import { fewer, fewerMarks, lanesOf, rangesIn, ticksBetween } from './story.js';
 
 /**
  * @typedef {import('./story.js').Story} Story
@@ -42,7 +42,7 @@ const stepOf = story => (story.end - story.start) / steps;
  *            name: string, cursor: number }} props positions in percent */
 function Bars({ spans, scale, end, zero, name, cursor }) {
    return spans.flatMap((span, i) => {
-      const says = `${name}: ${saysOf(span, zero)}`;
+      const says = plain(`${name}: ${saysOf(span, zero)}`);
       const isTall = span.kind === 'period';
       const piece = (/** @type {number} */ from, /** @type {number} */ to, /** @type {string} */ more) =>
          html`<rect key=${`${i}${more}`} class=${`b-${span.kind} ${more}`}
@@ -76,9 +76,8 @@ function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSe
          : only !== null
             ? html`<button type="button" class="link" onClick=${() => onSelect(only)}>${name}</button>`
             : html`<span>${name} <span class="small">${count || 'none held'}</span></span>`}</div>
-      <svg class="track" role="img" aria-label=${[...periods, ...spans].length
-         ? `${name}: ${[...periods, ...spans].slice(0, 20).map(s => saysOf(s, zero)).join('; ')}`
-         : `${name}: never held`}>
+      <svg class="track" role="img" aria-label=${plain(`${name}: ${[...periods, ...spans]
+         .slice(0, 20).map(s => saysOf(s, zero)).join('; ') || 'never held'}`)}>
          <${Bars} spans=${periods} scale=${scale} end=${story.end} zero=${zero} name=${name}
             cursor=${cursor} />
          <${Bars} spans=${spans} scale=${scale} end=${story.end} zero=${zero} name=${name}
@@ -97,11 +96,35 @@ function MarkRow({ story, scale, zero }) {
    return html`<div class="lane marks">
       <div class="name"><span>What happened</span></div>
       <svg class="track" role="img" aria-label=${label}>${marks.map((mark, i) => {
-         const says = `${instant(mark.t - zero)} ${mark.text}`;
+         const says = plain(`${instant(mark.t - zero)} ${mark.text}`);
          return html`<svg key=${i} x=${`${scale(mark.t)}%`} y="10" overflow="visible">
             <path class=${`m-${mark.kind}`} d=${markShapes[mark.kind]} data-says=${says}>
                <title>${says}</title></path></svg>`;
       })}</svg>
+   </div>`;
+}
+
+const mostRows = 500;
+
+/** The same as the picture, for those who do not see it.
+ * @param {{ lanes: { portClass: string, lane: Lane }[], story: Story, zero: number }} props */
+function TimeTable({ lanes, story, zero }) {
+   const rows = lanes.flatMap(({ portClass, lane }) => [
+      ...story.periods[portClass].map(span => ({ name: `${classWords[portClass]} ports`, span })),
+      ...lane.children.flatMap(rangesIn).flatMap(
+         ({ label, spans }) => spans.map(span => ({ name: label, span }))),
+   ]);
+   const end = (/** @type {Span} */ { to, until }) => to !== null ? instant(to - zero)
+      : typeof until === 'number' ? `${instant(until - zero)}, if nothing changes` : 'not yet';
+   return html`<div class="scroll" tabindex="0" role="region" aria-label="Time line as a table">
+      <table class="times">
+      <thead><tr><th scope="col">Ports</th><th scope="col">What</th><th scope="col">From</th>
+         <th scope="col">To</th><th scope="col">Why it ended</th></tr></thead>
+      <tbody>${rows.slice(0, mostRows).map(({ name, span }, i) => html`<tr key=${i}>
+         <th scope="row"><${Foreign}>${name}<//></th><td>${spanWords[span.kind] ?? span.kind}</td>
+         <td class="number">${instant(span.from - zero)}</td><td class="number">${end(span)}</td>
+         <td><${Foreign}>${span.why}<//></td></tr>`)}</tbody></table>
+      ${rows.length > mostRows && html`<p class="small">And ${rows.length - mostRows} more.</p>`}
    </div>`;
 }
 
@@ -111,6 +134,7 @@ function MarkRow({ story, scale, zero }) {
 export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
    const [open, setOpen] = useState(() => new Set(/** @type {string[]} */ ([])));
    const [says, setSays] = useState('');
+   const [isTable, setTable] = useState(false);
    const lanes = useMemo(() => lanesOf(story), [story]);
    const length = story.end - story.start;
    const scale = (/** @type {number} */ t) =>
@@ -123,6 +147,8 @@ export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
       setOpen(next);
    };
    const onClick = (/** @type {MouseEvent} */ event) => {
+      // A finger cannot point.
+      onOver(event);
       const track = /** @type {Element} */ (event.target).closest('.track');
       if (track && onCursor) {
          const { left, width } = track.getBoundingClientRect();
@@ -135,7 +161,10 @@ export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
    };
    const isWithin = cursor >= story.start && cursor <= story.end;
    return html`<section class="card" aria-label="Time line">
-      <h2>Time line</h2>
+      <div class="bar"><h2>Time line</h2>
+         <button type="button" aria-pressed=${isTable ? 'true' : 'false'}
+            onClick=${() => setTable(!isTable)}>Its times in a table</button></div>
+      ${isTable && html`<${TimeTable} lanes=${lanes} story=${story} zero=${zero} />`}
       <div class=${`timeline ${onCursor ? 'choosable' : ''}`} onClick=${onClick} onMouseOver=${onOver}>
          <div class="lane axis"><div class="name"></div><div class="ticks">
             ${ticksBetween(story.start - zero, story.end - zero, 7).map(t => html`
@@ -150,6 +179,6 @@ export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
       </div>
       ${typeof story.knownFrom === 'number' && html`<p class="small">What was before
          ${' '}${instant(story.knownFrom - zero)} is not known.</p>`}
-      <p class="small says">${says || 'Point at a bar or a mark for what it is.'}</p>
+      <p class="small says"><${Foreign}>${says || 'Point at a bar or a mark for what it is.'}<//></p>
    </section>`;
 }

@@ -3,7 +3,7 @@
 
 // Records as sentences for people. Ports to which the same happens at one time are one entry.
 
-import { counted, rangesOf } from './model.js';
+import { counted, plain, rangesOf, shortened } from './model.js';
 
 /**
  * @typedef {import('./model.js').StreamRecord} StreamRecord
@@ -133,6 +133,17 @@ export function entriesOf(records) {
       entries.push(entry);
    }
    return entries.map(({ says, ...entry }) => ({ ...entry, text: says(entry.names) }));
+}
+
+/** In characters. */
+const longestNews = 200;
+
+/** What is worth interrupting somebody who does not look: holds, releases and alarms.
+ * @param {Entry[]} entries @param {number} since the number of a record */
+export function newsOf(entries, since) {
+   const texts = entries.filter(({ key, kind }) => Number(key) > since &&
+      ['held', 'standby', 'released', 'alarm'].includes(kind)).map(({ text }) => plain(text));
+   return shortened(texts.reverse().join('. '), longestNews);
 }
 
 /** In seconds: two forecasts are not made in the same instant. */

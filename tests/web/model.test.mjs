@@ -7,11 +7,11 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
 import { layoutOf } from '../../host/web/layout.js';
-import { compareNames, duration, instant, rangesOf, secondsLeft, stateOf } from
+import { compareNames, duration, instant, plain, rangesOf, secondsLeft, stateOf } from
    '../../host/web/model.js';
 import { Recorded } from '../../host/web/recorded.js';
-import { fewer, fewerMarks, lanesOf, rangeOf, ticksBetween } from '../../host/web/story.js';
-import { changesOf, entriesOf, onlyIn } from '../../host/web/words.js';
+import { fewer, fewerMarks, lanesOf, rangeOf, rangesIn, ticksBetween } from '../../host/web/story.js';
+import { changesOf, entriesOf, newsOf, onlyIn } from '../../host/web/words.js';
 
 const port = {
    name: 'Ethernet1', class: 'mlag', portChannel: null, isPresent: true, admin: '', link: '',
@@ -61,6 +61,19 @@ test('Model.NamesAreOrderedAndShortenedByTheirNumbers', () => {
    assert.equal(rangesOf(['Ethernet3/1', 'Ethernet3/2', 'Ethernet4/1']), 'Ethernet3/1-2,Ethernet4/1');
    assert.equal(rangesOf([]), '');
    assert.equal(rangesOf(['odd', 'even']), 'even,odd');
+});
+
+test('Model.WhatChangesTheDirectionOfATextIsShown', () => {
+   assert.equal(plain('a\u202eb\u2066\u05d0'), 'a\\u202eb\\u2066\u05d0');
+});
+
+test('Words.NewsAreShortAndOfWhatMatters', () => {
+   const entry = (key, kind, text) => ({ key, kind, text });
+   const entries = [entry('1', 'held', 'old'), entry('2', 'other', 'written'),
+      entry('3', 'released', '2 ports released'), entry('4', 'alarm', 'x'.repeat(1000))];
+   assert.equal(newsOf(entries.slice(0, 3), 1), '2 ports released');
+   assert.equal(newsOf(entries, 1).length, 200);
+   assert.equal(newsOf(entries, 4), '');
 });
 
 const cageNames = module => module.blocks.flat().map(cage => cage.ports.map(p => p.label).join(' '));
@@ -160,6 +173,8 @@ test('Story.LanesOpenUpIntoPortChannelsAndPorts', () => {
       ['Ethernet2', [{ from: 0, to: 100, kind: 'held', why: 'interface gone' }]],
    ]);
    assert.deepEqual(nonMlag.lane.ports, []);
+   assert.deepEqual(mlag.lane.children.flatMap(rangesIn).map(lane => lane.label),
+      ['Ethernet1', 'Ethernet2']);
 });
 
 test('Story.APortThatWasHeldHasALaneWhateverItIsNow', () => {

@@ -30,7 +30,7 @@ test('Page.ShowsALiveSwitch', async t => {
    assert.equal(await stateOf(page, 'Ethernet1'), 'unsupported');
    assert.equal(await stateOf(page, 'Ethernet49/1'), 'never');
    const left = await page.textContent('[data-period="mlag"]');
-   assert.match(left, /^4:5\d|5:00$/);
+   assert.match(left, /^(4:5\d|5:00)$/);
    await until(async () => await page.textContent('[data-period="mlag"]') !== left);
    await page.click('[data-port="Ethernet1"]');
    const detail = await page.textContent('.detail');
@@ -119,11 +119,41 @@ test('Page.WorksWithTheKeyboardAlone', async t => {
       await page.keyboard.press(key);
       assert.equal(await focused(), name, key);
    }
+   const isGone = () => page.waitForSelector('.detail', { state: 'detached' });
    await page.keyboard.press('Enter');
-   await page.waitForSelector('.detail');
+   await page.waitForSelector('#detail-name:focus');
    await page.keyboard.press('Escape');
-   await page.waitForSelector('.detail', { state: 'detached' });
+   await isGone();
    assert.equal(await focused(), 'Ethernet1');
+   await page.keyboard.press('ArrowRight');
+   await page.click('[data-port="Ethernet5"]');
+   assert.deepEqual(await page.$$eval('button.port[tabindex="0"]',
+      all => all.map(button => button.dataset.port)), ['Ethernet5']);
+   await page.focus('textarea');
+   await page.keyboard.press('Escape');
+   assert.equal(await page.evaluate(() => document.activeElement.tagName), 'TEXTAREA');
+   assert.equal(await page.textContent('#detail-name'), 'Ethernet5');
+   await page.click('text=As a table');
+   await page.focus('tr[data-row="Ethernet6"] button');
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('#detail-name:focus');
+   assert.equal(await page.textContent('#detail-name'), 'Ethernet6');
+   await page.keyboard.press('Escape');
+   await isGone();
+   assert.equal(await focused(), 'Ethernet6');
+   await page.focus('text=Its times in a table');
+   await page.keyboard.press('Enter');
+   const rows = await page.$$eval('.times tbody tr', all => all.map(row => row.textContent));
+   assert.equal(rows.length, 5);
+   assert.match(rows[1], /^Port-Channel10errdisabled0:00:000:05:00, if nothing changes/);
+});
+
+test('Page.InterruptsNobodyWhoListens', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   assert.equal(await page.locator('[aria-live]').count(), 0);
+   assert.equal(await page.textContent('.news'), '');
+   assert.equal(await page.getAttribute('[data-port="Ethernet1"] .left', 'aria-hidden'), 'true');
 });
 
 for (const colorScheme of ['light', 'dark']) {
@@ -168,7 +198,7 @@ test('Page.ShowsARunFromTheDisk', async t => {
 });
 
 test('Page.TextOfTheTreeIsNoMarkup', async t => {
-   const hostile = '</script><img src=x onerror=alert(1)>"\'&amp;\\u202e\\u05d0' + 'W'.repeat(10000);
+   const hostile = '</script><img src=x onerror=alert(1)>"\'&amp;\u202e\u05d0' + 'W'.repeat(10000);
    const scenario = JSON.stringify({
       name: hostile,
       mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } } },
@@ -177,6 +207,10 @@ test('Page.TextOfTheTreeIsNoMarkup', async t => {
    const page = await open(t, pageOfRun(t, scenario), { viewport: { width: 360, height: 700 } });
    await page.fill('input[type=range]', '1');
    assert.equal(await page.textContent('h1'), hostile);
+   assert.ok(!(await page.title()).includes('\u202e'));
+   await page.hover('.m-event');
+   assert.ok((await page.textContent('.says bdi')).includes('alert(1)'));
+   assert.ok(!(await page.innerHTML('.timeline')).includes('\u202e'));
    assert.equal(await page.locator('img').count(), 0);
    assert.equal(await page.locator('script').count(), 2);
    assert.ok((await page.textContent('.log')).includes('onerror=alert(1)'));
