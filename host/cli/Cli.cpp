@@ -79,6 +79,7 @@ class CommandLine {
       std::string const command = parser_.command();
       if ( command == "run" ) {
          refuseTwoReaders( run_.input );
+         refuseAgainst();
          runScenario( run_, out );
       } else if ( command == "check" ) {
          refuseTwoReaders( check_.input );
@@ -99,6 +100,20 @@ class CommandLine {
             fmt::format( "ostra {}: --mounts", parser_.command() ),
             inQuotes( "-" ),
             "a file, as standard input is the scenario" );
+      }
+   }
+
+   void refuseAgainst() const {
+      if ( run_.against && run_.format != RunFormat::html ) {
+         refuse( "ostra run: --against", "another format", "--format html" );
+      }
+      if (
+         run_.against == "-" &&
+         ( run_.input.scenario == "-" || run_.input.mounts == "-" ) ) {
+         refuse(
+            "ostra run: --against",
+            inQuotes( "-" ),
+            "a file, as standard input is read already" );
       }
    }
 
@@ -194,10 +209,10 @@ class CommandLine {
          run_.format,
          { { "text", RunFormat::text },
            { "ndjson", RunFormat::ndjson },
-           { "html", RunFormat::html } },
-         "For people (which it is without this), one JSON object a line, or a page that "
-         "shows "
-         "it in a browser and needs nothing else" );
+           { "html", RunFormat::html },
+           { "svg", RunFormat::svg } },
+         "For people (which it is without this), one JSON object a line, a page that "
+         "shows it in a browser and needs nothing else, or a picture of its time line" );
       parser_.addChoice< Colour >(
          command,
          "--colour,--color",
@@ -213,6 +228,16 @@ class CommandLine {
          "--real-time",
          run_.realTime,
          "Wait: a second of scenario time takes a second" );
+      parser_.addText(
+         command,
+         "--against",
+         "FILE",
+         "With --format html: compare the run with that scenario's, on one time line. For "
+         "such a page, or for one of its own, a file may be a stream that was recorded "
+         "with "
+         "--format ndjson, too",
+         expectedFile,
+         run_.against );
       addMounts( command, run_.input );
       addMaxInput( command, run_.input );
       addPlugin( command, run_.input.plugin );

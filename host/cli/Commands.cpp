@@ -9,10 +9,12 @@
 #include <host/base/Words>
 #include <host/check/Warnings>
 #include <host/cli/Input>
+#include <host/cli/PageOfRuns>
 #include <host/run/Diagnostics>
 #include <host/run/Run>
 #include <host/state/TypeList>
 #include <host/text/TextAlarms>
+#include <host/web/PageRecords>
 
 #include <fmt/format.h>
 
@@ -98,19 +100,16 @@ hasColour( Colour colour ) {
 }
 
 void
-runScenario( RunOptions const& options, std::ostream& out ) {
+playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput const& make ) {
    Input input( options.input );
    input.releaseDocument();
    if ( options.until ) {
       input.scenario().until = options.until;
    }
    ScenarioTime time( input.scenario().startTime );
-   TextOptions const text{ .colour = hasColour( options.colour ),
-                           .trace = options.trace.has_value(),
-                           .width = outputWidth() };
-   RecordOutput const output = makeOutput( options.format, text, out );
+   RecordOutput const output = make( out );
    RunAlarms alarms( *output.sink );
-   // The stream for programs has no records of alarms.
+   // Only the text has records of alarms.
    bool const tellsAlarms = options.format == RunFormat::text;
    RecordSink& sink = tellsAlarms ? alarms : *output.sink;
    Agent agent( input.agentType(), input.mounts() );
@@ -131,9 +130,26 @@ runScenario( RunOptions const& options, std::ostream& out ) {
    };
    Run( { input.scenario(), input.mounts(), agent, time, sink, *pacer, settle } ).play();
    if ( tellsAlarms && out.good() ) {
-      TextLines lines( out, Style( text.colour ), text.width );
+      TextLines lines( out, Style( hasColour( options.colour ) ), outputWidth() );
       printAlarms( lines, alarms.look( input.mounts(), agent, time ) );
    }
+}
+
+void
+runScenario( RunOptions const& options, std::ostream& out ) {
+   auto const& scenario = options.input.scenario;
+   bool const isOfStream =
+      options.format == RunFormat::html && scenario && isStream( *scenario );
+   if ( options.against || isOfStream ) {
+      printPageOfRuns( options, out );
+      return;
+   }
+   TextOptions const text{ .colour = hasColour( options.colour ),
+                           .trace = options.trace.has_value(),
+                           .width = outputWidth() };
+   playScenario( options, out, [ & ]( std::ostream& to ) {
+      return makeOutput( options.format, text, to );
+   } );
 }
 
 void

@@ -5,8 +5,20 @@
 
 #include <host/run/NdjsonSink>
 #include <host/web/HtmlSink>
+#include <host/web/SvgSink>
 
 namespace ostra {
+
+namespace {
+
+template< class Sink >
+RecordOutput
+settled( std::unique_ptr< Sink > sink ) {
+   Sink* const borrowed = sink.get();
+   return { std::move( sink ), [ borrowed ] { borrowed->settle(); } };
+}
+
+} // namespace
 
 RecordOutput
 makeOutput( RunFormat format, TextOptions const& text, std::ostream& out ) {
@@ -14,13 +26,12 @@ makeOutput( RunFormat format, TextOptions const& text, std::ostream& out ) {
       return { std::make_unique< NdjsonSink >( out ), [] {} };
    }
    if ( format == RunFormat::html ) {
-      auto page = std::make_unique< HtmlSink >( out );
-      HtmlSink* const borrowed = page.get();
-      return { std::move( page ), [ borrowed ] { borrowed->settle(); } };
+      return settled( std::make_unique< HtmlSink >( out ) );
    }
-   auto report = std::make_unique< TextReport >( out, text );
-   TextReport* const borrowed = report.get();
-   return { std::move( report ), [ borrowed ] { borrowed->settle(); } };
+   if ( format == RunFormat::svg ) {
+      return settled( std::make_unique< SvgSink >( out ) );
+   }
+   return settled( std::make_unique< TextReport >( out, text ) );
 }
 
 } // namespace ostra

@@ -3,14 +3,15 @@
 
 // The page: a live host, or a run with whose records it was made.
 
+import { differencesOf } from './compare.js';
 import { Detail } from './detail.js';
 import { Faceplate, Legend } from './faceplate.js';
 import { Live } from './live.js';
 import { duration, instant, plain } from './model.js';
 import { Foreign, html, render, useEffect, useMemo, useRef, useState } from './parts.js';
-import { Recorded } from './recorded.js';
+import { recordedOf } from './recorded.js';
 import { News, Summary } from './summary.js';
-import { Log, PortTable } from './tables.js';
+import { Differences, Log, PortTable } from './tables.js';
 import { TimeLine } from './timeline.js';
 import { Releasers, WhatIf } from './whatif.js';
 
@@ -70,7 +71,7 @@ function Body({ ports, periods, alarms, entries, story, now, zero, whenOf, onCur
             entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect}
             more=${moreOf && moreOf(port)} />`}
       </div>
-      <${TimeLine} story=${story} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
+      <${TimeLine} lines=${[{ story, name: '' }]} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
       ${below}
       <${Log} entries=${entries} whenOf=${whenOf} />
    </main>`;
@@ -130,6 +131,8 @@ function LivePage({ live }) {
 }
 
 const speed = 30;
+/** What two runs are called. */
+const letters = ['A', 'B'];
 
 /** @param {{ t: number, end: number, onTime: (t: number) => void }} props */
 function Player({ t, end, onTime }) {
@@ -172,7 +175,7 @@ function Player({ t, end, onTime }) {
    </section>`;
 }
 
-/** @param {{ recorded: Recorded }} props */
+/** @param {{ recorded: import('./recorded.js').Recorded }} props */
 function RecordedPage({ recorded }) {
    const [t, setTime] = useState(0);
    const ports = useMemo(() => recorded.portsAt(t), [t]);
@@ -186,13 +189,41 @@ function RecordedPage({ recorded }) {
          above=${html`<${Player} t=${t} end=${story.end} onTime=${setTime} />`} />`;
 }
 
+/** Two runs on one line of time: what differs, and the ports of both at any time.
+ * @param {{ runs: import('./recorded.js').Recorded[] }} props */
+function ComparePage({ runs }) {
+   const [t, setTime] = useState(0);
+   const [selected, setSelected] = useState(/** @type {string|null} */ (null));
+   const onSelect = (/** @type {string} */ name) => setSelected(name === selected ? null : name);
+   const differences = useMemo(() => differencesOf(runs[0], runs[1]), []);
+   const ports = useMemo(() => runs.map(run => run.portsAt(t)), [t]);
+   const lines = runs.map(({ story }, i) => ({ story, name: letters[i] }));
+   const end = Math.max(...runs.map(({ story }) => story.end));
+   return html`
+      <${Header} title="Two reloads" version=${runs[0].version} status="recorded" />
+      <main>
+         <ul class="names">${runs.map((run, i) => html`<li key=${i}><b>${letters[i]}</b>
+            ${' '}<${Foreign}>${run.name || 'a reload'}<//></li>`)}</ul>
+         <${Differences} differences=${differences} />
+         <${Player} t=${t} end=${end} onTime=${setTime} />
+         <${TimeLine} lines=${lines} cursor=${t} zero=${0} onCursor=${setTime} onSelect=${onSelect} />
+         <div class="beside">${ports.map((some, i) => html`
+            <section class="card plate" key=${i} aria-label=${`Ports of ${letters[i]}`}>
+               <h2>Ports of ${letters[i]}</h2>
+               <${Legend} ports=${some} />
+               <${Faceplate} ports=${some} now=${t} selected=${selected} onSelect=${onSelect} />
+            </section>`)}</div>
+      </main>`;
+}
+
 function show() {
    const page = /** @type {HTMLElement} */ (document.getElementById('page'));
    const text = document.getElementById('records')?.textContent ?? '';
    if (text.trim()) {
-      const recorded = new Recorded(text);
+      const [recorded, other] = recordedOf(text);
       document.title = plain(recorded.name) || 'A reload';
-      render(html`<${RecordedPage} recorded=${recorded} />`, page);
+      render(other ? html`<${ComparePage} runs=${[recorded, other]} />`
+         : html`<${RecordedPage} recorded=${recorded} />`, page);
       return;
    }
    const live = new Live(() => {});
@@ -201,4 +232,5 @@ function show() {
    document.addEventListener('visibilitychange', () => live.pause(document.hidden));
 }
 
-show();
+// The records come last, so that those of a run that was cut off are shown up to there.
+document.addEventListener('DOMContentLoaded', show);

@@ -1,11 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright 2026 The MlagOstra authors
 
+cmake_minimum_required( VERSION 3.24 )
+
 # Puts the page together and writes it as a source:
 # cmake -D SOURCES=directory -D OUTPUT=source.cpp -P assemble.cmake
 
 # In this order, each after those that it imports.
-set( modules model layout story words parts records live recorded
+set( modules model layout story words parts records live stream recorded compare
    summary faceplate detail timeline tables whatif app )
 
 # What is read by a script of CMake keeps its brackets and semicolons only within quotes.
@@ -36,9 +38,27 @@ endfunction()
 # The modules become one script: without imports, and what is exported is in the same scope.
 read( script vendor/htm-preact.js )
 string( APPEND script "\n( () => {\n'use strict';\n" )
+set( names "" )
 foreach( module ${modules} )
    read( text ${module}.js )
+   string( REPLACE "\r" "" text "${text}" )
+   # In one scope the second of two that are called the same would silently be both.
+   string( REGEX MATCHALL "\n(export )?(async )?(function|class|const|let) [A-Za-z0-9_]+"
+      declarations "${text}" )
+   foreach( declaration IN LISTS declarations )
+      string( REGEX REPLACE ".* " "" name "${declaration}" )
+      if( name IN_LIST names )
+         message( FATAL_ERROR "${module}.js: ${name} is the name of something in another module" )
+      endif()
+      list( APPEND names ${name} )
+   endforeach()
    string( REGEX REPLACE "(^|\n)import [^\n]*;" "\\1" text "${text}" )
+   if( text MATCHES "(^|\n)import " )
+      message( FATAL_ERROR "${module}.js: an import is longer than a line" )
+   endif()
+   if( text MATCHES "\\*\\*+\\*/" )
+      message( FATAL_ERROR "${module}.js: a comment ends with more than one asterisk" )
+   endif()
    string( REGEX REPLACE "(^|\n)export " "\\1" text "${text}" )
    # Types are for who reads and checks the sources.
    string( REGEX REPLACE "\n *//[^\n]*" "" text "${text}" )
@@ -51,6 +71,7 @@ if( script MATCHES "</script|<!--" )
    message( FATAL_ERROR "the script has what would end it in HTML" )
 endif()
 read( style page.css )
+string( REPLACE "\r" "" style "${style}" )
 
 hash_source( scriptHash "${script}" )
 hash_source( styleHash "${style}" )

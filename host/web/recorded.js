@@ -4,6 +4,7 @@
 // A run that is over, from its records: the switch at any time of it.
 
 import { adminWord, linkWord } from './model.js';
+import { completed } from './stream.js';
 import { entriesOf } from './words.js';
 
 /**
@@ -65,11 +66,33 @@ function spansOf(facts) {
    return spans;
 }
 
+/** A line that was cut off, where somebody ended the run, is none.
+ * @param {string} text a record a line @returns {StreamRecord[]} */
+function parsed(text) {
+   return text.split('\n').filter(line => line.trim()).flatMap((line, i, lines) => {
+      try {
+         return [JSON.parse(line)];
+      } catch (error) {
+         if (i + 1 < lines.length) {
+            throw error;
+         }
+         return [];
+      }
+   });
+}
+
+/** @param {string} text a record a line @returns {Recorded[]} one run, or two to compare */
+export function recordedOf(text) {
+   const records = parsed(text);
+   const second = records.findIndex(record => record.type === 'against');
+   return second < 0 ? [new Recorded(records)]
+      : [new Recorded(records.slice(0, second)), new Recorded(records.slice(second + 1))];
+}
+
 export class Recorded {
-   /** @param {string} text a record a line */
-   constructor(text) {
-      /** @type {StreamRecord[]} */
-      const records = text.split('\n').filter(line => line.trim()).map(line => JSON.parse(line));
+   /** @param {StreamRecord[]} given in order */
+   constructor(given) {
+      const records = completed(given);
       /** @type {Map<string, Fact[]>} */
       this.facts = new Map();
       /** @type {{ t: number, mlag: Period, nonMlag: Period }[]} */

@@ -35,6 +35,27 @@ export function PortTable({ ports, now, selected, onSelect }) {
    </div>`;
 }
 
+const mostDifferences = 500;
+
+/** What differs between two runs.
+ * @param {{ differences: import('./compare.js').Difference[] }} props */
+export function Differences({ differences }) {
+   return html`<section class="card" aria-label="What differs"><h2>What differs</h2>
+      ${differences.length === 0 ? html`<p>Nothing: the same ports were held and released at the
+         same times, and the same was told.</p>` : html`
+      <div class="scroll" tabindex="0" role="region" aria-label="What differs, as a table">
+      <table class="differences">
+      <thead><tr><th scope="col">Ports or message</th><th scope="col">What</th>
+         <th scope="col">A</th><th scope="col">B</th></tr></thead>
+      <tbody>${differences.slice(0, mostDifferences).map(({ of, what, a, b }) => html`
+         <tr key=${of}><th scope="row"><${Foreign}>${of}<//></th><td>${what}</td>
+            <td><${Foreign}>${a || '–'}<//></td><td><${Foreign}>${b || '–'}<//></td></tr>`)}
+      </tbody></table></div>`}
+      ${differences.length > mostDifferences &&
+         html`<p class="small">And ${differences.length - mostDifferences} more.</p>`}
+   </section>`;
+}
+
 const firstEntries = 30;
 
 /** The newest first.

@@ -12,6 +12,9 @@ import { fewer, fewerMarks, lanesOf, rangesIn, ticksBetween } from './story.js';
  * @typedef {import('./story.js').Story} Story
  * @typedef {import('./story.js').Span} Span
  * @typedef {import('./story.js').Lane} Lane
+ *
+ * `name`: of several lines; empty for one.
+ * @typedef {{ story: Story, name: string }} Line
  */
 
 /** @type {{ [kind: string]: string }} */
@@ -58,20 +61,22 @@ function Bars({ spans, scale, end, zero, name, cursor }) {
    });
 }
 
-/** @param {{ lane: Lane, depth: number, open: Set<string>, onToggle: (key: string) => void,
+/** `line`: which of several it belongs to.
+ * @param {{ lane: Lane, line: string, depth: number, open: Set<string>, onToggle: (key: string) => void,
  *            story: Story, scale: (t: number) => number, zero: number,
  *            cursor: number, onSelect: (name: string) => void, periods?: Span[] }} props */
-function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSelect, periods = [] }) {
-   const isOpen = open.has(lane.key);
+function LaneRow({ lane, line, depth, open, onToggle, story, scale, zero, cursor, onSelect, periods = [] }) {
+   const key = line ? `${line} ${lane.key}` : lane.key;
+   const isOpen = open.has(key);
    const hasMore = lane.children.length > 0;
-   const name = depth === 0 ? `${classWords[lane.key]} ports` : lane.label;
+   const name = depth === 0 ? `${line ? `${line}: ` : ''}${classWords[lane.key]} ports` : lane.label;
    const count = lane.ports.length > 1 ? counted(lane.ports.length, 'port') : '';
    const spans = fewer(lane.spans, stepOf(story));
    const only = lane.ports.length === 1 ? lane.ports[0] : null;
-   return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${lane.key}>
+   return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${key}>
       <div class="name">${hasMore
          ? html`<button type="button" class="fold" aria-expanded=${isOpen ? 'true' : 'false'}
-              onClick=${() => onToggle(lane.key)}>${isOpen ? '▾' : '▸'} ${name}
+              onClick=${() => onToggle(key)}>${isOpen ? '▾' : '▸'} ${name}
               ${' '}<span class="small">${count}</span></button>`
          : only !== null
             ? html`<button type="button" class="link" onClick=${() => onSelect(only)}>${name}</button>`
@@ -85,16 +90,16 @@ function LaneRow({ lane, depth, open, onToggle, story, scale, zero, cursor, onSe
       </svg>
    </div>
    ${isOpen && lane.children.map(child => html`<${LaneRow} key=${child.key} lane=${child}
-      depth=${depth + 1} open=${open} onToggle=${onToggle} story=${story} scale=${scale}
+      line=${line} depth=${depth + 1} open=${open} onToggle=${onToggle} story=${story} scale=${scale}
       zero=${zero} cursor=${cursor} onSelect=${onSelect} />`)}`;
 }
 
-/** @param {{ story: Story, scale: (t: number) => number, zero: number }} props */
-function MarkRow({ story, scale, zero }) {
-   const marks = useMemo(() => fewerMarks(story.marks, stepOf(story)), [story]);
+/** @param {{ line: Line, step: number, scale: (t: number) => number, zero: number }} props */
+function MarkRow({ line: { story, name }, step, scale, zero }) {
+   const marks = useMemo(() => fewerMarks(story.marks, step), [story]);
    const label = `${counted(story.marks.length, 'mark')}; the list of what happened has them all`;
    return html`<div class="lane marks">
-      <div class="name"><span>What happened</span></div>
+      <div class="name"><span>${name && `${name}: `}What happened</span></div>
       <svg class="track" role="img" aria-label=${label}>${marks.map((mark, i) => {
          const says = plain(`${instant(mark.t - zero)} ${mark.text}`);
          return html`<svg key=${i} x=${`${scale(mark.t)}%`} y="10" overflow="visible">
@@ -107,13 +112,14 @@ function MarkRow({ story, scale, zero }) {
 const mostRows = 500;
 
 /** The same as the picture, for those who do not see it.
- * @param {{ lanes: { portClass: string, lane: Lane }[], story: Story, zero: number }} props */
-function TimeTable({ lanes, story, zero }) {
-   const rows = lanes.flatMap(({ portClass, lane }) => [
-      ...story.periods[portClass].map(span => ({ name: `${classWords[portClass]} ports`, span })),
+ * @param {{ lanes: { line: Line, portClass: string, lane: Lane }[], zero: number }} props */
+function TimeTable({ lanes, zero }) {
+   const rows = lanes.flatMap(({ line, portClass, lane }) => [
+      ...line.story.periods[portClass].map(
+         span => ({ name: `${classWords[portClass]} ports`, span })),
       ...lane.children.flatMap(rangesIn).flatMap(
          ({ label, spans }) => spans.map(span => ({ name: label, span }))),
-   ]);
+   ].map(({ name, span }) => ({ name: line.name ? `${line.name}: ${name}` : name, span })));
    const end = (/** @type {Span} */ { to, until }) => to !== null ? instant(to - zero)
       : typeof until === 'number' ? `${instant(until - zero)}, if nothing changes` : 'not yet';
    return html`<div class="scroll" tabindex="0" role="region" aria-label="Time line as a table">
@@ -128,17 +134,27 @@ function TimeTable({ lanes, story, zero }) {
    </div>`;
 }
 
+/** The lanes of all lines, those of one class beside each other.
+ * @param {Line[]} lines */
+function lanesOfAll(lines) {
+   const lanes = lines.map(line => lanesOf(line.story).map(lane => ({ line, ...lane })));
+   return lanes[0].flatMap((_, i) => lanes.map(some => some[i]));
+}
+
 /** `cursor`: the time that is shown; `onCursor`: another one is chosen, if that can be.
- * @param {{ story: Story, cursor: number, zero: number, onCursor?: (t: number) => void,
+ * @param {{ lines: Line[], cursor: number, zero: number, onCursor?: (t: number) => void,
  *           onSelect: (name: string) => void }} props */
-export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
+export function TimeLine({ lines, cursor, zero, onCursor, onSelect }) {
    const [open, setOpen] = useState(() => new Set(/** @type {string[]} */ ([])));
    const [says, setSays] = useState('');
    const [isTable, setTable] = useState(false);
-   const lanes = useMemo(() => lanesOf(story), [story]);
-   const length = story.end - story.start;
+   const lanes = useMemo(() => lanesOfAll(lines), lines.map(({ story }) => story));
+   const start = Math.min(...lines.map(({ story }) => story.start));
+   const end = Math.max(...lines.map(({ story }) => story.end));
+   const length = end - start;
+   const knownFrom = lines[0].story.knownFrom;
    const scale = (/** @type {number} */ t) =>
-      Math.min(100, Math.max(0, (t - story.start) / length * 100));
+      Math.min(100, Math.max(0, (t - start) / length * 100));
    const onToggle = (/** @type {string} */ key) => {
       const next = new Set(open);
       if (!next.delete(key)) {
@@ -152,33 +168,35 @@ export function TimeLine({ story, cursor, zero, onCursor, onSelect }) {
       const track = /** @type {Element} */ (event.target).closest('.track');
       if (track && onCursor) {
          const { left, width } = track.getBoundingClientRect();
-         onCursor(story.start + (event.clientX - left) / width * length);
+         onCursor(start + (event.clientX - left) / width * length);
       }
    };
    const onOver = (/** @type {Event} */ event) => {
       const item = /** @type {Element} */ (event.target).closest('[data-says]');
       setSays(item?.getAttribute('data-says') ?? '');
    };
-   const isWithin = cursor >= story.start && cursor <= story.end;
+   const isWithin = cursor >= start && cursor <= end;
    return html`<section class="card" aria-label="Time line">
       <div class="bar"><h2>Time line</h2>
          <button type="button" aria-pressed=${isTable ? 'true' : 'false'}
             onClick=${() => setTable(!isTable)}>Its times in a table</button></div>
-      ${isTable && html`<${TimeTable} lanes=${lanes} story=${story} zero=${zero} />`}
+      ${isTable && html`<${TimeTable} lanes=${lanes} zero=${zero} />`}
       <div class=${`timeline ${onCursor ? 'choosable' : ''}`} onClick=${onClick} onMouseOver=${onOver}>
          <div class="lane axis"><div class="name"></div><div class="ticks">
-            ${ticksBetween(story.start - zero, story.end - zero, 7).map(t => html`
+            ${ticksBetween(start - zero, end - zero, 7).map(t => html`
                <span key=${t} style=${{ left: `${scale(t + zero)}%` }}>${instant(t)}</span>`)}
          </div></div>
-         <${MarkRow} story=${story} scale=${scale} zero=${zero} />
-         ${lanes.map(({ portClass, lane }) => html`<${LaneRow} key=${portClass} lane=${lane} depth=${0}
-            open=${open} onToggle=${onToggle} story=${story} scale=${scale} zero=${zero}
-            cursor=${cursor} onSelect=${onSelect} periods=${story.periods[portClass]} />`)}
+         ${lines.map(line => html`<${MarkRow} key=${line.name} line=${line} step=${length / steps}
+            scale=${scale} zero=${zero} />`)}
+         ${lanes.map(({ line, portClass, lane }) => html`<${LaneRow} key=${`${line.name} ${portClass}`}
+            lane=${lane} line=${line.name} depth=${0} open=${open} onToggle=${onToggle} story=${line.story}
+            scale=${scale} zero=${zero} cursor=${cursor} onSelect=${onSelect}
+            periods=${line.story.periods[portClass]} />`)}
          <div class="over" aria-hidden="true"><div class="cursor" hidden=${!isWithin}
             style=${{ left: `${scale(cursor)}%` }}></div></div>
       </div>
-      ${typeof story.knownFrom === 'number' && html`<p class="small">What was before
-         ${' '}${instant(story.knownFrom - zero)} is not known.</p>`}
+      ${typeof knownFrom === 'number' && html`<p class="small">What was before
+         ${' '}${instant(knownFrom - zero)} is not known.</p>`}
       <p class="small says"><${Foreign}>${says || 'Point at a bar or a mark for what it is.'}<//></p>
    </section>`;
 }

@@ -9,7 +9,8 @@ import { test } from 'node:test';
 import { layoutOf } from '../../host/web/layout.js';
 import { compareNames, duration, instant, plain, rangesOf, secondsLeft, stateOf } from
    '../../host/web/model.js';
-import { Recorded } from '../../host/web/recorded.js';
+import { differencesOf } from '../../host/web/compare.js';
+import { Recorded, recordedOf } from '../../host/web/recorded.js';
 import { fewer, fewerMarks, lanesOf, rangeOf, rangesIn, ticksBetween } from '../../host/web/story.js';
 import { changesOf, entriesOf, newsOf, onlyIn } from '../../host/web/words.js';
 
@@ -146,7 +147,8 @@ const stream = [
       nonMlag: { state: 'idle', start: null, end: null } },
    { t: 300, type: 'end' },
 ];
-const recorded = () => new Recorded(stream.map(record => JSON.stringify(record)).join('\n'));
+const textOf = records => records.map(record => JSON.stringify(record)).join('\n');
+const recorded = () => recordedOf(textOf(stream))[0];
 
 test('Recorded.TheSwitchIsAsItWasAtAnyTime', () => {
    const run = recorded();
@@ -160,6 +162,64 @@ test('Recorded.TheSwitchIsAsItWasAtAnyTime', () => {
    assert.equal(run.portsAt(300).get('Ethernet1').released, 300);
    assert.equal(run.periodsAt(299).mlag.state, 'held');
    assert.equal(run.periodsAt(300).mlag.state, 'released');
+});
+
+test('Recorded.ARunThatSomebodyEndedIsShownUpToThere', () => {
+   const [run] = recordedOf(textOf(stream.slice(0, 5)) + '\n{"t":300,"ty');
+   assert.equal(run.end, 100);
+   assert.throws(() => recordedOf('{"t":\n' + textOf(stream)), SyntaxError);
+});
+
+test('Recorded.AStreamSaysWhoWasHeld', () => {
+   const write = (t, path, value) => ({ t, type: 'write', path: path.split('/'), value });
+   const run = new Recorded([
+      { t: 0, type: 'start', name: 'stream', version: '1' },
+      write(0, 'mlagProtoStatus/portsErrdisabled', true), cause(1, 0, 'Ethernet1', 0),
+      cause(2, 0, 'Ethernet9', 0), write(0, 'lacpConfig/portChannel/Port-Channel2/stayInStandby', true),
+      write(300, 'lacpConfig/portChannel/Port-Channel2/stayInStandby', false),
+      cause(3, 300, 'Ethernet1', null), cause(4, 330, 'Ethernet9', null),
+      write(330, 'mlagProtoStatus/portsErrdisabled', false),
+      { t: 330, type: 'end', state: {
+         mlagConfig: { peerLinkIntf: 'Port-Channel9', reloadDelay: 300,
+            reloadDelayNonMlagConfigured: true, reloadDelayNonMlag: 330,
+            intfConfig: { 'Port-Channel1': { mlagId: '1' }, 'Port-Channel2': { mlagId: '2' } } },
+         ethPhyIntfStatus: { intfStatus: { Ethernet1: {}, Ethernet2: {}, Ethernet3: {},
+            Management1: {} } },
+         lagInputConfig: { phyIntf: { Ethernet1: { lag: 'Port-Channel1' },
+            Ethernet2: { lag: 'Port-Channel2' }, Ethernet3: { lag: 'Port-Channel9' } } } } },
+   ]);
+   const statesAt = t => [...run.portsAt(t)].map(([name, p]) => `${name} ${stateOf(p)}`);
+   assert.deepEqual(statesAt(0), ['Ethernet1 held', 'Ethernet2 standby', 'Ethernet3 never',
+      'Management1 never', 'Ethernet9 held']);
+   assert.equal(run.portsAt(0).get('Ethernet9').hold.until, 330);
+   assert.deepEqual(statesAt(300), ['Ethernet1 released', 'Ethernet2 released', 'Ethernet3 never',
+      'Management1 never', 'Ethernet9 held']);
+   assert.deepEqual(run.story.periods.mlag, [{ from: 0, to: 300, kind: 'period', why: '' }]);
+   assert.deepEqual(run.story.periods.nonMlag, [{ from: 0, to: 330, kind: 'period', why: '' }]);
+   assert.equal(run.name, 'stream');
+});
+
+test('Compare.PortsThatWereHeldOrReleasedAtOtherTimesAndWhatWasTold', () => {
+   const log = t => ({ t, type: 'log', id: 'ID', severity: 6, text: 'soon' });
+   const early = stream.map(record => record.t === 300 && record.type === 'ports'
+      ? { ...record, t: 200 } : record).sort((a, b) => a.t - b.t);
+   early.splice(early.findIndex(record => record.t === 200), 0, log(150));
+   const withLog = stream.toSpliced(5, 0, log(225));
+   const text = `${textOf(withLog)}\n{"t":0,"type":"against"}\n${textOf(early)}`;
+   const [a, b] = recordedOf(text);
+   assert.deepEqual(differencesOf(a, b), [
+      { of: 'Ethernet1', what: 'released at other times',
+         a: 'errdisabled 0:00:00 to 0:05:00 (delay over)',
+         b: 'errdisabled 0:00:00 to 0:03:20 (delay over)' },
+      { of: 'ID: soon', what: 'told at other times', a: '0:03:45', b: '0:02:30' },
+   ]);
+   assert.deepEqual(differencesOf(a, a), []);
+   const withoutReasons = new Recorded(JSON.parse(JSON.stringify(withLog)
+      .replace(/"why":"[^"]*"/g, '"why":""')));
+   assert.deepEqual(differencesOf(a, withoutReasons), []);
+   const none = new Recorded(stream.slice(0, 1));
+   assert.deepEqual(differencesOf(none, recorded()).map(({ of, what }) => `${of} ${what}`),
+      ['Ethernet1 held in B alone', 'Ethernet2 held in B alone']);
 });
 
 test('Story.LanesOpenUpIntoPortChannelsAndPorts', () => {

@@ -4,10 +4,14 @@
 // The page in a browser: of a live host, and of runs.
 
 import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { readFileSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
 import { after, test } from 'node:test';
 
 import { entriesOf } from '../../host/web/words.js';
-import { barriers, closeBrowser, Host, manyPorts, open, overflow, pageOfRun } from './host.mjs';
+import { barriers, closeBrowser, directory, examples, Host, manyPorts, open, ostra, overflow,
+   pageOfRun } from './host.mjs';
 
 after(closeBrowser);
 
@@ -193,6 +197,43 @@ test('Page.ShowsARunFromTheDisk', async t => {
    await page.mouse.click(track.x + track.width / 2, track.y + 10);
    await becomes(page, 'Ethernet1', 'held');
    assert.match(await page.textContent('.player output'), /^0:02:4/);
+   assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+});
+
+/** A file of the test's own with that text. */
+function fileOf(t, name, text) {
+   const path = join(directory(t), name);
+   writeFileSync(path, text);
+   return path;
+}
+
+test('Page.ShowsARunThatWasCutOff', async t => {
+   const whole = readFileSync(new URL(pageOfRun(t)), 'utf8');
+   const path = fileOf(t, 'cut.html', whole.slice(0, whole.lastIndexOf('"type":"log"')));
+   const page = await open(t, `file://${path}`);
+   await page.fill('input[type=range]', '200');
+   assert.equal(await stateOf(page, 'Ethernet1'), 'held');
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.ComparesTwoRuns', async t => {
+   const scenario = readFileSync(`${examples}leaf-reload.yaml`, 'utf8');
+   const shorter = fileOf(t, 'shorter.yaml', scenario.replace('reloadDelay: 300', 'reloadDelay: 240'));
+   const stream = fileOf(t, 'reload.ndjson', execFileSync(ostra, ['run', '--format', 'ndjson']));
+   const html = execFileSync(ostra, ['run', stream, '--format', 'html', '--against', shorter]);
+   const page = await open(t, `file://${fileOf(t, 'both.html', html)}`);
+   const rows = await page.$$eval('.differences tbody tr', all => all.map(
+      row => [...row.children].map(cell => cell.textContent)));
+   assert.deepEqual(rows[0], ['Ethernet1-6,8-40', 'released at other times',
+      'errdisabled 0:00:00 to 0:05:00', 'errdisabled 0:00:00 to 0:04:00 (delay over)']);
+   assert.ok(rows.some(row => row[1] === 'told in B alone'), rows.join('\n'));
+   assert.deepEqual(await page.$$eval('.lane.d0', all => all.map(lane => lane.dataset.lane)),
+      ['A mlag', 'B mlag', 'A nonMlag', 'B nonMlag']);
+   await page.fill('input[type=range]', '270');
+   const states = await page.$$eval('[data-port="Ethernet1"]', all => all.map(b => b.dataset.state));
+   assert.deepEqual(states, ['held', 'released']);
+   assert.ok(await overflow(page) <= 0);
    assert.deepEqual(await barriers(page), []);
    assert.deepEqual(page.problems, []);
 });

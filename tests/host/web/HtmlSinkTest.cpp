@@ -7,7 +7,9 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
 #include <sstream>
+#include <utility>
 
 namespace ostra {
 
@@ -77,6 +79,19 @@ portsTold( std::vector< Json > const& records ) {
    return told;
 }
 
+// Each as "type name".
+std::vector< std::string >
+startsOf( std::string const& page ) {
+   std::vector< std::string > told;
+   for ( Json const& record : jsonLines( recordsIn( page ) ) ) {
+      std::string const type = record.at( "type" );
+      if ( type == "start" || type == "against" || type == "end" ) {
+         told.push_back( type + " " + record.value( "name", "" ) );
+      }
+   }
+   return told;
+}
+
 } // namespace
 
 TEST( HtmlSink, HasThePageAroundRecordsThatCannotEndIt ) {
@@ -98,6 +113,36 @@ TEST( HtmlSink, TellsOfEachPortWhenItChangesAndWhy ) {
          "300 Ethernet1 mlag notHeld delay over" ) );
 }
 
+// What it was released for says nothing of a port that has changed.
+TEST( HtmlSink, TellsTheReasonOfAReleaseAsLongAsThePortIsTheSame ) {
+   auto const told = portsTold( jsonLines( recordsIn( pageOf( leaf + std::string( R"(
+  - at: 400
+    ethPhyIntfStatus: { intfStatus: { Ethernet2: {} } }
+    lagInputConfig: { phyIntf: { Ethernet3: null } }
+  - at: 500
+    ethPhyIntfConfig: { intfConfig: { Ethernet1: { adminEnabledStateLocal: 1 } } }
+)" ) ) ) ) );
+   std::vector< std::string > const late( told.begin() + 6, told.end() );
+   EXPECT_THAT(
+      late,
+      ElementsAre(
+         "400 Ethernet2 nonMlag notHeld the reload delay is over",
+         "400 Ethernet3 nonMlag notHeld the reload delay is over",
+         "500 Ethernet1 mlag notHeld delay over" ) );
+}
+
+TEST( HtmlSink, TellsNothingAgainThatHasNotChanged ) {
+   std::string scenario = leaf;
+   for ( int i = 1; i < 20; ++i ) {
+      scenario += fmt::format(
+         "  - {{ at: {}, mlagConfig: {{ domainId: d{} }} }}\n", 100 + i / 10.0, i );
+   }
+   auto const records = jsonLines( recordsIn( pageOf( scenario ) ) );
+   EXPECT_EQ( ofType( records, "periods" ).size(), 2U );
+   EXPECT_EQ( ofType( records, "ports" ).size(), 3U );
+   EXPECT_EQ( ofType( records, "event" ).size(), 20U );
+}
+
 TEST( HtmlSink, TellsThePeriodsInTheTimeOfTheRun ) {
    auto const periods = ofType( jsonLines( recordsIn( pageOf( leaf ) ) ), "periods" );
    ASSERT_EQ( periods.size(), 2U );
@@ -105,6 +150,62 @@ TEST( HtmlSink, TellsThePeriodsInTheTimeOfTheRun ) {
       periods[ 0 ].at( "mlag" ), Json::parse( R"({"state":"held","start":0,"end":300})" ) );
    EXPECT_EQ( periods[ 1 ].at( "t" ), 300 );
    EXPECT_EQ( periods[ 1 ].at( "nonMlag" ).at( "state" ), "released" );
+}
+
+TEST( HtmlSink, ComparesRunsAndRecordedStreams ) {
+   RunOptions options;
+   options.input.plugin = OSTRA_PLUGIN;
+   options.input.scenario = temporaryFile( "one.yaml", leaf );
+   options.format = RunFormat::ndjson;
+   std::ostringstream recorded;
+   runScenario( options, recorded );
+   std::string const stream = temporaryFile( "one.ndjson", recorded.str() );
+
+   options.format = RunFormat::html;
+   options.against = stream;
+   std::ostringstream first;
+   runScenario( options, first );
+   EXPECT_THAT(
+      startsOf( first.str() ),
+      ElementsAre(
+         "start </script><b>leaf", "end ", "against ", "start one.ndjson", "end " ) );
+   EXPECT_EQ( recordsIn( first.str() ).find( '<' ), std::string::npos );
+
+   std::swap( options.input.scenario, options.against );
+   std::ostringstream second;
+   runScenario( options, second );
+   EXPECT_THAT(
+      startsOf( second.str() ),
+      ElementsAre(
+         "start one.ndjson", "end ", "against ", "start </script><b>leaf", "end " ) );
+
+   options.against.reset();
+   std::ostringstream alone;
+   runScenario( options, alone );
+   EXPECT_THAT( startsOf( alone.str() ), ElementsAre( "start one.ndjson", "end " ) );
+}
+
+TEST( HtmlSink, RefusesWhatIsNoRecordOfAStream ) {
+   RunOptions options;
+   options.input.plugin = OSTRA_PLUGIN;
+   options.format = RunFormat::html;
+   for ( auto const& [ text, complaint ] : std::map< std::string, std::string >{
+            { "{\"t\":0,\"type\":\"end\"}\n{\"t\":",
+              ":2: no JSON: expected a record of `ostra run --format ndjson`" },
+            { "{\"t\":0}\n",
+              ":1: no record: expected a record of `ostra run --format ndjson`" } } ) {
+      std::string const path = temporaryFile( "wrong.ndjson", text );
+      options.input.scenario = path;
+      std::ostringstream out;
+      try {
+         runScenario( options, out );
+         ADD_FAILURE() << text;
+      } catch ( Failure const& failure ) {
+         EXPECT_EQ( failure.what(), path + complaint );
+         EXPECT_EQ( failure.status(), ExitStatus::badInput );
+      }
+      EXPECT_EQ( out.str(), "" );
+   }
 }
 
 TEST( HtmlSink, HasTheRecordsOfTheStreamToo ) {
