@@ -4,6 +4,7 @@
 #include <host/text/MakeOutput>
 
 #include <host/run/NdjsonSink>
+#include <host/text/EventText>
 #include <host/web/HtmlSink>
 #include <host/web/SvgSink>
 
@@ -29,7 +30,7 @@ makeOutput( RunFormat format, TextOptions const& text, std::ostream& out ) {
       return settled( std::make_unique< HtmlSink >( out ) );
    }
    if ( format == RunFormat::svg ) {
-      return settled( std::make_unique< SvgSink >( out ) );
+      return settled( std::make_unique< SvgSink >( out, eventText ) );
    }
    return settled( std::make_unique< TextReport >( out, text ) );
 }

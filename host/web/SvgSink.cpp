@@ -5,7 +5,6 @@
 
 #include <host/account/ReleaseReason>
 #include <host/account/WriteBatch>
-#include <host/text/EventText>
 #include <host/web/TimeLine>
 
 #include <fmt/format.h>
@@ -16,8 +15,8 @@ namespace ostra {
 
 class SvgSink::Run {
  public:
-   Run( std::string name, StateView const& state )
-         : state_( state ), facts_( state ), batch_( facts_, ledger_ ) {
+   Run( std::string name, StateView const& state, EventWords words )
+         : state_( state ), words_( words ), facts_( state ), batch_( facts_, ledger_ ) {
       line_.name = std::move( name );
       batch_.begin();
    }
@@ -46,7 +45,7 @@ class SvgSink::Run {
    void event( Json patch ) {
       settle();
       event_ = std::move( patch );
-      line_.marks.push_back( { at_, true, eventText( event_, state_ ) } );
+      line_.marks.push_back( { at_, true, words_( event_, state_ ) } );
    }
 
    void log( LogMessageRecord const& record ) {
@@ -73,6 +72,7 @@ class SvgSink::Run {
    }
 
    StateView const& state_;
+   EventWords const words_;
    SwitchFacts const facts_;
    HoldLedger ledger_;
    WriteBatch batch_;
@@ -83,13 +83,13 @@ class SvgSink::Run {
    TimeLine line_;
 };
 
-SvgSink::SvgSink( std::ostream& out ) : out_( out ) {}
+SvgSink::SvgSink( std::ostream& out, EventWords words ) : out_( out ), words_( words ) {}
 
 SvgSink::~SvgSink() = default;
 
 void
 SvgSink::start( StartRecord const& record, StateView const& state ) {
-   run_ = std::make_unique< Run >( record.name, state );
+   run_ = std::make_unique< Run >( record.name, state, words_ );
 }
 
 void
