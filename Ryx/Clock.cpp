@@ -32,11 +32,17 @@ Clock::nextTimeMin() const noexcept {
    return armed_.front().time;
 }
 
-// Makes room for one more.
+// Makes room for one more. A new-handler may arm and disarm others meanwhile, and bind some:
+// the heap is moved once there is memory.
 void
 Clock::watcherIs() const {
-   if ( watchers_ == armed_.capacity() ) {
-      armed_.reserve( std::max< std::size_t >( 4, 2 * watchers_ ) );
+   while ( watchers_ >= armed_.capacity() ) {
+      std::vector< Armed > roomier;
+      roomier.reserve( std::max< std::size_t >( 4, 2 * watchers_ ) );
+      if ( roomier.capacity() > armed_.capacity() ) {
+         roomier.assign( armed_.begin(), armed_.end() );
+         armed_.swap( roomier );
+      }
    }
    ++watchers_;
 }
@@ -217,10 +223,9 @@ Clock::NotifieeConst::notifierIs( Ptr< PtrInterface const > const& notifier ) {
 
 void
 Clock::NotifieeConst::bind( Notifier const* notifier ) const {
-   // It may be let go of when the notifiee is asked for its activity.
-   bool const isAsked = notifier && isRegisteredNotifiee();
-   Ptr< Notifier const > const alive( isAsked ? notifier : nullptr );
-   bool const deferred = isAsked && isToBeDeferred();
+   // It may be let go of when the notifiee is asked for its activity, and by a new-handler.
+   Ptr< Notifier const > const alive( notifier );
+   bool const deferred = notifier && isRegisteredNotifiee() && isToBeDeferred();
    if ( auto const* const clock = static_cast< Clock const* >( notifier ) ) {
       clock->watcherIs();
    }
