@@ -84,8 +84,11 @@ ActivityConfig::handleActivity() {
          continue;
       }
       waiting.isOver = true;
+      // This pointer is nobody's who would keep it: a nested call does not count it.
+      ++notifiee->snapshots_;
       callExpecting(
          *notifiee, waiting.pending, [ & ] { notifiee->handleNotification( this ); } );
+      --notifiee->snapshots_;
       ++calls;
    }
    return calls;

@@ -194,6 +194,19 @@ TEST_F( ActivityTest, ANotifieeThatOnlyASnapshotHoldsIsNotCalled ) {
    EXPECT_EQ( box->notifieeCount(), 1u );
 }
 
+TEST_F( ActivityTest, ANotifieeThatOnlyItsOwnCallHoldsIsNotCalled ) {
+   auto a = observer( "a" );
+   box->parentIs( Ryx::make< Box >() );
+   a->action = [ & ] {
+      box->parentIs( nullptr );
+      a = nullptr;
+      EXPECT_EQ( activity->handleActivity(), 0u );
+   };
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( calls, Calls{ "a parent" } );
+   EXPECT_EQ( box->notifieeCount(), 0u );
+}
+
 TEST_F( ActivityTest, ACallbackMayLetGoOfTheActivity ) {
    {
       auto const a = observer( "a" );
