@@ -27,21 +27,34 @@ namespace {
 using Unit = Ryx::UnitRegistration< PortChannelTracker, LagMember, MlagErrdisableSm >;
 [[gnu::init_priority( Ryx::unitPriority )]] Unit const unit( "Mlag::Ostra" );
 
-Ryx::LogHandle endingHandle(
-   "MLAG_RELOAD_DELAY_ENDING",
-   Ryx::LogSeverity::info,
-   "Mlag reload-delay period%swill end in %s seconds",
-   "Non peer-link interfaces will be enabled once reload-delay period is over",
-   Ryx::NoActionRequired,
-   0.0,
-   1.0,
-   0 );
+Ryx::LogHandle* ending = nullptr;
+
+class EndingHandle final : public Ryx::LogHandle {
+ public:
+   EndingHandle()
+         : LogHandle(
+              "MLAG_RELOAD_DELAY_ENDING",
+              Ryx::LogSeverity::info,
+              "Mlag reload-delay period%swill end in %s seconds",
+              "Non peer-link interfaces will be enabled once reload-delay period is over",
+              Ryx::NoActionRequired,
+              0.0,
+              1.0,
+              0 ) {
+      ending = this;
+   }
+   EndingHandle( EndingHandle const& ) = delete;
+   EndingHandle& operator=( EndingHandle const& ) = delete;
+   ~EndingHandle() { ending = nullptr; }
+};
+
+EndingHandle endingHandle;
 
 } // namespace
 
-Ryx::LogHandle&
-reloadDelayEnding() {
-   return endingHandle;
+Ryx::LogHandle*
+reloadDelayEnding() noexcept {
+   return ending;
 }
 
 } // namespace Mlag::Ostra

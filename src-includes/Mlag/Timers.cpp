@@ -149,13 +149,17 @@ MlagErrdisableSm::handleClock_( bool mlag ) {
 
 void
 MlagErrdisableSm::announceEnd( PortClass ports, Ryx::Seconds left ) {
+   Ryx::LogHandle* const message = reloadDelayEnding();
+   if ( !message ) {
+      return;
+   }
    auto const config = mlagConfig();
    if ( ports == PortClass::mlag ) {
-      Ryx::log( reloadDelayEnding(), " ", left );
+      Ryx::log( *message, " ", left );
    } else if (
       config->reloadDelayNonMlagConfigured() &&
       config->reloadDelayNonMlag() != config->reloadDelay() ) {
-      Ryx::log( reloadDelayEnding(), " for non MLAG interfaces ", left );
+      Ryx::log( *message, " for non MLAG interfaces ", left );
    }
 }
 

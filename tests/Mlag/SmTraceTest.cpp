@@ -206,7 +206,7 @@ TEST_F( SmTraces, TheEndingMessageHasItsSeverityExplanationAndAction ) {
 }
 
 TEST_F( SmTraces, TheEndingMessageIsLimitedByNoneOfItsArguments ) {
-   EXPECT_EQ( Mlag::Ostra::reloadDelayEnding().rateLimitArgs(), 0u );
+   EXPECT_EQ( Mlag::Ostra::reloadDelayEnding()->rateLimitArgs(), 0u );
 }
 
 TEST_F( SmTraces, MessagesOfOneMomentAreAllWritten ) {
