@@ -184,6 +184,12 @@ linkMessage( nlmsghdr const& message ) {
    return isWhole ? std::optional( std::move( result ) ) : std::nullopt;
 }
 
+std::string
+wordsOf( Reply const& reply ) {
+   std::string words = std::strerror( reply.error );
+   return reply.text.empty() ? words : words + ": " + reply.text;
+}
+
 std::optional< Reply >
 replyOf( nlmsghdr const& message ) {
    std::size_t const payload = mnl_nlmsg_get_payload_len( &message );

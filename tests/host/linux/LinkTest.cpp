@@ -108,6 +108,43 @@ TEST( LinkMessages, SayTheModeOfABond ) {
    EXPECT_TRUE( found[ 0 ].link.isOf8023ad() );
 }
 
+TEST( LinkMessages, OfAnOlderKernelSayTheSame ) {
+   Link const held = messagesIn( octetsOf( recorded::heldMacvlan61 ) ).at( 0 ).link;
+   EXPECT_EQ( held.name, "swp1" );
+   EXPECT_EQ( held.kind, "macvlan" );
+   EXPECT_TRUE( held.isUp() );
+   EXPECT_FALSE( held.isCarrying() );
+   EXPECT_TRUE( held.isProtodown );
+   EXPECT_EQ( held.reasons, 0xc0U );
+   Link const bond = messagesIn( octetsOf( recorded::bond61 ) ).at( 0 ).link;
+   EXPECT_EQ( bond.name, "bond10" );
+   EXPECT_TRUE( bond.isOf8023ad() );
+   EXPECT_TRUE( bond.isCarrying() );
+   Link const member = messagesIn( octetsOf( recorded::memberOfBond61 ) ).at( 0 ).link;
+   EXPECT_EQ( member.name, "swp2" );
+   EXPECT_EQ( member.kind, "macvlan" );
+   EXPECT_EQ( member.master, bond.index );
+   EXPECT_FALSE( member.isProtodown );
+   auto const gone = messagesIn( octetsOf( recorded::gone61 ) );
+   ASSERT_EQ( gone.size(), 1U );
+   EXPECT_TRUE( gone[ 0 ].isGone );
+   EXPECT_EQ( gone[ 0 ].link.index, held.index );
+}
+
+TEST( LinkMessages, OfAnOlderKernelAnswerWhatCanBeHeld ) {
+   std::vector< Reply > answers;
+   for ( char const* recording : { recorded::noValue61, recorded::noProtodown61 } ) {
+      forEachMessage( octetsOf( recording ), [ &answers ]( nlmsghdr const& message ) {
+         answers.push_back( replyOf( message ).value() );
+      } );
+   }
+   ASSERT_EQ( answers.size(), 2U );
+   EXPECT_EQ( answers[ 0 ].error, EINVAL );
+   EXPECT_EQ( wordsOf( answers[ 0 ] ), "Invalid argument: Invalid protodown reason value" );
+   EXPECT_EQ( answers[ 1 ].error, EOPNOTSUPP );
+   EXPECT_EQ( answers[ 1 ].text, "Protodown not supported by device" );
+}
+
 TEST( LinkMessages, OfABridgesPortsAreNoneOfItsDevices ) {
    EXPECT_TRUE( messagesIn( message( RTM_DELLINK, AF_BRIDGE, 7, "swp1" ) ).empty() );
    EXPECT_TRUE( messagesIn( message( RTM_NEWLINK, AF_BRIDGE, 7, "swp1" ) ).empty() );
