@@ -71,10 +71,9 @@ warnOfDevices( Config const& config, std::ostream& errors ) {
    Say const say = [ &errors ]( std::string const& line ) {
       errors << fmt::format( "warning: {}\n", line );
    };
-   for ( auto const& [ interface, device ] :
-         LinuxDriver( linuxOptions( config ), say ).unsupported() ) {
-      say( fmt::format(
-         "{}: device {} has no protodown, so that it cannot be held", interface, device ) );
+   for ( std::string const& warning :
+         LinuxDriver( linuxOptions( config ), say ).warnings() ) {
+      say( warning );
    }
 }
 
@@ -398,8 +397,10 @@ releaseOffline( std::optional< std::string > const& config, std::ostream& out ) 
             "{}: a host has it: expected none that runs, or `ostra release --all`",
             loaded.state ) );
    }
-   auto const released =
-      LinuxDriver( linuxOptions( loaded ), []( auto const& ) {} ).releaseAll();
+   Say const say = []( std::string const& line ) {
+      std::cerr << fmt::format( "warning: {}\n", line );
+   };
+   auto const released = LinuxDriver( linuxOptions( loaded ), say ).releaseAll();
    std::size_t failures = 0;
    for ( auto const& [ device, error ] : released ) {
       failures += error.empty() ? 0 : 1;

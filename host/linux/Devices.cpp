@@ -27,26 +27,65 @@ isPortChannel( std::string const& interface ) {
 Devices::Devices( std::vector< InterfaceRule > rules, Say say )
       : rules_( std::move( rules ) ),
         say_( std::move( say ) ),
-        hasPortChannels_(
+        hasPortChannels_( std::any_of(
+           rules_.begin(),
+           rules_.end(),
+           []( auto const& rule ) { return isPortChannel( rule.interface ); } ) ),
+        hasMembership_(
+           hasPortChannels_ ||
            std::any_of( rules_.begin(), rules_.end(), []( auto const& rule ) {
-              return isPortChannel( rule.interface );
+              return !rule.portChannel.empty();
            } ) ) {}
 
+InterfaceRule const*
+Devices::ruleOf( std::string const& device ) const {
+   auto const found =
+      std::find_if( rules_.begin(), rules_.end(), [ & ]( auto const& rule ) {
+         return std::regex_match( device, rule.device );
+      } );
+   return found == rules_.end() ? nullptr : &*found;
+}
+
 std::string
-Devices::nameOf( std::string const& device ) const {
-   for ( InterfaceRule const& rule : rules_ ) {
-      if ( std::regex_match( device, rule.device ) ) {
-         auto interface = rule.interfaceOf( device );
-         if ( !interface ) {
-            say_( fmt::format(
-               "device {}: {} gives no name of an interface: it is left alone",
-               shortened( device ),
-               rule.interface ) );
-         }
-         return interface.value_or( "" );
+Devices::nameOf( InterfaceRule const& rule, std::string const& device ) const {
+   auto interface = rule.interfaceOf( device );
+   if ( !interface ) {
+      say_( fmt::format(
+         "device {}: {} gives no name of an interface: it is left alone",
+         shortened( device ),
+         rule.interface ) );
+   }
+   return interface.value_or( "" );
+}
+
+void
+Devices::isNamed( Device& device ) {
+   std::string const& name = device.link.name;
+   InterfaceRule const* const rule = ruleOf( name );
+   device.interface = rule ? nameOf( *rule, name ) : "";
+   auto expected = rule ? rule->portChannelOf( name ) : std::nullopt;
+   if ( rule && !rule->portChannel.empty() && !expected ) {
+      say_( fmt::format(
+         "device {}: {} gives no name of a port-channel",
+         shortened( name ),
+         rule->portChannel ) );
+   }
+   device.expectedPortChannel = std::move( expected ).value_or( "" );
+}
+
+std::vector< std::size_t >
+Devices::withoutDevice() const {
+   std::set< InterfaceRule const* > used;
+   for ( auto const& [ index, device ] : devices_ ) {
+      used.insert( ruleOf( device.link.name ) );
+   }
+   std::vector< std::size_t > unused;
+   for ( std::size_t i = 0; i < rules_.size(); ++i ) {
+      if ( !used.contains( &rules_[ i ] ) ) {
+         unused.push_back( i );
       }
    }
-   return {};
+   return unused;
 }
 
 Link const*
@@ -80,15 +119,25 @@ Devices::portChannelOf( Link const& link ) const {
    return isPortChannel( interface ) ? interface : noInterface;
 }
 
+std::string const&
+Devices::expectedPortChannelOf( Link const& link ) const {
+   auto const found = devices_.find( link.index );
+   bool const isUnsaid = link.master == 0 || !hasPortChannels_;
+   return isUnsaid && found != devices_.end() ? found->second.expectedPortChannel
+                                              : noInterface;
+}
+
 std::vector< std::string >
 Devices::membersOf( std::string const& portChannel ) const {
    std::vector< std::string > members;
    Link const* const bond = linkOf( portChannel );
-   for ( auto const& [ index, device ] : devices_ ) {
-      bool const isMember = bond && bond->isBond() && device.link.master == bond->index &&
-         !interfaceOf( index ).empty();
-      if ( isMember ) {
-         members.push_back( device.interface );
+   auto const found =
+      bond && bond->isBond() ? members_.find( bond->index ) : members_.end();
+   if ( found != members_.end() ) {
+      for ( int const index : found->second ) {
+         if ( std::string const& interface = interfaceOf( index ); !interface.empty() ) {
+            members.push_back( interface );
+         }
       }
    }
    return members;
@@ -106,10 +155,29 @@ Devices::changed( int index ) {
 
 void
 Devices::membersChanged( int master ) {
-   for ( auto const& [ index, device ] : devices_ ) {
-      if ( device.link.master == master ) {
+   auto const found = members_.find( master );
+   if ( found != members_.end() ) {
+      for ( int const index : found->second ) {
          changed( index );
       }
+   }
+}
+
+// 0 is nobody's number.
+void
+Devices::masterIs( Device& device, int master ) {
+   int const before = std::exchange( device.link.master, master );
+   if ( before == master ) {
+      return;
+   }
+   if ( auto const found = members_.find( before ); found != members_.end() ) {
+      found->second.erase( device.link.index );
+      if ( found->second.empty() ) {
+         members_.erase( found );
+      }
+   }
+   if ( master != 0 ) {
+      members_[ master ].insert( device.link.index );
    }
 }
 
@@ -136,6 +204,9 @@ Devices::giveUp( std::string const& interface, int index ) {
    }
    changes_.interfaces.insert( interface );
    auto const found = claims_.find( interface );
+   if ( found->second.front() == index ) {
+      changes_.left.insert( interface );
+   }
    std::erase( found->second, index );
    if ( found->second.empty() ) {
       claims_.erase( found );
@@ -154,7 +225,8 @@ Devices::isGone( int index ) {
    std::string const interface = std::move( found->second.interface );
    found->second.interface.clear();
    giveUp( interface, index );
-   devices_.erase( index );
+   masterIs( found->second, 0 );
+   devices_.erase( found );
    changes_.others.erase( index );
    membersChanged( index );
 }
@@ -170,11 +242,13 @@ Devices::is( Link const& link ) {
    // What its members are said to be in depends on it.
    bool const isOther =
       isRenamed || device.link.kind != link.kind || device.link.bondMode != link.bondMode;
+   device.link.index = link.index;
+   masterIs( device, link.master );
    device.link = link;
    if ( isRenamed ) {
       std::string const before = std::exchange( device.interface, "" );
       giveUp( before, link.index );
-      device.interface = nameOf( link.name );
+      isNamed( device );
       claim( device.interface, link.index );
    }
    changed( link.index );

@@ -72,19 +72,22 @@ class Facts::Patch {
 std::vector< std::string >
 Facts::mounts() const {
    std::vector< std::string > mounts = { config.mount, status.mount };
+   if ( devices_.hasMembership() ) {
+      mounts.emplace_back( membership.mount );
+   }
    if ( devices_.hasPortChannels() ) {
-      mounts.insert( mounts.end(), { membership.mount, lagStatus.mount } );
+      mounts.emplace_back( lagStatus.mount );
    }
    return mounts;
 }
 
 Facts::Port
 Facts::portOf( Link const& link ) const {
-   std::string const& portChannel = devices_.portChannelOf( link );
+   std::string const& ofBond = devices_.portChannelOf( link );
    return { link.isUp() || isTakenDown_( link.index ),
             hasLinkOf( link ),
-            portChannel,
-            !portChannel.empty() && devices_.link( link.master )->isOf8023ad() };
+            ofBond.empty() ? devices_.expectedPortChannelOf( link ) : ofBond,
+            !ofBond.empty() && devices_.link( link.master )->isOf8023ad() };
 }
 
 void
@@ -113,20 +116,25 @@ Facts::tell(
 }
 
 std::vector< Json >
-Facts::patches( std::set< std::string > const& interfaces ) {
+Facts::patches( Devices::Changes const& changes ) {
    Patch gone( { status, membership, config, lagStatus } );
    Patch there( { config, membership, lagStatus, status } );
-   for ( std::string const& interface : interfaces ) {
+   for ( std::string const& interface : changes.interfaces ) {
       Link const* const link = devices_.linkOf( interface );
-      auto const told = told_.find( interface );
+      auto told = told_.find( interface );
+      if ( told != told_.end() && ( !link || changes.left.contains( interface ) ) ) {
+         tell( gone, interface, &told->second, nullptr );
+         told_.erase( told );
+         told = told_.end();
+      }
+      if ( !link ) {
+         continue;
+      }
       Port const* const before = told == told_.end() ? nullptr : &told->second;
-      Port const now = link ? portOf( *link ) : Port{};
-      if ( link && !( before && *before == now ) ) {
+      Port const now = portOf( *link );
+      if ( !before || *before != now ) {
          tell( there, interface, before, &now );
          told_[ interface ] = now;
-      } else if ( !link && before ) {
-         tell( gone, interface, before, nullptr );
-         told_.erase( told );
       }
    }
    std::vector< Json > patches;

@@ -63,7 +63,7 @@ Holds::forget( std::vector< Link > const& links, std::map< int, Reply > const& r
    try {
       takenDown_.write();
    } catch ( Failure const& ) {
-      // It is up: a process behind this one sees that, and the next change writes it.
+      // It is up, which a process behind this one sees; and it is written later.
    }
 }
 
@@ -129,7 +129,40 @@ Holds::perform(
       if ( isProtodown ) {
          learn( index, answers[ i ] );
       }
-      result[ index ] = std::move( answers[ i ] );
+      // Of two requests the one that went wrong counts.
+      Reply& reply = result[ index ];
+      if ( reply.error == 0 || reply.error == EBUSY ) {
+         reply = std::move( answers[ i ] );
+      }
+   }
+}
+
+// The kernel did what it was asked for, and has no reason to show for it.
+void
+Holds::takeBack(
+   std::vector< int > const& indexes,
+   std::function< void() > const& between,
+   std::map< int, Reply >& result ) {
+   std::vector< int > taken;
+   LinkRequests requests;
+   for ( Link const& link : linksOf( socket_, indexes ) ) {
+      Reply& reply = result[ link.index ];
+      if ( reply.error != 0 || !link.isProtodown || link.has( reasonBit_ ) ) {
+         continue;
+      }
+      reply = { EOPNOTSUPP, "it has no protodown with reasons" };
+      isSupported_[ link.index ] = false;
+      if ( ofOthers_.contains( link.index ) ) {
+         isReleased( link.index, {} );
+      } else {
+         taken.push_back( link.index );
+         requests.protodownIs( link.index, false );
+      }
+   }
+   // What cannot be taken back just now stays ours, and is released like any other.
+   auto const answers = replies( socket_, requests, between );
+   for ( std::size_t i = 0; i < answers.size(); ++i ) {
+      isReleased( taken[ i ], answers[ i ] );
    }
 }
 
@@ -137,8 +170,14 @@ std::map< int, Reply >
 Holds::carryOut( Work const& work, std::function< void() > const& between ) {
    auto result = remember( work.hold );
    Requests requests;
+   std::vector< int > unproved;
    for ( Link const& link : work.hold ) {
-      if ( !result.contains( link.index ) ) {
+      if ( isHopeless( link.index ) ) {
+         result[ link.index ] = { EOPNOTSUPP, "it has no protodown with reasons" };
+      } else if ( !result.contains( link.index ) ) {
+         if ( !isSupported( link.index ) ) {
+            unproved.push_back( link.index );
+         }
          addHold( link, requests );
       }
    }
@@ -146,23 +185,33 @@ Holds::carryOut( Work const& work, std::function< void() > const& between ) {
       addRelease( link, requests );
    }
    perform( requests, between, result );
+   takeBack( unproved, between, result );
    forget( work.release, result );
    return result;
 }
 
-void
+bool
 Holds::probe( std::vector< Link > const& links, std::function< void() > const& between ) {
-   Requests requests;
+   std::vector< int > indexes;
+   LinkRequests requests;
    for ( Link const& link : links ) {
-      if ( link.isProtodown || link.reasons != 0 ) {
+      if ( link.reasons != 0 ) {
          isSupported_[ link.index ] = true;
       } else {
-         requests.requests.probe( link.index, reasonBit_ );
-         requests.of.push_back( { link.index, true } );
+         indexes.push_back( link.index );
+         requests.probe( link.index );
       }
    }
-   std::map< int, Reply > result;
-   perform( requests, between, result );
+   bool isTold = true;
+   auto const answers = replies( socket_, requests, between );
+   for ( std::size_t i = 0; i < answers.size(); ++i ) {
+      int const error = answers[ i ].error;
+      isTold &= error != EPERM;
+      if ( error == EINVAL || error == EOPNOTSUPP || error == 0 ) {
+         isSupported_[ indexes[ i ] ] = error == EINVAL;
+      }
+   }
+   return isTold;
 }
 
 void

@@ -19,16 +19,17 @@ namespace ostra {
 
 namespace {
 
-// A loop that only hears would never get to its end of a turn.
-constexpr int mostAtATime = 256;
-// Nobody changes devices as fast as this reads.
-constexpr int untilNothing = 1'000'000;
+// At the start there is time to wait for a list that is whole.
+constexpr int triesAtStart = 100;
+constexpr int triesMeanwhile = 5;
+// In milliseconds.
+constexpr unsigned firstWait = 100;
+constexpr unsigned longestWait = 30'000;
 
-std::string
-wordsOfReply( Reply const& reply ) {
-   return reply.text.empty()
-      ? std::strerror( reply.error )
-      : fmt::format( "{}: {}", std::strerror( reply.error ), reply.text );
+// Others may hold it still.
+bool
+wasReleased( Reply const& reply ) {
+   return reply.error == 0 || reply.error == EBUSY || reply.error == ENODEV;
 }
 
 } // namespace
@@ -38,13 +39,14 @@ LinuxDriver::Deleter::operator()( event* event ) const noexcept {
    event_free( event );
 }
 
-LinuxDriver::LinuxDriver( Options const& options, Devices::Say say )
+LinuxDriver::LinuxDriver(
+   Options const& options, Devices::Say say, std::unique_ptr< NetlinkSocket > requests )
       : say_( say ),
-        requests_( 0 ),
+        requests_( std::move( requests ) ),
         changes_( RTMGRP_LINK ),
         devices_( options.linux.interfaces, std::move( say ) ),
         takenDown_( options.state + "/taken-down.json", options.bootId ),
-        holds_( requests_, options.linux, takenDown_ ),
+        holds_( *requests_, options.linux, takenDown_ ),
         facts_( devices_, [ this ]( int index ) { return takenDown_.contains( index ); } ) {
 }
 
@@ -53,39 +55,93 @@ LinuxDriver::~LinuxDriver() = default;
 void
 LinuxDriver::start( Loop& loop, DriverListener& listener ) {
    listener_ = &listener;
-   listAll();
+   loop_ = &loop;
+   takenDown_.read( say_ );
+   listAll( triesAtStart );
    event_.reset( event_new(
       loop.base(),
       changes_.descriptor(),
       EV_READ | EV_PERSIST,
       []( evutil_socket_t, short, void* self ) {
          auto& driver = *static_cast< LinuxDriver* >( self );
-         driver.catchUp( mostAtATime );
-         driver.tell();
+         driver.loop_->guard( [ &driver ] {
+            driver.catchUp( mostAtATime );
+            driver.tell();
+         } );
       },
       this ) );
-   if ( !event_ || event_add( event_.get(), nullptr ) != 0 ) {
+   again_.reset( evtimer_new(
+      loop.base(),
+      []( evutil_socket_t, short, void* self ) {
+         auto& driver = *static_cast< LinuxDriver* >( self );
+         driver.loop_->guard( [ &driver ] { driver.tryAgain(); } );
+      },
+      this ) );
+   if ( !event_ || !again_ || event_add( event_.get(), nullptr ) != 0 ) {
       throw Failure( ExitStatus::failed, "ostra: no event for netlink" );
    }
    tell();
 }
 
 void
-LinuxDriver::listAll() {
+LinuxDriver::listAll( int tries ) {
    isListed_ = false;
    ++lists_;
-   auto const links = allLinks( requests_ );
+   auto const links = allLinks( *requests_, tries );
    devices_.allAre( links );
    holds_.allAre( links );
    isListed_ = true;
 }
 
 void
+LinuxDriver::listAgain() {
+   // What still waits is older than the list that is made now.
+   while ( changes_.receive() != NetlinkSocket::Received::nothing ) {}
+   listAll( triesMeanwhile );
+}
+
+bool
+LinuxDriver::isDone() const noexcept {
+   return isListed_ && unswept_.empty() && holds_.isWritten();
+}
+
+void
+LinuxDriver::waitUnlessDone() {
+   if ( isDone() ) {
+      wait_ = 0;
+   } else if ( event_pending( again_.get(), EV_TIMEOUT, nullptr ) == 0 ) {
+      wait_ = std::clamp( 2 * wait_, firstWait, longestWait );
+      timeval const wait{ wait_ / 1'000, wait_ % 1'000 * 1'000 };
+      event_add( again_.get(), &wait );
+   }
+}
+
+void
+LinuxDriver::tryAgain() {
+   try {
+      if ( !isListed_ ) {
+         listAgain();
+         say_( "all devices are listed again" );
+      }
+      holds_.write();
+   } catch ( Failure const& failure ) {
+      // Once, and not with each try.
+      if ( wait_ == firstWait ) {
+         say_( failure.what() );
+      }
+   }
+   sweep( std::set( unswept_ ) );
+   tell();
+}
+
+void
 LinuxDriver::take( NetlinkSocket::Received received ) {
-   if ( received == NetlinkSocket::Received::lost || !isListed_ ) {
-      // What still waits is older than the list that is made now.
-      while ( changes_.receive() != NetlinkSocket::Received::nothing ) {}
-      listAll();
+   if ( !isListed_ ) {
+      // The list that is made next is newer.
+      return;
+   }
+   if ( received == NetlinkSocket::Received::lost ) {
+      listAgain();
       return;
    }
    forEachMessage( changes_.octets(), [ this ]( nlmsghdr const& message ) {
@@ -109,21 +165,27 @@ LinuxDriver::catchUp( int most ) {
          take( received );
       }
    } catch ( Failure const& failure ) {
-      // Whatever is heard next makes it try again.
-      say_( failure.what() );
+      say_( fmt::format( "{}: it is tried again", failure.what() ) );
+      waitUnlessDone();
    }
 }
 
 void
 LinuxDriver::tell() {
-   auto const [ interfaces, others ] = devices_.takeChanges();
-   seeHolds( interfaces, others );
-   sweep( others );
-   for ( Json const& patch : facts_.patches( interfaces ) ) {
+   auto const changes = devices_.takeChanges();
+   seeHolds( changes.interfaces, changes.others );
+   sweep( changes.others );
+   for ( Json const& patch : facts_.patches( changes ) ) {
       listener_->facts( patch );
    }
-   probe( interfaces );
-   tellObserved( interfaces );
+   probe( changes.interfaces );
+   for ( std::string const& interface : changes.left ) {
+      if ( told_.contains( interface ) ) {
+         tellOne( interface, Observed::noDevice );
+      }
+   }
+   tellObserved( changes.interfaces );
+   waitUnlessDone();
 }
 
 void
@@ -181,20 +243,37 @@ LinuxDriver::sweep( std::set< int > const& indexes ) {
       Link const* const link = devices_.link( index );
       if ( link && devices_.interfaceOf( index ).empty() && holds_.isOurs( *link ) ) {
          work.release.push_back( *link );
+      } else {
+         unswept_.erase( index );
       }
+   }
+   if ( work.release.empty() ) {
+      return;
    }
    auto const replies = holds_.carryOut( work, [] {} );
    lookAgain( work );
    for ( auto const& [ index, reply ] : replies ) {
-      bool const isDone = reply.error == 0 || reply.error == EBUSY || reply.error == ENODEV;
-      say_( fmt::format(
-         "device {}: held by this host, and no interface: {}",
-         nameOf( index ),
-         isDone ? "released" : wordsOfReply( reply ) ) );
+      isSwept( index, reply );
    }
 }
 
 void
+LinuxDriver::isSwept( int index, Reply const& reply ) {
+   bool const isReleased = wasReleased( reply );
+   // It is said once, and not with each try.
+   bool const isNew = !isReleased && unswept_.insert( index ).second;
+   if ( isReleased ) {
+      unswept_.erase( index );
+   }
+   if ( isReleased || isNew ) {
+      say_( fmt::format(
+         "device {}: held by this host, and no interface: {}",
+         nameOf( index ),
+         isReleased ? "released" : wordsOf( reply ) ) );
+   }
+}
+
+bool
 LinuxDriver::probe( std::set< std::string > const& interfaces ) {
    std::vector< Link > links;
    for ( std::string const& interface : interfaces ) {
@@ -204,149 +283,7 @@ LinuxDriver::probe( std::set< std::string > const& interfaces ) {
          links.push_back( *link );
       }
    }
-   holds_.probe( links, [] {} );
-}
-
-bool
-LinuxDriver::isWanted( std::string const& interface ) const {
-   Link const* const link = devices_.linkOf( interface );
-   return errdisabled_.contains( interface ) ||
-      ( link && standby_.contains( devices_.portChannelOf( *link ) ) );
-}
-
-Observed
-LinuxDriver::observed( std::string const& interface ) const {
-   Link const* const link = devices_.linkOf( interface );
-   if ( !link ) {
-      return Observed::noDevice;
-   }
-   if ( !isPortChannel( interface ) ) {
-      bool const isOfStandby = isWanted( interface ) && !errdisabled_.contains( interface );
-      return isOfStandby ? Observed::released : holds_.observed( *link );
-   }
-   if ( !standby_.contains( interface ) ) {
-      return Observed::released;
-   }
-   auto const members = devices_.membersOf( interface );
-   bool const isHeld =
-      std::all_of( members.begin(), members.end(), [ this ]( auto const& member ) {
-         return holds_.observed( *devices_.linkOf( member ) ) == Observed::held;
-      } );
-   return isHeld ? Observed::held : Observed::broken;
-}
-
-std::vector< std::string >
-LinuxDriver::portsOf( Order const& order ) const {
-   return order.kind == OrderKind::errdisable ? std::vector{ order.interface }
-                                              : devices_.membersOf( order.interface );
-}
-
-void
-LinuxDriver::take( Order const& order ) {
-   auto& held = order.kind == OrderKind::errdisable ? errdisabled_ : standby_;
-   if ( order.isHold ) {
-      held.insert( order.interface );
-   } else {
-      held.erase( order.interface );
-   }
-}
-
-// The kernel does not tell everything: nothing of a device that is down, nor that our reason
-// has gone when it refuses to clear protodown for others. What is not as it was to be is asked
-// for.
-void
-LinuxDriver::lookAgain( Holds::Work const& work ) {
-   std::vector< int > indexes;
-   for ( Link const& held : work.hold ) {
-      Link const* const link = devices_.link( held.index );
-      if ( link && holds_.observed( *link ) != Observed::held ) {
-         indexes.push_back( held.index );
-      }
-   }
-   for ( Link const& released : work.release ) {
-      Link const* const link = devices_.link( released.index );
-      if ( link && holds_.isOurs( *link ) ) {
-         indexes.push_back( released.index );
-      }
-   }
-   for ( Link const& link : linksOf( requests_, indexes ) ) {
-      devices_.apply( { false, link } );
-   }
-}
-
-void
-LinuxDriver::carryOut( std::vector< Order > const& orders ) {
-   std::set< std::string > ports;
-   for ( Order const& order : orders ) {
-      take( order );
-      for ( std::string const& port : portsOf( order ) ) {
-         ports.insert( port );
-      }
-   }
-   Holds::Work work;
-   for ( std::string const& port : ports ) {
-      Link const* const link = devices_.linkOf( port );
-      if ( link && isWanted( port ) ) {
-         work.hold.push_back( *link );
-      } else if ( link && holds_.isOurs( *link ) ) {
-         work.release.push_back( *link );
-      }
-   }
-   auto const replies = holds_.carryOut( work, [ this ] { catchUp( mostAtATime ); } );
-   catchUp( untilNothing );
-   lookAgain( work );
-   for ( Order const& order : orders ) {
-      Answer const answer = answerTo( order, replies );
-      if ( answer.result == Answer::Result::done ) {
-         told_[ order.interface ] = order.isHold ? Observed::held : Observed::released;
-      }
-      listener_->answered( answer );
-   }
-   if ( devices_.hasChanged() ) {
-      // What was heard meanwhile is told within the next turn.
-      event_active( event_.get(), EV_READ, 0 );
-   }
-}
-
-Answer
-LinuxDriver::answerTo( Order const& order, std::map< int, Reply > const& replies ) const {
-   using Result = Answer::Result;
-   if ( !devices_.linkOf( order.interface ) ) {
-      return { order.id,
-               order.interface,
-               order.isHold ? Result::unsupported : Result::done,
-               order.isHold ? "no device" : "" };
-   }
-   for ( std::string const& port : portsOf( order ) ) {
-      std::string const problem = problemOf( port, order.isHold, replies );
-      if ( !problem.empty() ) {
-         bool const canBe = !holds_.isHopeless( devices_.linkOf( port )->index );
-         return {
-            order.id, order.interface, canBe ? Result::failed : Result::unsupported, problem
-         };
-      }
-   }
-   return { order.id, order.interface, Result::done };
-}
-
-// By what the device says of itself; what the kernel has answered says why.
-std::string
-LinuxDriver::problemOf(
-   std::string const& port, bool isHold, std::map< int, Reply > const& replies ) const {
-   Link const& link = *devices_.linkOf( port );
-   bool const isDone = isHold ? holds_.observed( link ) == Observed::held
-                              : isWanted( port ) || !holds_.isOurs( link );
-   if ( isDone ) {
-      return {};
-   }
-   auto const found = replies.find( link.index );
-   bool const isRefused = found != replies.end() && found->second.error != 0;
-   return fmt::format(
-      "{}: {}",
-      nameOf( link.index ),
-      isRefused   ? wordsOfReply( found->second )
-         : isHold ? "it carries traffic although protodown is on"
-                  : "it stays held" );
+   return holds_.probe( links, [] {} );
 }
 
 std::string
@@ -373,34 +310,45 @@ LinuxDriver::deviceOf( std::string const& interface ) const {
 
 std::vector< LinuxDriver::Released >
 LinuxDriver::releaseAll() {
-   listAll();
+   takenDown_.read( say_ );
+   listAll( triesAtStart );
    Holds::Work work;
-   for ( Link const& link : allLinks( requests_ ) ) {
+   for ( Link const& link : allLinks( *requests_ ) ) {
       if ( holds_.isOurs( link ) ) {
          work.release.push_back( link );
       }
    }
    std::vector< Released > released;
    for ( auto const& [ index, reply ] : holds_.carryOut( work, [] {} ) ) {
-      bool const isDone = reply.error == 0 || reply.error == EBUSY || reply.error == ENODEV;
-      released.push_back( { nameOf( index ), isDone ? "" : wordsOfReply( reply ) } );
+      released.push_back(
+         { nameOf( index ), wasReleased( reply ) ? "" : wordsOf( reply ) } );
    }
    return released;
 }
 
-std::map< std::string, std::string >
-LinuxDriver::unsupported() {
-   listAll();
+std::vector< std::string >
+LinuxDriver::warnings() {
+   listAll( triesAtStart );
    auto const interfaces = devices_.takeChanges().interfaces;
-   probe( interfaces );
-   std::map< std::string, std::string > unsupported;
+   std::vector< std::string > warnings;
+   for ( std::size_t const place : devices_.withoutDevice() ) {
+      warnings.push_back( fmt::format( "linux.interfaces[{}]: matches no device", place ) );
+   }
+   if ( !probe( interfaces ) ) {
+      warnings.emplace_back(
+         "which devices can be held is not known: the kernel tells it to root, or with "
+         "CAP_NET_ADMIN" );
+   }
    for ( std::string const& interface : interfaces ) {
       Link const* const link = devices_.linkOf( interface );
       if ( link && holds_.isHopeless( link->index ) ) {
-         unsupported[ interface ] = nameOf( link->index );
+         warnings.push_back( fmt::format(
+            "{}: device {} has no protodown, so that it cannot be held",
+            interface,
+            nameOf( link->index ) ) );
       }
    }
-   return unsupported;
+   return warnings;
 }
 
 } // namespace ostra

@@ -27,7 +27,6 @@ constexpr std::size_t longestMessage = 262'144;
 constexpr int roomForChanges = 8 << 20;
 // Their answers, and what the kernel says of the changes, fit into the smallest buffers.
 constexpr std::size_t requestsAtATime = 32;
-constexpr int mostDumps = 100;
 
 [[noreturn]] void
 failNetlink( std::string_view what, int error ) {
@@ -54,6 +53,11 @@ class Request {
       nlattr* const nest = mnl_attr_nest_start( header_, IFLA_PROTO_DOWN_REASON );
       mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_MASK, 1U << bit );
       mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_VALUE, isSet ? 1U << bit : 0 );
+      mnl_attr_nest_end( header_, nest );
+   }
+   void reasonWithoutValue( unsigned bit ) {
+      nlattr* const nest = mnl_attr_nest_start( header_, IFLA_PROTO_DOWN_REASON );
+      mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_MASK, 1U << bit );
       mnl_attr_nest_end( header_, nest );
    }
    void protodownIs( bool isOn ) {
@@ -172,9 +176,16 @@ LinkRequests::release( int index, unsigned reasonBit, bool isProtodownOfOthers )
 }
 
 void
-LinkRequests::probe( int index, unsigned reasonBit ) {
+LinkRequests::probe( int index ) {
    Request request( index, 0, 0 );
-   request.reasonIs( reasonBit, false );
+   request.reasonWithoutValue( 0 );
+   add( request.message() );
+}
+
+void
+LinkRequests::protodownIs( int index, bool isOn ) {
+   Request request( index, 0, 0 );
+   request.protodownIs( isOn );
    add( request.message() );
 }
 
@@ -306,9 +317,12 @@ dump( NetlinkSocket& socket ) {
 } // namespace
 
 std::vector< Link >
-allLinks( NetlinkSocket& socket ) {
-   for ( int i = 0; i < mostDumps; ++i ) {
+allLinks( NetlinkSocket& socket, int tries ) {
+   for ( int i = 0; i < tries; ++i ) {
       if ( auto links = dump( socket ) ) {
+         std::sort( links->begin(), links->end(), []( Link const& a, Link const& b ) {
+            return a.index < b.index;
+         } );
          return std::move( *links );
       }
    }

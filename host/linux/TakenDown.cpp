@@ -5,14 +5,19 @@
 
 #include <host/base/Failure>
 #include <host/base/Json>
+#include <host/input/File>
+#include <host/serve/LiveTime>
+#include <host/serve/StoreFiles>
 
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -47,18 +52,42 @@ replace( std::filesystem::path const& path, std::string const& text ) {
 
 } // namespace
 
-TakenDown::TakenDown( std::string path, std::string bootId )
-      : path_( std::move( path ) ), bootId_( std::move( bootId ) ) {
-   std::ifstream in( path_ );
-   std::string const content( std::istreambuf_iterator< char >( in ), {} );
-   // Nothing but this writes it, and always all of it.
-   Json const json = Json::parse( content, nullptr, false );
-   if ( json.is_object() && json.value( "boot", Json() ) == Json( bootId_ ) ) {
-      for ( auto const& device : json.value( "devices", Json::array() ) ) {
-         devices_.emplace( device.at( "index" ), device.at( "name" ) );
-      }
+// Of another boot, too, it has this shape. Throws std::exception when it has not.
+void
+TakenDown::take( std::string const& content ) {
+   Json const json = Json::parse( content );
+   std::map< int, std::string > devices;
+   for ( Json const& device : json.at( "devices" ) ) {
+      devices.emplace( device.at( "index" ).get< int >(), device.at( "name" ) );
    }
-   written_ = text();
+   if ( json.at( "boot" ).get< std::string >() == bootId_ ) {
+      devices_ = std::move( devices );
+   }
+}
+
+void
+TakenDown::read( std::function< void( std::string const& line ) > const& say ) {
+   if ( access( path_.c_str(), F_OK ) != 0 && errno == ENOENT ) {
+      return;
+   }
+   std::string problem;
+   try {
+      take( readFile( path_ ).text );
+      return;
+   } catch ( Failure const& failure ) {
+      problem = failure.what();
+   } catch ( std::exception const& ) {
+      problem = fmt::format( "{}: not what this host has written", path_ );
+   }
+   auto const now = std::chrono::system_clock::now().time_since_epoch();
+   std::string const aside =
+      asideName( path_, dateText( std::chrono::duration_cast< Milliseconds >( now ) ) );
+   bool const isAside = std::rename( path_.c_str(), aside.c_str() ) == 0;
+   say( fmt::format(
+      "{}; {}; which ports a host before has taken down is not known",
+      problem,
+      isAside ? "it is now " + aside
+              : fmt::format( "it cannot be renamed: {}", std::strerror( errno ) ) ) );
 }
 
 std::set< int >
@@ -81,16 +110,15 @@ TakenDown::text() const {
 
 void
 TakenDown::write() {
-   std::string const now = text();
-   if ( now == written_ ) {
+   if ( isWritten_ ) {
       return;
    }
-   if ( !replace( path_, now ) ) {
+   if ( !replace( path_, text() ) ) {
       throw Failure(
          ExitStatus::failed,
          fmt::format( "{}: cannot be written: {}", path_, std::strerror( errno ) ) );
    }
-   written_ = now;
+   isWritten_ = true;
 }
 
 } // namespace ostra

@@ -54,6 +54,18 @@ isInterfaceName( std::string const& name ) {
    }
 }
 
+std::optional< std::string >
+nameFor(
+   std::regex const& device, std::string const& deviceName, std::string const& text ) {
+   std::smatch match;
+   if ( !std::regex_match( deviceName, match, device ) ) {
+      return std::nullopt;
+   }
+   std::string name =
+      substituted( text, [ &match ]( std::size_t group ) { return match.str( group ); } );
+   return isInterfaceName( name ) ? std::optional( std::move( name ) ) : std::nullopt;
+}
+
 Document
 defaultDocument() {
    return parseDocument( "the defaults", "{}" );
@@ -63,13 +75,12 @@ defaultDocument() {
 
 std::optional< std::string >
 InterfaceRule::interfaceOf( std::string const& deviceName ) const {
-   std::smatch match;
-   if ( !std::regex_match( deviceName, match, device ) ) {
-      return std::nullopt;
-   }
-   std::string name = substituted(
-      interface, [ &match ]( std::size_t group ) { return match.str( group ); } );
-   return isInterfaceName( name ) ? std::optional( std::move( name ) ) : std::nullopt;
+   return nameFor( device, deviceName, interface );
+}
+
+std::optional< std::string >
+InterfaceRule::portChannelOf( std::string const& deviceName ) const {
+   return portChannel.empty() ? std::nullopt : nameFor( device, deviceName, portChannel );
 }
 
 Surroundings

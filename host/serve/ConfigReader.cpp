@@ -189,10 +189,25 @@ canBeDevice( Kovel::IntfId const& id ) {
    return std::find( kinds.begin(), kinds.end(), id.kind() ) != kinds.end();
 }
 
-// Whether every group that the text names is one, and it gives the name of an interface where
-// they are numbers.
+constexpr std::string_view expectedPortChannel =
+   "the name of a port-channel, as Port-Channel\\1";
+
+bool
+isPortChannel( Kovel::IntfId const& id ) {
+   return id.kind() == Kovel::IntfId::Kind::portChannel;
+}
+
+using IsKind = bool ( * )( Kovel::IntfId const& id );
+
+// Whether every group that the text names is one, and it gives the name of an interface of
+// that kind where they are numbers.
 void
-checkInterface( Item const& item, std::string_view text, std::size_t groups ) {
+checkInterface(
+   Item const& item,
+   std::string_view text,
+   std::size_t groups,
+   std::string_view expected,
+   IsKind isKind ) {
    std::string example;
    for ( std::size_t i = 0; i < text.size(); ++i ) {
       if ( text[ i ] != '\\' ) {
@@ -210,11 +225,11 @@ checkInterface( Item const& item, std::string_view text, std::size_t groups ) {
       example += '1';
    }
    try {
-      if ( !canBeDevice( Kovel::IntfId( example ) ) ) {
-         item.refuse( expectedInterface );
+      if ( !isKind( Kovel::IntfId( example ) ) ) {
+         item.refuse( expected );
       }
    } catch ( Ryx::RangeException const& ) {
-      item.refuse( expectedInterface );
+      item.refuse( expected );
    }
 }
 
@@ -230,29 +245,37 @@ readDevice( Item const& item ) {
 
 InterfaceRule
 readRule( Item const& item ) {
-   static KnownKeys const keys = { "device", "interface" };
+   static KnownKeys const keys = { "device", "interface", "portChannel" };
    std::optional< std::regex > device;
    forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
       if ( key == "device" ) {
          device = readDevice( entry );
       }
-      return key == "device" || key == "interface";
+      return key == "device" || key == "interface" || key == "portChannel";
    } );
    if ( !device ) {
       item.refuseBecause( "no device: expected the key device" );
    }
-   std::string interface;
+   InterfaceRule rule{ std::move( *device ), {} };
+   std::size_t const groups = rule.device.mark_count();
    forEachKey( item, keys, [ & ]( std::string_view key, Item const& entry ) {
       if ( key == "interface" ) {
-         interface = textOf( entry, expectedInterface );
-         checkInterface( entry, interface, device->mark_count() );
+         rule.interface = textOf( entry, expectedInterface );
+         checkInterface( entry, rule.interface, groups, expectedInterface, canBeDevice );
+      } else if ( key == "portChannel" ) {
+         rule.portChannel = textOf( entry, expectedPortChannel );
+         checkInterface(
+            entry, rule.portChannel, groups, expectedPortChannel, isPortChannel );
       }
       return true;
    } );
-   if ( interface.empty() ) {
+   if ( rule.interface.empty() ) {
       item.refuseBecause( "no interface: expected the key interface" );
    }
-   return { std::move( *device ), std::move( interface ) };
+   if ( !rule.portChannel.empty() && rule.interface.starts_with( "Port-Channel" ) ) {
+      item.refuseBecause( "a port-channel is in no other: expected no key portChannel" );
+   }
+   return rule;
 }
 
 LinuxConfig

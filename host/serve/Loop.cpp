@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include <unistd.h>
 
@@ -80,6 +81,16 @@ Loop::signalIs( int signal, Task task ) {
 }
 
 void
+Loop::guard( Task const& task ) noexcept {
+   try {
+      task();
+   } catch ( ... ) {
+      failure_ = std::current_exception();
+      event_base_loopbreak( base() );
+   }
+}
+
+void
 Loop::run() {
    while ( !isStopped_ ) {
       turn( EVLOOP_ONCE );
@@ -96,6 +107,9 @@ Loop::turn( int flags ) {
    auto const clock = Ryx::activityManager()->clock();
    time_.clock().wakeUpIs( clock->nextTimeMin() );
    event_base_loop( base(), flags );
+   if ( failure_ ) {
+      std::rethrow_exception( std::exchange( failure_, nullptr ) );
+   }
    time_.refresh();
    clock->handleTime();
    turnEnd_();

@@ -26,17 +26,6 @@ namespace fs = std::filesystem;
 constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
 constexpr int digits = 20;
 
-std::string
-freeName( std::string const& path, std::string const& date ) {
-   std::string const aside = fmt::format( "{}.aside-{}", path, date );
-   std::string name = aside;
-   std::error_code error;
-   for ( int n = 2; fs::exists( name, error ) || fs::exists( name + "-wal", error ); ++n ) {
-      name = fmt::format( "{}-{}", aside, n );
-   }
-   return name;
-}
-
 bool
 moveLogs( std::string const& from, std::string const& to ) {
    bool isMoved = false;
@@ -57,6 +46,17 @@ firstLineOf( std::string const& path ) {
 }
 
 } // namespace
+
+std::string
+asideName( std::string const& path, std::string const& date ) {
+   std::string const aside = fmt::format( "{}.aside-{}", path, date );
+   std::string name = aside;
+   std::error_code error;
+   for ( int n = 2; fs::exists( name, error ) || fs::exists( name + "-wal", error ); ++n ) {
+      name = fmt::format( "{}-{}", aside, n );
+   }
+   return name;
+}
 
 StoreFiles::StoreFiles( std::string directory )
       : database_( std::move( directory ) + "/state.db" ) {}
@@ -123,7 +123,7 @@ StoreFiles::separate( std::string const& date ) {
    if ( !owner().empty() && !isOther() ) {
       return {};
    }
-   std::string const aside = freeName( database_, date );
+   std::string const aside = asideName( database_, date );
    return moveLogs( database_, aside )
       ? fmt::format( "{}-wal: of another database; it is now {}-wal", database_, aside )
       : std::string();
@@ -140,7 +140,7 @@ StoreFiles::adopt() const {
 
 std::string
 StoreFiles::setAside( std::string const& date ) const {
-   std::string aside = freeName( database_, date );
+   std::string aside = asideName( database_, date );
    fs::rename( database_, aside );
    moveLogs( database_, aside );
    return aside;

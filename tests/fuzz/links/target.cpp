@@ -21,7 +21,7 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    // As large as the input, and where a message may begin.
    std::vector< std::byte > const octets( begin, begin + size );
    Devices devices(
-      { { std::regex( R"((swp|v)(\d+))" ), R"(Ethernet\2)" },
+      { { std::regex( R"((swp|v)(\d+))" ), R"(Ethernet\2)", "Port-Channel3" },
         { std::regex( R"(bond(\d+))" ), R"(Port-Channel\1)" } },
       []( std::string const& ) {} );
    Facts facts( devices, []( int index ) { return index % 2 == 0; } );
@@ -33,12 +33,12 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
          devices.apply( *heard );
       }
    } );
-   for ( Json const& patch : facts.patches( devices.takeChanges().interfaces ) ) {
+   for ( Json const& patch : facts.patches( devices.takeChanges() ) ) {
       fuzz::require( !patch.empty() && !patch.contains( "" ), "patch: ", patch.dump() );
    }
-   fuzz::require( facts.patches( devices.takeChanges().interfaces ).empty(), "told twice" );
+   fuzz::require( facts.patches( devices.takeChanges() ).empty(), "told twice" );
    devices.allAre( {} );
-   facts.patches( devices.takeChanges().interfaces );
+   facts.patches( devices.takeChanges() );
    fuzz::require( !devices.linkOf( "Ethernet1" ), "a device is left" );
    return 0;
 }

@@ -8,6 +8,7 @@
 #include "RunningProgram"
 
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -135,7 +136,12 @@ TEST_F( ServeDocument, ConfigurationsAreTaken ) {
             "cat >shown.yaml <<'END'\n{}END\n\"$ostra\" serve --check --config shown.yaml",
             block.text ) );
          EXPECT_EQ( outcome.status, 0 ) << block.text;
-         EXPECT_EQ( outcome.err, "" ) << block.text;
+         // This machine is no such switch.
+         EXPECT_THAT(
+            outcome.err,
+            testing::MatchesRegex(
+               "(warning: linux.interfaces.[0-9].: matches no device\n)*" ) )
+            << block.text;
          ++configurations;
       }
    }

@@ -50,14 +50,14 @@ class DevicesTest : public testing::Test {
    // As one text each.
    std::vector< std::string > patches() {
       std::vector< std::string > texts;
-      for ( Json const& patch : facts.patches( devices.takeChanges().interfaces ) ) {
+      for ( Json const& patch : facts.patches( devices.takeChanges() ) ) {
          texts.push_back( patch.dump() );
       }
       return texts;
    }
    // Applied one behind the other.
    Json state() {
-      for ( Json const& patch : facts.patches( devices.takeChanges().interfaces ) ) {
+      for ( Json const& patch : facts.patches( devices.takeChanges() ) ) {
          state_.merge_patch( patch );
       }
       return state_;
@@ -242,8 +242,76 @@ TEST_F( DevicesTest, WithoutPatternsForPortChannelsMembershipIsOthers ) {
    Facts others( ports, []( int ) { return false; } );
    EXPECT_THAT( others.mounts(), ElementsAre( "ethPhyIntfConfig", "ethPhyIntfStatus" ) );
    ports.apply( { false, memberOf( 2, "swp1", 9 ) } );
-   for ( Json const& patch : others.patches( { "Ethernet1" } ) ) {
+   for ( Json const& patch : others.patches( { { "Ethernet1" }, {}, {} } ) ) {
       EXPECT_FALSE( patch.contains( "lagInputConfig" ) );
       EXPECT_FALSE( patch.contains( "lagInputIntfStatus" ) );
    }
+}
+
+TEST_F( DevicesTest, APortWithAnotherDeviceGoesAndComes ) {
+   is( linkOf( 2, "swp1" ) );
+   patches();
+   isGone( 2 );
+   is( linkOf( 3, "swp1" ) );
+   EXPECT_THAT(
+      patches(),
+      ElementsAre(
+         HasSubstr( R"("ethPhyIntfStatus":{"intfStatus":{"Ethernet1":null}})" ),
+         HasSubstr( R"("Ethernet1":{"linkStatus":"linkUp"})" ) ) );
+   // One that comes and goes meanwhile was never there.
+   is( linkOf( 4, "swp2" ) );
+   isGone( 4 );
+   EXPECT_THAT( patches(), IsEmpty() );
+}
+
+TEST_F( DevicesTest, APatternSaysThePortChannelUntilTheKernelDoes ) {
+   Devices ports(
+      { { std::regex( "swp(49|50)" ), R"(Ethernet\1)", "Port-Channel1000" },
+        { std::regex( R"(swp(\d+))" ), R"(Ethernet\1)" },
+        { std::regex( R"(bond(\d+))" ), R"(Port-Channel\1)" } },
+      []( auto const& ) {} );
+   Facts told( ports, []( int ) { return false; } );
+   auto const membership = [ & ] {
+      Json member;
+      for ( Json const& patch : told.patches( ports.takeChanges() ) ) {
+         member = patch.value( "lagInputConfig", Json::object() )
+                     .value( "phyIntf", Json::object() )
+                     .value( "Ethernet49", Json() );
+      }
+      return member.dump();
+   };
+   std::string const expected = R"({"lag":"Port-Channel1000","mode":"lacpOff"})";
+   ports.apply( { false, linkOf( 2, "swp1" ) } );
+   EXPECT_EQ( membership(), "null" );
+   ports.apply( { false, linkOf( 3, "swp49" ) } );
+   EXPECT_EQ( membership(), expected );
+   EXPECT_THAT( ports.membersOf( "Port-Channel1000" ), IsEmpty() );
+   ports.apply( { false, bondOf( 9, "bond1000", 4 ) } );
+   ports.apply( { false, memberOf( 3, "swp49", 9 ) } );
+   EXPECT_EQ( membership(), R"({"lag":"Port-Channel1000","mode":"lacpActive"})" );
+   ports.apply( { false, bondOf( 10, "bond7", 4 ) } );
+   ports.apply( { false, memberOf( 3, "swp49", 10 ) } );
+   EXPECT_EQ( membership(), R"({"lag":"Port-Channel7","mode":"lacpActive"})" );
+   ports.apply( { false, linkOf( 3, "swp49" ) } );
+   EXPECT_EQ( membership(), expected );
+   // A bridge is no bond, and something else.
+   ports.apply( { false, linkOf( 11, "br0" ) } );
+   ports.apply( { false, memberOf( 3, "swp49", 11 ) } );
+   EXPECT_EQ( membership(), "null" );
+}
+
+TEST_F( DevicesTest, WithoutPatternsForPortChannelsAPatternSaysThePortChannelAlways ) {
+   Devices ports(
+      { { std::regex( R"(swp(\d)(\d+))" ), R"(Ethernet\1\2)", R"(Port-Channel\1)" } },
+      []( auto const& ) {} );
+   Facts told( ports, []( int ) { return false; } );
+   EXPECT_THAT(
+      told.mounts(),
+      ElementsAre( "ethPhyIntfConfig", "ethPhyIntfStatus", "lagInputConfig" ) );
+   ports.apply( { false, memberOf( 3, "swp49", 9 ) } );
+   auto const patches = told.patches( ports.takeChanges() );
+   ASSERT_THAT( patches, SizeIs( 1 ) );
+   EXPECT_EQ(
+      patches[ 0 ][ "lagInputConfig" ][ "phyIntf" ][ "Ethernet49" ][ "lag" ],
+      "Port-Channel4" );
 }

@@ -111,6 +111,26 @@ TEST_F( LinuxBond, InLacpStandbyAllItsMembersAreHeld ) {
    EXPECT_EQ( lab->link( "swp2" )->reasons, 0U );
 }
 
+TEST_F( LinuxBond, ThePeerLinkIsNotHeldAlthoughItsBondComesLater ) {
+   config.interfaces.insert(
+      config.interfaces.begin(),
+      { std::regex( "swp(3)" ), R"(Ethernet\1)", "Port-Channel1" } );
+   start();
+   EXPECT_TRUE( lab->link( "swp3" )->isCarrying() );
+   ASSERT_TRUE( lab->addBond( "bond1", 4 ) );
+   join( "swp3", "bond1" );
+   EXPECT_TRUE( becomes( [ this ] {
+      return at( { "lagInputConfig", "phyIntf", "Ethernet3" } ).dump() ==
+         R"({"lag":"Port-Channel1","mode":2})";
+   } ) );
+   EXPECT_TRUE( lab->link( "swp3" )->isCarrying() );
+   EXPECT_TRUE( lab->isHeld( "swp1" ) );
+   // Somebody makes the bond anew.
+   lab->remove( "bond1" );
+   settle();
+   EXPECT_FALSE( lab->link( "swp3" )->has( 6 ) );
+}
+
 TEST_F( LinuxBond, StandbyGoesOnAfterARestart ) {
    start( "boot 1", withStandby );
    start( "boot 1", withStandby );

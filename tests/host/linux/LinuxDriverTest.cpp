@@ -143,24 +143,6 @@ TEST_F( LinuxDriverTest, ReleasesAPortWhoseReasonWasClearedBehindAProcessBefore 
    EXPECT_FALSE( lab->link( "swp1" )->isProtodown );
 }
 
-TEST_F( LinuxDriverTest, APortThatWasDownAlreadyIsForgottenAtTheEnd ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   lab->isUpIs( "swp5", false );
-   addPorts( 1 );
-   start();
-   EXPECT_EQ( enforced( "Ethernet5" ), "held" );
-   process->pass( 30'000 );
-   lab->isUpIs( "swp5", true );
-   settle();
-   EXPECT_TRUE( lab->link( "swp5" )->isUp() );
-   EXPECT_TRUE( shown( "Ethernet5" ).at( "hold" ).is_null() );
-   EXPECT_TRUE( process->host().reconciler().isSettled() );
-   lab->isUpIs( "swp5", false );
-   settle();
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-}
-
 TEST_F( LinuxDriverTest, SaysThatADeviceCannotBeHeldBeforeItIsToBe ) {
    lab->addVeth( "swp5", "other" );
    addPorts( 1 );
@@ -189,6 +171,45 @@ TEST_F( LinuxDriverTest, HoldsAPortThatComesMeanwhileAndForgetsOneThatGoes ) {
    process->pass( 30'000 );
    EXPECT_TRUE( lab->link( "swp1" )->isCarrying() );
    EXPECT_TRUE( lab->link( "swp2" )->isCarrying() );
+}
+
+TEST_F( LinuxDriverTest, ADeviceInThePlaceOfAnotherIsANewPort ) {
+   lab->addVeth( "swp5", "other" );
+   start();
+   ASSERT_EQ( enforced( "Ethernet5" ), "unsupported" );
+   lab->remove( "swp5" );
+   lab->addMacvlan( "swp5", "lower" );
+   settle();
+   EXPECT_TRUE( lab->isHeld( "swp5" ) );
+   EXPECT_EQ( enforced( "Ethernet5" ), "held" );
+}
+
+TEST_F( LinuxDriverTest, APortOfThePeerLinkIsNotHeldBeforeItsBondIsThere ) {
+   config.interfaces.insert(
+      config.interfaces.begin(),
+      { std::regex( "swp([34])" ), R"(Ethernet\1)", "Port-Channel1" } );
+   addPorts( 4 );
+   start();
+   EXPECT_TRUE( lab->isHeld( "swp1" ) );
+   EXPECT_TRUE( lab->isHeld( "swp2" ) );
+   for ( char const* device : { "swp3", "swp4" } ) {
+      EXPECT_TRUE( lab->link( device )->isCarrying() ) << device;
+   }
+   EXPECT_EQ( shown( "Ethernet3" ).at( "class" ), "peerLink" );
+   EXPECT_EQ( shown( "Ethernet3" ).at( "portChannel" ), "Port-Channel1" );
+   EXPECT_TRUE( process->host().reconciler().unenforced().empty() );
+}
+
+TEST_F( LinuxDriverTest, WhatGoesWrongWithAMessageLeavesTheLoopWhole ) {
+   addPorts( 1 );
+   hear = []( std::string const& ) { throw std::runtime_error( "nobody listens" ); };
+   start();
+   lab->addMacvlan( "swp01", "lower" );
+   EXPECT_THROW( settle(), std::runtime_error );
+   lab->remove( "swp01" );
+   lab->addMacvlan( "swp2", "lower" );
+   settle();
+   EXPECT_TRUE( lab->isHeld( "swp2" ) );
 }
 
 TEST_F( LinuxDriverTest, ARenamedPortIsTheOneThatItsNameSays ) {
@@ -278,92 +299,4 @@ TEST_F( LinuxDriverTest, ReleasesAllForAHostThatDoesNotRun ) {
    EXPECT_THAT( devices, ElementsAre( "swp1", "swp2" ) );
    EXPECT_TRUE( lab->link( "swp1" )->isCarrying() );
    EXPECT_EQ( lab->link( "swp2" )->reasons, 1U << 7U );
-}
-
-TEST_F( LinuxDriverTest, TakesDownWhatCannotBeHeldOtherwiseWhenThatIsAskedFor ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   lab->addVeth( "swp6", "another" );
-   lab->isUpIs( "swp6", false );
-   addPorts( 1 );
-   start();
-   EXPECT_TRUE( lab->isHeld( "swp1" ) );
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-   EXPECT_EQ( enforced( "Ethernet5" ), "held" );
-   EXPECT_EQ( enforced( "Ethernet6" ), "held" );
-   settle();
-   // What it does itself is no configuration.
-   EXPECT_EQ( shown( "Ethernet5" ).at( "admin" ), 1 );
-   EXPECT_EQ( shown( "Ethernet6" ).at( "admin" ), 2 );
-   process->pass( 30'000 );
-   settle();
-   EXPECT_TRUE( lab->link( "swp5" )->isUp() );
-   EXPECT_FALSE( lab->link( "swp6" )->isUp() );
-   EXPECT_EQ( shown( "Ethernet5" ).at( "admin" ), 1 );
-   EXPECT_EQ( shown( "Ethernet6" ).at( "admin" ), 2 );
-   lab->isUpIs( "swp5", false );
-   settle();
-   EXPECT_EQ( shown( "Ethernet5" ).at( "admin" ), 2 );
-}
-
-TEST_F( LinuxDriverTest, TakesDownAgainWhatComesUpMeanwhileAndBringsItUpAtTheEnd ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   lab->addVeth( "swp6", "another" );
-   lab->isUpIs( "swp6", false );
-   start();
-   for ( char const* device : { "swp5", "swp6" } ) {
-      lab->isUpIs( device, true );
-   }
-   settle();
-   for ( char const* device : { "swp5", "swp6" } ) {
-      EXPECT_FALSE( lab->link( device )->isUp() ) << device;
-   }
-   EXPECT_EQ( shown( "Ethernet6" ).at( "admin" ), 1 );
-   process->pass( 30'000 );
-   for ( char const* device : { "swp5", "swp6" } ) {
-      EXPECT_TRUE( lab->link( device )->isUp() ) << device;
-   }
-}
-
-TEST_F( LinuxDriverTest, KnowsWhatAProcessBeforeHasTakenDown ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   lab->addVeth( "swp6", "another" );
-   lab->isUpIs( "swp6", false );
-   start();
-   start();
-   settle();
-   EXPECT_EQ( shown( "Ethernet5" ).at( "admin" ), 1 );
-   EXPECT_EQ( enforced( "Ethernet5" ), "held" );
-   // Also when nobody asks for that any more.
-   config.fallback = ostra::Fallback::none;
-   start();
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-   process->pass( 30'000 );
-   EXPECT_TRUE( lab->link( "swp5" )->isUp() );
-   EXPECT_FALSE( lab->link( "swp6" )->isUp() );
-}
-
-TEST_F( LinuxDriverTest, BringsUpNothingThatABootBeforeHasTakenDown ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   start();
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-   start( "boot 2" );
-   process->pass( 30'000 );
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-}
-
-TEST_F( LinuxDriverTest, TakesNothingDownThatItCannotRemember ) {
-   config.fallback = ostra::Fallback::adminDown;
-   lab->addVeth( "swp5", "other" );
-   std::filesystem::create_directories( directory.path() + "/state/taken-down.json.new" );
-   start();
-   EXPECT_TRUE( lab->link( "swp5" )->isUp() );
-   EXPECT_EQ( enforced( "Ethernet5" ), "failed" );
-   std::filesystem::remove( directory.path() + "/state/taken-down.json.new" );
-   process->pass( 1'000 );
-   EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-   EXPECT_EQ( enforced( "Ethernet5" ), "held" );
 }

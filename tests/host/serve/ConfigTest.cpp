@@ -154,6 +154,16 @@ TEST( Config, RefusesWithThePlaceWhatIsWrong ) {
         "linux.interfaces[0]: no interface: expected the key interface" },
       { "linux: { interfaces: [ { interface: Ethernet1 } ] }",
         "linux.interfaces[0]: no device: expected the key device" },
+      { "linux: { interfaces: [ { device: a, interface: Ethernet1, portChannel: Ethernet2 "
+        "} ] }",
+        "portChannel: \"Ethernet2\": expected the name of a port-channel, as "
+        "Port-Channel\\1" },
+      { "linux: { interfaces: [ { device: a, interface: Ethernet1, portChannel: "
+        "'Port-Channel\\1' } ] }",
+        "expected no \\, as device has no groups" },
+      { "linux: { interfaces: [ { device: a, interface: Port-Channel1, portChannel: "
+        "Port-Channel2 } ] }",
+        "linux.interfaces[0]: a port-channel is in no other: expected no key portChannel" },
       { "mounts: { mlagConfig: { reloadDelay: fast } }",
         "ostra.yaml:1:38: mounts.mlagConfig.reloadDelay: \"fast\": expected" },
       { "mounts: { mlagConfg: {} }", "mlagConfg: unknown key" },
