@@ -7,7 +7,7 @@ import { differencesOf } from './compare.js';
 import { Detail } from './detail.js';
 import { Faceplate, Legend } from './faceplate.js';
 import { Live } from './live.js';
-import { duration, instant, plain } from './model.js';
+import { duration, instant, plain, stateOf } from './model.js';
 import { Foreign, html, render, useEffect, useMemo, useRef, useState } from './parts.js';
 import { recordedOf } from './recorded.js';
 import { News, Summary } from './summary.js';
@@ -127,7 +127,7 @@ function LivePage({ live }) {
          entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}
          whenOf=${whenOf} below=${html`<${WhatIf} /><${News} entries=${entries} />`}
          moreOf=${(/** @type {import('./model.js').Port} */ port) =>
-            port.hold && html`<${Releasers} port=${port} />`} />`;
+            port.hold && html`<${Releasers} key=${stateOf(port)} port=${port} />`} />`;
 }
 
 const speed = 30;

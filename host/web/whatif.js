@@ -22,40 +22,66 @@ const choices = [
    { words: 'a secondary does not hold', patch: { mlagProtoStatus: { holdInSecondary: false } } },
 ];
 
-/** @param {{ patch?: any, until?: number }} question without a patch nothing is changed
- * @returns {Promise<StreamRecord[]>} */
-async function forecast(question) {
-   const response = await fetch('/v1/forecast', {
-      method: 'POST',
-      headers: { 'Content-Type': 'application/json' },
-      body: JSON.stringify(question),
-   });
-   const text = await response.text();
-   if (!response.ok) {
+const mostTries = 5;
+
+/** @param {number} seconds */
+const passed = seconds => new Promise(resolve => setTimeout(resolve, seconds * 1000));
+
+/** What the host, or something between, has to say of it.
+ * @param {Response} response @param {string} text */
+function complaintOf(response, text) {
+   try {
       const { where, found, expected } = JSON.parse(text).error;
-      throw new Error(`${where}: ${found}: expected ${expected}`);
+      return `${where}: ${found}: expected ${expected}`;
+   } catch (error) {
+      return `the host did not answer (${response.status} ${response.statusText})`;
    }
-   return text.split('\n').filter(line => line).map(line => JSON.parse(line));
 }
 
+/** One that is made for somebody else is waited for.
+ * @param {{ patch?: any, until?: number }} question without a patch nothing is changed
+ * @returns {Promise<StreamRecord[]>} */
+async function forecast(question) {
+   for (let tries = 1; ; ++tries) {
+      const response = await fetch('/v1/forecast', {
+         method: 'POST',
+         headers: { 'Content-Type': 'application/json' },
+         body: JSON.stringify(question),
+      });
+      const text = await response.text();
+      if (response.ok) {
+         return text.split('\n').filter(line => line).map(line => JSON.parse(line));
+      }
+      const wait = Number(response.headers.get('Retry-After'));
+      if (response.status !== 503 || !wait || tries === mostTries) {
+         throw new Error(complaintOf(response, text));
+      }
+      await passed(wait);
+   }
+}
+
+/** `isSo` is null, and `why` says so, for what could not be asked.
+ * @typedef {{ words: string, isSo: boolean|null, why: string }} Releaser */
+
 /** Of a port that is held: the changes that release it now, each asked of the host.
- * @param {Port} port @returns {Promise<{ words: string, isSo: boolean|null }[]>} null: it may not
- * be changed */
+ * @param {Port} port @returns {Promise<Releaser[]>} */
 async function releasersOf(port) {
    const isErrdisabled = port.hold?.kind === 'errdisable';
-   const holder = isErrdisabled ? port.name : port.portChannel ?? '';
+   const path = (isErrdisabled ? ['mlagissuCause', 'intfStatus', port.name]
+      : ['lacpConfig', 'portChannel', port.portChannel ?? '', 'stayInStandby']).join('\n');
    const byHand = isErrdisabled ? [{
       words: 'it is released by hand', patch: { mlagissuCause: { intfStatus: { [port.name]: null } } },
    }] : [];
+   /** @type {Releaser[]} */
    const answers = [];
    for (const { words, patch } of [...byHand, ...choices]) {
       try {
          const records = await forecast({ patch, until: 0 });
-         const isSo = records.some(record => record.type === 'write' && record.path.includes(holder) &&
-            (isErrdisabled ? record.value === null : record.value === false));
-         answers.push({ words, isSo });
+         const isSo = records.some(record => record.type === 'write' &&
+            record.path.join('\n') === path && !record.value && record.value !== 0);
+         answers.push({ words, isSo, why: '' });
       } catch (error) {
-         answers.push({ words, isSo: null });
+         answers.push({ words, isSo: null, why: String(/** @type {Error} */ (error).message) });
       }
    }
    return answers;
@@ -68,14 +94,23 @@ const groups = [
 
 /** @param {{ port: Port }} props */
 export function Releasers({ port }) {
-   const [answers, setAnswers] = useState(
-      /** @type {{ words: string, isSo: boolean|null }[]} */ ([]));
-   return html`<p class="choices"><button type="button"
-         onClick=${async () => setAnswers(await releasersOf(port))}>What would release it now?</button></p>
+   const [answers, setAnswers] = useState(/** @type {Releaser[]} */ ([]));
+   const [isAsking, setAsking] = useState(false);
+   const ask = async () => {
+      if (isAsking) {
+         return;
+      }
+      setAsking(true);
+      setAnswers(await releasersOf(port));
+      setAsking(false);
+   };
+   return html`<p class="choices"><button type="button" aria-disabled=${isAsking ? 'true' : 'false'}
+         onClick=${ask}>What would release it now?</button></p>
       <div role="status" class="releasers">${groups.map(([isSo, title]) => {
          const some = answers.filter(answer => answer.isSo === isSo);
          return some.length > 0 && html`<b>${title}</b><ul>${some.map(
-            answer => html`<li key=${answer.words}>${answer.words}</li>`)}</ul>`;
+            answer => html`<li key=${answer.words}>${answer.words}${answer.why &&
+               html`: <${Foreign}>${answer.why}<//>`}</li>`)}</ul>`;
       })}</div>`;
 }
 
@@ -93,19 +128,30 @@ export function WhatIf() {
    const [text, setText] = useState(JSON.stringify(choices[0].patch));
    const [outcome, setOutcome] = useState(/** @type {Outcome|null} */ (null));
    const [says, setSays] = useState('');
+   const [isAsking, setAsking] = useState(false);
    const ask = async () => {
+      if (isAsking) {
+         return;
+      }
+      let patch;
+      try {
+         patch = JSON.parse(text);
+      } catch (error) {
+         setSays(`the change: ${/** @type {Error} */ (error).message}: expected JSON`);
+         return;
+      }
       setSays('asking');
+      setAsking(true);
       setOutcome(null);
       try {
-         const patch = JSON.parse(text);
          // One after the other: the host makes one at a time for the network.
          const changed = entriesOf(await forecast({ patch }));
          setOutcome({ with: changed, without: entriesOf(await forecast({})) });
          setSays('nothing was changed');
       } catch (error) {
-         setSays(error instanceof SyntaxError
-            ? `the change: ${error.message}: expected JSON` : String(/** @type {Error} */ (error).message));
+         setSays(String(/** @type {Error} */ (error).message));
       }
+      setAsking(false);
    };
    return html`<section class="card what-if" aria-label="What if">
       <h2>What if</h2>
@@ -114,7 +160,8 @@ export function WhatIf() {
       <label>The change, as JSON
          <textarea rows="2" spellcheck="false" value=${text}
             onInput=${(/** @type {any} */ event) => setText(event.target.value)}></textarea></label>
-      <p class="choices"><button type="button" onClick=${ask}>Show what would happen</button>
+      <p class="choices"><button type="button" aria-disabled=${isAsking ? 'true' : 'false'}
+         onClick=${ask}>Show what would happen</button>
          <span role="status" class="small"><${Foreign}>${says}<//></span></p>
       ${outcome && html`<div class="beside">
          <${Column} title="With the change" entries=${outcome.with}

@@ -5,6 +5,7 @@
 
 import { execFileSync, spawn } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { request } from 'node:http';
 import { createRequire } from 'node:module';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
@@ -80,6 +81,23 @@ export class Host {
       return execFileSync(ostra, [...args, '--socket', `${this.directory}/socket`], { encoding: 'utf8' });
    }
 
+   /** The same without a process for each, for many: a patch of the state. */
+   patch(changes) {
+      const body = JSON.stringify(changes);
+      return new Promise((resolve, reject) => {
+         const asked = request({
+            socketPath: `${this.directory}/socket`, path: '/v1/state', method: 'PATCH',
+            headers: { Host: 'localhost', 'Content-Type': 'application/json' },
+         }, answer => {
+            answer.resume();
+            answer.on('end', () => answer.statusCode === 200 ? resolve() : reject(
+               new Error(`status ${answer.statusCode}`)));
+         });
+         asked.on('error', reject);
+         asked.end(body);
+      });
+   }
+
    async json(path) {
       return (await fetch(this.url + path)).json();
    }
@@ -139,6 +157,16 @@ export async function barriers(page) {
    const { violations } = await page.evaluate('axe.run()');
    return violations.filter(v => v.impact === 'serious' || v.impact === 'critical')
       .flatMap(v => v.nodes.slice(0, 3).map(node => `${v.id}: ${node.html.slice(0, 200)}`));
+}
+
+/** Seconds of a core that the page itself has used so far. */
+export async function coreSeconds(page) {
+   page.session ??= await page.context().newCDPSession(page).then(async session => {
+      await session.send('Performance.enable', { timeDomain: 'threadTicks' });
+      return session;
+   });
+   const { metrics } = await page.session.send('Performance.getMetrics');
+   return metrics.find(metric => metric.name === 'TaskDuration').value;
 }
 
 /** No more than the window is wide, so that nobody has to scroll sideways. */

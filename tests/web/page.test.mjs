@@ -10,8 +10,8 @@ import { join } from 'node:path';
 import { after, test } from 'node:test';
 
 import { entriesOf } from '../../host/web/words.js';
-import { barriers, closeBrowser, directory, examples, Host, manyPorts, open, ostra, overflow,
-   pageOfRun } from './host.mjs';
+import { barriers, closeBrowser, coreSeconds, directory, examples, Host, manyPorts, open, ostra,
+   overflow, pageOfRun } from './host.mjs';
 
 after(closeBrowser);
 
@@ -85,6 +85,16 @@ test('Page.ShowsWhatWouldHappenAndChangesNothing', async t => {
       await page.click('text=Show what would happen');
       await until(async () => (await page.textContent('.what-if [role=status]')).includes(words));
    }
+   // What a proxy says is not the user's fault, and a host that is busy is asked again.
+   const answers = [{ status: 502, body: '<html>' },
+      { status: 503, headers: { 'Retry-After': '1' }, body: '{"error":{}}' }];
+   await page.route('**/v1/forecast', route => answers.length > 1 || answers[0]?.status === 503
+      ? route.fulfill(answers.shift()) : route.continue());
+   await page.fill('textarea', '{}');
+   await page.click('text=Show what would happen');
+   await until(async () => (await page.textContent('.what-if [role=status]')).includes('502'));
+   await page.click('text=Show what would happen');
+   await page.waitForSelector('.beside', { timeout: 15000 });
 });
 
 test('Page.SaysWhatWouldReleaseAPort', async t => {
@@ -101,9 +111,14 @@ test('Page.SaysWhatWouldReleaseAPort', async t => {
    assert.ok(wouldNot.includes('MLAG becomes inactive'));
    assert.equal(await stateOf(page, 'Ethernet1'), 'unsupported');
    assert.deepEqual(await barriers(page), []);
+   await page.route('**/v1/forecast', route => route.fulfill({ status: 409, body: JSON.stringify(
+      { error: { where: 'mlagStatus', found: 'owned by the file', expected: 'another' } }) }));
+   await page.click('[data-port="Ethernet2"]');
+   await page.click('text=What would release it now?');
+   await until(async () => (await page.textContent('.releasers')).includes('owned by the file'));
    await page.click('[data-port="Management1"]');
    assert.equal(await page.locator('text=What would release it now?').count(), 0);
-   assert.deepEqual(page.problems, []);
+   assert.ok(page.problems.every(text => text.includes('409')), page.problems.join('\n'));
 });
 
 test('Page.WorksWithTheKeyboardAlone', async t => {
@@ -269,6 +284,30 @@ test('Page.TakesNoScriptButItsOwn', async t => {
    });
    assert.equal(ran, false);
    assert.ok(page.problems.some(text => text.includes('Content Security Policy')), page.problems);
+});
+
+test('Page.NeedsHalfACoreForSixtyUpdatesASecond', async t => {
+   const host = await Host.start(t, manyPorts(1000));
+   const page = await open(t, host.url);
+   await coreSeconds(page);
+   // What the first picture needs is over.
+   await new Promise(resolve => setTimeout(resolve, 3000));
+   const updates = 300;
+   const before = await coreSeconds(page);
+   const began = performance.now();
+   for (let i = 0; i < updates; ++i) {
+      const due = began + i * 1000 / 60;
+      await new Promise(resolve => setTimeout(resolve, Math.max(0, due - performance.now())));
+      await host.patch({ ethPhyIntfStatus: { intfStatus: { [`Ethernet${i + 1}`]:
+         { linkStatus: 2 } } } });
+   }
+   await until(async () => (await page.textContent('[data-seq] bdi')).includes('Ethernet300'));
+   const used = await coreSeconds(page) - before;
+   const took = (performance.now() - began) / 1000;
+   t.diagnostic(`${used.toFixed(2)} s of a core in ${took.toFixed(1)} s, ${updates} updates`);
+   // On a slow machine they come more slowly, and are no more.
+   assert.ok(used < 0.5 * Math.max(took, updates / 60), String(used));
+   assert.deepEqual(page.problems, []);
 });
 
 test('Page.ShowsAThousandPorts', async t => {
