@@ -3,6 +3,7 @@
 
 #include <Ryx/Delivery>
 
+#include <mutex>
 #include <utility>
 
 namespace Ryx {
@@ -12,6 +13,16 @@ namespace {
 // Weak notifiees that have a notifier but are not registered with it, chained through
 // their list link: the only ones that a notifier going away could not find in its list.
 PtrInterface::NotifieeConst* parked = nullptr;
+
+// They are of all notifiers, and end on any thread: one thread at a time walks or changes the
+// chain.
+std::recursive_mutex chain;
+
+std::unique_lock< std::recursive_mutex >
+oneAtATime() noexcept {
+   return singleThreaded() ? std::unique_lock< std::recursive_mutex >()
+                           : std::unique_lock( chain );
+}
 
 } // namespace
 
@@ -55,6 +66,7 @@ Notifier::unlink( NotifieeConst* notifiee ) const noexcept {
 
 void
 Notifier::park( NotifieeConst* notifiee ) const noexcept {
+   auto const lock = oneAtATime();
    if ( parked ) {
       parked->before_ = notifiee;
    }
@@ -65,6 +77,7 @@ Notifier::park( NotifieeConst* notifiee ) const noexcept {
 
 void
 Notifier::unpark( NotifieeConst* notifiee ) noexcept {
+   auto const lock = oneAtATime();
    NotifieeConst* const before = notifiee->before_;
    NotifieeConst* const next = std::exchange( notifiee->next_, nullptr );
    ( before ? before->next_ : parked ) = next;
@@ -75,6 +88,7 @@ Notifier::unpark( NotifieeConst* notifiee ) noexcept {
 
 void
 Notifier::abandonParked() const noexcept {
+   auto const lock = oneAtATime();
    NotifieeConst* next = nullptr;
    for ( NotifieeConst* notifiee = parked; notifiee; notifiee = next ) {
       next = notifiee->next_;

@@ -314,6 +314,35 @@ letGoOfATimer() {
    expect( clock->handleTime() == 2, "both timers are called" );
 }
 
+// A weak notifiee that is in no notifier's list.
+class Unregistered final : public Lamp::NotifieeConst {
+ public:
+   explicit Unregistered( Ryx::Ptr< Lamp > const& lamp ) {
+      isWeakReferenceIs( true );
+      notifierIs( lamp );
+   }
+};
+
+// They go on any thread while one of them binds others.
+void
+releaseUnregistered() {
+   auto lamp = Ryx::make< Lamp >();
+   std::vector< Ryx::Ptr< Unregistered > > notifiees;
+   for ( unsigned i = 0; i < copies; ++i ) {
+      notifiees.push_back( Ryx::make< Unregistered >( lamp ) );
+   }
+   onEveryThread( [ &notifiees, &lamp ]( unsigned i ) {
+      for ( std::size_t at = i; at < notifiees.size(); at += threads ) {
+         notifiees[ at ] = i == 0 ? Ryx::make< Unregistered >( lamp ) : nullptr;
+      }
+   } );
+   lamp = nullptr;
+   for ( auto const& notifiee : notifiees ) {
+      expect(
+         !notifiee || !notifiee->notifier(), "those that are left lose their notifier" );
+   }
+}
+
 struct Scene {
    char const* name;
    void ( *play )();
@@ -371,6 +400,7 @@ main( int argc, char** argv ) {
    releaseLast();
    releaseChains();
    pinMeanwhile();
+   releaseUnregistered();
    expect( before->references() == 2, "what one thread counted stands" );
    std::puts( "pointers were released elsewhere" );
    return 0;
