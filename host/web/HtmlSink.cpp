@@ -81,9 +81,9 @@ void
 HtmlSink::trace( Milliseconds, TraceLineRecord const& ) {}
 
 void
-HtmlSink::end( Milliseconds at, EndRecord const& ) {
+HtmlSink::end( Milliseconds at, EndRecord const& record ) {
    story_->tell();
-   lines_->add( at, "end", Json::object() );
+   lines_->add( at, "end", { { "isTimerLeft", record.isTimerLeft } } );
    out_ << behind_ << page::tail();
 }
 

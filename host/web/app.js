@@ -89,7 +89,7 @@ function LivePage({ live }) {
    const [, draw] = useState(0);
    useEffect(() => {
       let due = 0;
-      let lastAt = 0;
+      let lastAt = -Infinity;
       const later = () => {
          if (!due) {
             due = window.setTimeout(() => {
@@ -182,7 +182,8 @@ function RecordedPage({ recorded }) {
    const entries = useMemo(() => recorded.entries.filter(entry => entry.t <= t), [t]);
    const { story } = recorded;
    return html`
-      <${Header} title=${recorded.name || 'A reload'} version=${recorded.version} status="recorded" />
+      <${Header} title=${recorded.name || 'A reload'} version=${recorded.version}
+         status=${`recorded${recorded.ending}`} />
       <${Body} ports=${ports} periods=${recorded.periodsAt(t)} alarms=${[]} entries=${entries}
          story=${story} now=${t} zero=${0} whenOf=${(/** @type {number} */ at) => instant(at)}
          onCursor=${setTime}
@@ -203,7 +204,7 @@ function ComparePage({ runs }) {
       <${Header} title="Two reloads" version=${runs[0].version} status="recorded" />
       <main>
          <ul class="names">${runs.map((run, i) => html`<li key=${i}><b>${letters[i]}</b>
-            ${' '}<${Foreign}>${run.name || 'a reload'}<//></li>`)}</ul>
+            ${' '}<${Foreign}>${run.name || 'a reload'}<//>${run.ending}</li>`)}</ul>
          <${Differences} differences=${differences} />
          <${Player} t=${t} end=${end} onTime=${setTime} />
          <${TimeLine} lines=${lines} cursor=${t} zero=${0} onCursor=${setTime} onSelect=${onSelect} />

@@ -23,11 +23,12 @@ class PortButton extends Component {
    }
 
    render() {
-      const { name, label, state, left, words, isSelected, isStop, onSelect } = this.props;
+      const says = plain(`${this.props.name}: ${this.props.words}`);
+      const { name, label, state, left, isSelected, isStop, onSelect } = this.props;
       return html`<button type="button" class=${`port s-${state}`} data-port=${name}
          data-state=${state} aria-current=${isSelected ? 'true' : 'false'}
-         title=${plain(`${name}: ${words}`)} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
-         <span class="spoken">${plain(`${name}: ${words}`)}</span>
+         title=${says} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
+         <span class="spoken">${says}</span>
          <span class="label" aria-hidden="true">${label}</span>
          <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
          <span class="left" aria-hidden="true">${left}</span>

@@ -108,15 +108,28 @@ export function instant(t) {
    return `${sign}${hours}:${two(Math.floor(whole / 60) % 60)}:${two(whole % 60)}${fraction}`;
 }
 
-/**
- * "Ethernet49/1" in parts; a name that has no number is a kind by itself.
- * @param {string} name @returns {{ kind: string, numbers: number[] }}
- */
+/** @typedef {{ kind: string, numbers: number[] }} Name */
+
+/** Names are sorted and looked at again and again. @type {Map<string, Name>} */
+const parsedNames = new Map();
+const mostParsedNames = 20000;
+
+/** "Ethernet49/1" in parts; a name that has no number is a kind by itself.
+ * @param {string} name @returns {Name} */
 export function parsedName(name) {
+   const known = parsedNames.get(name);
+   if (known) {
+      return known;
+   }
    const found = /^(.*?)(\d+(?:\/\d+)*)$/.exec(name);
-   return found
+   const parts = found
       ? { kind: found[1], numbers: found[2].split('/').map(Number) }
       : { kind: name, numbers: [] };
+   if (parsedNames.size >= mostParsedNames) {
+      parsedNames.clear();
+   }
+   parsedNames.set(name, parts);
+   return parts;
 }
 
 /** @param {string} a @param {string} b */

@@ -100,6 +100,8 @@ export class Recorded {
       this.name = '';
       this.version = '';
       this.end = 0;
+      /** How it ended, unless nothing was left to happen. */
+      this.ending = ', cut off';
       for (const record of records) {
          this.end = record.t;
          if (record.type === 'ports') {
@@ -109,6 +111,8 @@ export class Recorded {
          } else if (record.type === 'start') {
             this.name = record.name;
             this.version = record.version;
+         } else if (record.type === 'end') {
+            this.ending = record.isTimerLeft ? ', ended with timers left' : '';
          }
       }
       this.entries = entriesOf(records.filter(record => record.type !== 'start'));

@@ -167,6 +167,8 @@ test('Recorded.TheSwitchIsAsItWasAtAnyTime', () => {
 test('Recorded.ARunThatSomebodyEndedIsShownUpToThere', () => {
    const [run] = recordedOf(textOf(stream.slice(0, 5)) + '\n{"t":300,"ty');
    assert.equal(run.end, 100);
+   assert.equal(run.ending, ', cut off');
+   assert.equal(recorded().ending, '');
    assert.throws(() => recordedOf('{"t":\n' + textOf(stream)), SyntaxError);
 });
 

@@ -66,6 +66,23 @@ test('Page.GoesOnWithoutGapOrDoubleWhenTheHostIsBack', async t => {
    assert.deepEqual(keys, known.map(entry => entry.key).reverse());
 });
 
+test('Page.GoesOnWhenTheNetworkWasCutForTenSeconds', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   await until(async () => (await page.textContent('[role=status]')).includes('live'));
+   await page.context().setOffline(true);
+   await page.waitForSelector('.lost', { timeout: 15000 });
+   host.ask('release', 'Ethernet1');
+   await new Promise(resolve => setTimeout(resolve, 10000));
+   assert.equal(await stateOf(page, 'Ethernet1'), 'unsupported');
+   await page.context().setOffline(false);
+   await becomes(page, 'Ethernet1', 'released');
+   await until(async () => (await page.textContent('[role=status]')).startsWith('live'));
+   const history = await (await fetch(`${host.url}v1/history`)).text();
+   const known = entriesOf(history.trim().split('\n').map(line => JSON.parse(line)));
+   assert.deepEqual(await entryKeys(page), known.map(entry => entry.key).reverse());
+});
+
 test('Page.ShowsWhatWouldHappenAndChangesNothing', async t => {
    const host = await Host.start(t);
    const page = await open(t, host.url);
@@ -229,6 +246,7 @@ test('Page.ShowsARunThatWasCutOff', async t => {
    const page = await open(t, `file://${path}`);
    await page.fill('input[type=range]', '200');
    assert.equal(await stateOf(page, 'Ethernet1'), 'held');
+   assert.equal(await page.textContent('.status'), 'recorded, cut off');
    assert.deepEqual(page.problems, []);
 });
 
@@ -274,16 +292,33 @@ test('Page.TextOfTheTreeIsNoMarkup', async t => {
    assert.deepEqual(page.problems, []);
 });
 
+test('Page.TextOfALiveSwitchIsNoMarkup', async t => {
+   const host = await Host.start(t,
+      'mounts:\n  ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } }\n');
+   const page = await open(t, host.url);
+   const hostile = '</script><img src=x onerror=alert(1)>"\'&amp;\u202e\u05d0' + 'W'.repeat(2000);
+   await host.patch({ mlagConfig: { domainId: hostile } });
+   await until(async () => (await page.textContent('.last')).includes('onerror=alert(1)'));
+   assert.equal(await page.locator('img').count(), 0);
+   assert.equal(await page.locator('script').count(), 2);
+   assert.ok(!(await page.innerHTML('.timeline')).includes('\u202e'));
+   assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(page.problems, []);
+});
+
 test('Page.TakesNoScriptButItsOwn', async t => {
-   const page = await open(t, pageOfRun(t));
-   const ran = await page.evaluate(() => {
-      const script = document.createElement('script');
-      script.textContent = 'window.ranOther = true';
-      document.body.append(script);
-      return window.ranOther === true;
-   });
-   assert.equal(ran, false);
-   assert.ok(page.problems.some(text => text.includes('Content Security Policy')), page.problems);
+   const host = await Host.start(t);
+   for (const url of [pageOfRun(t), host.url]) {
+      const page = await open(t, url);
+      const ran = await page.evaluate(() => {
+         const script = document.createElement('script');
+         script.textContent = 'window.ranOther = true';
+         document.body.append(script);
+         return window.ranOther === true;
+      });
+      assert.equal(ran, false);
+      assert.ok(page.problems.some(text => text.includes('Content Security Policy')), page.problems);
+   }
 });
 
 test('Page.NeedsHalfACoreForSixtyUpdatesASecond', async t => {

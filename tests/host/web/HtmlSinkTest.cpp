@@ -18,6 +18,7 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::StartsWith;
+using namespace std::string_literals;
 
 constexpr char leaf[] = R"(
 name: "</script><b>leaf"
@@ -99,6 +100,9 @@ TEST( HtmlSink, HasThePageAroundRecordsThatCannotEndIt ) {
    EXPECT_EQ( records.find( '<' ), records.npos );
    EXPECT_EQ( jsonLines( records ).front().at( "name" ), "</script><b>leaf" );
    EXPECT_EQ( jsonLines( records ).back().at( "type" ), "end" );
+   EXPECT_EQ( jsonLines( records ).back().at( "isTimerLeft" ), false );
+   std::string const early = recordsIn( pageOf( leaf + "until: 200\n"s ) );
+   EXPECT_EQ( jsonLines( early ).back().at( "isTimerLeft" ), true );
 }
 
 TEST( HtmlSink, TellsOfEachPortWhenItChangesAndWhy ) {
