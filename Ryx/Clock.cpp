@@ -6,6 +6,7 @@
 #include <Ryx/Activity>
 
 #include <algorithm>
+#include <atomic>
 
 namespace Ryx {
 
@@ -33,18 +34,19 @@ Clock::nextTimeMin() const noexcept {
 }
 
 // Makes room for one more. A new-handler may arm and disarm others meanwhile, and bind some:
-// the heap is moved once there is memory.
+// the heap is moved once there is memory. Timers that are not registered end on any thread.
 void
 Clock::watcherIs() const {
-   while ( watchers_ >= armed_.capacity() ) {
+   std::atomic_ref const watchers( watchers_ );
+   while ( watchers >= armed_.capacity() ) {
       std::vector< Armed > roomier;
-      roomier.reserve( std::max< std::size_t >( 4, 2 * watchers_ ) );
+      roomier.reserve( std::max< std::size_t >( 4, 2 * watchers ) );
       if ( roomier.capacity() > armed_.capacity() ) {
          roomier.assign( armed_.begin(), armed_.end() );
          armed_.swap( roomier );
       }
    }
-   ++watchers_;
+   ++watchers;
 }
 
 inline bool
@@ -234,7 +236,7 @@ Clock::NotifieeConst::bind( Notifier const* notifier ) const {
    Ptr< Clock const > const old( isWeakReference() ? nullptr : watched() );
    withdraw();
    if ( watched() ) {
-      --watched()->watchers_;
+      --std::atomic_ref( watched()->watchers_ );
    }
    bindAs( deferred, notifier );
    arrive();

@@ -343,6 +343,29 @@ releaseUnregistered() {
    }
 }
 
+// So do timers that are bound to a clock and not registered.
+void
+releaseUnregisteredTimers() {
+   gone = 0;
+   auto const clock = Ryx::make< Ryx::Clock >();
+   std::vector< Ryx::Ptr< Timer > > timers( copies );
+   auto const bound = [ &clock ] {
+      auto timer = Ryx::make< Timer >( nullptr );
+      timer->notifierIs( clock );
+      return timer;
+   };
+   for ( auto& timer : timers ) {
+      timer = bound();
+   }
+   onEveryThread( [ &timers, &bound ]( unsigned i ) {
+      for ( std::size_t at = i; at < timers.size(); at += threads ) {
+         timers[ at ] = i == 0 ? bound() : nullptr;
+      }
+   } );
+   timers.clear();
+   expect( gone == copies + copies / threads, "every timer went once" );
+}
+
 struct Scene {
    char const* name;
    void ( *play )();
@@ -401,6 +424,7 @@ main( int argc, char** argv ) {
    releaseChains();
    pinMeanwhile();
    releaseUnregistered();
+   releaseUnregisteredTimers();
    expect( before->references() == 2, "what one thread counted stands" );
    std::puts( "pointers were released elsewhere" );
    return 0;
