@@ -129,5 +129,19 @@ function( mlagostra_install_package )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
    mlagostra_install_service()
-   install( FILES LICENSE docs/serve.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
+   install( FILES LICENSE CHANGELOG.md SECURITY.md docs/operation.md docs/scenario.md docs/serve.md
+      DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
+   install( FILES docs/extend.md docs/host.md docs/types.md
+      DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development )
+   install( FILES docs/example/host.cpp
+      DESTINATION ${CMAKE_INSTALL_DOCDIR}/example COMPONENT Development )
+   mlagostra_uninstall()
+endfunction()
+
+# The target that takes away what `cmake --install` has put below the configured prefix.
+function( mlagostra_uninstall )
+   add_custom_target( uninstall
+      COMMAND ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR} -D PREFIX=${CMAKE_INSTALL_PREFIX}
+         -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake
+      VERBATIM )
 endfunction()

@@ -30,7 +30,8 @@ files() {
 
 # The component Runtime is enough to run. Development adds what it takes to build.
 cmake --install "$build" --prefix "$prefix" --component Runtime >/dev/null
-for path in bin/ostra lib/libMlagOstra.so share/mlagostra/examples; do
+for path in bin/ostra lib/libMlagOstra.so share/mlagostra/examples \
+   share/doc/MlagOstra/{CHANGELOG,SECURITY,operation,scenario,serve}.md; do
    expect "$path"
 done
 check_program "$prefix"
@@ -39,12 +40,21 @@ check_program "$prefix"
 cmake --install "$build" --prefix "$prefix" --component Development >/dev/null
 for path in lib/lib{Ryx,RyxTypes}.so include/{Ryx/HashMap,Kovel/IntfId,Mlag/Config} \
    include/{Mlag/MlagErrdisableSm,OstraMlag/OstraMlag} \
+   share/doc/MlagOstra/{extend.md,host.md,types.md,example/host.cpp} \
    share/mlagostra/types/{Mlag.yaml,machines/MlagErrdisableSm.yaml,generator/mlagostra-types}; do
    expect "$path"
 done
 cmake --install "$build" --prefix "$work/whole" >/dev/null
 diff <(files "$work/whole") <(files "$prefix") ||
    fail "installed, and in none of the components"
+
+# What is installed is taken away again, and nothing else.
+touch "$work/whole/share/mlagostra/of-somebody-else"
+cmake -D BUILD="$build" -D PREFIX="$work/whole" -P "$source/cmake/uninstall.cmake" >/dev/null
+[ "$(files "$work/whole")" = share/mlagostra/of-somebody-else ] ||
+   fail "left behind, or taken away from somebody else: $(files "$work/whole")"
+[ "$(find "$work/whole" -mindepth 2 -type d -empty)" = "" ] ||
+   fail "left behind empty: $(find "$work/whole" -mindepth 2 -type d -empty)"
 
 # Nothing says where it was built, not even to a debugger.
 if [[ ${flags[*]} != *-fsanitize* ]] && grep -rlaF -e "$build" -e "$source" "$prefix"; then
@@ -74,6 +84,17 @@ done
 for other in "$((${minor%.*} + 1)).0" "${minor%.*}.$((${minor#*.} + 1))" "$version.1"; do
    ! find_the_package "$prefix" "$other" || fail "the package passes for version $other"
 done
+
+# The changelog knows the version.
+grep -q "^## \[$version\]" "$prefix/share/doc/MlagOstra/CHANGELOG.md" ||
+   fail "CHANGELOG.md has no heading for $version"
+
+# The example of a host is built as its document says.
+command=$(sed -n 's/^c++ -std/-std/p' "$prefix/share/doc/MlagOstra/host.md")
+cp "$prefix/share/doc/MlagOstra/example/host.cpp" "$work"
+(cd "$work" && export PKG_CONFIG_PATH=$prefix/lib/pkgconfig &&
+   eval "'$compiler' ${flags[*]} ${command:?host.md has no command}") ||
+   fail "the example of a host cannot be built as host.md says"
 
 # A tree can be installed in one place and used in another.
 mv "$prefix" "$work/elsewhere"
