@@ -46,7 +46,8 @@ RunAlarms::event( Milliseconds at, EventRecord const& record ) {
          released_.erase( port );
       }
    }
-   sink_.event( at, { record.index, [ &patch ] { return Json( patch ); } } );
+   sink_.event(
+      at, { record.index, [ &patch ] { return Json( patch ); }, record.label } );
 }
 
 void

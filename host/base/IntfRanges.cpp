@@ -3,12 +3,16 @@
 
 #include <host/base/IntfRanges>
 
+#include <Kovel/Text>
+#include <Ryx/Exception>
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
+#include <unordered_set>
 
 namespace ostra {
 
@@ -120,6 +124,137 @@ intfRanges( Ids ids ) {
       previous = piece.first;
    }
    return all;
+}
+
+namespace {
+
+constexpr std::string_view decimalDigits = "0123456789";
+
+// Reads a text of ranges from left to right.
+class RangesReader {
+ public:
+   explicit RangesReader( std::string_view text ) : text_( text ) {}
+
+   Ids read() {
+      Kovel::allParts( text_, ',', [ this ]( std::string_view part ) {
+         part.remove_prefix( std::min( part.find_first_not_of( ' ' ), part.size() ) );
+         addPart( part );
+         return true;
+      } );
+      return std::move( ids_ );
+   }
+
+ private:
+   // The least and the greatest value of a number.
+   struct Bounds {
+      std::string_view from;
+      std::string_view to;
+   };
+
+   [[noreturn]] void refuse( std::string_view expected ) const {
+      throw Ryx::RangeException( fmt::format(
+         "\"{}\" is not a range of interfaces: expected {}", text_, expected ) );
+   }
+
+   // One kind's numbers; a part without a kind has that of the part before.
+   void addPart( std::string_view part ) {
+      std::size_t const digits =
+         std::min( part.find_first_of( decimalDigits ), part.size() );
+      if ( digits != 0 ) {
+         prefix_ = part.substr( 0, digits );
+      } else if ( part.empty() || prefix_.empty() ) {
+         refuse( "a number or a name behind each comma" );
+      }
+      std::vector< Bounds > bounds;
+      Kovel::allParts( part.substr( digits ), '/', [ & ]( std::string_view number ) {
+         std::size_t const dash = number.find( '-' );
+         bool const isRange = dash != number.npos;
+         bounds.push_back(
+            { number.substr( 0, dash ), isRange ? number.substr( dash + 1 ) : number } );
+         return true;
+      } );
+      // The first and the last name are checked as any other.
+      addAll( named( bounds, &Bounds::from ), named( bounds, &Bounds::to ), bounds );
+   }
+
+   IntfId
+   named( std::vector< Bounds > const& bounds, std::string_view Bounds::*number ) const {
+      std::string name( prefix_ );
+      for ( Bounds const& of : bounds ) {
+         name += ( &of == bounds.data() ? "" : "/" ) + std::string( of.*number );
+      }
+      return IntfId( name );
+   }
+
+   void addAll( IntfId first, IntfId last, std::vector< Bounds > const& bounds ) {
+      std::size_t count = 1;
+      for ( unsigned i = 0; i < bounds.size(); ++i ) {
+         bool const isRange = bounds[ i ].from.data() != bounds[ i ].to.data();
+         if ( isRange && first.number( i ) >= last.number( i ) ) {
+            refuse( fmt::format(
+               "a number greater than {} behind \"{}-\"",
+               bounds[ i ].from,
+               bounds[ i ].from ) );
+         }
+         count *= last.number( i ) - first.number( i ) + 1u;
+         if ( count > mostInRanges - ids_.size() ) {
+            refuse( fmt::format( "at most {} interfaces", mostInRanges ) );
+         }
+      }
+      std::vector< std::uint32_t > numbers;
+      for ( unsigned i = 0; i < bounds.size(); ++i ) {
+         numbers.push_back( first.number( i ) );
+      }
+      do {
+         add( IntfId( fmt::format( "{}{}", prefix_, fmt::join( numbers, "/" ) ) ) );
+      } while ( advance( numbers, first, last ) );
+   }
+
+   void add( IntfId id ) {
+      if ( !known_.insert( id ).second ) {
+         refuse( fmt::format( "{} once", id.string() ) );
+      }
+      ids_.push_back( id );
+   }
+
+   // To the next ones, the last number first; false behind the last ones.
+   static bool advance( std::vector< std::uint32_t >& numbers, IntfId first, IntfId last ) {
+      for ( std::size_t i = numbers.size(); i-- > 0; ) {
+         if ( numbers[ i ] < last.number( unsigned( i ) ) ) {
+            ++numbers[ i ];
+            return true;
+         }
+         numbers[ i ] = first.number( unsigned( i ) );
+      }
+      return false;
+   }
+
+   std::string_view const text_;
+   std::string_view prefix_;
+   Ids ids_;
+   std::unordered_set< IntfId > known_;
+};
+
+} // namespace
+
+bool
+isIntfRange( std::string_view text ) {
+   std::size_t const number = text.find_first_of( decimalDigits );
+   if (
+      number == 0 || number == text.npos ||
+      text.find_first_of( ",-", number ) == text.npos ) {
+      return false;
+   }
+   try {
+      return bool( IntfId( std::string( text.substr( 0, number ) ) + "1" ) );
+   } catch ( Ryx::RangeException const& ) {
+      return false;
+   }
+}
+
+Ids
+interfacesOf( std::string_view ranges ) {
+   return RangesReader( ranges ).read();
 }
 
 } // namespace ostra

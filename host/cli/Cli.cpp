@@ -188,9 +188,10 @@ class CommandLine {
       parser_.addValue(
          command,
          "--until",
-         "SECONDS",
-         "Scenario time at which the run ends; overrides the scenario's own",
-         std::string( expectedScenarioInstant ),
+         "TIME",
+         "Scenario time at which the run ends, in seconds or like 1h30m; overrides the "
+         "scenario's own",
+         std::string( expectedScenarioTime ),
          [ this ]( std::string const& text ) {
             run_.until = scenarioInstant( text );
             if ( !run_.until ) {

@@ -135,9 +135,9 @@ ClientLine::addForecast() {
    parser_.addValue(
       command,
       "--until",
-      "SECONDS",
-      "End at that time from now",
-      std::string( expectedScenarioInstant ),
+      "TIME",
+      "End at that time from now, in seconds or like 1h30m",
+      std::string( expectedScenarioTime ),
       [ this ]( std::string const& text ) {
          until_ = scenarioInstant( text );
          if ( !until_ ) {

@@ -12,10 +12,10 @@ namespace {
 Document
 scenarioDocument( InputOptions const& options ) {
    if ( !options.scenario ) {
-      return parseDocument( "<built-in>", std::string( builtinScenario() ) );
+      return parseScenario( "<built-in>", std::string( builtinScenario() ) );
    }
    File file = readFile( *options.scenario, options.maxInput );
-   return parseDocument( std::move( file.name ), std::move( file.text ), options.maxInput );
+   return parseScenario( std::move( file.name ), std::move( file.text ), options.maxInput );
 }
 
 } // namespace

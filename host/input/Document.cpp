@@ -111,8 +111,14 @@ Item::path() const {
    if ( index_ ) {
       return fmt::format( "{}[{}]", above, *index_ );
    }
-   return above.empty() ? shortened( key() )
-                        : fmt::format( "{}.{}", above, shortened( key() ) );
+   return above.empty() ? shortened( writtenKey() )
+                        : fmt::format( "{}.{}", above, shortened( writtenKey() ) );
+}
+
+std::string_view
+Item::writtenKey() const noexcept {
+   std::string_view const range = node_.tree().range( keyOffset_ );
+   return range.empty() ? key() : range;
 }
 
 std::vector< std::string >

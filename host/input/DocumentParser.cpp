@@ -9,6 +9,7 @@
 #include <host/input/Document>
 #include <host/input/DocumentBuilder>
 #include <host/input/Foreign>
+#include <host/input/RangeKeys>
 #include <host/input/SyntaxError>
 
 #include <fmt/format.h>
@@ -203,19 +204,31 @@ class Parser {
    yaml_parser_t parser_;
 };
 
-} // namespace
-
-Document
-parseDocument( std::string name, std::string text, std::size_t maxInput ) {
-   auto const tree =
-      std::make_shared< DocumentTree >( std::move( name ), std::move( text ) );
+std::shared_ptr< DocumentTree >
+parsedTree( std::string name, std::string text, std::size_t maxInput ) {
+   auto tree = std::make_shared< DocumentTree >( std::move( name ), std::move( text ) );
    refuseForeignBreaks( *tree );
    Parser( *tree, maxInput ).parse();
    if ( tree->size() == 0 ) {
       tree->add(
          { 0, tree->putAside( {} ), NodeKind::null, DocumentTree::Contents::aside } );
    }
-   return Document( tree );
+   return tree;
+}
+
+} // namespace
+
+Document
+parseDocument( std::string name, std::string text, std::size_t maxInput ) {
+   return Document( parsedTree( std::move( name ), std::move( text ), maxInput ) );
+}
+
+Document
+parseScenario( std::string name, std::string text, std::size_t maxInput ) {
+   auto tree = parsedTree( std::move( name ), std::move( text ), maxInput );
+   tree->takesShorthandIs( true );
+   writeOutRanges( *tree, maxInput );
+   return Document( std::move( tree ) );
 }
 
 } // namespace ostra

@@ -46,8 +46,7 @@ DocumentTree::DocumentTree( std::string name, std::string text )
 }
 
 std::string_view
-DocumentTree::contents( Index index ) const noexcept {
-   Cell const& cell = cells_[ index ];
+DocumentTree::contents( Cell const& cell ) const noexcept {
    switch ( cell.contents ) {
    case Contents::here:
       return text().substr( cell.offset, cell.extent );
@@ -75,6 +74,18 @@ DocumentTree::fail( Offset offset, std::string_view why, std::string_view path )
       ExitStatus::badInput,
       fmt::format( "{}:{}: {}{}{}", name_, position, path, path.empty() ? "" : ": ", why ),
       complaintOf( path.empty() ? position : path, why ) );
+}
+
+std::string_view
+DocumentTree::range( Offset keyOffset ) const noexcept {
+   auto const found = ranges_.find( keyOffset );
+   return found == ranges_.end() ? std::string_view() : found->second;
+}
+
+void
+DocumentTree::writtenOutIs( std::vector< Cell > cells, Ranges ranges ) noexcept {
+   cells_ = std::move( cells );
+   ranges_ = std::move( ranges );
 }
 
 DocumentTree::Index

@@ -3,6 +3,8 @@
 
 #include <host/input/Instant>
 
+#include <host/base/Duration>
+
 #include <fmt/format.h>
 
 #include <cmath>
@@ -13,16 +15,27 @@ namespace ostra {
 namespace {
 
 constexpr std::string_view expectedInstant = "a number of seconds, in whole milliseconds";
+constexpr std::string_view expectedTime =
+   "a number of seconds, in whole milliseconds, or a time like 1h30m or 01:30:00.000";
 
 double
-numberOf( NodeKind kind, std::string_view text ) {
-   return kind == NodeKind::number ? plainNumber( text )
-                                   : std::numeric_limits< double >::quiet_NaN();
+numberOf( NodeKind kind, std::string_view text, bool takesDurations = true ) {
+   if ( kind == NodeKind::number ) {
+      return plainNumber( text );
+   }
+   bool const isDuration = kind == NodeKind::text && takesDurations;
+   auto const seconds = isDuration ? durationSeconds( text ) : std::nullopt;
+   return seconds.value_or( std::numeric_limits< double >::quiet_NaN() );
+}
+
+bool
+takesTimes( Item const& item ) {
+   return item.node().tree().takesShorthand();
 }
 
 double
 numberOf( Item const& item ) {
-   return numberOf( item.node().kind(), item.node().text() );
+   return numberOf( item.node().kind(), item.node().text(), takesTimes( item ) );
 }
 
 bool
@@ -53,7 +66,8 @@ Milliseconds
 instantOf( Item const& item ) {
    auto const found = exactInstant( numberOf( item ) );
    if ( !found ) {
-      item.refuse( expectedFor( numberOf( item ), expectedInstant ) );
+      item.refuse( expectedFor(
+         numberOf( item ), takesTimes( item ) ? expectedTime : expectedInstant ) );
    }
    return *found;
 }
@@ -62,7 +76,9 @@ Milliseconds
 scenarioInstantOf( Item const& item ) {
    auto const found = scenarioInstant( numberOf( item ) );
    if ( !found ) {
-      item.refuse( expectedFor( numberOf( item ), expectedScenarioInstant ) );
+      item.refuse( expectedFor(
+         numberOf( item ),
+         takesTimes( item ) ? expectedScenarioTime : expectedScenarioInstant ) );
    }
    return *found;
 }
@@ -75,7 +91,7 @@ scenarioInstant( std::string const& text ) {
 std::string
 expectedInsteadOf( std::string const& text ) {
    double const seconds = numberOf( plainKind( text ), text );
-   return expectedFor( seconds < 0 ? 0 : seconds, expectedScenarioInstant );
+   return expectedFor( seconds < 0 ? 0 : seconds, expectedScenarioTime );
 }
 
 } // namespace ostra

@@ -71,7 +71,10 @@ Run::end( std::string const& failure ) {
 
 std::string
 Run::passInstants( bool isFromStart ) {
-   parts_.sink.start( { parts_.scenario.name }, state_ );
+   // What goes on by itself counts from the present.
+   Milliseconds const startTime =
+      isFromStart ? parts_.scenario.startTime : Milliseconds( 0 );
+   parts_.sink.start( { parts_.scenario.name, startTime }, state_ );
    try {
       if ( isFromStart ) {
          parts_.agent.setAll();
@@ -128,7 +131,8 @@ Run::wakeUp() const {
 
 void
 Run::apply( Event const& event ) {
-   parts_.sink.event( now(), { nextEvent_, [ &event ] { return event.patch(); } } );
+   parts_.sink.event(
+      now(), { nextEvent_, [ &event ] { return event.patch(); }, event.label } );
    event.forEachChange( [ this ]( Item const& change ) {
       if ( change.key() == agentKey ) {
          parts_.agent.apply( change );

@@ -13,7 +13,8 @@ namespace ostra {
 
 namespace {
 
-KnownKeys const scenarioKeys = { "name", "startTime", "until", "mounts", "events" };
+KnownKeys const scenarioKeys = { "name",      "startTime", "until",
+                                 "templates", "mounts",    "events" };
 
 class ScenarioReader {
  public:
@@ -33,11 +34,14 @@ class ScenarioReader {
    void readEntry( Item const& entry ) {
       std::string_view const key = entry.key();
       if ( key == "name" ) {
-         readName( entry );
+         scenario_.name = textOf( entry );
       } else if ( key == "startTime" ) {
          scenario_.startTime = instantOf( entry );
       } else if ( key == "until" ) {
          scenario_.until = scenarioInstantOf( entry );
+      } else if ( key == "templates" ) {
+         // What is in there is read where an alias says so.
+         entry.forEachEntry( "a map of what aliases stand for", []( Item const& ) {} );
       } else if ( key == "mounts" ) {
          readMounts( entry );
       } else if ( key == "events" ) {
@@ -54,13 +58,12 @@ class ScenarioReader {
       }
    }
 
-   void readName( Item const& entry ) {
+   static std::string_view textOf( Item const& entry ) {
       switch ( entry.node().kind() ) {
       case NodeKind::text:
       case NodeKind::number:
       case NodeKind::boolean:
-         scenario_.name = entry.node().text();
-         return;
+         return entry.node().text();
       default:
          entry.refuse( "a text" );
       }
@@ -78,9 +81,12 @@ class ScenarioReader {
 
    void readEvent( Item const& item ) {
       std::optional< Milliseconds > at;
+      std::string_view label;
       item.forEachEntry( "a map with at and what changes then", [ & ]( Item const& entry ) {
          if ( entry.key() == timeKey ) {
             at = readTime( entry );
+         } else if ( entry.key() == labelKey ) {
+            label = textOf( entry );
          } else {
             checkChange( entry );
          }
@@ -88,7 +94,7 @@ class ScenarioReader {
       if ( !at ) {
          item.refuseBecause( "no time: expected the key at" );
       }
-      scenario_.events.push_back( { *at, item.node() } );
+      scenario_.events.push_back( { *at, item.node(), std::string( label ) } );
    }
 
    Milliseconds readTime( Item const& entry ) const {
@@ -107,7 +113,9 @@ class ScenarioReader {
          return;
       }
       if ( Mounts::index( entry.key() ) == mountKinds.size() ) {
-         KnownKeys keys{ std::string( timeKey ), std::string( agentKey ) };
+         KnownKeys keys{ std::string( timeKey ),
+                         std::string( labelKey ),
+                         std::string( agentKey ) };
          keys.insert( keys.end(), Mounts::names().begin(), Mounts::names().end() );
          refuseUnknownKey( entry, keys );
       }

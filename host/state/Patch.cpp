@@ -3,6 +3,7 @@
 
 #include <host/state/Patch>
 
+#include <host/base/IntfRanges>
 #include <host/input/UnknownKey>
 
 #include <Kovel/Traits>
@@ -39,6 +40,24 @@ keyWords( RyxAttr const& collection ) {
                                                           : "a " + name;
 }
 
+// Why the key is none, when a name is refused for that reason.
+std::string
+keyProblem( Item const& item, std::string const& why ) {
+   if ( !item.node().tree().takesShorthand() ) {
+      return shortenedIn( why, item.key() );
+   }
+   if ( isIntfRange( item.key() ) ) {
+      try {
+         interfacesOf( item.key() );
+      } catch ( Ryx::RangeException const& error ) {
+         return shortenedIn( error.message(), item.key() );
+      }
+   }
+   bool const isRest = item.key().find_first_of( "0123456789" ) == 0;
+   return shortenedIn( why, item.key() ) +
+      ( isRest ? "; between brackets, a range with a comma stands in quotes" : "" );
+}
+
 GenericPtr
 readKey( Item const& item, RyxAttr const& collection ) {
    if ( item.key().empty() ) {
@@ -47,7 +66,7 @@ readKey( Item const& item, RyxAttr const& collection ) {
    try {
       return keyOf( collection, std::string( item.key() ) );
    } catch ( Ryx::RangeException const& error ) {
-      item.refuseKey( shortenedIn( error.message(), item.key() ) );
+      item.refuseKey( keyProblem( item, error.message() ) );
    }
 }
 

@@ -3,6 +3,8 @@
 
 #include <host/state/Patch>
 
+#include <host/base/Duration>
+
 #include <fmt/format.h>
 
 #include <cmath>
@@ -29,9 +31,13 @@ numberText( Item const& item, std::string_view expected ) {
    if ( node.kind() == NodeKind::text && node.text() == "inf" ) {
       return "inf";
    }
+   // A text that came in quotes is none that was meant as a number.
+   bool const isDuration =
+      node.kind() == NodeKind::text && node.isPlain() && node.tree().takesShorthand();
+   auto const duration = isDuration ? durationSeconds( node.text() ) : std::nullopt;
    double const number = node.kind() == NodeKind::number
       ? node.number()
-      : std::numeric_limits< double >::quiet_NaN();
+      : duration.value_or( std::numeric_limits< double >::quiet_NaN() );
    if ( std::isnan( number ) || number == -std::numeric_limits< double >::infinity() ) {
       item.refuse( expected );
    }

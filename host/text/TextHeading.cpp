@@ -63,23 +63,28 @@ delaysText( SwitchFacts const& facts ) {
       delayText( facts.delay( PortClass::nonMlag ) ) );
 }
 
-// A name of several lines as one.
+} // namespace
+
 std::string
-titleText( std::string const& name ) {
-   std::istringstream words( name );
+titleText( std::string const& text ) {
+   std::istringstream words( text );
    std::string title;
    for ( std::string word; words >> word; ) {
       title += ( title.empty() ? "" : " " ) + word;
    }
-   return title.empty() ? "A switch reload" : title;
+   return title;
 }
 
-} // namespace
-
 void
-printHeading( TextLines& lines, std::string const& name, SwitchFacts const& facts ) {
-   lines.title( titleText( name ) );
+printHeading( TextLines& lines, StartRecord const& start, SwitchFacts const& facts ) {
+   std::string const title = titleText( start.name );
+   lines.title( title.empty() ? "A switch reload" : title );
    lines.line( "" );
+   if ( start.startTime != Milliseconds( 0 ) ) {
+      lines.field(
+         "start time",
+         fmt::format( "{} s", toJson( secondsOf( start.startTime ) ).dump() ) );
+   }
    lines.field( "MLAG", mlagText( facts ) );
    lines.field( "MLAG state", stateText( facts ) );
    auto const peerLink = facts.peerLink();

@@ -52,7 +52,7 @@ TextReport::~TextReport() = default;
 void
 TextReport::start( StartRecord const& record, StateView const& state ) {
    run_ = std::make_unique< Run >( state );
-   printHeading( lines_, record.name, run_->facts );
+   printHeading( lines_, record, run_->facts );
 }
 
 void
@@ -110,8 +110,12 @@ TextReport::event( Milliseconds at, EventRecord const& record ) {
    settle();
    run_->event = record.patch();
    run_->roll.event( run_->event );
-   std::string const text = eventText( run_->event, run_->state );
-   lines_.entry( at, Ink::event, fmt::format( "event {}", record.index ), text );
+   std::string const label = record.label.empty() ? "" : titleText( record.label ) + ": ";
+   lines_.entry(
+      at,
+      Ink::event,
+      fmt::format( "event {}", record.index ),
+      label + eventText( run_->event, run_->state ) );
 }
 
 void

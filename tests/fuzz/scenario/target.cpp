@@ -129,7 +129,7 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    ostra::Scenario scenario;
    try {
       scenario =
-         readScenario( ostra::parseDocument( fuzz::file, text ), mounts, agentType );
+         readScenario( ostra::parseScenario( fuzz::file, text ), mounts, agentType );
    } catch ( Failure const& failure ) {
       fuzz::checkRefusal( failure, text );
       return 0;

@@ -3,6 +3,8 @@
 
 #include <host/base/IntfRanges>
 
+#include <Ryx/Exception>
+
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -114,6 +116,90 @@ TEST( IntfRanges, UnfoldedTheyAreTheSameInterfaces ) {
       std::set< std::string > const expected( names.begin(), names.end() );
       RC_ASSERT(
          unfolded == std::vector< std::string >( expected.begin(), expected.end() ) );
+   } ) );
+}
+
+std::string
+namesIn( std::string const& ranges ) {
+   std::string names;
+   for ( Kovel::IntfId const id : interfacesOf( ranges ) ) {
+      names += ( names.empty() ? "" : " " ) + id.string();
+   }
+   return names;
+}
+
+TEST( IntfRanges, AreReadInTheOrderInWhichTheyStand ) {
+   EXPECT_EQ( namesIn( "Ethernet7" ), "Ethernet7" );
+   EXPECT_EQ( namesIn( "Ethernet9-11,3" ), "Ethernet9 Ethernet10 Ethernet11 Ethernet3" );
+   EXPECT_EQ(
+      namesIn( "Ethernet3-4/1-2/1" ),
+      "Ethernet3/1/1 Ethernet3/2/1 Ethernet4/1/1 Ethernet4/2/1" );
+   EXPECT_EQ(
+      namesIn( "PeerPort-Channel1-2,Vlan7, Ethernet1" ),
+      "PeerPort-Channel1 PeerPort-Channel2 Vlan7 Ethernet1" );
+   EXPECT_EQ( interfacesOf( "Ethernet1-256/1-256" ).size(), mostInRanges );
+}
+
+std::string
+whyNone( std::string const& ranges ) {
+   try {
+      return namesIn( ranges );
+   } catch ( Ryx::RangeException const& error ) {
+      return error.message();
+   }
+}
+
+TEST( IntfRanges, ThatAreNoneSayWhy ) {
+   auto const why = []( std::string const& ranges, std::string const& expected ) {
+      return "\"" + ranges + "\" is not a range of interfaces: expected " + expected;
+   };
+   for ( auto const& [ ranges, expected ] :
+         std::initializer_list< std::pair< char const*, char const* > >{
+            { "Ethernet4-1", "a number greater than 4 behind \"4-\"" },
+            { "Ethernet1/1-1/48", "a number greater than 1 behind \"1-\"" },
+            { "Ethernet1-3,2", "Ethernet2 once" },
+            { "Ethernet1,", "a number or a name behind each comma" },
+            { "1-3", "a number or a name behind each comma" },
+            { "Ethernet1-65537", "at most 65536 interfaces" },
+            { "Ethernet1-65536, Vlan1", "at most 65536 interfaces" },
+            { "Ethernet0-268435454/0-268435454/0-268435454/0-268435454",
+              "at most 65536 interfaces" } } ) {
+      EXPECT_EQ( whyNone( ranges ), why( ranges, expected ) );
+   }
+   EXPECT_EQ(
+      whyNone( "Ethernet1-Ethernet4" ),
+      "\"EthernetEthernet4\" is not an interface name: expected Ethernet, Internal, "
+      "Loopback, "
+      "Management, Port-Channel, Recirc or Vlan, or one of these behind Peer, followed by "
+      "one to four numbers divided by \"/\"" );
+   EXPECT_EQ(
+      whyNone( "Ethernet1-04" ),
+      "\"Ethernet04\" is not an interface name: expected a number without leading zeros "
+      "instead of \"04\"" );
+   EXPECT_NE( whyNone( "Ethernet1-2-3" ), "" );
+   EXPECT_NE( whyNone( "Ethernet1-" ), "" );
+}
+
+TEST( IntfRanges, AreToldFromNames ) {
+   for ( char const* range :
+         { "Ethernet1-4", "Port-Channel1,3", "Ethernet4-1", "Vlan1-x" } ) {
+      EXPECT_TRUE( isIntfRange( range ) ) << range;
+   }
+   for ( char const* text :
+         { "", "Ethernet1", "Port-Channel1", "1-4", "pod1-4", "Ethernet", "a,b" } ) {
+      EXPECT_FALSE( isIntfRange( text ) ) << text;
+   }
+}
+
+TEST( IntfRanges, ReadBackTheyAreTheSameInterfaces ) {
+   EXPECT_TRUE( rc::check( "what is written for some interfaces is read as these", [] {
+      auto const names =
+         *rc::gen::nonEmpty( rc::gen::container< std::set< std::string > >( anyName() ) );
+      std::vector< Kovel::IntfId > ids( names.begin(), names.end() );
+      auto read = interfacesOf( intfRanges( ids ) );
+      std::sort( read.begin(), read.end() );
+      std::sort( ids.begin(), ids.end() );
+      RC_ASSERT( read == ids );
    } ) );
 }
 

@@ -33,7 +33,9 @@ TEST( Cli, HelpAndVersionAreEverywhere ) {
 }
 
 TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
-   constexpr char instant[] = "expected a number of seconds from 0, in whole milliseconds";
+   constexpr char instant[] =
+      "expected a number of seconds from 0, in whole milliseconds, or a "
+      "time like 1h30m or 01:30:00.000";
    constexpr char level[] = "expected a level from 0 to 15";
    constexpr char file[] = "expected a file, or - for standard input";
    constexpr char more[] = "expected nothing more, as one name is given already";

@@ -130,7 +130,7 @@ TEST( Documents, ScenariosDoWhatIsShown ) {
          EXPECT_EQ( ostraRun( "run -", blocks[ i ].text ).err, "" );
       }
    }
-   EXPECT_EQ( results, 5 );
+   EXPECT_EQ( results, 6 );
 }
 
 TEST( Documents, ReadmeShowsTheBuiltInRun ) {

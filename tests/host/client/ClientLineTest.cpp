@@ -24,7 +24,7 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
       { "apply", "ostra apply: no FILE: expected a file, or -\n" },
       { "forecast --until soon",
         "ostra forecast: --until: \"soon\": expected a number of seconds from 0, in whole "
-        "milliseconds\n" },
+        "milliseconds, or a time like 1h30m or 01:30:00.000\n" },
       { "forecast ''",
         "ostra forecast: \"\": expected a path and a value, as "
         "mlagConfig.reloadDelay=120\n" },

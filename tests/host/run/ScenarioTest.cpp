@@ -66,7 +66,8 @@ TEST( Scenario, EverythingIsOptional ) {
 TEST( Scenario, UnknownKeysAreRefusedWithTheKnownOnes ) {
    EXPECT_EQ(
       complaint( "mount: {}" ),
-      "x.yaml:1:1: mount: unknown key: expected name, startTime, until, mounts, events; "
+      "x.yaml:1:1: mount: unknown key: expected name, startTime, until, templates, mounts, "
+      "events; "
       "did "
       "you mean mounts?" );
    EXPECT_THAT(
@@ -78,7 +79,8 @@ TEST( Scenario, UnknownKeysAreRefusedWithTheKnownOnes ) {
       StartsWith( "mounts.mlagConfig.delay: unknown key: expected enabled, domainId" ) );
    EXPECT_THAT(
       complaint( "events: [{at: 1, mlagConfg: {}}]" ),
-      StartsWith( "x.yaml:1:18: events[0].mlagConfg: unknown key: expected at, agent" ) );
+      StartsWith(
+         "x.yaml:1:18: events[0].mlagConfg: unknown key: expected at, label, agent" ) );
 }
 
 TEST( Scenario, UnknownKeysAreToldTheNearestKnownOne ) {
@@ -124,10 +126,12 @@ TEST( Scenario, AttributesWithoutBehaviourAreUnknown ) {
 TEST( Scenario, MissingMapsAndListsAreRefused ) {
    EXPECT_EQ(
       complaint( "" ),
-      "x.yaml:1:1: nothing: expected a map of name, startTime, until, mounts, events" );
+      "x.yaml:1:1: nothing: expected a map of name, startTime, until, templates, mounts, "
+      "events" );
    EXPECT_EQ(
       complaint( "- 1" ),
-      "x.yaml:1:1: a list: expected a map of name, startTime, until, mounts, events" );
+      "x.yaml:1:1: a list: expected a map of name, startTime, until, templates, mounts, "
+      "events" );
    EXPECT_EQ(
       complaint( "mounts:" ), "x.yaml:1:1: mounts: nothing: expected a map of mounts" );
    EXPECT_EQ(
@@ -145,7 +149,7 @@ TEST( Scenario, TimesAreWholeMillisecondsInOrder ) {
    EXPECT_EQ(
       complaint( "until: 0.0001" ),
       "x.yaml:1:8: until: 0.0001: expected a number of seconds from 0, in whole "
-      "milliseconds" );
+      "milliseconds, or a time like 1h30m or 01:30:00.000" );
    EXPECT_EQ(
       complaint( "events:\n  - at: 5\n  - at: 4.999\n" ),
       "x.yaml:3:9: events[1].at: 4.999: expected at least 5, the time of the event "
@@ -312,4 +316,59 @@ TEST( Scenario, EventAsJsonHasEverythingButItsTime ) {
    EXPECT_EQ(
       scenario.events.at( 0 ).patch().dump(),
       R"({"mlagConfig":{"reloadDelay":"inf"},"lacpConfig":{}})" );
+}
+
+TEST( Scenario, TimesAreWrittenAsPeopleDo ) {
+   EXPECT_EQ(
+      complaint( "startTime: -1h\nuntil: 00:05:00.000\n"
+                 "events: [{at: 250ms}, {at: 1m}, {at: 60}, {at: \"1h30m\"}]" ),
+      "" );
+   EXPECT_THAT(
+      complaint( "events: [{at: 2m}, {at: 90s}]" ),
+      EndsWith(
+         "events[1].at: \"90s\": expected at least 120, the time of the event above" ) );
+   EXPECT_NE( complaint( "until: -1m" ), "" );
+   EXPECT_EQ( mountComplaint( "mlagConfig: {reloadDelay: 5m}" ), "" );
+   EXPECT_EQ(
+      mountComplaint( "mlagConfig: {reloadDelay: \"5m\"}" ),
+      "mounts.mlagConfig.reloadDelay: \"5m\": expected a number, or .inf for never "
+      "ending" );
+}
+
+TEST( Scenario, RangesAreComplainedOfLikeNames ) {
+   auto const ports = []( std::string const& entry ) {
+      return complaint( "mounts:\n  ethPhyIntfStatus:\n    intfStatus:\n      " + entry );
+   };
+   std::string const place = "x.yaml:4:7: mounts.ethPhyIntfStatus.intfStatus.";
+   EXPECT_EQ( ports( "Ethernet1-48,51-52/1: {}" ), "" );
+   EXPECT_EQ(
+      ports( "Ethernet4-1: {}" ),
+      place +
+         "Ethernet4-1: \"Ethernet4-1\" is not a range of interfaces: expected a number "
+         "greater than 4 behind \"4-\"" );
+   EXPECT_THAT(
+      ports( "Ethernet1-2: { linkStats: 1 }" ),
+      StartsWith( "x.yaml:4:22: mounts.ethPhyIntfStatus.intfStatus.Ethernet1-2.linkStats: "
+                  "unknown key" ) );
+   EXPECT_THAT(
+      complaint( "mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1,3: {} } } }" ),
+      EndsWith( "; between brackets, a range with a comma stands in quotes" ) );
+}
+
+TEST( Scenario, TemplatesAreReadWhereAnAliasSaysSo ) {
+   EXPECT_EQ(
+      complaint( "templates: { any: &any { mlagId: $1 }, other: 7 }\n"
+                 "mounts: { mlagConfig: { intfConfig: { Port-Channel1-9: *any } } }" ),
+      "" );
+   EXPECT_EQ(
+      complaint( "templates: 7" ),
+      "x.yaml:1:12: templates: 7: expected a map of what aliases stand for" );
+}
+
+TEST( Scenario, EventsMayHaveALabel ) {
+   EXPECT_EQ( complaint( "events: [{at: 1, label: the peer goes, mlagConfig: {}}]" ), "" );
+   EXPECT_EQ(
+      complaint( "events: [{at: 1, label: [] }]" ),
+      "x.yaml:1:25: events[0].label: a list: expected a text" );
+   EXPECT_THAT( complaint( "mounts: {label: x}" ), HasSubstr( "unknown key" ) );
 }

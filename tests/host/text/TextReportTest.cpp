@@ -3,8 +3,12 @@
 
 #include "ReportedRun"
 
+#include <gmock/gmock.h>
+
 namespace ostra {
 namespace {
+
+using testing::HasSubstr;
 
 class TextReportTest : public ReportedRun {};
 
@@ -217,6 +221,22 @@ TEST_F( TextReportTest, ReadsNoMoreThanAFewTimesPerPort ) {
    }
    report_->end( 300'000ms, {} );
    EXPECT_LT( state_->reads(), 6u * count );
+}
+
+TEST_F( TextReportTest, EventsAreCalledByTheirLabel ) {
+   startAndSkipHeading( smallSwitch() );
+   Json const patch = { { "mlagStatus", { { "mlagState", 3 } } } };
+   report_->event( 5000ms, { 0, [ & ] { return patch; }, "the peer\n goes" } );
+   EXPECT_THAT(
+      text(),
+      HasSubstr( "event 0     the peer goes: mlagStatus.mlagState = 3 (primary)\n" ) );
+}
+
+TEST_F( TextReportTest, AStartTimeIsTold ) {
+   state_.emplace( smallSwitch() );
+   report_.emplace( out_, TextOptions() );
+   report_->start( { "leaf1", -20500ms }, *state_ );
+   EXPECT_THAT( out_.str(), HasSubstr( "leaf1\n\n  start time    -20.5 s\n  MLAG  " ) );
 }
 
 } // namespace
