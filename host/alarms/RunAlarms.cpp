@@ -46,8 +46,7 @@ RunAlarms::event( Milliseconds at, EventRecord const& record ) {
          released_.erase( port );
       }
    }
-   sink_.event(
-      at, { record.index, [ &patch ] { return Json( patch ); }, record.label } );
+   sink_.event( at, { record.index, [ &patch ] { return Json( patch ); }, record.label } );
 }
 
 void

@@ -4,15 +4,18 @@
 #include <host/cli/Cli>
 
 #include <host/base/Failure>
+#include <host/base/IntfRanges>
 #include <host/base/OutOfMemory>
 #include <host/base/OutputBuffer>
 #include <host/cli/CliParser>
 #include <host/cli/ClientLine>
 #include <host/cli/Commands>
+#include <host/cli/Diff>
 #include <host/cli/Serve>
 #include <host/input/DocumentTree>
 #include <host/input/Instant>
 
+#include <Ryx/Exception>
 #include <Ryx/Trace>
 
 #include <fmt/format.h>
@@ -36,6 +39,10 @@ constexpr char runDescription[] =
    "Plays a scenario and reports every write and log. Without a scenario, a leaf switch "
    "reloads.";
 constexpr char checkDescription[] = "Validates a scenario without running it.";
+constexpr char diffDescription[] =
+   "Tells what two runs hold, release and say at other times; status 1 if there is any.";
+constexpr char schemaDescription[] =
+   "Prints what a scenario may have as a JSON schema, for editors.";
 constexpr char serveDescription[] =
    "Runs the plug-in on this switch: keeps its state, and lets it be read and changed over "
    "HTTP.";
@@ -66,6 +73,8 @@ class CommandLine {
       addRun();
       addCheck();
       addTypes();
+      parser_.addCommand( "schema", schemaDescription );
+      addDiff();
       addServe();
       client_.addCommands();
    }
@@ -80,12 +89,20 @@ class CommandLine {
       if ( command == "run" ) {
          refuseTwoReaders( run_.input );
          refuseAgainst();
-         runScenario( run_, out );
+         RunOptions options = run_;
+         if ( options.narrowing.traces && !options.trace ) {
+            options.trace = highestTraceLevel;
+         }
+         runScenario( options, out );
       } else if ( command == "check" ) {
          refuseTwoReaders( check_.input );
          checkScenario( check_, out, std::cerr );
       } else if ( command == "types" ) {
          listTypes( types_, out );
+      } else if ( command == "diff" ) {
+         diffRuns( diff_, out );
+      } else if ( command == "schema" ) {
+         printScenarioSchema( out );
       } else if ( command == "serve" ) {
          serve( serve_, out );
       } else if ( !client_.execute( command, out ) ) {
@@ -184,6 +201,32 @@ class CommandLine {
          } );
    }
 
+   void addNarrowing( CLI::App& command ) {
+      parser_.addText(
+         command,
+         "--trace-of",
+         "NAME",
+         "Report traces of this handle or function alone; without --trace, of all levels",
+         "the name of a handle or a function",
+         run_.narrowing.traces );
+      parser_.addValue(
+         command,
+         "--only",
+         "INTERFACES",
+         "Tell of these alone, with the port-channels they are in, as Ethernet1-4,7",
+         "interfaces, as Ethernet1-4,7",
+         [ this ]( std::string const& text ) {
+            try {
+               run_.narrowing.interfaces = interfacesOf( text );
+            } catch ( Ryx::RangeException const& error ) {
+               throw Failure(
+                  ExitStatus::badInput,
+                  "ostra run: --only: " + shortenedIn( error.message(), text ) );
+            }
+            return true;
+         } );
+   }
+
    void addUntil( CLI::App& command ) {
       parser_.addValue(
          command,
@@ -223,6 +266,7 @@ class CommandLine {
            { "never", Colour::never } },
          "When the text has colours; auto: on a terminal" );
       addTrace( command );
+      addNarrowing( command );
       addUntil( command );
       parser_.addFlag(
          command,
@@ -271,6 +315,18 @@ class CommandLine {
       addPlugin( command, types_.plugin );
    }
 
+   void addDiff() {
+      CLI::App& command = parser_.addCommand( "diff", diffDescription );
+      for ( auto const& [ name, file ] :
+            { std::pair{ "FIRST", &diff_.first }, std::pair{ "SECOND", &diff_.second } } ) {
+         parser_
+            .addText(
+               command, name, " ", "A scenario, or an event stream", "a file", *file )
+            .required();
+      }
+      addPlugin( command, diff_.plugin );
+   }
+
    void addServe() {
       CLI::App& command = parser_.addCommand( "serve", serveDescription );
       parser_.addText(
@@ -292,6 +348,7 @@ class CommandLine {
    RunOptions run_;
    CheckOptions check_;
    TypesOptions types_;
+   DiffOptions diff_;
    ServeOptions serve_;
    ClientLine client_{ parser_ };
 };

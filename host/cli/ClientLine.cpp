@@ -5,6 +5,7 @@
 
 #include <host/base/Failure>
 #include <host/cli/Serve>
+#include <host/cli/WhyInRun>
 #include <host/client/Why>
 #include <host/input/Instant>
 
@@ -150,11 +151,45 @@ ClientLine::addForecast() {
 
 void
 ClientLine::addWhy() {
-   CLI::App& command =
-      add( "why", "Says why a port is held or not, and what would release it.", "json" );
+   CLI::App& command = add(
+      "why",
+      "Says why a port of the live host, or of a scenario, is held or not, and what would "
+      "release it.",
+      "json" );
    parser_
       .addText( command, "INTERFACE", " ", "The port", "the name of a port", interface_ )
       .required();
+   parser_.addText(
+      command,
+      "SCENARIO",
+      " ",
+      "A file: asks a run of it instead of the live host",
+      "a file",
+      input_.scenario );
+   parser_.addValue(
+      command,
+      "--at",
+      "TIME",
+      "Scenario time, in seconds or like 1h30m; 0 without it",
+      std::string( expectedScenarioTime ),
+      [ this ]( std::string const& text ) {
+         at_ = scenarioInstant( text );
+         return at_.has_value();
+      } );
+   parser_.addText(
+      command,
+      "--mounts",
+      "FILE",
+      "The state from which the run starts, as for `ostra run`",
+      "a file",
+      input_.mounts );
+   parser_.addText(
+      command,
+      "--plugin",
+      "PATH",
+      "The plug-in for the run; without it, the one that belongs to this program",
+      "the plug-in's file",
+      input_.plugin );
 }
 
 ClientOptions
@@ -181,7 +216,7 @@ ClientLine::execute( std::string const& command, std::ostream& out ) const {
    } else if ( command == "forecast" ) {
       forecastLive( options(), changes_, until_, outputWidth(), out );
    } else if ( command == "why" ) {
-      tellWhy( options(), *interface_, out );
+      why( out );
    } else {
       return false;
    }
@@ -208,6 +243,28 @@ ClientLine::release( std::ostream& out ) const {
       releaseOffline( config_, out );
    } else {
       releaseLive( options(), interfaces_, out );
+   }
+}
+
+void
+ClientLine::why( std::ostream& out ) const {
+   if ( input_.scenario ) {
+      tellWhyInRun(
+         { input_,
+           *interface_,
+           at_.value_or( Milliseconds( 0 ) ),
+           isJson_,
+           hasColour( colour_ ) },
+         out );
+   } else if ( at_ || input_.mounts || input_.plugin ) {
+      refuse(
+         "ostra why",
+         at_                ? "--at"
+            : input_.mounts ? "--mounts"
+                            : "--plugin",
+         "a SCENARIO with it" );
+   } else {
+      tellWhy( options(), *interface_, out );
    }
 }
 

@@ -7,6 +7,7 @@
 #include <host/base/Environment>
 #include <host/base/JsonLine>
 #include <host/base/Words>
+#include <host/check/ScenarioSchema>
 #include <host/check/Warnings>
 #include <host/cli/Input>
 #include <host/cli/PageOfRuns>
@@ -108,10 +109,11 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput con
    }
    ScenarioTime time( input.scenario().startTime );
    RecordOutput const output = make( out );
-   RunAlarms alarms( *output.sink );
+   Narrowed narrowed( *output.sink, options.narrowing );
+   RunAlarms alarms( narrowed );
    // Only the text has records of alarms.
    bool const tellsAlarms = options.format == RunFormat::text;
-   RecordSink& sink = tellsAlarms ? alarms : *output.sink;
+   RecordSink& sink = tellsAlarms ? static_cast< RecordSink& >( alarms ) : narrowed;
    Agent agent( input.agentType(), input.mounts() );
    // Gone before the agent: what its end traces comes after the end of the records.
    Diagnostics const diagnostics(
@@ -131,7 +133,11 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput con
    Run( { input.scenario(), input.mounts(), agent, time, sink, *pacer, settle } ).play();
    if ( tellsAlarms && out.good() ) {
       TextLines lines( out, Style( hasColour( options.colour ) ), outputWidth() );
-      printAlarms( lines, alarms.look( input.mounts(), agent, time ) );
+      auto found = alarms.look( input.mounts(), agent, time );
+      std::erase_if( found, [ &narrowed ]( Alarm const& alarm ) {
+         return !narrowed.takes( alarm.interface );
+      } );
+      printAlarms( lines, found );
    }
 }
 
@@ -173,6 +179,11 @@ checkScenario( CheckOptions const& options, std::ostream& out, std::ostream& err
    }
    out << fmt::format(
       "{}: ok, {}\n", input.scenarioName(), describe( input.scenario(), input.mounts() ) );
+}
+
+void
+printScenarioSchema( std::ostream& out ) {
+   out << scenarioSchema().dump( 1 ) << '\n';
 }
 
 void

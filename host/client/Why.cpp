@@ -37,15 +37,6 @@ textAt( Json const& json, std::string const& key ) {
    return value.is_string() ? value.get< std::string >() : std::string();
 }
 
-Json
-patchOf( PossibleChange const& change ) {
-   Json patch = Json::object();
-   for ( std::string const& assignment : change.assignments ) {
-      patch.update( assignmentPatch( assignment ), true );
-   }
-   return patch;
-}
-
 // Of the MLAG state and configuration, which all ports share; only MLAG ports wait in LACP
 // standby.
 void
@@ -153,6 +144,15 @@ whyJson( HostConnection const& host, std::string const& interface ) {
 }
 
 } // namespace
+
+Json
+patchOf( PossibleChange const& change ) {
+   Json patch = Json::object();
+   for ( std::string const& assignment : change.assignments ) {
+      patch.update( assignmentPatch( assignment ), true );
+   }
+   return patch;
+}
 
 std::vector< PossibleChange >
 possibleChanges( Json const& state, Json const& port ) {

@@ -4,6 +4,8 @@
 #include <host/client/LiveText>
 
 #include <host/base/Failure>
+#include <host/base/Milliseconds>
+#include <host/base/Words>
 
 #include <fmt/format.h>
 
@@ -27,6 +29,26 @@ secondsText( Json const& seconds ) {
 std::string
 field( std::string_view name, std::string_view text ) {
    return fmt::format( "{:<14}{}\n", name, text );
+}
+
+// A time of a scenario, which a live host has none of.
+std::string
+clockOf( Json const& why, char const* key ) {
+   Json const time = why.value( key, Json() );
+   bool const isTold = time.is_number() && time.get< double >() >= 0;
+   return isTold ? clockText( *firstInstantAt( time.get< double >() ) ) : std::string();
+}
+
+std::string
+clockField( Json const& why, char const* key ) {
+   std::string const clock = clockOf( why, key );
+   return clock.empty() ? clock : field( key, clock );
+}
+
+std::string
+clockBefore( Json const& why, char const* key ) {
+   std::string const clock = clockOf( why, key );
+   return clock.empty() ? clock : clock + ", ";
 }
 
 // Why one is not held; where nothing else is known, by how its class is.
@@ -70,13 +92,13 @@ whyText( Json const& why, Style const& style ) {
    Json const port = why.value( "port", Json::object() );
    Json const hold = port.value( "hold", Json() );
    std::string const portChannel = textOf( port, "portChannel" );
-   std::string text = field(
-      textOf( port, "interface" ),
-      fmt::format(
-         "{} port{}{}",
-         textOf( port, "class" ),
-         portChannel.empty() ? "" : " in ",
-         portChannel ) );
+   std::string text = clockField( why, "at" ) +
+      field( textOf( port, "interface" ),
+             fmt::format(
+                "{} port{}{}",
+                textOf( port, "class" ),
+                portChannel.empty() ? "" : " in ",
+                portChannel ) );
    if ( !hold.is_object() ) {
       std::string const reason = textOf( port, "reason" );
       return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) );
@@ -85,15 +107,19 @@ whyText( Json const& why, Style const& style ) {
    text += '\n';
    Json const heldFor = why.value( "heldFor", Json() );
    if ( heldFor.is_number() ) {
-      text += field( "since", fmt::format( "{} ago", secondsText( heldFor ) ) );
+      text += field(
+         "since",
+         fmt::format(
+            "{}{} ago", clockBefore( why, "heldSince" ), secondsText( heldFor ) ) );
    }
    Json const releasedIn = why.value( "releasedIn", Json() );
    text += field(
       "until",
-      releasedIn.is_null()
-         ? "nothing releases it, unless something is changed"
-         : fmt::format(
-              "released in {}, unless something is changed", secondsText( releasedIn ) ) );
+      releasedIn.is_null() ? "nothing releases it, unless something is changed"
+                           : fmt::format(
+                                "released {}in {}, unless something is changed",
+                                clockBefore( why, "releasedAt" ),
+                                secondsText( releasedIn ) ) );
    Json const changes = why.value( "changes", Json::array() );
    text += changesText( changes, "released", "would release it now:" );
    text += changesText( changes, "held", "would not:" );

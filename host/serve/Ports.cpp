@@ -3,6 +3,7 @@
 
 #include <host/serve/Ports>
 
+#include <host/account/HoldWords>
 #include <host/account/PortStanding>
 #include <host/base/JsonLine>
 #include <host/base/Words>
@@ -46,15 +47,6 @@ protodownText( std::optional< Device > const& device ) {
       { "on", protodown.isOn },
       { "others", protodown.others },
    } );
-}
-
-// Why no port of the class is ever held; empty for other classes.
-std::string_view
-exemptionOf( std::string_view portClass ) {
-   return portClass == "peerLink" ? "never held: it is in the peer link"
-      : portClass == "management" ? "never held: it is a management port"
-      : portClass == "internal"   ? "never held: it is an internal port"
-                                  : "";
 }
 
 } // namespace
@@ -118,13 +110,13 @@ Ports::tellHold( PortsText& text, Hold const& hold ) const {
       R"(,"enforced":"{}","error":{}}},"reason":"{}, )",
       nameOf( enforcement.state ),
       enforcement.error.empty() ? "null" : lineOf( enforcement.error ),
-      isErrdisable ? "errdisabled for the MLAG reload delay"
-                   : "its port-channel waits in LACP standby for the MLAG reload delay" ) );
+      isErrdisable ? errdisabledWords : standbyWords ) );
    if ( std::isfinite( hold.end ) ) {
       text.addSecondsLeft( hold.end );
       text.add( " s left\"" );
    } else {
-      text.add( "which no timer ends\"" );
+      text.add( endlessWords );
+      text.add( "\"" );
    }
 }
 

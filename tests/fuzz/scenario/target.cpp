@@ -127,9 +127,11 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    std::string const text( data, data + size );
    ostra::Mounts mounts;
    ostra::Scenario scenario;
+   // A short text may stand for many interfaces: so many as are played soon.
+   constexpr std::size_t longest = 65536;
    try {
-      scenario =
-         readScenario( ostra::parseScenario( fuzz::file, text ), mounts, agentType );
+      scenario = readScenario(
+         ostra::parseScenario( fuzz::file, text, longest ), mounts, agentType );
    } catch ( Failure const& failure ) {
       fuzz::checkRefusal( failure, text );
       return 0;

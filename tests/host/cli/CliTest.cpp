@@ -71,6 +71,14 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "check --mounts - -",
         "ostra check: --mounts: \"-\": expected a file, as standard input is the "
         "scenario" },
+      { "run --only Ethernet4-1",
+        "ostra run: --only: \"Ethernet4-1\" is not a range of interfaces: expected a "
+        "number "
+        "greater than 4 behind \"4-\"" },
+      { "run --only",
+        "ostra run: --only: no value: expected interfaces, as Ethernet1-4,7" },
+      { "run --trace-of",
+        "ostra run: --trace-of: no value: expected the name of a handle or a function" },
       { "run --until", "ostra run: --until: no value: "s + instant },
       { "run --real-time=5", "ostra run: --real-time: a value: expected none" },
       { "run --version=maybe", "ostra run: --version: a value: expected none" },

@@ -43,6 +43,10 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
       { "watch '[1]'",
         "ostra watch: \"[1]\": expected nothing more, as one name is given already\n" },
       { "forecast {}x", "patch:1:3: not YAML: \"x\": expected the end of the file\n" },
+      { "why Ethernet1 --at 5", "ostra why: --at: expected a SCENARIO with it\n" },
+      { "why Ethernet1 a.yaml --at x",
+        "ostra why: --at: \"x\": expected a number of seconds from 0, in whole "
+        "milliseconds, or a time like 1h30m or 01:30:00.000\n" },
       { "why", "ostra why: no INTERFACE: expected the name of a port\n" },
       { "watch --format json", "ostra watch: --format: \"json\": expected text|ndjson\n" },
    };

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/WhyInRun>
+
+#include <host/account/HoldWords>
+#include <host/account/PortStanding>
+#include <host/account/WriteBatch>
+#include <host/base/JsonLine>
+#include <host/cli/KeptRun>
+#include <host/client/LiveText>
+#include <host/client/Why>
+#include <host/state/Machine>
+#include <host/state/MountTable>
+
+#include <Ryx/Exception>
+#include <Ryx/Time>
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <sstream>
+
+namespace ostra {
+
+namespace {
+
+using Kovel::IntfId;
+
+class WhyInRun {
+ public:
+   explicit WhyInRun( WhyOptions const& options ) : options_( options ), id_( idOf() ) {}
+
+   Json tell() const {
+      Present const present = presentState();
+      Json const& port = present.port;
+      Json why = { { "at", toJson( secondsOf( options_.at ) ) },
+                   { "port", port },
+                   { "class", nullptr },
+                   { "heldFor", nullptr },
+                   { "heldSince", nullptr },
+                   { "releasedIn", nullptr },
+                   { "releasedAt", nullptr },
+                   { "changes", Json::array() } };
+      if ( !port.at( "hold" ).is_null() ) {
+         tellHold( why, present.zero );
+         for ( auto const& change : possibleChanges( present.state, port ) ) {
+            why[ "changes" ].push_back( outcomeOf( change, port ) );
+         }
+      }
+      return why;
+   }
+
+ private:
+   struct Present {
+      Milliseconds zero;
+      Json port;
+      Json state;
+   };
+
+   Present presentState() const {
+      KeptRun run( options_.input );
+      refuseBehind( run.scenario().until );
+      run.playTo( options_.at );
+      return { run.scenario().startTime, portIn( run ), run.view().at( {} ) };
+   }
+
+   [[noreturn]] void refuse( std::string_view found, std::string_view expected ) const {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format( "ostra why: {}: expected {}", found, expected ) );
+   }
+
+   IntfId idOf() const {
+      try {
+         return IntfId( options_.interface );
+      } catch ( Ryx::RangeException const& error ) {
+         throw Failure(
+            ExitStatus::badInput,
+            "ostra why: " + shortenedIn( error.message(), options_.interface ) );
+      }
+   }
+
+   void refuseBehind( std::optional< Milliseconds > until ) const {
+      if ( until && options_.at > *until ) {
+         refuse(
+            fmt::format( "--at: {}", toJson( secondsOf( options_.at ) ).dump() ),
+            fmt::format(
+               "at most {}, where the run ends", toJson( secondsOf( *until ) ).dump() ) );
+      }
+   }
+
+   // In the form in which a live host tells of one.
+   Json portIn( KeptRun& run ) const {
+      RunState const view = run.view();
+      Json const since = view.at( { mount::mlagissuCause, "intfStatus", name() } );
+      bool const isThere =
+         !view.at( { mount::ethPhyIntfStatus, "intfStatus", name() } ).is_null();
+      if ( !isThere && since.is_null() ) {
+         refuse(
+            inQuotes( name() ), fmt::format( "a port that is there at {} s", atText() ) );
+      }
+      SwitchFacts const facts( view );
+      HoldLedger ledger;
+      WriteBatch( facts, ledger ).begin();
+      PortStanding const standing = Standings( facts, ledger, false ).of( id_ );
+      Machine const machine( view, run.agent() );
+      std::string const portClass = machine.classOf( id_ );
+      auto const left = [ & ] {
+         Json const start = view.at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } );
+         double const end = secondsOf( start ) + machine.delay( portClass == "mlag" );
+         bool const isTimed = machine.isHeld( portClass == "mlag" ) && std::isfinite( end );
+         return isTimed ? fmt::format( "{:.0f} s left", std::ceil( end - Ryx::now() ) )
+                        : std::string( endlessWords );
+      };
+      Json port = { { "interface", name() },
+                    { "class", portClass },
+                    { "portChannel",
+                      view.at( { mount::lagInputConfig, "phyIntf", name(), "lag" } ) },
+                    { "hold", nullptr },
+                    { "reason", "" } };
+      if ( standing.kind == PortStanding::Kind::held ) {
+         port[ "hold" ] = { { "kind", "errdisable" }, { "since", since } };
+         port[ "reason" ] = fmt::format( "{}, {}", errdisabledWords, left() );
+      } else if ( standing.kind == PortStanding::Kind::standby ) {
+         port[ "hold" ] = { { "kind", "lacpStandby" },
+                            { "since", standbySince( run, standing.portChannel ) } };
+         port[ "reason" ] = fmt::format( "{}, {}", standbyWords, left() );
+      } else {
+         std::string_view const exemption = exemptionOf( portClass );
+         port[ "reason" ] =
+            exemption.empty() ? "not held: " + standing.why : std::string( exemption );
+      }
+      return port;
+   }
+
+   // On the switch's clock; null when it has been since before the run.
+   Json standbySince( KeptRun& run, IntfId portChannel ) const {
+      Json const path = {
+         mount::lacpConfig, "portChannel", portChannel.string(), "stayInStandby"
+      };
+      Json since;
+      std::istringstream lines( run.stream() );
+      for ( std::string line; std::getline( lines, line ); ) {
+         Json const record = Json::parse( line );
+         if ( record.contains( "path" ) && record.at( "path" ) == path ) {
+            double const zero = secondsOf( run.scenario().startTime );
+            since = record.at( "value" ) == true
+               ? toJson( zero + secondsOf( record.at( "t" ) ) )
+               : Json();
+         }
+      }
+      return since;
+   }
+
+   // Since when and until when.
+   void tellHold( Json& why, Milliseconds zero ) const {
+      Json const& port = why.at( "port" );
+      double const at = secondsOf( options_.at );
+      Json const since = port.at( "hold" ).at( "since" );
+      if ( since.is_number() ) {
+         double const sinceAt = since.get< double >() - secondsOf( zero );
+         why[ "heldSince" ] = rounded( sinceAt );
+         why[ "heldFor" ] = rounded( at - sinceAt );
+      }
+      KeptRun whole( options_.input );
+      whole.play();
+      Json const releasedAt = releaseIn(
+         whole.streamOf(
+            [ at ]( Json const& record ) { return secondsOf( record.at( "t" ) ) > at; } ),
+         port );
+      if ( releasedAt.is_number() ) {
+         why[ "releasedAt" ] = releasedAt;
+         why[ "releasedIn" ] = rounded( secondsOf( releasedAt ) - at );
+      }
+   }
+
+   // What comes of a change that is made at that time.
+   Json outcomeOf( PossibleChange const& change, Json const& port ) const {
+      Document const patch = parseDocument( "change", lineOf( patchOf( change ) ) );
+      KeptRun changed( options_.input );
+      changed.playTo( options_.at, patch );
+      std::size_t const last = changed.scenario().events.size() - 1;
+      bool isBehind = false;
+      std::string const records = changed.streamOf( [ & ]( Json const& record ) {
+         isBehind =
+            isBehind || ( record.at( "type" ) == "event" && record.at( "index" ) == last );
+         return isBehind;
+      } );
+      return { { "change", fmt::format( "{}", fmt::join( change.assignments, " " ) ) },
+               { "meaning", change.meaning },
+               { "releases", !releaseIn( records, port ).is_null() },
+               { "refused", nullptr } };
+   }
+
+   static Json rounded( double seconds ) {
+      return toJson( std::round( seconds * 1000 ) / 1000 );
+   }
+   std::string const& name() const { return options_.interface; }
+   std::string atText() const { return toJson( secondsOf( options_.at ) ).dump(); }
+
+   WhyOptions const& options_;
+   IntfId const id_;
+};
+
+void
+refuseStream( std::optional< std::string > const& file, std::string_view name ) {
+   if ( file == "-" ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra why: {}: \"-\": expected a file, which is read more than once", name ) );
+   }
+}
+
+} // namespace
+
+void
+tellWhyInRun( WhyOptions const& options, std::ostream& out ) {
+   refuseStream( options.input.scenario, "SCENARIO" );
+   refuseStream( options.input.mounts, "--mounts" );
+   Json const why = WhyInRun( options ).tell();
+   out << ( options.isJson ? linesOf( why ) : whyText( why, Style( options.hasColour ) ) );
+}
+
+} // namespace ostra

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/WhyInRun>
+
+#include "Play"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace ostra {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+// All are held for 300 s. The domain changes at 100 s, which ends no hold; Ethernet2 is released by
+// hand at 200 s. Ethernet4 waits in LACP standby.
+constexpr char scenario[] = R"(
+startTime: 1000
+mounts:
+  mlagConfig:
+    enabled: true
+    domainId: pod1
+    localInterface: Vlan4094
+    peerAddress: 10.255.255.2
+    peerLinkIntf: Port-Channel1000
+    reloadDelay: 300
+    lacpStandby: true
+    intfConfig: { Port-Channel10: { mlagId: "10" }, Port-Channel11: { mlagId: "11" } }
+  mlagStatus: { mlagState: mlagSecondary, systemId: 02:00:00:00:10:01 }
+  mlagProtoStatus: { holdInSecondary: true }
+  ethPhyIntfStatus: { intfStatus: { Ethernet1-5: {}, Management1: {} } }
+  ethPhyIntfConfig: { intfConfig: { Ethernet1-5: { adminEnabledStateLocal: 1 } } }
+  lagInputIntfStatus: { intfStatus: { Port-Channel10-11: {} } }
+  lacpConfig: { portChannel: { Port-Channel10-11: {} } }
+  lacpOverride: { lagIdConfig: { Port-Channel11: 02:00:00:00:10:01 } }
+  lagInputConfig:
+    phyIntf:
+      Ethernet1-2: { lag: Port-Channel10, mode: 2 }
+      Ethernet4: { lag: Port-Channel11, mode: 2 }
+      Ethernet5: { lag: Port-Channel1000, mode: 2 }
+events:
+  - { at: 100, mlagConfig: { domainId: pod2 } }
+  - { at: 200, mlagissuCause: { intfStatus: { Ethernet2: null } } }
+)";
+
+std::string
+whyAt( std::string const& interface, Milliseconds at, bool isJson = false ) {
+   WhyOptions options;
+   options.input.scenario = temporaryFile( "why.yaml", scenario );
+   options.input.plugin = OSTRA_PLUGIN;
+   options.interface = interface;
+   options.at = at;
+   options.isJson = isJson;
+   std::ostringstream out;
+   try {
+      tellWhyInRun( options, out );
+      return out.str();
+   } catch ( Failure const& failure ) {
+      return fmt::format( "{} {}", static_cast< int >( failure.status() ), failure.what() );
+   }
+}
+
+using namespace std::chrono_literals;
+
+TEST( WhyInRun, APortThatIsHeldHasASinceAndAnUntilAndWhatReleasesIt ) {
+   std::string const why = whyAt( "Ethernet1", 60s );
+   EXPECT_THAT(
+      why,
+      StartsWith(
+         "at            00:01:00.000\n"
+         "Ethernet1     mlag port in Port-Channel10\n"
+         "held          errdisabled for the MLAG reload delay, 240 s left\n"
+         "since         00:00:00.000, 60 s ago\n"
+         "until         released 00:05:00.000, in 240 s, unless something is changed\n"
+         "would release it now:\n"
+         "  mlagissuCause.intfStatus.Ethernet1=null" ) );
+   EXPECT_THAT( why, HasSubstr( "\n  mlagStatus.mlagState=mlagPrimary  " ) );
+}
+
+TEST( WhyInRun, TheScenariosOwnEventsCountForUntil ) {
+   EXPECT_THAT(
+      whyAt( "Ethernet2", 60s ),
+      HasSubstr( "until         released 00:03:20.000, in 140 s" ) );
+}
+
+TEST( WhyInRun, AMemberOfAPortChannelInStandbyIsHeld ) {
+   Json const why = Json::parse( whyAt( "Ethernet4", 250500ms, true ) );
+   EXPECT_EQ( why.at( "port" ).at( "hold" ).at( "kind" ), "lacpStandby" );
+   EXPECT_EQ( why.at( "heldSince" ), 0 );
+   EXPECT_EQ( why.at( "heldFor" ), 250.5 );
+   EXPECT_EQ( why.at( "releasedAt" ), 300 );
+   EXPECT_EQ( why.at( "releasedIn" ), 49.5 );
+   EXPECT_FALSE( why.at( "changes" ).empty() );
+}
+
+TEST( WhyInRun, APortThatIsNotHeldHasAReason ) {
+   EXPECT_EQ(
+      whyAt( "Ethernet1", 300s ),
+      "at            00:05:00.000\n"
+      "Ethernet1     mlag port in Port-Channel10\n"
+      "not held      the reload delay is over\n" );
+   EXPECT_THAT(
+      whyAt( "Ethernet2", 200s ), HasSubstr( "not held      although the delay runs" ) );
+   EXPECT_THAT(
+      whyAt( "Management1", 0s ),
+      HasSubstr( "not held      never held: it is a management port" ) );
+   EXPECT_THAT(
+      whyAt( "Ethernet5", 0s ),
+      HasSubstr( "not held      never held: it is in the peer link" ) );
+}
+
+TEST( WhyInRun, WhatCannotBeAskedIsRefused ) {
+   EXPECT_EQ(
+      whyAt( "Ethernet9", 1500ms ),
+      "2 ostra why: \"Ethernet9\": expected a port that is there at 1.5 s" );
+   EXPECT_THAT(
+      whyAt( "Ether9", 0s ),
+      StartsWith( "2 ostra why: \"Ether9\" is not an interface name" ) );
+   WhyOptions options;
+   options.input.scenario = "-";
+   options.interface = "Ethernet1";
+   std::ostringstream out;
+   EXPECT_THROW( tellWhyInRun( options, out ), Failure );
+}
+
+} // namespace
+} // namespace ostra

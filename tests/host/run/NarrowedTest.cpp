@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include "JsonState"
+#include "Play"
+
+#include <host/base/IntfRanges>
+#include <host/run/NdjsonSink>
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace ostra {
+namespace {
+
+using testing::Each;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
+
+constexpr char fourPorts[] = R"(
+mounts:
+  mlagConfig:
+    enabled: true
+    domainId: d
+    localInterface: Vlan1
+    peerAddress: 10.0.0.2
+    peerLinkIntf: Port-Channel1000
+    reloadDelay: 300
+    intfConfig: { Port-Channel3-5: { mlagId: $1 } }
+  mlagStatus: { mlagState: mlagInactive }
+  ethPhyIntfStatus: { intfStatus: { Ethernet1-4: {} } }
+  ethPhyIntfConfig: { intfConfig: { Ethernet1-4: { adminEnabledStateLocal: 1 } } }
+  lagInputIntfStatus: { intfStatus: { Port-Channel3-5: {} } }
+  lagInputConfig: { phyIntf: { Ethernet3-4: { lag: Port-Channel$1, mode: 2 } } }
+events:
+  - { at: 1, label: moves, lagInputConfig: { phyIntf: { Ethernet3: { lag: Port-Channel5 } } } }
+)";
+
+RunOptions
+only( char const* interfaces ) {
+   RunOptions options;
+   options.narrowing.interfaces = interfacesOf( interfaces );
+   return options;
+}
+
+TEST( Narrowed, WritesOfTheOthersAreLeftOut ) {
+   auto const records = play( fourPorts, only( "Ethernet1-2" ) );
+   EXPECT_THAT(
+      writes( records ),
+      UnorderedElementsAre(
+         "0 mlagProtoStatus/portsErrdisabled true",
+         "0 mlagProtoStatus/portsErrdisabledWhen 0",
+         "0 mlagissuCause/intfStatus/Ethernet1 0",
+         "0 mlagissuCause/intfStatus/Ethernet2 0",
+         "300 mlagissuCause/intfStatus/Ethernet1 null",
+         "300 mlagissuCause/intfStatus/Ethernet2 null",
+         "300 mlagProtoStatus/portsErrdisabled false",
+         "300 mlagProtoStatus/portsErrdisabledWhen \"inf\"" ) );
+   EXPECT_THAT( ofType( records, "event" ), IsEmpty() );
+   EXPECT_EQ(
+      records.back().at( "state" ).at( "ethPhyIntfStatus" ).at( "intfStatus" ).size(), 4u );
+}
+
+TEST( Narrowed, PortChannelsComeWithTheirPorts ) {
+   auto const records = play( fourPorts, only( "Ethernet3" ) );
+   std::vector< std::string > forced;
+   for ( std::string const& write : writes( records ) ) {
+      if ( write.find( "igmpsnoopingConfig" ) != std::string::npos ) {
+         forced.push_back( write );
+      }
+   }
+   EXPECT_THAT( forced, Not( IsEmpty() ) );
+   EXPECT_THAT( forced, Each( Not( HasSubstr( "Port-Channel4" ) ) ) );
+   EXPECT_THAT( forced, testing::Contains( HasSubstr( "Port-Channel3" ) ) );
+}
+
+TEST( Narrowed, APortChannelThatAPortComesIntoIsTakenFromThenOn ) {
+   JsonState state( Json::parse( R"({"lagInputConfig":{"phyIntf":{"Ethernet3":{}}}})" ) );
+   std::ostringstream out;
+   NdjsonSink sink( out );
+   Narrowed narrowed( sink, { interfacesOf( "Ethernet3" ), {} } );
+   Json const patch = Json::parse(
+      R"({"lagInputConfig":{"phyIntf":{"Ethernet3":{"lag":"Port-Channel5"}}}})" );
+   Path const path = { "igmpsnoopingConfig", "forceEnabledPorts", "Port-Channel5" };
+   Json const ofOthers =
+      Json::parse( R"({"lagInputConfig":{"phyIntf":{"Ethernet4":{}}}})" );
+   narrowed.start( {}, state );
+   narrowed.write( Milliseconds( 0 ), { path, true } );
+   EXPECT_EQ( out.str(), "" );
+   Json all = patch;
+   all.merge_patch( ofOthers );
+   narrowed.event( Milliseconds( 0 ), { 0, [ & ] { return all; } } );
+   state.apply( all );
+   narrowed.write( Milliseconds( 0 ), { path, true } );
+   EXPECT_THAT( out.str(), HasSubstr( "\"Port-Channel5\"" ) );
+}
+
+TEST( Narrowed, OfAnEventOnlyWhatConcernsThemIsTold ) {
+   RunOptions options = only( "Ethernet1" );
+   std::string const events =
+      "  - { at: 2, ethPhyIntfStatus: { intfStatus: { Ethernet1-2: null } } }\n"
+      "  - { at: 3, ethPhyIntfStatus: { intfStatus: { Ethernet2: {} } } }\n"
+      "  - { at: 4, agent: null }\n"
+      "  - { at: 5, mlagStatus: { mlagState: 3 } }\n";
+   options.input.scenario = temporaryFile( "scenario.yaml", fourPorts + events );
+   options.input.plugin = OSTRA_PLUGIN;
+   std::ostringstream out;
+   runScenario( options, out );
+   EXPECT_THAT( out.str(), HasSubstr( "event 1     Ethernet1 disappears\n" ) );
+   EXPECT_THAT( out.str(), Not( HasSubstr( "event 2 " ) ) );
+   EXPECT_THAT( out.str(), HasSubstr( "event 3 " ) );
+   EXPECT_THAT( out.str(), HasSubstr( "event 4 " ) );
+   EXPECT_THAT( out.str(), Not( HasSubstr( "Ethernet2" ) ) );
+}
+
+TEST( Narrowed, TheReportCountsTheSame ) {
+   RunOptions options = only( "Ethernet1,3" );
+   options.input.scenario = temporaryFile( "scenario.yaml", fourPorts );
+   options.input.plugin = OSTRA_PLUGIN;
+   std::ostringstream out;
+   runScenario( options, out );
+   EXPECT_THAT( out.str(), HasSubstr( "1 MLAG port errdisabled for 300 s: Ethernet3\n" ) );
+   EXPECT_THAT(
+      out.str(), HasSubstr( "1 non-MLAG port errdisabled for 300 s: Ethernet1\n" ) );
+   EXPECT_THAT( out.str(), HasSubstr( "event 0     moves: " ) );
+   EXPECT_THAT( out.str(), Not( HasSubstr( "Ethernet2" ) ) );
+}
+
+TEST( Narrowed, TracesAreThoseOfAHandleOrAFunction ) {
+   RunOptions options;
+   options.trace = 9;
+   auto const all = ofType( play( fourPorts, options ), "trace" );
+   ASSERT_THAT( all, Not( IsEmpty() ) );
+   for ( char const* key : { "handle", "function" } ) {
+      options.narrowing.traces = all.front().at( key );
+      auto const some = ofType( play( fourPorts, options ), "trace" );
+      ASSERT_THAT( some, Not( IsEmpty() ) );
+      for ( Json const& trace : some ) {
+         EXPECT_EQ( trace.at( key ), all.front().at( key ) );
+      }
+   }
+   options.narrowing.traces = "no such function";
+   EXPECT_THAT( ofType( play( fourPorts, options ), "trace" ), IsEmpty() );
+}
+
+} // namespace
+} // namespace ostra
