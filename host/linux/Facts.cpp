@@ -44,13 +44,14 @@ class Facts::Patch {
       }
    }
 
+   // Once for each interface of a mount.
    void set( Entries const& of, std::string const& interface, Json value ) {
       auto const part =
          std::find_if( parts_.begin(), parts_.end(), [ &of ]( auto const& known ) {
             return std::string_view( known.first.mount ) == of.mount;
          } );
       if ( part != parts_.end() ) {
-         part->second[ interface ] = std::move( value );
+         appendMember( part->second, interface, std::move( value ) );
       }
    }
    void addTo( std::vector< Json >& patches ) const {

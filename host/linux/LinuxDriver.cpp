@@ -23,8 +23,8 @@ namespace {
 constexpr int triesAtStart = 100;
 constexpr int triesMeanwhile = 5;
 // In milliseconds.
-constexpr unsigned firstWait = 100;
-constexpr unsigned longestWait = 30'000;
+constexpr long firstWait = 100;
+constexpr long longestWait = 30'000;
 
 // Others may hold it still.
 bool
