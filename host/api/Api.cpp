@@ -159,11 +159,11 @@ Api::addPorts( http::Server& server ) {
          bool const isSo = portsVersion_ == parts_.live.version();
          if ( !isSo ) {
             portsText_ = parts_.ports.text();
+            portsText_.add( "\n" );
             portsVersion_ = parts_.live.version();
          }
-         std::string text = portsText_.at( parts_.live.time().now() );
-         text += '\n';
-         return http::textResponse( "application/json", std::move( text ) );
+         return http::textResponse(
+            "application/json", portsText_.at( parts_.live.time().now() ) );
       } );
    } ) );
    server.add( get( "/v1/ports/**", [ this ]( Request const& request ) {

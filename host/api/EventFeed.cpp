@@ -69,13 +69,15 @@ EventFeed::wake() {
    }
 }
 
-std::vector< LiveRecord >
-EventFeed::behind( std::int64_t since, std::size_t limit ) const {
+template< class Visit >
+void
+EventFeed::forEachBehind( std::int64_t since, std::size_t limit, Visit visit ) const {
    bool const isRecent = !recent_.empty() && recent_.front().id - 1 <= since;
    if ( !isRecent && since < last() ) {
-      auto older = history_( since, limit );
+      auto const older = history_( since, limit );
       if ( !older.empty() ) {
-         return older;
+         std::for_each( older.begin(), older.end(), visit );
+         return;
       }
    }
    auto const first = std::upper_bound(
@@ -85,7 +87,7 @@ EventFeed::behind( std::int64_t since, std::size_t limit ) const {
       []( std::int64_t id, LiveRecord const& record ) { return id < record.id; } );
    auto const count =
       std::min( limit, static_cast< std::size_t >( recent_.end() - first ) );
-   return { first, first + static_cast< std::ptrdiff_t >( count ) };
+   std::for_each_n( first, count, visit );
 }
 
 void
@@ -115,12 +117,11 @@ EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
    http::Stream answer{ {}, [ this, since, isFirst ]() mutable {
                           std::string piece = isFirst ? "retry: 1000\n\n" : "";
                           isFirst = false;
-                          for ( LiveRecord const& record :
-                                behind( since, recordsAtOnce ) ) {
-                             piece +=
-                                http::eventText( std::to_string( record.id ), record.line );
+                          auto const tell = [ & ]( LiveRecord const& record ) {
+                             http::appendEvent( piece, record.id, record.line );
                              since = record.id;
-                          }
+                          };
+                          forEachBehind( since, recordsAtOnce, tell );
                           return std::optional( std::move( piece ) );
                        } };
    answer.head.contentType = http::eventStreamType;
@@ -146,14 +147,13 @@ EventFeed::history( http::Request const& request, http::Reply const& reply ) {
       auto const limit = static_cast< std::size_t >(
          std::min( left, static_cast< std::int64_t >( recordsAtOnce ) ) );
       std::string lines;
-      for ( LiveRecord const& record : behind( since, limit ) ) {
-         if ( record.id > last ) {
-            break;
+      forEachBehind( since, limit, [ & ]( LiveRecord const& record ) {
+         if ( record.id <= last ) {
+            lines.append( record.line ).append( 1, '\n' );
+            since = record.id;
+            --left;
          }
-         lines += record.line + '\n';
-         since = record.id;
-         --left;
-      }
+      } );
       return lines.empty() ? std::nullopt : std::optional( std::move( lines ) );
    };
    http::Stream answer{ {}, next };

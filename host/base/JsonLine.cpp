@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace ostra {
 
@@ -45,7 +46,7 @@ escaped( std::string const& text ) {
 
 // Whether it stands in JSON as it is, between quotes.
 bool
-needsQuotesAlone( std::string const& text ) {
+needsQuotesAlone( std::string_view text ) {
    return std::all_of( text.begin(), text.end(), []( char c ) {
       return c >= 0x20 && c < 0x7f && c != '"' && c != '\\';
    } );
@@ -58,13 +59,105 @@ dumped( Json const& json, int indent ) {
    return isPlain ? text : escaped( text );
 }
 
+void
+append( std::string& line, std::string_view text ) {
+   // Names, most of all.
+   if ( needsQuotesAlone( text ) ) {
+      line.append( 1, '"' ).append( text ).append( 1, '"' );
+   } else {
+      line += dumped( Json( text ), -1 );
+   }
+}
+
+void
+append( std::string& line, std::vector< std::string > const& texts ) {
+   char before = '[';
+   for ( std::string const& text : texts ) {
+      line += before;
+      append( line, text );
+      before = ',';
+   }
+   line += texts.empty() ? "[]" : "]";
+}
+
 } // namespace
 
 std::string
 lineOf( Json const& json ) {
-   // Names, most of all.
    auto const* const text = json.get_ptr< std::string const* >();
-   return text && needsQuotesAlone( *text ) ? '"' + *text + '"' : dumped( json, -1 );
+   return text ? lineOfText( *text ) : dumped( json, -1 );
+}
+
+std::string
+lineOfText( std::string_view text ) {
+   std::string line;
+   append( line, text );
+   return line;
+}
+
+std::string
+lineOfTexts( std::vector< std::string > const& texts ) {
+   std::string line;
+   append( line, texts );
+   return line;
+}
+
+void
+ObjectLine::begin( std::string_view key ) {
+   if ( text_.size() > 1 ) {
+      text_ += ',';
+   }
+   text_.append( 1, '"' ).append( key ).append( "\":" );
+}
+
+void
+ObjectLine::add( std::string_view key, std::string_view text ) {
+   begin( key );
+   append( text_, text );
+}
+
+void
+ObjectLine::add( std::string_view key, std::vector< std::string > const& texts ) {
+   begin( key );
+   append( text_, texts );
+}
+
+void
+ObjectLine::add( std::string_view key, std::int64_t number ) {
+   begin( key );
+   text_ += fmt::format_int( number ).c_str();
+}
+
+void
+ObjectLine::add( std::string_view key, Json const& value ) {
+   begin( key );
+   if ( value.is_null() ) {
+      text_ += "null";
+   } else {
+      text_ += lineOf( value );
+   }
+}
+
+void
+ObjectLine::add( ObjectLine const& other ) {
+   std::string_view const members = std::string_view( other.text_ ).substr( 1 );
+   if ( text_.size() > 1 && !members.empty() ) {
+      text_ += ',';
+   }
+   text_ += members;
+}
+
+void
+ObjectLine::add( Json const& object ) {
+   for ( auto const& [ key, value ] : object.items() ) {
+      add( key, value );
+   }
+}
+
+std::string
+ObjectLine::take() {
+   text_ += '}';
+   return std::exchange( text_, "{" );
 }
 
 std::string

@@ -19,6 +19,8 @@ namespace {
 // In octets. Up to there an answer is bounded by the number of connections, and is what tells
 // a client that its change has been made.
 constexpr std::size_t smallAnswer = 4096;
+// As much as the system takes at once: an answer that goes in parts takes a turn for each.
+constexpr std::size_t longestWrite = 1U << 20;
 
 timeval
 timevalOf( std::chrono::milliseconds time ) {
@@ -76,6 +78,7 @@ Connection::Connection( Site& site, Owner& owner, int descriptor, bool isUnix )
         parser_( std::make_unique< RequestParser >( site.limits ) ),
         localAddress_( isUnix ? std::string() : localAddressOf( descriptor ) ),
         isUnix_( isUnix ) {
+   bufferevent_set_max_single_write( events_, longestWrite );
    evbuffer_add_cb( bufferevent_get_output( events_ ), onOutput, this );
    bufferevent_setcb( events_, onRead, onWritten, onEvent, this );
    // What is not looked at yet stays with the client.

@@ -20,10 +20,12 @@ answer( std::weak_ptr< Answerer > const& to, bool& isAnswered, Answer answer ) {
 } // namespace
 
 Reply::State::~State() {
-   answer(
-      answerer,
-      isAnswered,
-      problemResponse( { 500, "server", "no answer", "the log to say why" } ) );
+   if ( !isAnswered && !answerer.expired() ) {
+      answer(
+         answerer,
+         isAnswered,
+         problemResponse( { 500, "server", "no answer", "the log to say why" } ) );
+   }
 }
 
 void

@@ -7,9 +7,10 @@
 
 namespace ostra::http {
 
-std::string
-eventText( std::string_view id, std::string_view data ) {
-   return fmt::format( "id: {}\ndata: {}\n\n", id, data );
+void
+appendEvent( std::string& text, std::int64_t id, std::string_view data ) {
+   text.append( "id: " ).append( fmt::format_int( id ).c_str() );
+   text.append( "\ndata: " ).append( data ).append( "\n\n" );
 }
 
 } // namespace ostra::http

@@ -8,35 +8,35 @@ namespace ostra {
 namespace {
 
 void
-append( Json& json, WriteRecord const& write ) {
-   appendMember( json, "type", "write" );
-   appendMember( json, "path", write.path );
-   appendMember( json, "value", write.value );
+append( ObjectLine& line, WriteRecord const& write ) {
+   line.add( "type", "write" );
+   line.add( "path", write.path );
+   line.add( "value", write.value );
 }
 
 void
-append( Json& json, EventRecord const& event ) {
-   appendMember( json, "type", "event" );
-   appendMember( json, "index", event.index );
+append( ObjectLine& line, EventRecord const& event ) {
+   line.add( "type", "event" );
+   line.add( "index", static_cast< std::int64_t >( event.index ) );
 }
 
 void
-append( Json& json, LogMessageRecord const& message ) {
-   appendMember( json, "type", "log" );
-   appendMember( json, "id", message.id );
-   appendMember( json, "severity", message.severity );
-   appendMember( json, "text", message.text );
+append( ObjectLine& line, LogMessageRecord const& message ) {
+   line.add( "type", "log" );
+   line.add( "id", message.id );
+   line.add( "severity", message.severity );
+   line.add( "text", message.text );
 }
 
 void
-append( Json& json, TraceLineRecord const& trace ) {
-   appendMember( json, "type", "trace" );
-   appendMember( json, "handle", trace.handle );
-   appendMember( json, "level", trace.level );
-   appendMember( json, "file", trace.file );
-   appendMember( json, "line", trace.line );
-   appendMember( json, "function", trace.function );
-   appendMember( json, "text", trace.text );
+append( ObjectLine& line, TraceLineRecord const& trace ) {
+   line.add( "type", "trace" );
+   line.add( "handle", trace.handle );
+   line.add( "level", trace.level );
+   line.add( "file", trace.file );
+   line.add( "line", trace.line );
+   line.add( "function", trace.function );
+   line.add( "text", trace.text );
 }
 
 } // namespace
@@ -64,9 +64,9 @@ JsonSink::trace( Milliseconds at, TraceLineRecord const& record ) {
 template< class Record >
 void
 JsonSink::tell( Milliseconds at, Record const& record ) {
-   Json json = head( at );
-   append( json, record );
-   put( json );
+   ObjectLine line = head( at );
+   append( line, record );
+   put( line.take() );
 }
 
 } // namespace ostra

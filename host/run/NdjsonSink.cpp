@@ -3,7 +3,6 @@
 
 #include <host/run/NdjsonSink>
 
-#include <host/base/JsonLine>
 #include <host/base/Milliseconds>
 
 namespace ostra {
@@ -15,20 +14,22 @@ NdjsonSink::start( StartRecord const&, StateView const& state ) {
 
 void
 NdjsonSink::end( Milliseconds at, EndRecord const& ) {
-   Json json = head( at );
-   appendMember( json, "type", "end" );
-   appendMember( json, "state", state_->at( {} ) );
-   put( json );
+   ObjectLine line = head( at );
+   line.add( "type", "end" );
+   line.add( "state", state_->at( {} ) );
+   put( line.take() );
 }
 
-Json
-NdjsonSink::head( Milliseconds at ) const {
-   return { { "t", toJson( secondsOf( at ) ) } };
+ObjectLine
+NdjsonSink::head( Milliseconds at ) {
+   ObjectLine line;
+   line.add( "t", toJson( secondsOf( at ) ) );
+   return line;
 }
 
 void
-NdjsonSink::put( Json const& json ) {
-   out_ << lineOf( json ) << '\n';
+NdjsonSink::put( std::string line ) {
+   out_ << line << '\n';
 }
 
 } // namespace ostra

@@ -99,9 +99,8 @@ Database::Statement::reset() noexcept {
 
 void
 Database::Statement::bind( int place, std::string_view text ) {
-   // Transient: the text need not outlive the call.
    sqlite3_bind_text64(
-      statement_.get(), place, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8 );
+      statement_.get(), place, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8 );
 }
 
 void

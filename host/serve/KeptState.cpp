@@ -136,12 +136,28 @@ mergeAll( LiveSwitch& live, std::vector< Restored > const& rows ) {
 
 std::string
 nameOfRow( RowKey const& row ) {
-   return lineOf( row );
+   return lineOfTexts( row );
 }
 
 RowKey
 rowOfName( std::string const& name ) {
-   return Json::parse( name ).get< RowKey >();
+   constexpr std::string_view first = "[\"";
+   constexpr std::string_view between = "\",\"";
+   constexpr std::string_view last = "\"]";
+   bool const isPlain =
+      name.find( '\\' ) == name.npos && name.starts_with( first ) && name.ends_with( last );
+   if ( !isPlain ) {
+      return Json::parse( name ).get< RowKey >();
+   }
+   std::string_view rest( name );
+   rest = rest.substr( first.size(), rest.size() - first.size() - last.size() );
+   RowKey row;
+   for ( auto end = rest.find( between ); end != rest.npos; end = rest.find( between ) ) {
+      row.emplace_back( rest.substr( 0, end ) );
+      rest.remove_prefix( end + between.size() );
+   }
+   row.emplace_back( rest );
+   return row;
 }
 
 std::optional< std::string >

@@ -89,6 +89,7 @@ LiveHost::restore() {
    for ( auto const& [ name, value ] : rows ) {
       live_.rowChanged( rowOfName( name ) );
    }
+   restored_ = std::move( rows );
    if ( isSameBoot ) {
       before_ = note;
       Json const& start = note.at( "delayStart" );
@@ -199,11 +200,12 @@ LiveHost::wantAll() {
 void
 LiveHost::reportPort( std::string const& interface ) {
    Enforcement const enforcement = reconciler_.enforcement( interface );
-   Json record = { { "type", "port" },
-                   { "interface", interface },
-                   { "enforced", nameOf( enforcement.state ) } };
+   ObjectLine record;
+   record.add( "type", "port" );
+   record.add( "interface", interface );
+   record.add( "enforced", nameOf( enforcement.state ) );
    if ( !enforcement.error.empty() ) {
-      record[ "error" ] = enforcement.error;
+      record.add( "error", enforcement.error );
    }
    live_.records().add( record );
    live_.touch();
@@ -226,14 +228,40 @@ LiveHost::note() const {
    return note.dump();
 }
 
+bool
+LiveHost::isIdle() {
+   return loop_.isQuiet() && committed_ == live_.version() && !live_.hasChanges() &&
+      live_.records().pending().empty() && store_.problem().empty();
+}
+
+// Without those that the store has as they are.
+Rows
+LiveHost::takeRows( std::set< RowKey > const& changed ) {
+   Rows rows = std::exchange( alarmRows_, {} );
+   Rows const restored = std::exchange( restored_, {} );
+   for ( RowKey const& row : changed ) {
+      std::string name = nameOfRow( row );
+      auto kept = keptRow( live_, row );
+      auto const before = restored.find( name );
+      if ( before == restored.end() || before->second != kept ) {
+         rows[ std::move( name ) ] = std::move( kept );
+      }
+   }
+   return rows;
+}
+
 void
 LiveHost::commit() {
+   if ( isIdle() ) {
+      return;
+   }
    TurnChanges changes = live_.takeChanges();
    std::string const now = note();
    bool const isLate = !store_.problem().empty();
    if (
       changes.rows.empty() && changes.acknowledges.empty() &&
       live_.records().pending().empty() && now == lastNote_ && !isLate ) {
+      committed_ = live_.version();
       return;
    }
    if ( now != lastNote_ ) {
@@ -241,10 +269,7 @@ LiveHost::commit() {
       live_.touch();
    }
    Store::Turn turn;
-   for ( RowKey const& row : changes.rows ) {
-      turn.rows[ nameOfRow( row ) ] = keptRow( live_, row );
-   }
-   turn.rows.merge( std::exchange( alarmRows_, {} ) );
+   turn.rows = takeRows( changes.rows );
    turn.note = now;
    turn.nextId = live_.records().nextId();
    turn.records = live_.records().pending();
@@ -252,6 +277,7 @@ LiveHost::commit() {
    bool const isDurable =
       store_.commit( std::move( turn ), [ this ] { return allRows(); } );
    lastNote_ = now;
+   committed_ = live_.version();
    retry_.timeIs( isDurable ? Ryx::never : Ryx::now() + betweenTries );
    std::optional< Complaint > problem;
    if ( !isDurable ) {

@@ -111,8 +111,9 @@ Loop::turn( int flags ) {
       std::rethrow_exception( std::exchange( failure_, nullptr ) );
    }
    time_.refresh();
-   clock->handleTime();
+   isQuiet_ = clock->handleTime() == 0;
    turnEnd_();
+   isQuiet_ = false;
 }
 
 } // namespace ostra

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <set>
 
@@ -34,6 +35,13 @@ timeJson( double seconds ) {
 std::string
 textOf( Json const& value ) {
    return value.is_string() ? value.get< std::string >() : std::string();
+}
+
+// Of an enumerator, which is no number where nothing stands.
+std::string
+numberText( Json const& value ) {
+   auto const* const number = value.get_ptr< std::int64_t const* >();
+   return number ? fmt::format_int( *number ).str() : value.dump();
 }
 
 std::string
@@ -68,12 +76,12 @@ Ports::ids() const {
 Ports::Class
 Ports::classState( bool isMlag ) const {
    if ( !machine_.isHeld( isMlag ) ) {
-      return { false, never };
+      return { false, never, timeJson( never ).dump() };
    }
-   return { true,
-            secondsOf(
-               live_.view().at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) ) +
-               machine_.delay( isMlag ) };
+   double const end =
+      secondsOf( live_.view().at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) ) +
+      machine_.delay( isMlag );
+   return { true, end, timeJson( end ).dump() };
 }
 
 std::string
@@ -100,17 +108,21 @@ void
 Ports::tellHold( PortsText& text, Hold const& hold ) const {
    Enforcement const enforcement = reconciler_.enforcement( hold.enforced );
    bool const isErrdisable = hold.kind == OrderKind::errdisable;
-   text.add( fmt::format(
-      R"("hold":{{"kind":"{}","since":{},"until":{},"remaining":)",
-      isErrdisable ? "errdisable" : "lacpStandby",
-      hold.since,
-      timeJson( hold.end ).dump() ) );
+   text.add( R"("hold":{"kind":)" );
+   text.add( isErrdisable ? R"("errdisable")" : R"("lacpStandby")" );
+   text.add( R"(,"since":)" );
+   text.add( hold.since );
+   text.add( R"(,"until":)" );
+   text.add( hold.until );
+   text.add( R"(,"remaining":)" );
    text.addRemaining( hold.end );
-   text.add( fmt::format(
-      R"(,"enforced":"{}","error":{}}},"reason":"{}, )",
-      nameOf( enforcement.state ),
-      enforcement.error.empty() ? "null" : lineOf( enforcement.error ),
-      isErrdisable ? errdisabledWords : standbyWords ) );
+   text.add( R"(,"enforced":")" );
+   text.add( nameOf( enforcement.state ) );
+   text.add( R"(","error":)" );
+   text.add( enforcement.error.empty() ? "null" : lineOfText( enforcement.error ) );
+   text.add( R"(},"reason":")" );
+   text.add( isErrdisable ? errdisabledWords : standbyWords );
+   text.add( ", " );
    if ( std::isfinite( hold.end ) ) {
       text.addSecondsLeft( hold.end );
       text.add( " s left\"" );
@@ -129,13 +141,14 @@ Ports::holdOf(
    auto const since = live_.state( { mount::mlagissuCause, "intfStatus", name } );
    if ( since ) {
       Class const& portClass = isMlag ? classes.mlag : classes.nonMlag;
-      return { OrderKind::errdisable, since->dump(), portClass.end, name };
+      return { OrderKind::errdisable, since->dump(), portClass.end, portClass.until, name };
    }
    bool const isHeldBack = !portChannel.empty() && isStandby( portChannel );
    return isHeldBack
       ? Hold{ OrderKind::lacpStandby,
               numberAt( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ).dump(),
               classes.mlag.end,
+              classes.mlag.until,
               portChannel }
       : Hold{};
 }
@@ -156,21 +169,26 @@ Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
       { mount::ethPhyIntfConfig, "intfConfig", name, "adminEnabledStateLocal" } );
    Json const link =
       live_.view().at( { mount::ethPhyIntfStatus, "intfStatus", name, "linkStatus" } );
-   text.add( fmt::format(
-      R"({{"interface":{},"device":{},"protodown":{},"class":"{}","portChannel":{},)"
-      R"("admin":{},"link":{},)",
-      lineOf( name ),
-      device ? lineOf( device->name ) : "null",
-      protodownText( device ),
-      portClass,
-      lineOf( portChannel ),
-      admin.dump(),
-      link.dump() ) );
+   text.add( R"({"interface":)" );
+   text.add( lineOfText( name ) );
+   text.add( R"(,"device":)" );
+   text.add( device ? lineOfText( device->name ) : "null" );
+   text.add( R"(,"protodown":)" );
+   text.add( protodownText( device ) );
+   text.add( R"(,"class":")" );
+   text.add( portClass );
+   text.add( R"(","portChannel":)" );
+   text.add( lineOf( portChannel ) );
+   text.add( R"(,"admin":)" );
+   text.add( numberText( admin ) );
+   text.add( R"(,"link":)" );
+   text.add( numberText( link ) );
+   text.add( "," );
    Hold const hold = holdOf( name, textOf( portChannel ), portClass == "mlag", classes );
    if ( hold.since.empty() ) {
-      text.add( fmt::format(
-         R"("hold":null,"reason":{})",
-         lineOf( whyNotHeld( name, portClass, textOf( portChannel ), classes ) ) ) );
+      text.add( R"("hold":null,"reason":)" );
+      text.add(
+         lineOfText( whyNotHeld( name, portClass, textOf( portChannel ), classes ) ) );
    } else {
       tellHold( text, hold );
    }

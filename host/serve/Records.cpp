@@ -3,40 +3,41 @@
 
 #include <host/serve/Records>
 
-#include <host/base/JsonLine>
-
 #include <utility>
 
 namespace ostra {
 
-namespace {
-
-// Of a record; there may be more.
-constexpr std::size_t mostMembers = 10;
-
-} // namespace
-
-Json
-Records::head( Milliseconds at ) const {
-   Json json = jsonObject( mostMembers );
-   appendMember( json, "seq", nextId_ );
-   appendMember( json, "t", toJson( secondsOf( at ) ) );
-   appendMember( json, "time", dateText( time_.date() ) );
-   return json;
-}
-
-void
-Records::put( Json const& json ) {
-   pending_.push_back( { nextId_++, time_.date(), lineOf( json ) } );
-}
-
-void
-Records::add( Json const& json ) {
-   Json all = head( time_.instant() );
-   for ( auto const& [ key, value ] : json.items() ) {
-      appendMember( all, key, value );
+ObjectLine
+Records::head( Milliseconds at ) {
+   Milliseconds const date = time_.date();
+   if ( !moment_ || moment_->at != at || moment_->date != date ) {
+      moment_ = { at, date, {} };
+      moment_->members.add( "t", toJson( secondsOf( at ) ) );
+      moment_->members.add( "time", dateText( date ) );
    }
-   put( all );
+   ObjectLine line;
+   line.add( "seq", nextId_ );
+   line.add( moment_->members );
+   return line;
+}
+
+void
+Records::put( std::string line ) {
+   pending_.push_back( { nextId_++, moment_->date, std::move( line ) } );
+}
+
+void
+Records::add( Json const& members ) {
+   ObjectLine line;
+   line.add( members );
+   add( line );
+}
+
+void
+Records::add( ObjectLine const& members ) {
+   ObjectLine line = head( time_.instant() );
+   line.add( members );
+   put( line.take() );
 }
 
 void

@@ -7,6 +7,7 @@
 
 #include <Kovel/InternalIntfId>
 #include <Kovel/MgmtIntfId>
+#include <Ryx/GenericValue>
 
 namespace ostra {
 
@@ -34,10 +35,7 @@ Machine::delay( bool isMlag ) const {
 
 GenericPtr
 Machine::answer( std::string_view operation, IntfId port ) const {
-   return agent_.call(
-      machineKey,
-      operation,
-      RyxType::type( "Kovel::IntfId" )->code().parse( port.string() ) );
+   return agent_.call( machineKey, operation, Ryx::toGeneric( port ) );
 }
 
 bool

@@ -21,18 +21,20 @@ class HtmlSink::Lines final : public JsonSink {
    void end( Milliseconds, EndRecord const& ) override {}
    // A record of another type.
    void add( Milliseconds at, char const* type, Json const& members ) {
-      Json json = head( at );
-      appendMember( json, "type", type );
-      json.update( members );
-      put( json );
+      ObjectLine line = head( at );
+      line.add( "type", type );
+      line.add( members );
+      put( line.take() );
    }
 
  private:
-   Json head( Milliseconds at ) const override {
-      return { { "t", toJson( secondsOf( at ) ) } };
+   ObjectLine head( Milliseconds at ) override {
+      ObjectLine line;
+      line.add( "t", toJson( secondsOf( at ) ) );
+      return line;
    }
 
-   void put( Json const& json ) override { putRecord( out_, lineOf( json ) ); }
+   void put( std::string line ) override { putRecord( out_, line ); }
 
    std::ostream& out_;
 };

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 using ostra::Json;
 using ostra::lineOf;
@@ -68,4 +69,35 @@ TEST( JsonLine, EveryCharacterIsReadAgain ) {
 TEST( JsonLine, LinesAreIndentedAndEnded ) {
    EXPECT_EQ( linesOf( { { "a", { 1 } } } ), "{\n  \"a\": [\n    1\n  ]\n}\n" );
    EXPECT_EQ( linesOf( "\x7f\n" ), "\"\\u007f\\n\"\n" );
+}
+
+// A line that is written member by member is that of the document.
+TEST( JsonLine, AnObjectMemberByMemberIsWhatADocumentSays ) {
+   std::vector< std::string > const texts = {
+      "", "plain", "a \"b\" \\", "\x7f\xff\n", "\xc3\xa4 \xe2\x80\xa8"
+   };
+   Json const members = { { "number", -7 },       { "text", texts[ 3 ] },
+                          { "texts", texts },     { "none", nullptr },
+                          { "list", { 1, 2.5 } }, { "of", { { "a", 1 } } } };
+   ostra::ObjectLine line;
+   EXPECT_EQ( ostra::ObjectLine().take(), "{}" );
+   line.add( "number", std::int64_t( -7 ) );
+   line.add( "text", texts[ 3 ] );
+   line.add( "texts", texts );
+   line.add( "none", Json() );
+   line.add( "list", members.at( "list" ) );
+   line.add( "of", members.at( "of" ) );
+   ostra::ObjectLine whole;
+   whole.add( line );
+   whole.add( Json::object() );
+   whole.add( Json{ { "last", true } } );
+   EXPECT_EQ( line.take(), lineOf( members ) );
+   Json all = members;
+   all[ "last" ] = true;
+   EXPECT_EQ( whole.take(), lineOf( all ) );
+   for ( std::string const& text : texts ) {
+      EXPECT_EQ( ostra::lineOfText( text ), lineOf( Json( text ) ) );
+   }
+   EXPECT_EQ( ostra::lineOfTexts( texts ), lineOf( Json( texts ) ) );
+   EXPECT_EQ( ostra::lineOfTexts( {} ), "[]" );
 }

@@ -31,7 +31,8 @@ TEST( HttpStream, SendsWhatThereIsWhenItIsWoken ) {
    EXPECT_NE(
       client.readUntil( "\r\n\r\n" ).find( "Content-Type: text/event-stream" ),
       std::string::npos );
-   std::string waiting = eventText( "7", "{}" );
+   std::string waiting;
+   appendEvent( waiting, 7, "{}" );
    echo.next = [ & ] { return std::exchange( waiting, {} ); };
    echo.replies[ 0 ].wake();
    EXPECT_EQ( client.readUntil( "\n\n\r\n" ), "10\r\nid: 7\ndata: {}\n\n\r\n" );

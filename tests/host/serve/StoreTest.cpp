@@ -222,6 +222,33 @@ TEST_F( StoreTest, WhatTheFileSetsIsNotKept ) {
    EXPECT_EQ( process.at( { "mlagConfig", "domainId" } ), "d" );
 }
 
+TEST_F( StoreTest, ARowIsFoundByItsNameWhateverStandsInIt ) {
+   for ( ostra::RowKey const& row :
+         std::vector< ostra::RowKey >{ { "mlagConfig", "domainId" },
+                                       { "mlagConfig", "intfConfig", "Port-Channel1" },
+                                       { "mlagConfig", "intfConfig", "" },
+                                       { "a,b", "[c]", "\xc3\xa4" },
+                                       { "say \"x\",\"y\"", "back\\slash", "\n" } } ) {
+      EXPECT_EQ( ostra::rowOfName( ostra::nameOfRow( row ) ), row );
+   }
+}
+
+// What has not changed since the process before is not written again.
+TEST_F( StoreTest, ARestartWritesWhatHasChanged ) {
+   leave();
+   ostra::Database( file(), 0 )
+      .run( "CREATE TABLE written ( path TEXT );"
+            "CREATE TRIGGER note AFTER INSERT ON state BEGIN"
+            " INSERT INTO written VALUES ( NEW.path ); END;" );
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      EXPECT_EQ( process.patch( "7", { "mlagConfig", "reloadDelayNonMlag" } ), "" );
+   }
+   ostra::Database after( file(), 0 );
+   EXPECT_EQ( after.numberOf( "SELECT count(*) FROM written" ), 1 );
+}
+
 TEST_F( StoreTest, DamagedHistoryIsSaidAndEndsNothing ) {
    {
       LiveProcess process( state(), clock, driver );
