@@ -40,8 +40,13 @@ class Eye {
            machine_( state, agent ),
            circumstances_( circumstances ),
            holds_{ machine_.isHeld( false ), machine_.isHeld( true ) },
+           isEndless_{ std::isinf( machine_.delay( false ) ),
+                       std::isinf( machine_.delay( true ) ) },
            holdsNewcomers_{ holds_[ false ] && holdsNewcomers( false ),
-                            holds_[ true ] && holdsNewcomers( true ) } {}
+                            holds_[ true ] && holdsNewcomers( true ) } {
+      auto const forced = facts_.keys( forcedPath );
+      forced_ = { forced.begin(), forced.end() };
+   }
 
    Sight look() {
       sight_.notEnforced = circumstances_.notEnforced;
@@ -64,8 +69,10 @@ class Eye {
 
  private:
    void lookAtErrdisabled( IntfId port ) {
-      sight_.errdisabled.push_back(
-         { port.string(), whyHeld( machine_.isMlag( port ) ), endingOfHold( port ) } );
+      IntfId const portChannel = facts_.portChannelOf( port );
+      sight_.errdisabled.push_back( { port.string(),
+                                      whyHeld( machine_.isMlag( port ) ),
+                                      endingOfHold( port, portChannel ) } );
       if ( machine_.isInPeerLink( port ) ) {
          sight_.peerLink.push_back(
             { port.string(),
@@ -73,7 +80,7 @@ class Eye {
               fmt::format( "`ostra release {}`", port.string() ) } );
       }
       errdisabled_.insert( port );
-      withHeldMember_.insert( facts_.portChannelOf( port ) );
+      withHeldMember_.insert( portChannel );
    }
 
    // That nothing releases it shows later.
@@ -86,17 +93,16 @@ class Eye {
             "errdisabled although the delay of {} ports is over, and no timer ends that",
             isMlag ? "MLAG" : "non-MLAG" );
       }
-      return std::isinf( machine_.delay( isMlag ) )
-         ? "errdisabled for a delay without an end"
-         : "errdisabled, and no timer will end that";
+      return isEndless_[ isMlag ] ? "errdisabled for a delay without an end"
+                                  : "errdisabled, and no timer will end that";
    }
 
    // Nobody ends the forcing of IGMP snooping when a port is released by hand.
-   std::string endingOfHold( IntfId port ) const {
+   std::string endingOfHold( IntfId port, IntfId portChannel ) const {
       std::string const name = port.string();
       std::string const others = fmt::format( "; `ostra why {}` says what else", name );
       std::string const release = fmt::format( "`ostra release {}`", name );
-      if ( !isForcedFor( port ) ) {
+      if ( !isForcedFor( port, portChannel ) ) {
          return release + others;
       }
       return doneInState(
@@ -106,12 +112,11 @@ class Eye {
          { adminPath( port ) } );
    }
 
-   bool isForcedFor( IntfId port ) const {
-      Path const forced = { forcedPath[ 0 ],
-                            forcedPath[ 1 ],
-                            facts_.portChannelOf( port ).string() };
-      return machine_.isMlagMember( port ) && !state_.at( forced ).is_null() &&
-         !state_.at( adminPath( port ) ).is_null() && !isShutDown( port );
+   // Most ports are in no port-channel on which it is forced.
+   bool isForcedFor( IntfId port, IntfId portChannel ) const {
+      return portChannel && forced_.contains( portChannel ) &&
+         machine_.isMlagMember( port ) && !state_.at( adminPath( port ) ).is_null() &&
+         !isShutDown( port );
    }
 
    // What somebody does in the state. What the file sets is not for clients to change.
@@ -135,8 +140,11 @@ class Eye {
    }
 
    void lookAtPort( IntfId port ) {
+      if ( errdisabled_.contains( port ) ) {
+         return;
+      }
       IntfId const portChannel = facts_.portChannelOf( port );
-      bool const isSpared = errdisabled_.contains( port ) || isInStandby( portChannel ) ||
+      bool const isSpared = isInStandby( portChannel ) ||
          circumstances_.released.contains( port.string() ) || isShutDown( port );
       if ( isSpared ) {
          return;
@@ -196,7 +204,7 @@ class Eye {
 
    void lookAtForced() {
       std::set< IntfId > forced;
-      for ( IntfId const portChannel : facts_.keys( forcedPath ) ) {
+      for ( IntfId const portChannel : forced_ ) {
          if ( !withHeldMember_.contains( portChannel ) ) {
             forced.insert( portChannel );
          }
@@ -249,8 +257,12 @@ class Eye {
    Circumstances const& circumstances_;
    // Whether the non-MLAG ports are held, and the MLAG ports.
    std::array< bool, 2 > const holds_;
+   // Whether their delays have no end.
+   std::array< bool, 2 > const isEndless_;
    // Whether those would be held that came now; nobody misses a hold on others.
    std::array< bool, 2 > const holdsNewcomers_;
+   // The port-channels on which IGMP snooping is forced.
+   std::set< IntfId > forced_;
    Sight sight_;
    std::set< IntfId > errdisabled_;
    // The empty id stands for ports that are in no port-channel.

@@ -18,6 +18,7 @@ using ostra::Milliseconds;
 using ostra::NoDriver;
 using ostra::reloadedSwitch;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -166,6 +167,36 @@ TEST_F( AlarmsBefore, AreInAStoreThatIsMadeAfterThem ) {
    process.restart( "boot 1", endless );
    EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
    EXPECT_THAT( history(), ElementsAre( "start", "raised Ethernet1 1000", "start" ) );
+}
+
+TEST_F( AlarmsBefore, AreInAStoreThatTakesThePlaceOfOneDamagedMeanwhile ) {
+   process.start( endless );
+   process.said.clear();
+   // More history than stays in memory: the file is read again, and is damaged by then.
+   std::string const id = std::string( 3900, '1' );
+   for ( int i = 0; i < 700; ++i ) {
+      process.host().live().patch(
+         {},
+         fmt::format(
+            R"({{"mlagConfig":{{"intfConfig":{{"Port-Channel9":{{"mlagId":"{}{}"}}}}}}}})",
+            id,
+            i ) );
+   }
+   process.turn();
+   EXPECT_GT( process.process().history().size(), 700U );
+   for ( char const* name : { "/state.db", "/state.db-wal" } ) {
+      std::string const file = process.state() + name;
+      std::string const damage( std::filesystem::file_size( file ), '\xff' );
+      std::ofstream( file, std::ios::binary | std::ios::in ) << damage;
+   }
+   EXPECT_EQ(
+      process.process().patch( R"({"mlagStatus":{"systemId":"02:00:00:00:00:01"}})" ), "" );
+   EXPECT_THAT( process.host().store().finding(), HasSubstr( "; it is now " ) );
+   process.restart( "boot 1", endless );
+   EXPECT_THAT( process.host().findings(), IsEmpty() );
+   EXPECT_THAT( alarms(), ElementsAre( "heldWithoutEnd Ethernet1 1000" ) );
+   EXPECT_THAT( process.said, IsEmpty() );
+   EXPECT_EQ( process.process().at( { "mlagStatus", "systemId" } ), "02:00:00:00:00:01" );
 }
 
 TEST( AlarmWatch, LooksOnceASecondAtMostAndNeverWhileNothingChanges ) {
