@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -21,17 +22,44 @@ namespace {
 
 using Kind = PatchRefusal::Kind;
 
+constexpr char notJson[] = "not JSON";
+
 [[noreturn]] void
 refuse( Failure const& failure ) {
    throw PatchRefusal( Kind::invalid, failure.complaint() );
 }
 
+// What is read takes more than JSON, and says of other texts that they are not even that.
 Document
 parse( std::string text ) {
+   constexpr std::string_view notRead = "not YAML";
    try {
       return parseDocument( "patch", std::move( text ) );
    } catch ( Failure const& failure ) {
-      refuse( failure );
+      Complaint complaint = failure.complaint();
+      if ( complaint.found.starts_with( notRead ) ) {
+         complaint.found.replace( 0, notRead.size(), notJson );
+      }
+      throw PatchRefusal( Kind::invalid, std::move( complaint ) );
+   }
+}
+
+// "line:column" of what is not JSON; empty when the text is.
+std::string
+placeOfForeign( std::string const& text ) {
+   try {
+      // Nothing of it is kept.
+      [[maybe_unused]] Json const nothing =
+         Json::parse( text, []( int, Json::parse_event_t, Json& ) { return false; } );
+      return {};
+   } catch ( Json::parse_error const& error ) {
+      std::string_view const before =
+         std::string_view( text ).substr( 0, std::max< std::size_t >( error.byte, 1 ) - 1 );
+      std::size_t const lineEnd = before.rfind( '\n' );
+      return fmt::format(
+         "{}:{}",
+         1 + std::count( before.begin(), before.end(), '\n' ),
+         before.size() - ( lineEnd == before.npos ? 0 : lineEnd + 1 ) + 1 );
    }
 }
 
@@ -101,9 +129,10 @@ Document
 patchDocument( Path const& path, std::string const& text ) {
    // By itself first: what closes it must not be what stands around it.
    Document alone = parse( text );
-   // What is read takes more, a comment alone for one, which would stand for null.
+   // A comment alone, for one, would stand for null.
    if ( !Json::accept( text ) ) {
-      throw PatchRefusal( Kind::invalid, { "", "not JSON", "a value in JSON" } );
+      throw PatchRefusal(
+         Kind::invalid, { placeOfForeign( text ), notJson, "a value in JSON" } );
    }
    if ( path.empty() ) {
       return alone;

@@ -104,51 +104,6 @@ TEST( Api, PatchIsAcknowledgedWhenItIsDurable ) {
    EXPECT_EQ( errorOf( answer )[ "found" ], "the disk is full" );
 }
 
-TEST( Api, PatchIsRefusedWithTheWordsOfTheScenarioReader ) {
-   LiveApi api;
-   Json const before = api.json( "/v1/state" );
-   struct Refused {
-      std::string target;
-      std::string body;
-      int status;
-      std::string where;
-   };
-   std::vector< Refused > const table = {
-      { "/v1/state",
-        "{\"mlagConfig\":{\"reloadDelay\":\"fast\"}}",
-        400,
-        "mlagConfig.reloadDelay" },
-      { "/v1/state/mlagConfig", "{\"reloadDelay\":[]}", 400, "mlagConfig.reloadDelay" },
-      { "/v1/state/mlagConfig", "{\"reloadDelai\":1}", 400, "mlagConfig.reloadDelai" },
-      { "/v1/state",
-        "{\"ethPhyIntfStatus\":{\"intfStatus\":{\"Eth\":{}}}}",
-        400,
-        "ethPhyIntfStatus" },
-      { "/v1/state/nothing", "{}", 404, "" },
-      { "/v1/state",
-        "{\"mlagissuCause\":{\"intfStatus\":{\"Ethernet1\":7}}}",
-        409,
-        "mlagissuCause" },
-      { "/v1/state", "{", 400, "" },
-      { "/v1/state/mlagConfig", "", 400, "" },
-      { "/v1/state/mlagConfig", "# nothing", 400, "" },
-      { "/v1/state/mlagConfig", "{'reloadDelay': 5}", 400, "" },
-      { "/v1/state/mlagConfig/reloadDelay", "5, reloadDelayNonMlag: 7", 400, "" },
-      { "/v1/state", "{} {}", 400, "" },
-      { "/v1/state", "\xff", 400, "" },
-      { "/v1/state", "7", 400, "" },
-   };
-   for ( Refused const& refused : table ) {
-      std::string const answer = api.patch( refused.target, refused.body );
-      EXPECT_EQ( statusOf( answer ), refused.status ) << answer;
-      Json const error = errorOf( answer );
-      EXPECT_TRUE( error.value( "where", "" ).starts_with( refused.where ) ) << answer;
-      EXPECT_NE( error.value( "found", "" ), "" ) << answer;
-      EXPECT_NE( error.value( "expected", "" ), "" ) << answer;
-   }
-   EXPECT_EQ( api.json( "/v1/state" ), before );
-}
-
 TEST( Api, AClientReleasesAPort ) {
    LiveApi api;
    EXPECT_FALSE( api.json( "/v1/ports/Ethernet2" )[ "hold" ].is_null() );
