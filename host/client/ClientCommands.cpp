@@ -95,6 +95,24 @@ patchOf( std::vector< std::string > const& changes, std::string const& command )
       isPatch( changes[ 0 ] ) ? File{ "patch", changes[ 0 ] } : readFile( changes[ 0 ] ) );
 }
 
+// Of port-channels in LACP standby, whose members are not released with the others.
+std::string
+standbyLeft( HostConnection const& host ) {
+   std::string names;
+   std::size_t count = 0;
+   Json const portChannels = host.get( "/v1/state/lacpConfig/portChannel" );
+   for ( auto const& [ name, portChannel ] : portChannels.items() ) {
+      if ( memberAt( portChannel, { "stayInStandby" } ) == Json( true ) ) {
+         names += ( count++ == 0 ? "" : ", " ) + name;
+      }
+   }
+   return count == 0 ? ""
+                     : fmt::format(
+                          "{} in LACP standby, which this does not end: {}\n",
+                          counted( count, "port-channel" ),
+                          names );
+}
+
 } // namespace
 
 HostConnection
@@ -251,6 +269,9 @@ releaseLive(
       tellRevision( options, answer, out );
    } else {
       out << counted( patch.size(), "port" ) << " released\n";
+      if ( interfaces.empty() ) {
+         out << standbyLeft( host );
+      }
    }
 }
 

@@ -243,6 +243,27 @@ TEST( Client, ReleasesPortsByHand ) {
    EXPECT_EQ( api.json( "/v1/summary" )[ "counts" ][ "errdisabled" ], 0 );
 }
 
+TEST( Client, SaysWhichPortChannelsAReleaseOfAllLeavesInStandby ) {
+   LiveApi api;
+   api.live.mounts().apply( Item( parseDocument(
+      "state",
+      "lacpConfig: { portChannel: { Port-Channel10: { stayInStandby: true }, "
+      "Port-Channel11: {}, Port-Channel12: { stayInStandby: true } } }" ) ) );
+   auto const release = []( auto const& interfaces ) {
+      return [ &interfaces ]( auto const& options, auto& out ) {
+         releaseLive( options, interfaces, out );
+      };
+   };
+   EXPECT_EQ(
+      saidBy( api, release( std::vector< std::string >{ "Ethernet2" } ) ),
+      "1 port released\n" );
+   EXPECT_EQ(
+      saidBy( api, release( std::vector< std::string >{} ) ),
+      "2 ports released\n"
+      "2 port-channels in LACP standby, which this does not end: Port-Channel10, "
+      "Port-Channel12\n" );
+}
+
 TEST( Client, AppliesAFile ) {
    LiveApi api;
    std::string const path =
