@@ -88,13 +88,12 @@ checkConfig( Config const& config ) {
    auto const driver = makeDriver( config, []( auto const& ) {} );
    bootIdOf( config );
    readToken( config.tokenFile );
-   for ( ListenEndpoint const& endpoint : config.listen ) {
-      if ( auto const* const at = std::get_if< UnixEndpoint >( &endpoint ) ) {
-         try {
-            http::checkGroup( at->group );
-         } catch ( Failure const& failure ) {
-            refuseConfig( config, failure.what() );
-         }
+   for ( auto const& [ group, place ] : config.groups ) {
+      if ( !http::isGroup( group ) ) {
+         throw Failure(
+            ExitStatus::badInput,
+            fmt::format(
+               "{}: {}: expected a group of this machine", place, inQuotes( group ) ) );
       }
    }
    if ( config.mounts ) {
@@ -135,6 +134,21 @@ checkPlaces( Config const& config ) {
             config,
             fmt::format(
                "listen: {}: {} is no directory: expected one", at->path, above.string() ) );
+      }
+   }
+}
+
+// A host that runs may be who has them.
+void
+warnOfPlaces( Config const& config, std::ostream& errors ) {
+   for ( ListenEndpoint const& endpoint : config.listen ) {
+      std::string const why =
+         std::visit( []( auto const& at ) { return http::whyTaken( at ); }, endpoint );
+      if ( !why.empty() ) {
+         errors << fmt::format(
+            "warning: listen: {}: {}\n",
+            std::visit( []( auto const& at ) { return http::nameOf( at ); }, endpoint ),
+            why );
       }
    }
 }
@@ -373,6 +387,7 @@ serve( ServeOptions const& options, std::ostream& out ) {
    checkConfig( config );
    if ( options.isCheck ) {
       checkPlaces( config );
+      warnOfPlaces( config, std::cerr );
       warnOfDevices( config, std::cerr );
       out << fmt::format(
          "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );

@@ -23,6 +23,7 @@ namespace ostra::http {
 namespace {
 
 constexpr int backlog = 1024;
+constexpr char somebodyListens[] = "another process listens there";
 
 // The address with its length.
 struct Address {
@@ -80,6 +81,14 @@ isListenedTo( Address& address ) {
    return is;
 }
 
+// At once after another process that has had the address.
+bool
+bindTo( int descriptor, Address& address ) {
+   int const on = 1;
+   setsockopt( descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on );
+   return bind( descriptor, address.get(), address.length ) == 0;
+}
+
 // If it is missing, and only it: bind() says what is wrong otherwise.
 void
 makeDirectoryOf( std::string const& path ) {
@@ -89,23 +98,30 @@ makeDirectoryOf( std::string const& path ) {
    }
 }
 
+} // namespace
+
 std::string
-nameOf( std::string const& address, unsigned short port ) {
+nameOf( UnixEndpoint const& endpoint ) {
+   return endpoint.path;
+}
+
+std::string
+nameOf( TcpEndpoint const& endpoint ) {
+   auto const& [ address, port ] = endpoint;
    bool const isV6 = address.find( ':' ) != address.npos;
    return isV6 ? fmt::format( "[{}]:{}", address, port )
                : fmt::format( "{}:{}", address, port );
 }
 
-} // namespace
-
-ListeningSocket::ListeningSocket( UnixEndpoint const& endpoint ) : name_( endpoint.path ) {
+ListeningSocket::ListeningSocket( UnixEndpoint const& endpoint )
+      : name_( nameOf( endpoint ) ) {
    openUnix( endpoint );
 }
 
 ListeningSocket::ListeningSocket( TcpEndpoint const& endpoint )
-      : name_( nameOf( endpoint.address, endpoint.port ) ) {
+      : name_( nameOf( endpoint ) ) {
    openTcp( endpoint );
-   name_ = nameOf( endpoint.address, port() );
+   name_ = nameOf( TcpEndpoint{ endpoint.address, port() } );
 }
 
 ListeningSocket::ListeningSocket( ListeningSocket&& other ) noexcept
@@ -158,7 +174,7 @@ ListeningSocket::openUnix( UnixEndpoint const& endpoint ) {
          fail( "something else than a socket is there" );
       }
       if ( isListenedTo( address ) ) {
-         fail( "another process listens there" );
+         fail( somebodyListens );
       }
       unlink( endpoint.path.c_str() );
    }
@@ -184,13 +200,25 @@ ListeningSocket::openUnix( UnixEndpoint const& endpoint ) {
    }
 }
 
-void
-checkGroup( std::string const& groupName ) {
-   if ( !groupName.empty() && !getgrnam( groupName.c_str() ) ) {
-      throw Failure(
-         ExitStatus::badInput,
-         fmt::format( "listen: no group is called {}", inQuotes( groupName ) ) );
-   }
+bool
+isGroup( std::string const& groupName ) {
+   return getgrnam( groupName.c_str() ) != nullptr;
+}
+
+std::string
+whyTaken( UnixEndpoint const& endpoint ) {
+   Address address = unixAddress( endpoint.path );
+   return address.length != 0 && isListenedTo( address ) ? somebodyListens : "";
+}
+
+std::string
+whyTaken( TcpEndpoint const& endpoint ) {
+   Address address = tcpAddress( endpoint );
+   int const descriptor = makeSocket( address.storage.ss_family );
+   bool const isBound = bindTo( descriptor, address );
+   std::string const why = isBound ? "" : std::strerror( errno );
+   close( descriptor );
+   return why;
 }
 
 void
@@ -214,11 +242,7 @@ ListeningSocket::openTcp( TcpEndpoint const& endpoint ) {
       fail( "expected an address" );
    }
    descriptor_ = makeSocket( address.storage.ss_family );
-   int const on = 1;
-   setsockopt( descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on );
-   if (
-      bind( descriptor_, address.get(), address.length ) != 0 ||
-      listen( descriptor_, backlog ) != 0 ) {
+   if ( !bindTo( descriptor_, address ) || listen( descriptor_, backlog ) != 0 ) {
       failByErrno();
    }
 }

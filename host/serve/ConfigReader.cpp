@@ -107,8 +107,18 @@ forEachKey( Item const& map, KnownKeys const& keys, Read read ) {
 // What fits into the address of a socket.
 constexpr std::size_t longestSocketPath = 107;
 
+NamedGroup
+readGroup( Item const& item ) {
+   Place const place = item.place();
+   return {
+      textOf( item, "the name of a group" ),
+      fmt::format(
+         "{}:{}:{}: {}", item.node().tree().name(), place.line, place.column, item.path() )
+   };
+}
+
 ListenEndpoint
-readEndpoint( Item const& item ) {
+readEndpoint( Item const& item, std::vector< NamedGroup >& groups ) {
    static KnownKeys const keys = { "unix", "mode", "group", "tcp" };
    UnixEndpoint unixEndpoint;
    std::optional< TcpEndpoint > tcp;
@@ -123,7 +133,8 @@ readEndpoint( Item const& item ) {
       } else if ( key == "mode" ) {
          unixEndpoint.mode = modeOf( entry );
       } else if ( key == "group" ) {
-         unixEndpoint.group = textOf( entry, "the name of a group" );
+         groups.push_back( readGroup( entry ) );
+         unixEndpoint.group = groups.back().name;
       } else if ( key == "tcp" ) {
          constexpr std::string_view expected = "an address and a port, as 127.0.0.1:8440";
          tcp = tcpEndpoint( textOf( entry, expected ) );
@@ -158,22 +169,21 @@ isSame( ListenEndpoint const& a, ListenEndpoint const& b ) {
 }
 
 // Without one nobody could ask the host anything.
-std::vector< ListenEndpoint >
-readListen( Item const& item ) {
-   std::vector< ListenEndpoint > endpoints;
+void
+readListen( Item const& item, Config& config ) {
+   config.listen.clear();
    forEachItem( item, "a list of unix and tcp", [ & ]( Item const& entry ) {
-      ListenEndpoint endpoint = readEndpoint( entry );
-      for ( ListenEndpoint const& other : endpoints ) {
+      ListenEndpoint endpoint = readEndpoint( entry, config.groups );
+      for ( ListenEndpoint const& other : config.listen ) {
          if ( isSame( endpoint, other ) ) {
             entry.refuseBecause( "the same as one before: expected another" );
          }
       }
-      endpoints.push_back( std::move( endpoint ) );
+      config.listen.push_back( std::move( endpoint ) );
    } );
-   if ( endpoints.empty() ) {
+   if ( config.listen.empty() ) {
       item.refuse( "at least one of unix and tcp" );
    }
-   return endpoints;
 }
 
 constexpr std::string_view expectedInterface =
@@ -336,7 +346,7 @@ readEntry( std::string_view key, Item const& entry, Config& config ) {
    } else if ( key == "bootId" ) {
       config.bootId = pathOf( entry );
    } else if ( key == "listen" ) {
-      config.listen = readListen( entry );
+      readListen( entry, config );
    } else if ( key == "tokenFile" ) {
       config.tokenFile = pathOf( entry );
    } else if ( key == "mounts" ) {

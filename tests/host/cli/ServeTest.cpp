@@ -154,12 +154,14 @@ TEST_F( Serve, AFileCanBeCheckedWithoutServing ) {
 TEST_F( Serve, ACheckRefusesWhatServingWould ) {
    std::string const mounts = "  mlagConfig: { reloadDelay: 5 }\n";
    std::string const empty = ostra::temporaryFile( "boot-id", "\n" );
-   for ( auto const& [ rest, listen, expected ] :
-         std::vector< std::array< std::string, 3 > >{
-            { "tokenFile: /no/such/token\n", "", "/no/such/token" },
-            { "bootId: " + empty + "\n", "", "empty: expected what tells one boot" },
-            { "bootId: /no/such/boot\n", "", "/no/such/boot" },
-            { "", ", { unix: /tmp/x, group: no-such-group }", "no group is called" } } ) {
+   for (
+      auto const& [ rest, listen, expected ] : std::vector< std::array< std::string, 3 > >{
+         { "tokenFile: /no/such/token\n", "", "/no/such/token" },
+         { "bootId: " + empty + "\n", "", "empty: expected what tells one boot" },
+         { "bootId: /no/such/boot\n", "", "/no/such/boot" },
+         { "",
+           ", { unix: /tmp/x, group: no-such-group }",
+           ": listen[1].group: \"no-such-group\": expected a group of this machine" } } ) {
       configure( mounts, rest, listen );
       for ( char const* command : { "serve --check", "serve" } ) {
          auto const outcome = ostraRun( std::string( command ) + " --config " + config );
@@ -202,6 +204,26 @@ TEST_F( Serve, ACheckRefusesPlacesWhereNoHostCouldBe ) {
       outcome.err,
       HasSubstr(
          config + ": state: " + stateDirectory() + ": a file: expected a directory" ) );
+}
+
+// A host that starts says so, and tries again.
+TEST_F( Serve, ACheckWarnsOfPlacesThatSomebodyHas ) {
+   std::string const mounts = "  mlagConfig: { reloadDelay: 5 }\n";
+   ostra::http::ListeningSocket const port( ostra::TcpEndpoint{ "127.0.0.1", 0 } );
+   ostra::http::ListeningSocket const file( ostra::UnixEndpoint{ socket() } );
+   std::string const taken = fmt::format( "127.0.0.1:{}", port.port() );
+   configure( mounts, "", fmt::format( ", {{ tcp: '{}' }}, {{ tcp: 8.8.8.8:1 }}", taken ) );
+   auto const outcome = ostraRun( "serve --check --config " + config );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT( outcome.out, HasSubstr( ": ok, driver none" ) );
+   EXPECT_EQ(
+      outcome.err,
+      fmt::format(
+         "warning: listen: {}: another process listens there\n"
+         "warning: listen: {}: Address already in use\n"
+         "warning: listen: 8.8.8.8:1: Cannot assign requested address\n",
+         socket(),
+         taken ) );
 }
 
 TEST_F( Serve, APortThatIsTakenDoesNotKeepItFromServing ) {

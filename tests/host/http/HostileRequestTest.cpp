@@ -264,18 +264,20 @@ std::vector< Hostile > const writers = {
 class HostileRequest : public testing::TestWithParam< Hostile > {};
 
 std::string
-nameOf( testing::TestParamInfo< Hostile > const& info ) {
+testNameOf( testing::TestParamInfo< Hostile > const& info ) {
    return info.param.name;
 }
 
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(
-   Lines, HostileRequest, testing::ValuesIn( requestLines ), nameOf );
-INSTANTIATE_TEST_SUITE_P( Paths, HostileRequest, testing::ValuesIn( paths ), nameOf );
-INSTANTIATE_TEST_SUITE_P( Headers, HostileRequest, testing::ValuesIn( headers ), nameOf );
-INSTANTIATE_TEST_SUITE_P( Bodies, HostileRequest, testing::ValuesIn( bodies ), nameOf );
-INSTANTIATE_TEST_SUITE_P( Writers, HostileRequest, testing::ValuesIn( writers ), nameOf );
+   Lines, HostileRequest, testing::ValuesIn( requestLines ), testNameOf );
+INSTANTIATE_TEST_SUITE_P( Paths, HostileRequest, testing::ValuesIn( paths ), testNameOf );
+INSTANTIATE_TEST_SUITE_P(
+   Headers, HostileRequest, testing::ValuesIn( headers ), testNameOf );
+INSTANTIATE_TEST_SUITE_P( Bodies, HostileRequest, testing::ValuesIn( bodies ), testNameOf );
+INSTANTIATE_TEST_SUITE_P(
+   Writers, HostileRequest, testing::ValuesIn( writers ), testNameOf );
 
 TEST_P( HostileRequest, IsAnsweredByItsStatusAndNothingIsLost ) {
    EchoServer echo;

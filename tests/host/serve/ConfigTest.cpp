@@ -80,6 +80,9 @@ history: { records: 10, days: 2 }
    EXPECT_EQ( config.bootId, "/srv/boot" );
    EXPECT_EQ( unixOf( config ).mode, 0660U );
    EXPECT_EQ( unixOf( config ).group, "ostra" );
+   ASSERT_EQ( config.groups.size(), 1U );
+   EXPECT_EQ( config.groups[ 0 ].name, "ostra" );
+   EXPECT_EQ( config.groups[ 0 ].place, "ostra.yaml:6:47: listen[0].group" );
    EXPECT_EQ( std::get< TcpEndpoint >( config.listen.at( 1 ) ).address, "::1" );
    EXPECT_EQ( config.tokenFile, "/etc/ostra/token" );
    EXPECT_EQ(
