@@ -124,12 +124,13 @@ class Campaign {
       double const asked = sinceBoot();
       // What is due is done at the end of a turn, behind its answers.
       host_.get( "/v1/summary" );
+      // Before the state: what is released behind it is not held there.
+      takeHistory();
       auto const state = host_.get( "/v1/state" );
       std::string const found =
          host_.get( numberPath ).value( "Port-Channel99", addressOf( 0 ) );
       EXPECT_GE( found, addressOf( kept_ ) );
       EXPECT_LE( found, addressOf( sent_ ) );
-      takeHistory();
       for ( auto const& [ port, delay ] : delays ) {
          bool const isHeld =
             state.at( "mlagissuCause" ).at( "intfStatus" ).contains( port );
