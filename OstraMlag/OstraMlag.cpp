@@ -10,8 +10,8 @@ namespace OstraMlag {
 
 namespace {
 
-// An observer of the end of the child before may have removed the new one already, which
-// must then stay switched off.
+// An observer of the previous child's end may have removed the new one already, which must
+// then stay switched off.
 template< class Child >
 void
 switchOnStored( Ryx::Ptr< Child > const& created, Ryx::Ptr< Child > const& stored ) {

@@ -34,7 +34,8 @@ ActivityConfig::takeFirst( QueueLink& queue ) noexcept {
    return first;
 }
 
-// Of one to which the caller has the queue's reference: whether it would be there without.
+// Whether a notifiee would still exist without the queue's reference, which the caller
+// holds.
 bool
 ActivityConfig::isWanted( PtrInterface::NotifieeConst const& notifiee ) noexcept {
    return notifiee.isHeldByMoreThan( 1 ) ||

@@ -344,7 +344,8 @@ Clock::NotifieeConst::zeroReferencesIs( bool zero ) {
 }
 
 // There is no reference while the destructors run. A notifiee that is merely held has none
-// either, but was not let go if it was held before.
+// either; zeroReferencesIs is not called for one that was held before its last reference
+// went.
 bool
 Clock::NotifieeConst::isEnding() const noexcept {
    return hasBeenLetGo_ && !Delivery::isHeld( *this );

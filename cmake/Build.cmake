@@ -43,7 +43,7 @@ add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
 if( MLAGOSTRA_WERROR )
    add_compile_options( -Werror )
 endif()
-# What sources hide of each other when several are compiled as one is nobody's mistake.
+# When several sources are compiled as one, names that shadow each other are no mistake.
 if( CMAKE_UNITY_BUILD )
    add_compile_options( -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
 endif()

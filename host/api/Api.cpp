@@ -25,18 +25,19 @@ using http::Reply;
 using http::Request;
 using http::Response;
 
-// For that long it is told again, if nothing has changed but the time.
+// How long an answer is given again if nothing but the time has changed.
 constexpr Milliseconds longestTold{ 50 };
 // The state by itself does not depend on the time.
 constexpr Milliseconds asLongAsItIsSo = lastInstant;
 
-// Of "/v1/state/mount/attribute": what stands behind the first two.
+// The segments of "/v1/state/mount/attribute" behind the first two.
 Path
 restOf( Request const& request ) {
    return { request.path.begin() + 2, request.path.end() };
 }
 
-// What is not there, by the first key on the way that leads to nothing.
+// What is answered for a path that leads to nothing: it names the path up to the first key
+// that is not there.
 Problem
 absence( LiveSwitch const& live, Path const& path ) {
    Path present;

@@ -108,7 +108,7 @@ EventFeed::stream( http::Request const& request, http::Reply const& reply ) {
       }
       since = *id;
    }
-   // Without records nobody is woken, so that those that have ended go here.
+   // Streams are woken by records only. Those that have ended are removed here, too.
    std::erase_if( streams_, []( http::Reply const& open ) { return !open.isOpen(); } );
    if ( request.method != "HEAD" ) {
       streams_.push_back( reply );
@@ -135,11 +135,11 @@ EventFeed::history( http::Request const& request, http::Reply const& reply ) {
    char const* const names[] = { "since", "limit" };
    for ( std::size_t i = 0; i < std::size( names ); ++i ) {
       if ( std::string const* const text = request.parameter( names[ i ] ) ) {
-         // What is none has been refused.
+         // A value that is no number has been refused before.
          numbers[ i ] = wholeNumberOf( *text ).value_or( numbers[ i ] );
       }
    }
-   // What comes after the request is no history.
+   // Records that come after the request are not history.
    auto const next = [ this,
                        since = numbers[ 0 ],
                        left = numbers[ 1 ],

@@ -58,7 +58,7 @@ ForecastRoute::addTo( http::Server& server ) {
 
 void
 ForecastRoute::answer( Request const& request, Reply const& reply ) {
-   // The network never takes the place of who has the socket.
+   // A request from the network leaves room for one through the unix socket.
    if ( !forecasts_.hasRoom( request.isFromSocket ? 0 : 1 ) ) {
       reply.send( Problem{ 503,
                            "forecast",

@@ -52,7 +52,7 @@ constexpr char typesDescription[] =
 constexpr char expectedCommand[] = "a command that `ostra --help` lists";
 constexpr char expectedFile[] = "a file, or - for standard input";
 
-// What is longer has no place in the numbers by which a document is kept.
+// The offsets in a document are not large enough for a longer file.
 constexpr std::size_t greatestMaxInput = DocumentTree::longestText / mebibyte;
 
 // Decimal digits and nothing else.

@@ -115,7 +115,8 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput con
    bool const tellsAlarms = options.format == RunFormat::text;
    RecordSink& sink = tellsAlarms ? static_cast< RecordSink& >( alarms ) : narrowed;
    Agent agent( input.agentType(), input.mounts() );
-   // Gone before the agent: what its end traces comes after the end of the records.
+   // Destroyed before the agent: what the agent traces at its end comes after the end
+   // record.
    Diagnostics const diagnostics(
       sink, [ &time ] { return time.instant(); }, options.trace );
    std::optional< MachineTime > machineTime;

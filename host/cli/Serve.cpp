@@ -37,7 +37,7 @@ std::string
 bootIdOf( Config const& config ) {
    std::string text = readFile( config.bootId ).text;
    text.erase( text.find_last_not_of( " \t\r\n" ) + 1 );
-   // Every boot would be the same one.
+   // With an empty id all boots would look like one.
    if ( text.empty() ) {
       throw Failure(
          ExitStatus::badInput,
@@ -217,7 +217,7 @@ class Service {
 
    void run( std::ostream& out ) {
       startHost();
-      // Before anybody is told that there is something to signal to.
+      // Before anybody is told that the host is there: a signal may come then.
       for ( int const signal : { SIGTERM, SIGINT } ) {
          loop_.signalIs( signal, [ this ] { loop_.stop(); } );
       }
@@ -357,7 +357,7 @@ class Service {
    }
 
    ServeOptions const& options_;
-   // Once there is one it has to be there.
+   // A file that was found at the start must exist whenever it is read again.
    std::optional< std::string > file_ = configFile( options_.config );
    Config const config_;
    ErrorLines errors_{ STDERR_FILENO };

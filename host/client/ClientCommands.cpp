@@ -223,7 +223,7 @@ setLive(
    try {
       tellRevision( options, hostOf( options, "set" ).patch( "/v1/state", patch ), out );
    } catch ( Failure const& failure ) {
-      // It was none only for how values are written.
+      // Refused only because the value lacks its quotes.
       bool const isUnquoted = std::string_view( failure.what() ).ends_with( "in quotes" );
       throw isUnquoted
          ? Failure(

@@ -77,7 +77,8 @@ protodownCell( Json const& protodown ) {
    return text;
 }
 
-// With "not held", say, where there is a device that does not do it.
+// The kind of hold and, if a device does not do it, that it does not: "not held", for
+// example.
 std::string
 holdCell( Json const& port ) {
    Json const hold = port.value( "hold", Json() );
@@ -154,7 +155,7 @@ alarmText( Json const& record ) {
       state == "raised" ? ": " + cellOf( record, "text" ) : "" );
 }
 
-// Of a long one only the mounts are told.
+// Of a long patch only the mounts are named.
 std::string
 changeText( Json const& record ) {
    char const* const what = record.contains( "patch" ) ? "patch" : "mounts";

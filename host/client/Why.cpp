@@ -37,8 +37,8 @@ textAt( Json const& json, std::string const& key ) {
    return value.is_string() ? value.get< std::string >() : std::string();
 }
 
-// Of the MLAG state and configuration, which all ports share; only MLAG ports wait in LACP
-// standby.
+// Adds changes of the MLAG state and configuration, which all ports share. Only MLAG ports
+// wait in LACP standby.
 void
 addCommon( Json const& state, bool isMlag, std::vector< PossibleChange >& changes ) {
    static std::pair< int, char const* > const roles[] = { { 2, "mlagInactive" },
@@ -65,7 +65,7 @@ addCommon( Json const& state, bool isMlag, std::vector< PossibleChange >& change
                         "there is no reload delay" } );
 }
 
-// Of the port-channel that the port is in.
+// Adds changes of the port-channel that the port is in.
 void
 addOfPortChannel(
    Json const& state,
@@ -194,7 +194,7 @@ releaseIn( std::string const& records, Json const& port ) {
          standby[ path[ 2 ].get< std::string >() ] = value == Json( true );
       }
       if ( at( record, { "type" } ) == Json( "end" ) ) {
-         // The whole truth, also of a port that has changed its port-channel.
+         // The state at the end decides, also for a port that has changed its port-channel.
          Json const state = at( record, { "state" } );
          isErrdisabled =
             !at( state, { "mlagissuCause", "intfStatus", interface } ).is_null();

@@ -51,7 +51,7 @@ clockBefore( Json const& why, char const* key ) {
    return clock.empty() ? clock : clock + ", ";
 }
 
-// Why one is not held; where nothing else is known, by how its class is.
+// Why a port is not held; if nothing else is known, by the state of its class.
 std::string
 notHeldText( std::string const& reason, std::string const& state ) {
    constexpr std::string_view known = "not held: ";

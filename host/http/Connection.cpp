@@ -81,7 +81,7 @@ Connection::Connection( Site& site, Owner& owner, int descriptor, bool isUnix )
    bufferevent_set_max_single_write( events_, longestWrite );
    evbuffer_add_cb( bufferevent_get_output( events_ ), onOutput, this );
    bufferevent_setcb( events_, onRead, onWritten, onEvent, this );
-   // What is not looked at yet stays with the client.
+   // What the server has no room to read yet stays with the client.
    bufferevent_setwatermark( events_, EV_READ, 0, site.limits.queue );
    bufferevent_setwatermark( events_, EV_WRITE, site.limits.queue / 2, 0 );
    timeval const sendTime = timevalOf( site.limits.sendTime );
@@ -253,7 +253,7 @@ Connection::finishAnswer() {
    releaseBody();
    if ( !isPersistent_ ) {
       state_ = State::ending;
-      // The time that it takes is that of each write.
+      // From here on the time limit is that of each write.
       evtimer_del( deadline_ );
       endWhenSent();
       return;
@@ -377,7 +377,7 @@ Connection::linger() {
       end();
       return;
    }
-   // To close it while something unread waits would take the answer from the client.
+   // Closing the socket while input is unread would make the client lose the answer.
    state_ = State::lingering;
    shutdown( bufferevent_getfd( events_ ), SHUT_WR );
    deadlineIs( site_.limits.lingerTime );

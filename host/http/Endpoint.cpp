@@ -75,7 +75,7 @@ makeSocket( int family ) {
 bool
 isListenedTo( Address& address ) {
    int const probe = makeSocket( AF_UNIX );
-   // A full queue is one, too.
+   // Behind a full queue somebody listens, too.
    bool const is = connect( probe, address.get(), address.length ) == 0 || errno == EAGAIN;
    close( probe );
    return is;
@@ -89,7 +89,8 @@ bindTo( int descriptor, Address& address ) {
    return bind( descriptor, address.get(), address.length ) == 0;
 }
 
-// If it is missing, and only it: bind() says what is wrong otherwise.
+// Makes the directory if it is missing, and none above it: if that fails, bind() says what
+// is wrong.
 void
 makeDirectoryOf( std::string const& path ) {
    std::size_t const slash = path.rfind( '/' );
@@ -150,7 +151,7 @@ ListeningSocket::takeAway() const noexcept {
 
 void
 ListeningSocket::fail( std::string_view why ) const {
-   // The constructor does not end: nobody else would.
+   // The constructor throws, so the destructor does not run and cannot do this.
    takeAway();
    throw Failure(
       ExitStatus::failed, fmt::format( "cannot listen on {}: {}", name_, why ) );

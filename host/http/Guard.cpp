@@ -64,7 +64,8 @@ isNumericHost( std::string_view host, std::string const& local ) {
       isHere( AF_INET, name, local );
 }
 
-// A page of another site had the browser send it. That a person follows a link is none.
+// A page of another site made the browser send it. A link that a person follows does not
+// count.
 bool
 isSentByAnotherSite( Request const& request ) {
    std::string const* const site = request.header( "sec-fetch-site" );

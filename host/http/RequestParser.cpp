@@ -141,7 +141,7 @@ void
 RequestParser::takeLineOf( std::string const& line ) {
    switch ( phase_ ) {
    case Phase::requestLine:
-      // An empty line may follow a body of those who count badly.
+      // Some clients send an empty line behind a body that its length does not count.
       if ( !line.empty() ) {
          readRequestLine( line );
       }

@@ -46,7 +46,7 @@ class Server::Listener {
    std::size_t connections() const noexcept { return connections_.size(); }
 
  private:
-   // Beyond the limit, those that are told so: what comes in addition waits in the queue.
+   // How many connections beyond the limit are told so. Any further one waits in the queue.
    static constexpr std::ptrdiff_t turnedAway = 64;
 
    static void onConnection( evconnlistener*, int descriptor, sockaddr*, int, void* self ) {

@@ -246,8 +246,8 @@ DocumentBuilder::add( Cell const& cell, std::string_view anchor, std::size_t len
    take( index );
 }
 
-// `height`: of lists and maps in each other that come with a node. Aliases nest without the
-// parser's noticing.
+// `height`: how deep lists and maps are nested in a node that is added. The parser does not
+// notice nesting by aliases.
 void
 DocumentBuilder::nest( Offset offset, std::size_t height ) {
    if ( open_.size() + height > deepest ) {

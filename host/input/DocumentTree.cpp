@@ -40,7 +40,7 @@ DocumentTree::DocumentTree( std::string name, std::string text )
       text_.erase( 0, byteOrderMark.size() );
    }
    text_ = yamlEscapes( std::move( text_ ), joints_ );
-   // No text has more nodes by much. What is not used takes no memory.
+   // Hardly any text has more nodes. Space that is not used takes no memory.
    constexpr std::size_t octetsOfANode = 4;
    cells_.reserve( text_.size() / octetsOfANode + 1 );
 }

@@ -78,7 +78,7 @@ isNumber( std::string_view text ) {
 
 NodeKind
 plainKind( std::string_view text ) noexcept {
-   // What else is neither begins with a letter as a rule.
+   // Only a text that begins with one of these can be null, a boolean or a number.
    constexpr std::string_view beginnings = "0123456789+-.~nNtTfF";
    if ( text.empty() ) {
       return NodeKind::null;

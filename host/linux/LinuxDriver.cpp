@@ -230,7 +230,7 @@ LinuxDriver::tellOne( std::string const& interface, Observed observed ) {
       errdisabled_.erase( interface );
       standby_.erase( interface );
    } else if ( observed != Observed::released && !isPortChannel( interface ) ) {
-      // A process before has held it. Whoever does not want that orders its release.
+      // An earlier process has held it. If that is not wanted, its release is ordered.
       errdisabled_.insert( interface );
    }
    listener_->observed( interface, observed );

@@ -36,7 +36,7 @@ MachineTime::isInterrupted( nanoseconds wait ) {
    auto const seconds = floor< std::chrono::seconds >( wait );
    timespec const timeout{ .tv_sec = seconds.count(),
                            .tv_nsec = ( wait - seconds ).count() };
-   // Of the output, only that it is of no use any more.
+   // Of the output, only that nobody reads it any more (POLLERR).
    pollfd ready[] = { { output_, 0, 0 }, { signalsToRead_, POLLIN, 0 } };
    if ( ppoll( ready, std::size( ready ), &timeout, nullptr ) <= 0 ) {
       return false;

@@ -41,7 +41,7 @@ AlarmWatch::AlarmWatch( event_base* base, LiveHost& host, Say say, ForecastLimit
       : host_( host ),
         say_( std::move( say ) ),
         forecasts_( base, host.live(), limits ),
-        // Of no switch that was looked at.
+        // Another version than the present one: nothing has been looked at yet.
         version_( host.live().version() - 1 ) {}
 
 void

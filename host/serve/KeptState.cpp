@@ -94,7 +94,7 @@ patchOf( std::vector< Restored > const& rows ) {
          Json::object_t& object = at->is_null()
             ? *( *at = Json::object() ).get_ptr< Json::object_t* >()
             : at->get_ref< Json::object_t& >();
-         // Rows come in order: what is theirs is the last that there is.
+         // Rows come in order: the member that a row belongs to is the last one.
          if ( object.empty() || object.back().first != key ) {
             object.emplace_back( key, Json() );
          }
@@ -120,7 +120,7 @@ mergeAll( LiveSwitch& live, std::vector< Restored > const& rows ) {
    try {
       merge( live, patchOf( rows ) );
    } catch ( Failure const& ) {
-      // One of them does not fit; which one is seen one by one.
+      // One of them does not fit. They are tried one by one to find out which.
       for ( Restored const& row : rows ) {
          try {
             merge( live, patchOf( { row } ) );

@@ -127,7 +127,7 @@ changeRecord( Revision revision, Item const& root ) {
 
 Document
 patchDocument( Path const& path, std::string const& text ) {
-   // By itself first: what closes it must not be what stands around it.
+   // Read by itself first: the text around it must not be what closes its brackets.
    Document alone = parse( text );
    // A comment alone, for one, would stand for null.
    if ( !Json::accept( text ) ) {

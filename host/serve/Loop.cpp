@@ -25,7 +25,7 @@ fail( char const* what ) {
    throw Failure( ExitStatus::failed, std::string( "ostra: no " ) + what );
 }
 
-// It has told what it has to tell: that the loop goes on.
+// Reading it is all: its only message is that the loop goes on.
 void
 drain( evutil_socket_t descriptor, short, void* ) {
    std::uint64_t expirations = 0;

@@ -81,7 +81,7 @@ Notify::~Notify() {
 void
 Notify::send( std::string const& message ) const {
    if ( socket_ >= 0 ) {
-      // Nobody is left to tell that nobody listens.
+      // If nobody listens, there is nobody to tell.
       static_cast< void >(
          ::send( socket_, message.data(), message.size(), MSG_DONTWAIT | MSG_NOSIGNAL ) );
    }

@@ -87,7 +87,7 @@ LiveSwitch::setUp( Resumption const& resumption ) {
                    : before[ "reloadDelay" ];
    merge( { { mount::mlagConfig, during } } );
    agent_.setAll();
-   // Nobody changes a delay here: it is not told of one.
+   // No delay is changed here, so the machine must not hear of one.
    agent_.call( machineKey, "hasNotificationActiveIs", booleanOf( false ) );
    merge( { { mount::mlagConfig, before } } );
    agent_.call( machineKey, "hasNotificationActiveIs", booleanOf( true ) );

@@ -19,11 +19,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr Milliseconds pauseOfWrites{ 1000 };
-// An operator who looks at it when the host starts is soon done. Later on nobody waits.
+// How long the start waits for somebody who has the store open. Later on the host does not
+// wait.
 constexpr Milliseconds longestOpening{ 1000 };
-// Of records that cannot be written; more are not kept.
+// How many records that cannot be written are kept.
 constexpr std::size_t mostWaiting = 100'000;
-// Of numbers that may be told while nothing can be written: how many at a time.
+// How many numbers at a time are reserved, to be told while nothing can be written.
 constexpr std::int64_t reserved = 1'000'000;
 
 } // namespace

@@ -18,7 +18,7 @@ struct Found {
    GenericPtr value;
    RyxAttr const* attribute = nullptr;
    GenericPtr owner = nullptr;
-   // Not so for a member that its collection does not have, or below one.
+   // False for a member that its collection does not have, and for anything below it.
    bool isThere = false;
 };
 

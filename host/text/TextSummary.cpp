@@ -22,7 +22,7 @@ namespace {
 
 using Ids = std::vector< Kovel::IntfId >;
 
-// Of more spans of one kind than that, the smallest are told in one line.
+// If there are more spans of one kind, the smallest are told in one line.
 constexpr std::size_t maxRows = 8;
 
 constexpr std::array kinds = { HolderKind::mlagPort,

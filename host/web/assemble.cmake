@@ -60,7 +60,7 @@ foreach( module ${modules} )
       message( FATAL_ERROR "${module}.js: a comment ends with more than one asterisk" )
    endif()
    string( REGEX REPLACE "(^|\n)export " "\\1" text "${text}" )
-   # Types are for who reads and checks the sources.
+   # Types are for people and tools that read the sources.
    string( REGEX REPLACE "\n *//[^\n]*" "" text "${text}" )
    string( REGEX REPLACE "/\\*\\*([^*]|\\*[^/])*\\*/" "" text "${text}" )
    string( REGEX REPLACE "\n[ \n]+" "\n" text "${text}" )

@@ -54,7 +54,8 @@ MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
 
 namespace {
 
-// A site of mlagLink, which readers of traces know, whichever function answers it.
+// A trace site that is named mlagLink, whichever function writes it: readers of traces look
+// for that name.
 Ryx::TraceSite
 mlagLinkSite( int line = __builtin_LINE() ) noexcept {
    return { 8, line, "mlagLink" };

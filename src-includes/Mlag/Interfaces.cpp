@@ -11,7 +11,7 @@ namespace Mlag::Ostra {
 
 namespace {
 
-// Prints as the entity's name, which nobody asks for while there is nothing to print.
+// Prints as the entity's name, which is read only if it is printed.
 struct NameOf {
    Ryx::Entity const& entity;
 };

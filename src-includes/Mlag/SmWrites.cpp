@@ -24,8 +24,8 @@ SmWrites::start( void ( MlagErrdisableSm::*step )() ) {
    changes_ = nullptr;
 }
 
-// The machine will not be there to release what it has held, and another one goes on with
-// what it has released.
+// This machine will not exist to release what it has held; what it has released may belong
+// to another machine, which goes on.
 void
 SmWrites::takeBack( StartChanges& changes ) {
    auto& cause = sm_.mlagissuCause_;

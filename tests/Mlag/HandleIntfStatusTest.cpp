@@ -11,7 +11,7 @@ class HandleIntfStatus : public HeldSwitch {
  public:
    void releaseAll() { state( MlagState::mlagPrimary ); }
 
-   // The steps of every interface that is let be because its class's period is over.
+   // The steps of every interface that is left alone because its class's period is over.
    static Log expiredMlag() {
       return { called( "handleIntfStatus(Kovel::IntfId) Ethernet1" ),
                "8: MlagErrdisableSm::mlagLink Ethernet1",
@@ -130,7 +130,7 @@ TEST_F( HandleIntfStatus, PeerLinkAfterItsPeriodTracesTheEndOfThePeriod ) {
              "8: timer expired" } ) );
 }
 
-TEST_F( HandleIntfStatus, AppearingAfterThePeriodIsLetBe ) {
+TEST_F( HandleIntfStatus, AppearingAfterThePeriodIsLeftAlone ) {
    start();
    moveTo( 300 );
    EXPECT_EQ(
@@ -142,7 +142,7 @@ TEST_F( HandleIntfStatus, AppearingAfterThePeriodIsLetBe ) {
    EXPECT_EQ( snooping(), Log() );
 }
 
-TEST_F( HandleIntfStatus, AppearingAfterAnEarlyReleaseIsLetBe ) {
+TEST_F( HandleIntfStatus, AppearingAfterAnEarlyReleaseIsLeftAlone ) {
    start();
    moveTo( 10 );
    releaseAll();

@@ -140,7 +140,7 @@ TEST_F( LacpOverride, ArrivingMovesEveryMemberOfTheSnapshot ) {
    EXPECT_EQ( snooping(), ( Log{ "Port-Channel20" } ) );
 }
 
-TEST_F( LacpOverride, OneThatDoesNotMatchIsLookedAtAndThatIsAll ) {
+TEST_F( LacpOverride, OneThatDoesNotMatchIsOnlyCompared ) {
    start();
    EXPECT_EQ(
       steps( [ & ] { lacpOverrideIs( "Port-Channel10", otherSystemId ); } ),

@@ -111,7 +111,7 @@ TEST_F( LagMemberEntity, DeletingAllNotifiesEachInOrder ) {
    EXPECT_FALSE( lag->memberIteratorConst() );
 }
 
-TEST_F( LagMemberEntity, NewRecordIsInsertedWithoutAWord ) {
+TEST_F( LagMemberEntity, NewRecordIsInsertedWithoutNotification ) {
    auto const* const record = lag->newMember( ethernet1, true );
    EXPECT_EQ( record->fwkKey(), ethernet1 );
    EXPECT_TRUE( lag->member( ethernet1 ) );

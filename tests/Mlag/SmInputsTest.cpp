@@ -168,7 +168,7 @@ TYPED_TEST( SmInput, CreatorRefusesNull ) {
       << refused;
 }
 
-TYPED_TEST( SmInput, SetDuringTearDownGetsAReactorThatIsAZombieAtBirth ) {
+TYPED_TEST( SmInput, SetDuringTearDownGetsAReactorThatIsAZombieFromTheStart ) {
    this->sm->ryxDoZombieReactors( true );
    auto const input = this->another();
    TypeParam::set( *this->sm, input );

@@ -211,7 +211,7 @@ TEST_F( SmLife, DestructionAfterAReleaseWatchedByPortChannelsGivesEverythingBack
    start();
    state( MlagState::mlagPrimary );
    EXPECT_TRUE( sm->lagIntfStatus( id( "Port-Channel2" ) ) );
-   // Dropped without a word before it.
+   // Dropped directly: nothing is switched off before it.
    sm = nullptr;
    EXPECT_EQ( notifiees(), notifieesBefore );
    EXPECT_EQ( references(), referencesBefore );

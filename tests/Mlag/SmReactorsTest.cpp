@@ -223,7 +223,7 @@ TEST_F( SmReactors, RepointingToAnObjectOfAnotherTypeCountsAsNoInput ) {
    EXPECT_EQ( take(), Log() );
 }
 
-TEST_F( SmReactors, AZombieForwardsNothingAndRepointsInSilence ) {
+TEST_F( SmReactors, AZombieForwardsNothingAndRepointsWithoutAHandlerRun ) {
    auto const reactor = reactorOf< Sm::RyxMlagStatus >( *sm );
    reactor->ryxDoZombieReactors( true );
    reactor->onMlagState();

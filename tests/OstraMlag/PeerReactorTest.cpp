@@ -34,7 +34,7 @@ TEST( PeerReactor, CopiesEveryPeerStatusAtConstructionEthernetDirectoryFirst ) {
    EXPECT_EQ( dirs.all->intfStatus( second->intfId() ), second );
 }
 
-TEST( PeerReactor, IsBornActiveAndRegisteredWithTheReferenceOfItsMaker ) {
+TEST( PeerReactor, StartsActiveAndRegisteredWithTheReferenceOfItsMaker ) {
    Directories const dirs;
    auto const reactor = dirs.makeReactor();
    EXPECT_EQ( reactor->references(), 1u );

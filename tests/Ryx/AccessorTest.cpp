@@ -222,7 +222,7 @@ TEST_F( AccessorTest, AnObjectIsMadeFromItsKeyOnce ) {
    EXPECT_EQ( heard(), Calls{ "w slot 3" } );
 }
 
-TEST_F( AccessorTest, NewInsertsWithoutAWord ) {
+TEST_F( AccessorTest, NewInsertsWithoutNotification ) {
    board->newSlot( 3 );
    board->newLevel( 3, 30 );
    EXPECT_TRUE( board->slot( 3 ) );

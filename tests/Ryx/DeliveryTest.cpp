@@ -185,7 +185,7 @@ TEST_F( DeliveryTest, ALaterOneThatSomebodyElseHoldsIsCalled ) {
    EXPECT_EQ( calls, ( Calls{ "a speed 1", "b speed 1", "c speed 1" } ) );
 }
 
-TEST_F( DeliveryTest, OneThatIsDestroyedByItsOwnCallbackLivesUntilItReturns ) {
+TEST_F( DeliveryTest, OneThatIsDestroyedByItsOwnCallbackStaysUntilItReturns ) {
    int const before = PortWatcher::live;
    b->action = [ & ] {
       b = nullptr;
@@ -268,7 +268,7 @@ TEST_F( DeliveryTest, CallsAnyNumberInOrder ) {
    EXPECT_EQ( other->notifieeCount(), 0u );
 }
 
-TEST_F( DeliveryTest, OneThatIsDestroyedFarBehindLivesUntilItsTurn ) {
+TEST_F( DeliveryTest, OneThatIsDestroyedFarBehindStaysUntilItsTurn ) {
    std::vector< Ptr< PortWatcher > > many;
    for ( int i = 0; i < 40; ++i ) {
       many.push_back( watch( std::to_string( i ), calls, other ) );
@@ -315,7 +315,7 @@ TEST_F( DeliveryTest, ZeroReferencesThatAreAskedForAreToldAtOnce ) {
                "c speed 1" } ) );
 }
 
-TEST_F( DeliveryTest, TheNotifierThatIsLetGoLivesUntilItsOutermostDeliveryEnds ) {
+TEST_F( DeliveryTest, TheNotifierThatIsLetGoStaysUntilItsOutermostDeliveryEnds ) {
    int const before = Port::live;
    Ptr< Port > gone = Ryx::make< Port >( 9u );
    auto const first = doubles::watchWeakly( "first", calls, gone );

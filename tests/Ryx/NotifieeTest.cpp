@@ -28,7 +28,7 @@ class NotifieeTest : public testing::Test {
    Ptr< Port > const other = Ryx::make< Port >( 2u );
 };
 
-TEST_F( NotifieeTest, IsBornWithOneReferenceActiveAndUnregistered ) {
+TEST_F( NotifieeTest, StartsWithOneReferenceActiveAndUnregistered ) {
    auto const watcher = Ryx::make< PortWatcher >( "a", calls );
    EXPECT_EQ( watcher->references(), 1u );
    EXPECT_TRUE( watcher->hasNotificationActive() );

@@ -43,7 +43,7 @@ class PtrInterfaceTest : public testing::Test {
    Ptr< Object > object = Ryx::make< Object >();
 };
 
-TEST_F( PtrInterfaceTest, IsBornWithOneReferenceAndNoFlags ) {
+TEST_F( PtrInterfaceTest, StartsWithOneReferenceAndNoFlags ) {
    EXPECT_EQ( object->word(), 1u );
 }
 
@@ -230,7 +230,7 @@ TEST_F( PtrInterfaceTest, ReferencesThatComeAndGoAtZeroReleaseItOnce ) {
    EXPECT_EQ( Object::live, 1 );
 }
 
-TEST_F( PtrInterfaceTest, AnObjectPinnedAtZeroLivesOn ) {
+TEST_F( PtrInterfaceTest, AnObjectPinnedAtZeroStays ) {
    auto* const dying = Ryx::make< Object >().release();
    dying->atZero = [ & ] { dying->isNondestructingIs( true ); };
    dying->deleteReference();

@@ -240,7 +240,7 @@ TEST_F( ReactorOwnerTest, MarkingTheOwnerMarksEveryReactor ) {
       ( Calls{ "master port1 103", "backup port2 104", "port2 port2 104" } ) );
 }
 
-TEST_F( ReactorOwnerTest, AReactorOfAMarkedOwnerIsBornAZombie ) {
+TEST_F( ReactorOwnerTest, AReactorOfAMarkedOwnerIsAZombieFromTheStart ) {
    owner->ryxDoZombieReactors( true );
    owner->masterIs( one );
    owner->portIs( two );
@@ -279,7 +279,7 @@ TEST_F( ReactorOwnerTest, ADestroyedOwnerMarksItsReactorsAndThenOrphansThem ) {
    EXPECT_EQ( heardOfAChange(), Calls{} );
 }
 
-TEST_F( ReactorOwnerTest, AReactorMadeWhileItsOwnerIsDestroyedIsDeaf ) {
+TEST_F( ReactorOwnerTest, AReactorMadeWhileItsOwnerIsDestroyedHearsNothing ) {
    owner->beforeRelease = [ & ]( Supervisor& dying ) { dying.portIs( two ); };
    owner = nullptr;
    EXPECT_EQ( two->references(), 1u );

@@ -95,7 +95,7 @@ TEST_F( ReactorTest, AZombieRunsNoHandlerWhenItIsRePointed ) {
    EXPECT_EQ( heard(), Calls{} );
 }
 
-TEST_F( ReactorTest, AZombieIsMarkedTurnedOffAndDeaf ) {
+TEST_F( ReactorTest, AZombieIsMarkedTurnedOffAndHearsNothing ) {
    auto const reactor = owner->newMaster( one );
    reactor->ryxDoZombieReactors( true );
    EXPECT_TRUE( reactor->ryxMarkedForDeletion() );

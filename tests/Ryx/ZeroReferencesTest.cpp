@@ -74,7 +74,7 @@ TEST_F( ZeroReferences, MayDropTheEntityWhoseParentIsReplaced ) {
 
 class ZeroReferencesOfAnInput : public ZeroReferences {
  protected:
-   // An input that only its reactor holds, with an heir.
+   // An input that only its reactor holds, and an observer of its end.
    Supervisor::In old( unsigned intfId, std::function< void() > action ) {
       auto const port = make< Port >( intfId );
       atZeroReferencesOf( port, std::move( action ) );

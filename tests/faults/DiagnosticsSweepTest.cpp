@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Want of memory, and sinks that throw, while something is traced, logged or registered.
+// Out of memory, and sinks that throw, while something is traced, logged or registered.
 
 #include "Sweep"
 

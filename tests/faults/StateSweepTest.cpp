@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Want of memory in the setters of state objects, reached as a C++ host and by name.
+// Out of memory in the setters of state objects, called directly and by name.
 
 #include "Sweep"
 

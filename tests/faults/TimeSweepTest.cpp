@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Want of memory in timers and in deferred delivery.
+// Out of memory in timers and in deferred delivery.
 
 #include "Sweep"
 

@@ -9,7 +9,7 @@ from schema import KINDS, TO_ENTITIES
 
 
 class Type:
-    """A type that can be named, whoever writes it.
+    """A type that can be named, wherever it comes from.
 
     `form` is builtin, external, enumeration, structure, machine or entity."""
 

@@ -182,7 +182,7 @@ TEST( HttpServer, RefusesHalfARequest ) {
    EXPECT_EQ( statusOf( answer ), 400 );
 }
 
-TEST( HttpServer, EndsAConnectionOnWhichNothingWasAskedWithoutAWord ) {
+TEST( HttpServer, EndsAConnectionOnWhichNothingWasAskedWithoutAnAnswer ) {
    EchoServer echo;
    EXPECT_EQ( echo.client().finish().readAll(), "" );
    EXPECT_EQ( echo.server.connections(), 0U );

@@ -166,7 +166,7 @@ TEST_F( ReconcilerTest, WhatSomebodyElseUndoesIsDoneAgainAndCounted ) {
    EXPECT_EQ( reconciler.redone(), 1U );
 }
 
-TEST_F( ReconcilerTest, AQuarrelWithSomebodyElseDoesNotSpin ) {
+TEST_F( ReconcilerTest, WhatIsUndoneEveryTimeWaitsBeforeItIsDoneAgain ) {
    want( "Ethernet1", true );
    std::size_t count = 0;
    for ( int i = 0; i < 100; ++i ) {

@@ -330,7 +330,7 @@ allocationsToTellPatchOf( std::size_t depth ) {
 
 } // namespace
 
-// Whoever nests as deep as it goes does not wait for minutes.
+// State that is nested as deep as possible is told in a short time, too.
 TEST( Mounts, TellingNestedStateTakesStepsInProportionToItsDepth ) {
    EXPECT_LT( 10 * allocationsToTellStateOf( 400 ), 22 * allocationsToTellStateOf( 200 ) );
    EXPECT_LT( 10 * allocationsToTellPatchOf( 400 ), 22 * allocationsToTellPatchOf( 200 ) );

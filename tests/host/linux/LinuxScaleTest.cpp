@@ -25,7 +25,7 @@ using ostra::LinuxDriver;
 
 namespace {
 
-class LinuxLives : public testing::Test {
+class LinuxScale : public testing::Test {
  protected:
    void SetUp() override {
       if ( !namespace_.problem().empty() ) {
@@ -146,7 +146,7 @@ class Meddler {
 
 } // namespace
 
-TEST_F( LinuxLives, ManyPortsAreHeldAndReleased ) {
+TEST_F( LinuxScale, ManyPortsAreHeldAndReleased ) {
    int const ports = sized( 100, 1'000 );
    for ( int i = 1; i <= ports; ++i ) {
       lab->addMacvlan( port( i ), "lower" );
@@ -166,7 +166,7 @@ TEST_F( LinuxLives, ManyPortsAreHeldAndReleased ) {
    EXPECT_EQ( process->host().reconciler().redone(), 0U );
 }
 
-TEST_F( LinuxLives, WhatAnotherProcessDoesLeavesThePromiseKept ) {
+TEST_F( LinuxScale, WhatAnotherProcessDoesLeavesThePromiseKept ) {
    unsigned const seed = std::random_device()();
    SCOPED_TRACE( seed );
    int const operations = sized( 500, 10'000 );
@@ -204,7 +204,7 @@ TEST_F( LinuxLives, WhatAnotherProcessDoesLeavesThePromiseKept ) {
    EXPECT_EQ( broken(), "" );
 }
 
-TEST_F( LinuxLives, APortThatComesIsHeldAtOnce ) {
+TEST_F( LinuxScale, APortThatComesIsHeldAtOnce ) {
    int const tries = sized( 20, 1'000 );
    start();
    double worst = 0;
