@@ -13,7 +13,8 @@ namespace bench {
 using Interface::IntfEnabledState;
 using Mlag::MlagState;
 
-HandReload::HandReload( SwitchPlan const& plan )
+template< class Tables >
+HandReload< Tables >::HandReload( SwitchPlan const& plan )
       : peerLink_( plan.peerLink ),
         systemId_( plan.systemId ),
         pluggable_( plan.pluggable()->id ) {
@@ -35,33 +36,38 @@ HandReload::HandReload( SwitchPlan const& plan )
    }
 }
 
-HandReload::Class
-HandReload::classOf( IntfId id ) const {
+template< class Tables >
+typename HandReload< Tables >::Class
+HandReload< Tables >::classOf( IntfId id ) const {
    Member const* const member = found( members_, id );
    return { member, found( mlagInterfaces_, member ? member->portChannel : id ) };
 }
 
+template< class Tables >
 bool
-HandReload::mlagConfigured() const {
+HandReload< Tables >::mlagConfigured() const {
    return !domainId_.empty() && localInterface_ && peerAddress_ != 0 && peerLink_ &&
       mlagEnabled_;
 }
 
 // A machine that starts has not been secondary before.
+template< class Tables >
 bool
-HandReload::stateFrees() const {
+HandReload< Tables >::stateFrees() const {
    return mlagState_ == MlagState::mlagPrimary ||
       ( mlagState_ == MlagState::mlagSecondary && !holdInSecondary_ );
 }
 
+template< class Tables >
 bool
-HandReload::inPeerLink( IntfId id, Class const& c ) const {
+HandReload< Tables >::inPeerLink( IntfId id, Class const& c ) const {
    return peerLink_ &&
       ( id == peerLink_ || ( c.member && c.member->portChannel == peerLink_ ) );
 }
 
+template< class Tables >
 bool
-HandReload::belongsInStandby( Class const& c ) const {
+HandReload< Tables >::belongsInStandby( Class const& c ) const {
    if (
       !lacpStandby_ || mlagState_ != MlagState::mlagSecondary || !holdInSecondary_ ||
       !c.inMlagPortChannel() || c.member->mode != Lag::LacpMode::lacpActive ) {
@@ -71,8 +77,9 @@ HandReload::belongsInStandby( Class const& c ) const {
    return override_ && override_->systemId == systemId_ && systemId_ != Kovel::EthAddr();
 }
 
+template< class Tables >
 bool
-HandReload::enabled( IntfId id ) const {
+HandReload< Tables >::enabled( IntfId id ) const {
    PortConfig const* const config = found( portConfigs_, id );
    return config &&
       ( config->state == IntfEnabledState::unknownEnabledState
@@ -80,8 +87,9 @@ HandReload::enabled( IntfId id ) const {
            : config->state ) != IntfEnabledState::shutdown;
 }
 
+template< class Tables >
 void
-HandReload::hold() {
+HandReload< Tables >::hold() {
    portsErrdisabled_ = true;
    portsErrdisabledWhen_ = now_;
    if ( !mlagConfigured() || stateFrees() ) {
@@ -100,8 +108,9 @@ HandReload::hold() {
    }
 }
 
+template< class Tables >
 void
-HandReload::handlePort( IntfId id ) {
+HandReload< Tables >::handlePort( IntfId id ) {
    if (
       Kovel::InternalIntfId::isInternalIntfId( id ) ||
       Kovel::MgmtIntfId::isMgmtIntfId( id ) ) {
@@ -123,8 +132,9 @@ HandReload::handlePort( IntfId id ) {
    }
 }
 
+template< class Tables >
 void
-HandReload::forgetPort( IntfId id ) {
+HandReload< Tables >::forgetPort( IntfId id ) {
    removed( held_, id );
    RecordedMember const* const member = found( recordedMembers_, id );
    if ( !member ) {
@@ -139,8 +149,9 @@ HandReload::forgetPort( IntfId id ) {
    removed( recordedMembers_, id );
 }
 
+template< class Tables >
 void
-HandReload::standby( IntfId portChannel ) {
+HandReload< Tables >::standby( IntfId portChannel ) {
    removed( forceEnabled_, portChannel );
    if ( found( inStandby_, portChannel ) ) {
       return;
@@ -151,8 +162,9 @@ HandReload::standby( IntfId portChannel ) {
    added( inStandby_, portChannel );
 }
 
+template< class Tables >
 void
-HandReload::settleSnooping( IntfId id, IntfId portChannel ) {
+HandReload< Tables >::settleSnooping( IntfId id, IntfId portChannel ) {
    if ( !enabled( id ) ) {
       removed( forceEnabled_, portChannel );
       return;
@@ -164,8 +176,9 @@ HandReload::settleSnooping( IntfId id, IntfId portChannel ) {
    }
 }
 
+template< class Tables >
 void
-HandReload::arm( Timer& timer ) {
+HandReload< Tables >::arm( Timer& timer ) {
    constexpr float points[] = { 0.75f, 0.95f };
    double const fraction = timer.point < 2 && reloadDelay_ > 10
       ? static_cast< double >( points[ timer.point++ ] )
@@ -173,8 +186,9 @@ HandReload::arm( Timer& timer ) {
    timer.wake = reloadDelay_ * fraction + portsErrdisabledWhen_;
 }
 
+template< class Tables >
 void
-HandReload::wake( Timer& timer, bool mlag ) {
+HandReload< Tables >::wake( Timer& timer, bool mlag ) {
    Ryx::Seconds const end = portsErrdisabledWhen_ + reloadDelay_;
    if ( end <= now_ ) {
       releaseClass( mlag );
@@ -188,8 +202,9 @@ HandReload::wake( Timer& timer, bool mlag ) {
    arm( timer );
 }
 
+template< class Tables >
 void
-HandReload::moveTo( Ryx::Seconds t ) {
+HandReload< Tables >::moveTo( Ryx::Seconds t ) {
    now_ = t;
    if ( mlagTimer_.wake <= now_ ) {
       wake( mlagTimer_, true );
@@ -199,29 +214,30 @@ HandReload::moveTo( Ryx::Seconds t ) {
    }
 }
 
+template< class Tables >
 void
-HandReload::announce() {
+HandReload< Tables >::announce() {
    moveTo( 0.75 * SwitchPlan::reloadDelay );
    moveTo( 0.95 * SwitchPlan::reloadDelay );
 }
 
+template< class Tables >
 void
-HandReload::release() {
+HandReload< Tables >::release() {
    moveTo( SwitchPlan::reloadDelay );
 }
 
+template< class Tables >
 void
-HandReload::releaseClass( bool mlag ) {
-   auto const kept = std::remove_if(
-      held_.begin(), held_.end(), [ this, mlag ]( Written::Hold const& hold ) {
-         Class const c = classOf( hold.id );
-         bool const released = ( c.mlag != nullptr ) == mlag;
-         if ( released ) {
-            track( hold.id, c );
-         }
-         return released;
-      } );
-   held_.erase( kept, held_.end() );
+HandReload< Tables >::releaseClass( bool mlag ) {
+   removedIf( held_, [ this, mlag ]( Written::Hold const& hold ) {
+      Class const c = classOf( hold.id );
+      bool const released = ( c.mlag != nullptr ) == mlag;
+      if ( released ) {
+         track( hold.id, c );
+      }
+      return released;
+   } );
    if ( mlag ) {
       for ( IntfId const id : inStandby_ ) {
          if ( LacpConfig* const lacp = found( lacp_, id ) ) {
@@ -239,8 +255,9 @@ HandReload::releaseClass( bool mlag ) {
    }
 }
 
+template< class Tables >
 void
-HandReload::track( IntfId id, Class const& c ) {
+HandReload< Tables >::track( IntfId id, Class const& c ) {
    if ( !enabled( id ) || !c.inMlagPortChannel() ) {
       return;
    }
@@ -251,28 +268,34 @@ HandReload::track( IntfId id, Class const& c ) {
    }
 }
 
+template< class Tables >
 void
-HandReload::disappear() {
+HandReload< Tables >::disappear() {
    removed( present_, pluggable_ );
    forgetPort( pluggable_ );
 }
 
+template< class Tables >
 void
-HandReload::appear() {
+HandReload< Tables >::appear() {
    added( present_, pluggable_ );
    handlePort( pluggable_ );
 }
 
+template< class Tables >
 Written
-HandReload::written() const {
-   Written result{ held_,      forceEnabled_,     {},
-                   announced_, portsErrdisabled_, portsErrdisabledWhen_ };
-   for ( LacpConfig const& lacp : lacp_ ) {
+HandReload< Tables >::written() const {
+   Written result{ sorted( held_ ), sorted( forceEnabled_ ), {},
+                   announced_,      portsErrdisabled_,       portsErrdisabledWhen_ };
+   for ( LacpConfig const& lacp : sorted( lacp_ ) ) {
       if ( lacp.stayInStandby ) {
          result.inStandby.push_back( lacp.id );
       }
    }
    return result;
 }
+
+template class HandReload< SortedVectors >;
+template class HandReload< HashTables >;
 
 } // namespace bench
