@@ -7,6 +7,8 @@
 #include <host/base/JsonLine>
 #include <host/state/Machine>
 
+#include <Interface/LinkStatus>
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -345,9 +347,10 @@ Lookout::outlook() {
       }
    }
    if ( !sight_.forced.empty() ) {
+      std::string const up = Ryx::valueToStrep( Interface::LinkStatus::linkUp );
       Json links = Json::object();
       for ( Sighting const& sighting : sight_.forced ) {
-         links[ sighting.interface ] = { { "linkStatus", "linkUp" } };
+         links[ sighting.interface ] = { { "linkStatus", up } };
       }
       merge( { { mount::lagInputIntfStatus, { { "intfStatus", links } } } } );
       outlook.forced = keysAt( mounts_, forcedPath );

@@ -74,6 +74,38 @@ get( std::string_view pattern, Answer answer ) {
    } );
 }
 
+// A metric in the text format of Prometheus; `samples` are lines.
+std::string
+metric(
+   std::string_view name,
+   std::string_view type,
+   std::string_view help,
+   std::string_view samples ) {
+   return fmt::format( "# HELP {0} {1}\n# TYPE {0} {2}\n{3}", name, help, type, samples );
+}
+
+// One line of a metric that has a label.
+template< class Value >
+std::string
+sample(
+   std::string_view name,
+   std::string_view label,
+   std::string_view labelled,
+   Value const& value ) {
+   return fmt::format( "{}{{{}=\"{}\"}} {}\n", name, label, labelled, value );
+}
+
+// A metric without labels.
+template< class Value >
+std::string
+number(
+   std::string_view name,
+   std::string_view type,
+   std::string_view help,
+   Value const& value ) {
+   return metric( name, type, help, fmt::format( "{} {}\n", name, value ) );
+}
+
 } // namespace
 
 Api::Api( ApiParts parts )
@@ -258,73 +290,63 @@ Api::addHealth( http::Server& server ) {
 
 std::string
 Api::metrics() const {
-   std::string text;
-   auto const tell = [ &text ](
-                        std::string_view name,
-                        std::string_view type,
-                        std::string_view help,
-                        std::string_view samples ) {
-      text +=
-         fmt::format( "# HELP {0} {1}\n# TYPE {0} {2}\n{3}", name, help, type, samples );
-   };
    Json const summary = parts_.ports.summary();
    Json const& counts = summary.at( "counts" );
-   tell(
-      "ostra_info",
-      "gauge",
-      "The version that runs and its driver.",
-      fmt::format(
-         "ostra_info{{version=\"{}\",driver=\"{}\"}} 1\n", OSTRA_VERSION, parts_.driver ) );
-   tell(
-      "ostra_ports",
-      "gauge",
-      "Ports that are there or held.",
-      fmt::format( "ostra_ports {}\n", counts.at( "ports" ).dump() ) );
-   tell(
-      "ostra_ports_held",
-      "gauge",
-      "Ports that are held.",
-      fmt::format(
-         "ostra_ports_held{{kind=\"errdisable\"}} {}\n"
-         "ostra_ports_held{{kind=\"lacpStandby\"}} {}\n",
-         counts.at( "errdisabled" ).dump(),
-         counts.at( "lacpStandby" ).dump() ) );
-   tell(
-      "ostra_class_held",
-      "gauge",
-      "Whether the reload delay of the class goes on.",
-      fmt::format(
-         "ostra_class_held{{class=\"mlag\"}} {}\nostra_class_held{{class=\"nonMlag\"}} "
-         "{}\n",
-         summary.at( "mlag" ).at( "state" ) == "held" ? 1 : 0,
-         summary.at( "nonMlag" ).at( "state" ) == "held" ? 1 : 0 ) );
+   auto const isHeld = [ &summary ]( char const* portClass ) {
+      return summary.at( portClass ).at( "state" ) == "held" ? 1 : 0;
+   };
    std::string alarms;
    Json const alarmCounts = countsOf( parts_.alarms.alarms() );
    for ( auto const& [ kind, count ] : alarmCounts.items() ) {
-      alarms += fmt::format( "ostra_alarms{{kind=\"{}\"}} {}\n", kind, count.dump() );
+      alarms += sample( "ostra_alarms", "kind", kind, count.dump() );
    }
-   tell( "ostra_alarms", "gauge", "What an operator has to hear of.", alarms );
-   tell(
-      "ostra_store_ok",
-      "gauge",
-      "Whether the store takes what it is given.",
-      fmt::format( "ostra_store_ok {}\n", parts_.storeProblem().empty() ? 1 : 0 ) );
-   tell(
-      "ostra_revision_total",
-      "counter",
-      "Patches of clients.",
-      fmt::format( "ostra_revision_total {}\n", parts_.live.revision() ) );
-   tell(
-      "ostra_holds_undone_total",
-      "counter",
-      "Holds that somebody else has undone, and that were to be done again.",
-      fmt::format( "ostra_holds_undone_total {}\n", parts_.ports.reconciler().redone() ) );
-   tell(
-      "ostra_event_streams",
-      "gauge",
-      "Clients that follow the events.",
-      fmt::format( "ostra_event_streams {}\n", feed_.streams() ) );
-   return text;
+   return metric(
+             "ostra_info",
+             "gauge",
+             "The version that runs and its driver.",
+             fmt::format(
+                "ostra_info{{version=\"{}\",driver=\"{}\"}} 1\n",
+                OSTRA_VERSION,
+                parts_.driver ) ) +
+      number( "ostra_ports",
+              "gauge",
+              "Ports that are there or held.",
+              counts.at( "ports" ).dump() ) +
+      metric( "ostra_ports_held",
+              "gauge",
+              "Ports that are held.",
+              sample(
+                 "ostra_ports_held",
+                 "kind",
+                 "errdisable",
+                 counts.at( "errdisabled" ).dump() ) +
+                 sample(
+                    "ostra_ports_held",
+                    "kind",
+                    "lacpStandby",
+                    counts.at( "lacpStandby" ).dump() ) ) +
+      metric( "ostra_class_held",
+              "gauge",
+              "Whether the reload delay of the class goes on.",
+              sample( "ostra_class_held", "class", "mlag", isHeld( "mlag" ) ) +
+                 sample( "ostra_class_held", "class", "nonMlag", isHeld( "nonMlag" ) ) ) +
+      metric( "ostra_alarms", "gauge", "What an operator has to hear of.", alarms ) +
+      number( "ostra_store_ok",
+              "gauge",
+              "Whether the store takes what it is given.",
+              parts_.storeProblem().empty() ? 1 : 0 ) +
+      number( "ostra_revision_total",
+              "counter",
+              "Patches of clients.",
+              parts_.live.revision() ) +
+      number( "ostra_holds_undone_total",
+              "counter",
+              "Holds that somebody else has undone, and that were to be done again.",
+              parts_.ports.reconciler().redone() ) +
+      number( "ostra_event_streams",
+              "gauge",
+              "Clients that follow the events.",
+              feed_.streams() );
 }
 
 } // namespace ostra

@@ -21,6 +21,11 @@ toJson( double number ) {
    return number;
 }
 
+Json
+finiteOrNull( double number ) {
+   return std::isfinite( number ) ? toJson( number ) : Json();
+}
+
 double
 secondsOf( Json const& value ) {
    if ( value.is_string() ) {

@@ -9,6 +9,7 @@
 #include <host/client/LiveText>
 #include <host/input/Document>
 #include <host/input/File>
+#include <host/state/MountTable>
 
 #include <fmt/format.h>
 
@@ -246,7 +247,8 @@ releaseLive(
    std::vector< std::string > const& interfaces,
    std::ostream& out ) {
    auto const host = hostOf( options, "release" );
-   Json const held = host.get( "/v1/state/mlagissuCause/intfStatus" );
+   Json const held =
+      host.get( fmt::format( "/v1/state/{}/intfStatus", mount::mlagissuCause ) );
    Json patch = Json::object();
    for ( auto const& [ name, since ] : held.items() ) {
       if ( interfaces.empty() ) {
@@ -264,7 +266,7 @@ releaseLive(
       patch[ name ] = nullptr;
    }
    Json const answer =
-      host.patch( "/v1/state", { { "mlagissuCause", { { "intfStatus", patch } } } } );
+      host.patch( "/v1/state", { { mount::mlagissuCause, { { "intfStatus", patch } } } } );
    if ( options.isJson ) {
       tellRevision( options, answer, out );
    } else {

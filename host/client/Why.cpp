@@ -6,6 +6,9 @@
 #include <host/base/Failure>
 #include <host/base/JsonLine>
 #include <host/client/LiveText>
+#include <host/state/MountTable>
+
+#include <Mlag/MlagState>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -19,49 +22,49 @@ namespace ostra {
 
 namespace {
 
-Json
-at( Json const& state, std::initializer_list< std::string > const& path ) {
-   Json const* node = &state;
-   for ( std::string const& key : path ) {
-      if ( !node->is_object() || !node->contains( key ) ) {
-         return nullptr;
-      }
-      node = &( *node )[ key ];
-   }
-   return *node;
-}
-
 std::string
 textAt( Json const& json, std::string const& key ) {
-   Json const value = at( json, { key } );
+   Json const value = memberAt( json, { key } );
    return value.is_string() ? value.get< std::string >() : std::string();
+}
+
+// As `ostra set` takes it.
+std::string
+assignment( char const* mountName, std::string_view rest ) {
+   return fmt::format( "{}.{}", mountName, rest );
 }
 
 // Adds changes of the MLAG state and configuration, which all ports share. Only MLAG ports
 // wait in LACP standby.
 void
 addCommon( Json const& state, bool isMlag, std::vector< PossibleChange >& changes ) {
-   static std::pair< int, char const* > const roles[] = { { 2, "mlagInactive" },
-                                                          { 3, "mlagPrimary" },
-                                                          { 4, "mlagSecondary" } };
-   for ( auto const& [ number, name ] : roles ) {
-      if ( at( state, { "mlagStatus", "mlagState" } ) != Json( number ) ) {
-         changes.push_back( { { fmt::format( "mlagStatus.mlagState={}", name ) },
+   using Mlag::MlagState;
+   for ( MlagState const role :
+         { MlagState::mlagInactive, MlagState::mlagPrimary, MlagState::mlagSecondary } ) {
+      if (
+         memberAt( state, { mount::mlagStatus, "mlagState" } ) !=
+         Json( static_cast< int >( role ) ) ) {
+         std::string const name = Ryx::valueToStrep( role );
+         changes.push_back( { { fmt::format( "{}.mlagState={}", mount::mlagStatus, name ) },
                               fmt::format( "the MLAG state becomes {}", name ) } );
       }
    }
-   if ( at( state, { "mlagProtoStatus", "holdInSecondary" } ) == Json( true ) ) {
-      changes.push_back( { { "mlagProtoStatus.holdInSecondary=false" },
-                           "a secondary does not hold ports" } );
-   }
-   if ( at( state, { "mlagConfig", "enabled" } ) == Json( true ) ) {
-      changes.push_back( { { "mlagConfig.enabled=false" }, "MLAG is disabled" } );
-   }
-   if ( isMlag && at( state, { "mlagConfig", "lacpStandby" } ) == Json( true ) ) {
+   if ( memberAt( state, { mount::mlagProtoStatus, "holdInSecondary" } ) == Json( true ) ) {
       changes.push_back(
-         { { "mlagConfig.lacpStandby=false" }, "no port-channel waits in LACP standby" } );
+         { { assignment( mount::mlagProtoStatus, "holdInSecondary=false" ) },
+           "a secondary does not hold ports" } );
    }
-   changes.push_back( { { "mlagConfig.reloadDelay=0", "mlagConfig.reloadDelayNonMlag=0" },
+   if ( memberAt( state, { mount::mlagConfig, "enabled" } ) == Json( true ) ) {
+      changes.push_back(
+         { { assignment( mount::mlagConfig, "enabled=false" ) }, "MLAG is disabled" } );
+   }
+   if (
+      isMlag && memberAt( state, { mount::mlagConfig, "lacpStandby" } ) == Json( true ) ) {
+      changes.push_back( { { assignment( mount::mlagConfig, "lacpStandby=false" ) },
+                           "no port-channel waits in LACP standby" } );
+   }
+   changes.push_back( { { assignment( mount::mlagConfig, "reloadDelay=0" ),
+                          assignment( mount::mlagConfig, "reloadDelayNonMlag=0" ) },
                         "there is no reload delay" } );
 }
 
@@ -72,23 +75,28 @@ addOfPortChannel(
    std::string const& interface,
    std::string const& portChannel,
    std::vector< PossibleChange >& changes ) {
-   changes.push_back( { { fmt::format( "lagInputConfig.phyIntf.{}.lag=null", interface ) },
-                        fmt::format( "the port leaves {}", portChannel ) } );
-   if ( !at( state, { "mlagConfig", "intfConfig", portChannel } ).is_null() ) {
-      changes.push_back( { { fmt::format( "mlagConfig.intfConfig.{}=null", portChannel ) },
-                           fmt::format( "{} loses its MLAG id", portChannel ) } );
-   }
-   Json const id = at( state, { "mlagStatus", "systemId" } );
-   Json const present = at( state, { "lacpOverride", "lagIdConfig", portChannel } );
-   if ( id.is_string() && id != present ) {
+   changes.push_back(
+      { { fmt::format( "{}.phyIntf.{}.lag=null", mount::lagInputConfig, interface ) },
+        fmt::format( "the port leaves {}", portChannel ) } );
+   if ( !memberAt( state, { mount::mlagConfig, "intfConfig", portChannel } ).is_null() ) {
       changes.push_back(
-         { { fmt::format(
-              "lacpOverride.lagIdConfig.{}={}", portChannel, id.get< std::string >() ) },
-           "LACP is overridden with the MLAG system id" } );
+         { { fmt::format( "{}.intfConfig.{}=null", mount::mlagConfig, portChannel ) },
+           fmt::format( "{} loses its MLAG id", portChannel ) } );
+   }
+   Json const id = memberAt( state, { mount::mlagStatus, "systemId" } );
+   Json const present =
+      memberAt( state, { mount::lacpOverride, "lagIdConfig", portChannel } );
+   if ( id.is_string() && id != present ) {
+      changes.push_back( { { fmt::format(
+                              "{}.lagIdConfig.{}={}",
+                              mount::lacpOverride,
+                              portChannel,
+                              id.get< std::string >() ) },
+                           "LACP is overridden with the MLAG system id" } );
    }
    if ( !present.is_null() ) {
       changes.push_back(
-         { { fmt::format( "lacpOverride.lagIdConfig.{}=null", portChannel ) },
+         { { fmt::format( "{}.lagIdConfig.{}=null", mount::lacpOverride, portChannel ) },
            "LACP is not overridden" } );
    }
 }
@@ -119,12 +127,12 @@ Json
 whyJson( HostConnection const& host, std::string const& interface ) {
    Json const port = host.get( "/v1/ports/" + escapedSegment( interface ) );
    Json const summary = host.get( "/v1/summary" );
-   Json const now = at( summary, { "boot", "time" } );
-   Json const since = at( port, { "hold", "since" } );
-   bool const isHeld = at( port, { "hold" } ).is_object();
+   Json const now = memberAt( summary, { "boot", "time" } );
+   Json const since = memberAt( port, { "hold", "since" } );
+   bool const isHeld = memberAt( port, { "hold" } ).is_object();
    bool const isMlag = textAt( port, "class" ) == "mlag";
    Json why = { { "port", port },
-                { "class", at( summary, { isMlag ? "mlag" : "nonMlag", "state" } ) },
+                { "class", memberAt( summary, { isMlag ? "mlag" : "nonMlag", "state" } ) },
                 { "heldFor", nullptr },
                 { "releasedIn", nullptr },
                 { "changes", Json::array() } };
@@ -158,9 +166,9 @@ std::vector< PossibleChange >
 possibleChanges( Json const& state, Json const& port ) {
    std::vector< PossibleChange > changes;
    std::string const interface = textAt( port, "interface" );
-   if ( !at( state, { "mlagissuCause", "intfStatus", interface } ).is_null() ) {
+   if ( !memberAt( state, { mount::mlagissuCause, "intfStatus", interface } ).is_null() ) {
       changes.push_back(
-         { { fmt::format( "mlagissuCause.intfStatus.{}=null", interface ) },
+         { { fmt::format( "{}.intfStatus.{}=null", mount::mlagissuCause, interface ) },
            fmt::format( "released by hand, as `ostra release {}` does", interface ) } );
    }
    addCommon( state, textAt( port, "class" ) == "mlag", changes );
@@ -175,37 +183,39 @@ Json
 releaseIn( std::string const& records, Json const& port ) {
    std::string const interface = textAt( port, "interface" );
    std::string portChannel = textAt( port, "portChannel" );
-   bool const isErrdisable = at( port, { "hold", "kind" } ) == Json( "errdisable" );
-   Json const errdisable = { "mlagissuCause", "intfStatus", interface };
+   bool const isErrdisable = memberAt( port, { "hold", "kind" } ) == Json( "errdisable" );
+   Json const errdisable = { mount::mlagissuCause, "intfStatus", interface };
    bool isErrdisabled = isErrdisable;
    std::map< std::string, bool > standby = { { portChannel, !isErrdisable } };
    Json since = nullptr;
    std::istringstream lines( records );
    for ( std::string line; std::getline( lines, line ); ) {
       Json const record = Json::parse( line, nullptr, false );
-      Json const path = at( record, { "path" } );
-      Json const value = at( record, { "value" } );
+      Json const path = memberAt( record, { "path" } );
+      Json const value = memberAt( record, { "value" } );
       if ( path == errdisable ) {
          isErrdisabled = !value.is_null();
       }
       bool const isStandby = path.is_array() && path.size() == 4 &&
-         path[ 0 ] == "lacpConfig" && path[ 3 ] == "stayInStandby";
+         path[ 0 ] == mount::lacpConfig && path[ 3 ] == "stayInStandby";
       if ( isStandby ) {
          standby[ path[ 2 ].get< std::string >() ] = value == Json( true );
       }
-      if ( at( record, { "type" } ) == Json( "end" ) ) {
+      if ( memberAt( record, { "type" } ) == Json( "end" ) ) {
          // The state at the end decides, also for a port that has changed its port-channel.
-         Json const state = at( record, { "state" } );
+         Json const state = memberAt( record, { "state" } );
          isErrdisabled =
-            !at( state, { "mlagissuCause", "intfStatus", interface } ).is_null();
-         portChannel =
-            textAt( at( state, { "lagInputConfig", "phyIntf", interface } ), "lag" );
+            !memberAt( state, { mount::mlagissuCause, "intfStatus", interface } ).is_null();
+         portChannel = textAt(
+            memberAt( state, { mount::lagInputConfig, "phyIntf", interface } ), "lag" );
          standby[ portChannel ] =
-            at( state, { "lacpConfig", "portChannel", portChannel, "stayInStandby" } ) ==
+            memberAt(
+               state,
+               { mount::lacpConfig, "portChannel", portChannel, "stayInStandby" } ) ==
             Json( true );
       }
       bool const isHeld = isErrdisabled || standby[ portChannel ];
-      since = isHeld ? Json() : since.is_null() ? at( record, { "t" } ) : since;
+      since = isHeld ? Json() : since.is_null() ? memberAt( record, { "t" } ) : since;
    }
    return since;
 }

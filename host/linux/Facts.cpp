@@ -5,6 +5,10 @@
 
 #include <host/state/MountTable>
 
+#include <Interface/IntfEnabledState>
+#include <Interface/LinkStatus>
+#include <Lag/LacpMode>
+
 #include <algorithm>
 #include <string_view>
 #include <utility>
@@ -14,6 +18,10 @@
 namespace ostra {
 
 namespace {
+
+using Interface::IntfEnabledState;
+using Interface::LinkStatus;
+using Lag::LacpMode;
 
 // A device that does not say is as good as its carrier.
 bool
@@ -28,7 +36,7 @@ struct Entries {
    char const* collection;
 };
 
-constexpr Entries config = { mount::ethPhyIntfConfig, "intfConfig" };
+constexpr Entries configs = { mount::ethPhyIntfConfig, "intfConfig" };
 constexpr Entries membership = { mount::lagInputConfig, "phyIntf" };
 constexpr Entries lagStatus = { mount::lagInputIntfStatus, "intfStatus" };
 constexpr Entries status = { mount::ethPhyIntfStatus, "intfStatus" };
@@ -72,7 +80,7 @@ class Facts::Patch {
 
 std::vector< std::string >
 Facts::mounts() const {
-   std::vector< std::string > mounts = { config.mount, status.mount };
+   std::vector< std::string > mounts = { configs.mount, status.mount };
    if ( devices_.hasMembership() ) {
       mounts.emplace_back( membership.mount );
    }
@@ -96,7 +104,8 @@ Facts::tell(
    Patch& patch, std::string const& interface, Port const* before, Port const* now ) {
    Json linkStatus;
    if ( now ) {
-      linkStatus = { { "linkStatus", now->hasLink ? "linkUp" : "linkDown" } };
+      LinkStatus const link = now->hasLink ? LinkStatus::linkUp : LinkStatus::linkDown;
+      linkStatus = { { "linkStatus", Ryx::valueToStrep( link ) } };
    }
    if ( isPortChannel( interface ) ) {
       patch.set( lagStatus, interface, std::move( linkStatus ) );
@@ -104,13 +113,18 @@ Facts::tell(
    }
    Json enabled;
    if ( now ) {
-      enabled = { { "adminEnabledStateLocal", now->isEnabled ? "enabled" : "shutdown" } };
+      IntfEnabledState const state =
+         now->isEnabled ? IntfEnabledState::enabled : IntfEnabledState::shutdown;
+      enabled = { { "adminEnabledStateLocal", Ryx::valueToStrep( state ) } };
    }
-   patch.set( config, interface, std::move( enabled ) );
+   patch.set( configs, interface, std::move( enabled ) );
    patch.set( status, interface, std::move( linkStatus ) );
    if ( now && !now->portChannel.empty() ) {
-      char const* const mode = now->isLacp ? "lacpActive" : "lacpOff";
-      patch.set( membership, interface, { { "lag", now->portChannel }, { "mode", mode } } );
+      LacpMode const mode = now->isLacp ? LacpMode::lacpActive : LacpMode::lacpOff;
+      patch.set(
+         membership,
+         interface,
+         { { "lag", now->portChannel }, { "mode", Ryx::valueToStrep( mode ) } } );
    } else if ( before && !before->portChannel.empty() ) {
       patch.set( membership, interface, nullptr );
    }
@@ -118,8 +132,8 @@ Facts::tell(
 
 std::vector< Json >
 Facts::patches( Devices::Changes const& changes ) {
-   Patch gone( { status, membership, config, lagStatus } );
-   Patch there( { config, membership, lagStatus, status } );
+   Patch gone( { status, membership, configs, lagStatus } );
+   Patch there( { configs, membership, lagStatus, status } );
    for ( std::string const& interface : changes.interfaces ) {
       Link const* const link = devices_.linkOf( interface );
       auto told = told_.find( interface );

@@ -28,7 +28,7 @@ Database::Deleter::operator()( sqlite3* database ) const noexcept {
    sqlite3_close_v2( database );
 }
 
-Database::Database( std::string const& path, int wait ) {
+Database::Database( std::string const& path, Milliseconds wait ) {
    sqlite3* database = nullptr;
    int const code = sqlite3_open_v2(
       path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr );
@@ -37,7 +37,7 @@ Database::Database( std::string const& path, int wait ) {
       fail( code );
    }
    sqlite3_extended_result_codes( database, 1 );
-   sqlite3_busy_timeout( database, wait );
+   sqlite3_busy_timeout( database, static_cast< int >( wait.count() ) );
 }
 
 void

@@ -26,12 +26,6 @@ using Kovel::IntfId;
 
 constexpr double never = std::numeric_limits< double >::infinity();
 
-// Null for one that never comes.
-Json
-timeJson( double seconds ) {
-   return std::isfinite( seconds ) ? toJson( seconds ) : Json();
-}
-
 std::string
 textOf( Json const& value ) {
    return value.is_string() ? value.get< std::string >() : std::string();
@@ -76,12 +70,12 @@ Ports::ids() const {
 Ports::Class
 Ports::classState( bool isMlag ) const {
    if ( !machine_.isHeld( isMlag ) ) {
-      return { false, never, timeJson( never ).dump() };
+      return { false, never, finiteOrNull( never ).dump() };
    }
    double const end =
       secondsOf( live_.view().at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) ) +
       machine_.delay( isMlag );
-   return { true, end, timeJson( end ).dump() };
+   return { true, end, finiteOrNull( end ).dump() };
 }
 
 std::string
@@ -155,7 +149,7 @@ Ports::holdOf(
 
 Json
 Ports::numberAt( Path const& path ) const {
-   return timeJson( secondsOf( live_.view().at( path ) ) );
+   return finiteOrNull( secondsOf( live_.view().at( path ) ) );
 }
 
 void
@@ -229,9 +223,9 @@ Ports::classJson( bool isMlag ) const {
    char const* const state = portClass.isHeld ? "held" : start ? "released" : "idle";
    return { { "state", state },
             { "start", start ? toJson( *start ) : Json() },
-            { "end", timeJson( portClass.end ) },
+            { "end", finiteOrNull( portClass.end ) },
             { "remaining",
-              timeJson( remainingSeconds( portClass.end, live_.time().now() ) ) } };
+              finiteOrNull( remainingSeconds( portClass.end, live_.time().now() ) ) } };
 }
 
 Json
@@ -239,7 +233,8 @@ Ports::summary() const {
    bool const isRunning = machine_.isHeld( true ) || machine_.isHeld( false );
    return { { "mlag", classJson( true ) },
             { "nonMlag", classJson( false ) },
-            { "nextAnnouncement", isRunning ? timeJson( WakeUp::nextOfOthers() ) : Json() },
+            { "nextAnnouncement",
+              isRunning ? finiteOrNull( WakeUp::nextOfOthers() ) : Json() },
             { "counts", counts() } };
 }
 

@@ -77,7 +77,7 @@ countOfRecords( Database& database ) {
 // No other process has it, so that it needs no shared memory.
 Database
 opened( std::string const& path, Milliseconds wait ) {
-   Database database( path, static_cast< int >( wait.count() ) );
+   Database database( path, wait );
    database.run( "PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=NORMAL;"
                  "PRAGMA journal_size_limit=4194304;" );
    auto const version = database.numberOf( "PRAGMA user_version" );

@@ -49,11 +49,6 @@ roleOf( Kind kind ) {
                                  : "";
 }
 
-Json
-timeOrNull( double seconds ) {
-   return std::isfinite( seconds ) ? toJson( seconds ) : Json();
-}
-
 } // namespace
 
 PortStory::PortStory( StateView const& state, Tell tell )
@@ -175,8 +170,9 @@ PortStory::period( PortClass portClass ) {
               isHeld       ? "held"
                  : wasHeld ? "released"
                            : "idle" },
-            { "start", isHeld ? timeOrNull( start ) : Json() },
-            { "end", isHeld ? timeOrNull( start + facts_.delay( portClass ) ) : Json() } };
+            { "start", isHeld ? finiteOrNull( start ) : Json() },
+            { "end",
+              isHeld ? finiteOrNull( start + facts_.delay( portClass ) ) : Json() } };
 }
 
 } // namespace ostra

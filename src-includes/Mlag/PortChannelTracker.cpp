@@ -1,15 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-#include <Mlag/LagMember>
 #include <Mlag/PortChannelTracker>
 #include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
-
-LagMember::~LagMember() = default;
-
-LagMember::NotifieeConst::~NotifieeConst() = default;
 
 PortChannelTracker::NotifieeConst::~NotifieeConst() = default;
 

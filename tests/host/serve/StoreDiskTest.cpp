@@ -166,7 +166,8 @@ TEST_F( StoreDisk, RecordsStayUntilThereAreTooManyAlsoWhenNumbersAreMissing ) {
    std::int64_t const limit = 50;
    for ( bool const isCounted : { true, false } ) {
       if ( !isCounted ) {
-         ostra::Database( file(), 0 ).run( "DELETE FROM kept WHERE name = 'count'" );
+         ostra::Database( file(), ostra::Milliseconds( 0 ) )
+            .run( "DELETE FROM kept WHERE name = 'count'" );
       }
       LiveProcess process( state(), clock, driver, "boot 1", { limit, 30 } );
       process.start();

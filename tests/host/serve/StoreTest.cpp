@@ -110,7 +110,7 @@ TEST_F( StoreTest, OneWithABitFlippedInAValueIsSetAside ) {
 
 TEST_F( StoreTest, OneOfALaterVersionIsSetAside ) {
    leave();
-   ostra::Database( file(), 0 ).run( "PRAGMA user_version=2" );
+   ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( "PRAGMA user_version=2" );
    expectAnew( "of version 2, and this program knows 1" );
 }
 
