@@ -5,6 +5,7 @@
 // through the socket: what the client was told is there, ports are released in time and not
 // before it, and history has no gap. OSTRA_KILLS says how often (20), OSTRA_SEED which moments.
 
+#include "NumberedAddress"
 #include "RunningProgram"
 
 #include <host/base/Failure>
@@ -31,16 +32,6 @@ std::map< std::string, double > const delays = { { "Ethernet1", 0.4 },
 
 // Configuration of the clients, where a change's number is put.
 constexpr char numberPath[] = "/v1/state/lacpOverride/lagIdConfig";
-
-// Greater numbers have greater texts.
-std::string
-addressOf( int number ) {
-   return fmt::format(
-      "02:00:00:{:02x}:{:02x}:{:02x}",
-      number >> 16 & 0xff,
-      number >> 8 & 0xff,
-      number & 0xff );
-}
 
 long
 environmentOr( char const* name, long otherwise ) {
@@ -128,9 +119,9 @@ class Campaign {
       takeHistory();
       auto const state = host_.get( "/v1/state" );
       std::string const found =
-         host_.get( numberPath ).value( "Port-Channel99", addressOf( 0 ) );
-      EXPECT_GE( found, addressOf( kept_ ) );
-      EXPECT_LE( found, addressOf( sent_ ) );
+         host_.get( numberPath ).value( "Port-Channel99", numberedAddress( 0 ) );
+      EXPECT_GE( found, numberedAddress( kept_ ) );
+      EXPECT_LE( found, numberedAddress( sent_ ) );
       for ( auto const& [ port, delay ] : delays ) {
          bool const isHeld =
             state.at( "mlagissuCause" ).at( "intfStatus" ).contains( port );
@@ -200,7 +191,7 @@ class Campaign {
                   { { fmt::format( "Ethernet{}", 1 + random_() % 3 ), nullptr } } );
             }
             ++sent_;
-            host_.patch( numberPath, { { "Port-Channel99", addressOf( sent_ ) } } );
+            host_.patch( numberPath, { { "Port-Channel99", numberedAddress( sent_ ) } } );
             kept_ = sent_;
          }
       } catch ( ostra::Failure const& failure ) {

@@ -6,6 +6,7 @@
 // says how often (20), OSTRA_SEED which moments.
 
 #include "LiveProcess"
+#include "NumberedAddress"
 
 #include <fmt/format.h>
 
@@ -80,16 +81,6 @@ configuration() {
       nonMlagDelay / 1000.0 );
 }
 
-// Configuration of the clients, where a patch's number is put.
-std::string
-addressOf( int number ) {
-   return fmt::format(
-      "02:00:00:{:02x}:{:02x}:{:02x}",
-      number >> 16 & 0xff,
-      number >> 8 & 0xff,
-      number & 0xff );
-}
-
 int
 numberOf( std::string address ) {
    std::erase( address, ':' );
@@ -136,7 +127,7 @@ live( std::string const& directory, std::string const& bootId, Devices& devices 
             {},
             fmt::format(
                R"({{"lacpOverride": {{"lagIdConfig": {{"Port-Channel99": "{}"}}}}}})",
-               addressOf( number ) ),
+               numberedAddress( number ) ),
             [ &devices, number ]( auto const& problem ) {
                devices.say( fmt::format( "{} {}", problem ? "lost" : "kept", number ) );
             } );
