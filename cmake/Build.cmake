@@ -43,9 +43,9 @@ add_compile_options( -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor )
 if( MLAGOSTRA_WERROR )
    add_compile_options( -Werror )
 endif()
-# When several sources are compiled as one, names that shadow each other are no mistake.
+# Headers whose types have unnamed parts are no mistake when several sources are one.
 if( CMAKE_UNITY_BUILD )
-   add_compile_options( -Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
+   add_compile_options( $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
 endif()
 # Part of the language since C++14, which clang leaves off by default up to version 18.
 add_compile_options( $<$<CXX_COMPILER_ID:Clang>:-fsized-deallocation> )
@@ -67,23 +67,18 @@ function( mlagostra_sources out )
    set( ${out} ${sources} PARENT_SCOPE )
 endfunction()
 
-# A unity build of the target has one source for each folder, or for so many of a folder's
-# sources: names in unnamed namespaces need to differ only within a folder.
-function( mlagostra_unity_by_folder target )
+# Compiles a few sources of a folder at once: most of a source's compilation is what it
+# includes. Names in unnamed namespaces need to differ within a folder.
+function( mlagostra_compile_together target group_size )
    get_target_property( sources ${target} SOURCES )
-   set( group_size ${ARGN} )
    foreach( source ${sources} )
       cmake_path( GET source PARENT_PATH folder )
       cmake_path( GET folder FILENAME group )
-      if( group_size )
-         math( EXPR part "${count_${group}}+0" )
-         math( EXPR count_${group} "${part}+1" )
-         math( EXPR part "${part}/${group_size}" )
-         string( APPEND group _${part} )
-      endif()
-      set_property( SOURCE ${source} PROPERTY UNITY_GROUP ${group} )
+      math( EXPR part "${count_${group}}+0" )
+      math( EXPR count_${group} "${part}+1" )
+      math( EXPR part "${part}/${group_size}" )
+      set_property( SOURCE ${source} PROPERTY UNITY_GROUP ${group}_${part} )
    endforeach()
-   set_target_properties( ${target} PROPERTIES
-      UNITY_BUILD "${CMAKE_UNITY_BUILD}"
-      UNITY_BUILD_MODE GROUP )
+   set_target_properties( ${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP )
+   target_compile_options( ${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage> )
 endfunction()

@@ -194,11 +194,11 @@ expectedInstead( std::string const& value, ParameterKind const& parameter ) {
 
 std::optional< std::int64_t >
 wholeNumberOf( std::string const& text ) {
-   std::int64_t number = 0;
+   std::int64_t parsed = 0;
    char const* const end = text.data() + text.size();
-   auto const [ rest, error ] = std::from_chars( text.data(), end, number );
-   bool const isNumber = error == std::errc() && rest == end && number >= 0;
-   return isNumber ? std::optional( number ) : std::nullopt;
+   auto const [ rest, error ] = std::from_chars( text.data(), end, parsed );
+   bool const isNumber = error == std::errc() && rest == end && parsed >= 0;
+   return isNumber ? std::optional( parsed ) : std::nullopt;
 }
 
 std::vector< RequestKind > const&

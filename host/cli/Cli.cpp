@@ -33,7 +33,7 @@ namespace ostra {
 
 namespace {
 
-constexpr char description[] =
+constexpr char aboutOstra[] =
    "Loads the MLAG reload-delay plug-in and plays a switch reload against it.";
 constexpr char runDescription[] =
    "Plays a scenario and reports every write and log. Without a scenario, a leaf switch "
@@ -69,7 +69,7 @@ constexpr int highestTraceLevel = int( Ryx::TraceHandle::levels ) - 1;
 
 class CommandLine {
  public:
-   CommandLine() : parser_( "ostra", description, expectedCommand ) {
+   CommandLine() : parser_( "ostra", aboutOstra, expectedCommand ) {
       addRun();
       addCheck();
       addTypes();

@@ -11,7 +11,7 @@ namespace {
 
 using Offset = SourceLine::Offset;
 
-constexpr std::string_view blanks = " \t";
+constexpr std::string_view betweenWords = " \t";
 constexpr std::string_view breaks = "\r\n";
 
 } // namespace
@@ -43,7 +43,7 @@ SourceLine::indent() const {
 
 bool
 SourceLine::isEmpty() const {
-   std::size_t const first = text.find_first_not_of( blanks );
+   std::size_t const first = text.find_first_not_of( betweenWords );
    return first == text.npos || text[ first ] == '#';
 }
 
@@ -54,14 +54,14 @@ SourceLine::tightColon() const {
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/_-",
       std::min( first, text.size() ) );
    bool const isTight = colon != text.npos && colon > first && text[ colon ] == ':' &&
-      colon + 1 < text.size() && blanks.find( text[ colon + 1 ] ) == blanks.npos;
+      colon + 1 < text.size() && betweenWords.find( text[ colon + 1 ] ) == betweenWords.npos;
    return isTight ? std::optional( begin + static_cast< Offset >( colon ) ) : std::nullopt;
 }
 
 Offset
 SourceLine::keyBegin( Offset colon ) const {
    std::string_view key = text.substr( 0, colon - begin );
-   key = key.substr( 0, key.find_last_not_of( blanks ) + 1 );
+   key = key.substr( 0, key.find_last_not_of( betweenWords ) + 1 );
    if ( key.empty() ) {
       return colon;
    }
