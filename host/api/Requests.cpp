@@ -25,7 +25,7 @@ constexpr char json[] = "application/json";
 constexpr char lines[] = "application/x-ndjson";
 constexpr char plain[] = "text/plain; charset=utf-8";
 
-constexpr char number[] = R"({"type":"integer","minimum":0})";
+constexpr char wholeNumberSchema[] = R"({"type":"integer","minimum":0})";
 
 AnswerKind
 problem( int status, std::string meaning ) {
@@ -77,20 +77,30 @@ stateRequests() {
 
 std::vector< RequestKind >
 eventRequests() {
-   ParameterKind const since{ "since", "query", number, "Only what has a greater `seq`." };
+   ParameterKind const since{
+      "since", "query", wholeNumberSchema, "Only what has a greater `seq`."
+   };
    return {
       { "GET",
         "/v1/events",
         "What happens from now on, as server-sent events whose `id` is the record's `seq`.",
         { { "/v1/events", "Record" } },
         std::string( http::eventStreamType ),
-        { since, { "Last-Event-ID", "header", number, "Goes on behind that record." } } },
+        { since,
+          { "Last-Event-ID",
+            "header",
+            wholeNumberSchema,
+            "Goes on behind that record." } } },
       { "GET",
         "/v1/history",
         "What has happened, a record a line.",
         { { "/v1/history", "Record" } },
         lines,
-        { since, { "limit", "query", number, "At most that many, the oldest first." } } },
+        { since,
+          { "limit",
+            "query",
+            wholeNumberSchema,
+            "At most that many, the oldest first." } } },
       { "POST",
         "/v1/forecast",
         "What would happen from now on, a record a line; nothing is changed.",
@@ -100,7 +110,7 @@ eventRequests() {
             "query",
             R"({"enum":["ndjson","text"]})",
             "`text`: a text for people instead." },
-          { "width", "query", number, "Of the text, in columns." },
+          { "width", "query", wholeNumberSchema, "Of the text, in columns." },
           { "colour", "query", R"({"enum":["always","never"]})", "Of the text." } },
         { { 200, plain, "", "" },
           problem( 404, "The patch changes what is not there." ),

@@ -101,7 +101,7 @@ StoreDatabase::create( std::string const& path ) {
       fs::remove( beside + suffix, error );
    }
    {
-      Database database( beside, 0 );
+      Database database( beside, Milliseconds( 0 ) );
       database.run( schema );
       database.run( fmt::format( "PRAGMA user_version={}", schemaVersion ) );
    }

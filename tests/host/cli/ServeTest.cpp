@@ -84,7 +84,7 @@ TEST_F( Serve, StartsAgainAfterItWasKilled ) {
 TEST_F( Serve, EndsWhenAnotherProcessHasItsStore ) {
    outcomeOf( SIGTERM );
    std::string const store = socket().replace( socket().size() - 6, 6, "state/state.db" );
-   ostra::Database operators( store, 0 );
+   ostra::Database operators( store, ostra::Milliseconds( 0 ) );
    operators.run( "BEGIN EXCLUSIVE" );
    RunningProgram program( { "serve", "--config", config, "--plugin", OSTRA_PLUGIN } );
    auto const outcome = program.outcome();

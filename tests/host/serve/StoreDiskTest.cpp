@@ -144,7 +144,7 @@ TEST_F( StoreDisk, NumbersThatWereLeftStayLeftWhenNothingIsWritten ) {
    fs::rename( file( ".backup" ), file() );
    clock.moment += std::chrono::seconds( 1 );
    {
-      ostra::Database operators( file(), 0 );
+      ostra::Database operators( file(), ostra::Milliseconds( 0 ) );
       operators.run( "BEGIN EXCLUSIVE" );
       EXPECT_THROW( next(), ostra::Failure );
    }

@@ -72,7 +72,7 @@ class StoreStart : public testing::Test {
 TEST_F( StoreStart, OfOneThatAnotherProcessHasIsTriedAgain ) {
    leave();
    {
-      ostra::Database operators( file(), 0 );
+      ostra::Database operators( file(), ostra::Milliseconds( 0 ) );
       operators.run( "BEGIN EXCLUSIVE" );
       expectNoStart( "another process has it: expected one that nobody has open" );
    }
