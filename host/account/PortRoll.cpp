@@ -53,7 +53,10 @@ void
 PortRoll::hold( Hold const& hold ) {
    if ( hold.kind != HolderKind::standby ) {
       heldNow_.insert( hold.id );
-      heldOnce_.insert( hold.id );
+      // One that has just gone comes back as another port.
+      if ( facts_.isPresent( hold.id ) ) {
+         heldOnce_.insert( hold.id );
+      }
       heldEver_.insert( hold.id );
       told_.erase( hold.id );
    }

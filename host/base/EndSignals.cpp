@@ -3,11 +3,18 @@
 
 #include <host/base/EndSignals>
 
+#include <atomic>
 #include <initializer_list>
 
 #include <sys/signalfd.h>
 
 namespace ostra {
+
+namespace {
+
+std::atomic< bool > isWanted = false;
+
+} // namespace
 
 sigset_t
 endSignals() noexcept {
@@ -21,6 +28,16 @@ endSignals() noexcept {
       }
    }
    return signals;
+}
+
+bool
+isEndWanted() noexcept {
+   return isWanted;
+}
+
+void
+isEndWantedIs( bool is ) noexcept {
+   isWanted = is;
 }
 
 int

@@ -15,6 +15,13 @@
 
 namespace ostra {
 
+namespace {
+
+// For a reader that takes nothing after a signal has ended the run, in milliseconds.
+constexpr int patience = 3000;
+
+} // namespace
+
 OutputBuffer::OutputBuffer( int descriptor ) noexcept
       : descriptor_( descriptor ), signals_( toRead( endSignals() ) ) {
    setp( buffer_.data(), buffer_.data() + buffer_.size() );
@@ -37,7 +44,13 @@ OutputBuffer::overflow( int_type c ) {
 bool
 OutputBuffer::isTaken() noexcept {
    pollfd ready[] = { { descriptor_, POLLOUT, 0 }, { signals_, POLLIN, 0 } };
-   while ( poll( ready, std::size( ready ), -1 ) < 0 && errno == EINTR ) {}
+   int count = 0;
+   do {
+      count = poll( ready, std::size( ready ), isEndWanted() ? patience : -1 );
+   } while ( count < 0 && errno == EINTR );
+   if ( count == 0 ) {
+      return false;
+   }
    if ( ready[ 0 ].revents != 0 || ready[ 1 ].revents == 0 ) {
       return true;
    }

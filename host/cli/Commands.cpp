@@ -5,6 +5,7 @@
 
 #include <host/alarms/RunAlarms>
 #include <host/base/Environment>
+#include <host/base/Failure>
 #include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/check/ScenarioSchema>
@@ -179,7 +180,9 @@ checkScenario( CheckOptions const& options, std::ostream& out, std::ostream& err
             counted( lines.size(), "warning" ) ) );
    }
    out << fmt::format(
-      "{}: ok, {}\n", input.scenarioName(), describe( input.scenario(), input.mounts() ) );
+      "{}: ok, {}\n",
+      oneLine( input.scenarioName() ),
+      describe( input.scenario(), input.mounts() ) );
 }
 
 void

@@ -4,6 +4,7 @@
 #include <host/cli/Serve>
 
 #include <host/api/Api>
+#include <host/base/Failure>
 #include <host/base/Words>
 #include <host/cli/ErrorLines>
 #include <host/http/Server>
@@ -390,7 +391,9 @@ serve( ServeOptions const& options, std::ostream& out ) {
       warnOfPlaces( config, std::cerr );
       warnOfDevices( config, std::cerr );
       out << fmt::format(
-         "{}: ok, {}\n", options.config.value_or( "configuration" ), describe( config ) );
+         "{}: ok, {}\n",
+         oneLine( options.config.value_or( "configuration" ) ),
+         describe( config ) );
       return;
    }
    Service( options, std::move( config ) ).run( out );

@@ -18,6 +18,7 @@ using std::chrono::nanoseconds;
 
 MachineTime::MachineTime( int output )
       : output_( output ), signals_( endSignals() ), signalsToRead_( toRead( signals_ ) ) {
+   isEndWantedIs( false );
    sigprocmask( SIG_BLOCK, &signals_, &before_ );
 }
 
@@ -43,7 +44,7 @@ MachineTime::isInterrupted( nanoseconds wait ) {
    }
    // The signal, if it is one, has done what it was sent for.
    timespec const now{};
-   sigtimedwait( &signals_, nullptr, &now );
+   isEndWantedIs( sigtimedwait( &signals_, nullptr, &now ) > 0 );
    return true;
 }
 

@@ -23,6 +23,7 @@ struct Line {
    std::string text;
    // Whether an instant begins with it.
    bool isTimed;
+   bool isSummary;
 };
 
 std::string
@@ -49,7 +50,7 @@ linesOf( std::string const& report ) {
       }
       std::string const name = trimmed( line.substr( label, text - label ) );
       if ( !name.empty() ) {
-         lines.push_back( { name, line.substr( text ), isTimed } );
+         lines.push_back( { name, line.substr( text ), isTimed, isSummary } );
       } else if ( !lines.empty() ) {
          std::string& before = lines.back().text;
          before += ( before.ends_with( ',' ) ? "" : " " ) + trimmed( line );
@@ -156,7 +157,9 @@ class Reader {
          put( "exempt", names );
       } else if ( line.label == "not held" ) {
          put( "not held", names );
-         listed_.insert( names.begin(), names.end() );
+         if ( line.isSummary ) {
+            listed_.insert( names.begin(), names.end() );
+         }
       } else if ( line.label == "standby" ) {
          bool const isPort = line.text.find( " of a port-channel" ) != std::string::npos;
          isPort ? put( "standby", names ) : standby( names, true );

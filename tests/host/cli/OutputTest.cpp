@@ -142,6 +142,20 @@ TEST( Cli, SignalEndsARealTimeRunThatNobodyReads ) {
    }
 }
 
+// What is written at the end alone, a page, does not fill the pipe before.
+TEST( Cli, SignalEndsARealTimeRunWhoseEndNobodyReads ) {
+   std::string const file = ostra::temporaryFile( "many.yaml", manyPorts( 2000 ) );
+   for ( int const signal : { SIGTERM, SIGINT } ) {
+      ostra::SignalAction const action( signal, SIG_DFL );
+      RunningProgram program( { "run", file, "--real-time", "--format", "html" } );
+      EXPECT_TRUE( program.hasWritten() );
+      program.signal( signal );
+      Outcome const outcome = program.outcome();
+      EXPECT_EQ( outcome.status, 1 ) << signal;
+      EXPECT_EQ( outcome.err, "ostra: cannot write: Interrupted system call\n" );
+   }
+}
+
 TEST( Cli, ColumnsSayHowWideTheTextIs ) {
    auto const widest = []( std::string const& command ) {
       std::istringstream text( shell( command ).out );

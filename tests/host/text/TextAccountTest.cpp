@@ -57,6 +57,26 @@ TEST_F( TextAccountTest, PortsThatAnOverrideAloneKeepsFromBeingHeldAreListed ) {
                  "                Ethernet1-2\n" ) );
 }
 
+TEST_F( TextAccountTest, APortThatWasHeldAndComesBackWhenTheDelayIsOverIsListed ) {
+   startAndSkipHeading( smallSwitch() );
+   delayRuns( 0ms, true );
+   hold( 0ms, { "Ethernet3", "Ethernet4" } );
+   event(
+      10'000ms, 1, R"({ "ethPhyIntfStatus": { "intfStatus": { "Ethernet4": null } } })" );
+   release( 10'000ms, { "Ethernet4" } );
+   release( 330'000ms, { "Ethernet3" } );
+   over( true );
+   over( false );
+   delayRuns( 330'000ms, false );
+   event(
+      400'000ms, 2, R"({ "ethPhyIntfStatus": { "intfStatus": { "Ethernet4": {} } } })" );
+   EXPECT_THAT(
+      text(), HasSubstr( "not held    1 port, the reload delay is over: Ethernet4\n" ) );
+   EXPECT_THAT(
+      textOfEnd( 400'000ms ),
+      HasSubstr( "  not held      1 port, the reload delay is over: Ethernet4\n" ) );
+}
+
 TEST_F( TextAccountTest, StandbyThatWasTakenBackIsNoStandby ) {
    startAndSkipHeading( smallSwitch() );
    delayRuns( 0ms, true );
