@@ -164,6 +164,14 @@ class Explanation {
       }
    }
 
+   // To the parser the bracket or quote behind the colon is part of the key's text.
+   void tightBracketIn( SourceLine const& line ) const {
+      auto const colon = line.tightColon();
+      if ( colon && std::string_view( "{[\"'" ).find( text_[ *colon + 1 ] ) < 4 ) {
+         tightColonIn( line );
+      }
+   }
+
    void endOfQuote() const {
       if ( error_.context == "while scanning a quoted scalar" ) {
          say( error_.contextOffset, "a quote without an end: expected it to be closed" );
@@ -226,6 +234,7 @@ class Explanation {
    void noKey() const {
       longQuote();
       if ( !isFirstInLine() || isAtEnd() ) {
+         tightBracketIn( line_ );
          say( error_.problemOffset, "{}: expected the end of the line", found() );
       }
       tightColonIn( line_ );

@@ -169,6 +169,8 @@ TEST( Document, BrokenSyntaxIsOneLineWithItsPlace ) {
          { "a: 1\n- b\n", "2:1: not YAML: \"-\": expected a key as above" },
          { "- a\nb: 1\n", "2:1: not YAML: \"b\": expected \"-\" as above" },
          { "a: \"x\" y\n", "1:8: not YAML: \"y\": expected the end of the line" },
+         { "a:{ b: { c: 1 } }\n",
+           "1:2: not YAML: a colon without a space behind it: expected one" },
          { "a: @x", "1:4: not YAML: a text that begins with \"@\": expected it in quotes" },
          { "{a: ::1}",
            "1:5: not YAML: a text that begins with \":\" between brackets: expected it in "
