@@ -112,6 +112,17 @@ TEST_F( MembershipAccessors, TrackerCountsItsMembersWhenTheirStorageGoes ) {
    EXPECT_EQ( first->members(), 0u );
 }
 
+TEST_F( MembershipAccessors, AnIteratorOnARemovedMemberDoesNotDeleteTheOneInItsPlace ) {
+   Mlag::Ostra::RecordedMembers storage;
+   storage.newRecord( member, first );
+   Mlag::Ostra::RecordedMembers::Map::Iterator it( storage.map );
+   storage.map.remove( member );
+   storage.newRecord( member, second );
+   storage.map.remove( it );
+   EXPECT_EQ( storage.value( member ), second );
+   EXPECT_EQ( second->members(), 1u );
+}
+
 TEST_F( MembershipAccessors, TrackerCountsItsMembersByName ) {
    auto const named = support::adapted( sm );
    auto const key = Ryx::toGeneric( member );

@@ -44,6 +44,17 @@ class Refusing final : public Interface::AllIntfStatusDir {
    }
 };
 
+TEST_F( AgentRefusal, AReactorWithNothingToCopyNeedsNoDirectoriesYet ) {
+   dirs.eth = nullptr;
+   dirs.all = nullptr;
+   auto const ofNone = setReactor();
+   EXPECT_EQ( ofNone->notifier(), dirs.peer );
+   dirs.peer = nullptr;
+   EXPECT_EQ( setReactor(), ofNone );
+   dirs.all = Ryx::make< Interface::AllIntfStatusDir >( "all" );
+   EXPECT_NE( setReactor(), ofNone );
+}
+
 TEST_F( AgentRefusal, AReactorThatCannotBeMadeIsNotStored ) {
    dirs.peerIs( "PeerEthernet1" );
    auto const all = dirs.all;
@@ -119,11 +130,17 @@ TEST_F( AgentRefusal, AReplacementThatIsRefusedWithinADeliveryLeavesThePresentOn
    auto const reactor = setReactor();
    auto const old = dirs;
    observer->action = [ & ] {
-      dirs.peer = Ryx::make< Interface::PeerIntfStatusDir >( "other" );
-      dirs.peerIs( "PeerEthernet9" );
-      dirs.all = nullptr;
-      EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
-      dirs = old;
+      for ( bool const lacksEth : { true, false } ) {
+         dirs.peer = Ryx::make< Interface::PeerIntfStatusDir >( "other" );
+         dirs.peerIs( "PeerEthernet9" );
+         if ( lacksEth ) {
+            dirs.eth = nullptr;
+         } else {
+            dirs.all = nullptr;
+         }
+         EXPECT_EQ( support::refusal( [ & ] { setReactor(); } ), "null ValidPtr" );
+         dirs = old;
+      }
    };
    auto const status = dirs.peerIs( "PeerEthernet1" );
    EXPECT_FALSE( observer->action );
