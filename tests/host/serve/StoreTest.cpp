@@ -236,7 +236,7 @@ TEST_F( StoreTest, ARowIsFoundByItsNameWhateverStandsInIt ) {
 // What has not changed since the process before is not written again.
 TEST_F( StoreTest, ARestartWritesWhatHasChanged ) {
    leave();
-   ostra::Database( file(), 0 )
+   ostra::Database( file(), ostra::Milliseconds( 0 ) )
       .run( "CREATE TABLE written ( path TEXT );"
             "CREATE TRIGGER note AFTER INSERT ON state BEGIN"
             " INSERT INTO written VALUES ( NEW.path ); END;" );
@@ -245,7 +245,7 @@ TEST_F( StoreTest, ARestartWritesWhatHasChanged ) {
       process.start();
       EXPECT_EQ( process.patch( "7", { "mlagConfig", "reloadDelayNonMlag" } ), "" );
    }
-   ostra::Database after( file(), 0 );
+   ostra::Database after( file(), ostra::Milliseconds( 0 ) );
    EXPECT_EQ( after.numberOf( "SELECT count(*) FROM written" ), 1 );
 }
 
