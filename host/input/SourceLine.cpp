@@ -54,7 +54,8 @@ SourceLine::tightColon() const {
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/_-",
       std::min( first, text.size() ) );
    bool const isTight = colon != text.npos && colon > first && text[ colon ] == ':' &&
-      colon + 1 < text.size() && betweenWords.find( text[ colon + 1 ] ) == betweenWords.npos;
+      colon + 1 < text.size() &&
+      betweenWords.find( text[ colon + 1 ] ) == betweenWords.npos;
    return isTight ? std::optional( begin + static_cast< Offset >( colon ) ) : std::nullopt;
 }
 
