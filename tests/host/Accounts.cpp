@@ -152,6 +152,7 @@ class Reader {
       if ( line.label == "held" ) {
          put( "held", names );
          everHeld_.insert( names.begin(), names.end() );
+         heldSinceThere_.insert( names.begin(), names.end() );
       } else if ( line.label == "never held" ) {
          checkNeverHeld( names );
          put( "exempt", names );
@@ -166,6 +167,11 @@ class Reader {
          replaced_ += membersReplacedBy( line.text );
       } else if ( line.label == "released" ) {
          isPortChannel ? standby( names, false ) : put( "released", names );
+         if ( line.text.find( "interface gone" ) != std::string::npos ) {
+            for ( std::string const& name : names ) {
+               heldSinceThere_.erase( name );
+            }
+         }
          checkInstead( line.text, names );
       } else if (
          line.label == "WARNING" && line.text.find( "still held" ) != std::string::npos ) {
@@ -268,7 +274,7 @@ class Reader {
       }
       if (
          place == "not held" && !waits && !end_.isExempt( port ) &&
-         !listed_.contains( port ) ) {
+         !heldSinceThere_.contains( port ) && !listed_.contains( port ) ) {
          complain( port, "is not listed at the end" );
       }
    }
@@ -281,6 +287,8 @@ class Reader {
    std::map< std::string, std::string > places_;
    // Whether in the cause or released since; a port that goes and comes back, too.
    Names everHeld_;
+   // Told of as held, and not gone since.
+   Names heldSinceThere_;
    // Members that standby is said to stand in for.
    int replaced_ = 0;
    // Port-channels in standby now, and ever.
