@@ -146,6 +146,14 @@ TYPED_TEST( SmInput, RemovedReturnsTheObjectAndRetiresTheReactor ) {
    EXPECT_EQ( this->take(), SwitchFixture::Log() );
 }
 
+TYPED_TEST( SmInput, ReactorHasTheMachineThatItIsGiven ) {
+   auto const reactor = reactorOf< typename TypeParam::Reactor >( *this->sm );
+   reactor->mlagErrdisableSmIs( nullptr );
+   EXPECT_EQ( reactor->mlagErrdisableSm(), nullptr );
+   reactor->mlagErrdisableSmIs( this->sm.ptr() );
+   EXPECT_EQ( reactor->mlagErrdisableSm(), this->sm.ptr() );
+}
+
 TYPED_TEST( SmInput, CreatorMakesAnActiveReactorThatIsNotStored ) {
    auto const reactor = reactorOf< typename TypeParam::Reactor >( *this->sm );
    auto const input = this->another();
