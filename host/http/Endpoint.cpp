@@ -217,7 +217,7 @@ whyTaken( TcpEndpoint const& endpoint ) {
    Address address = tcpAddress( endpoint );
    int const descriptor = makeSocket( address.storage.ss_family );
    bool const isBound = bindTo( descriptor, address );
-   std::string const why = isBound ? "" : std::strerror( errno );
+   std::string why = isBound ? "" : std::strerror( errno );
    close( descriptor );
    return why;
 }

@@ -51,7 +51,7 @@ Narrowed::event( Milliseconds at, EventRecord const& record ) {
       return;
    }
    Json const whole = record.patch();
-   Json const part = partOf( whole );
+   Json part = partOf( whole );
    if ( !part.empty() || whole.empty() ) {
       sink_.event( at, { record.index, [ &part ] { return part; }, record.label } );
    }
