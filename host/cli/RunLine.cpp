@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/cli/RunLine>
+
+#include <host/base/Failure>
+#include <host/base/IntfRanges>
+#include <host/cli/InputArguments>
+#include <host/input/Instant>
+
+#include <Ryx/Exception>
+#include <Ryx/Trace>
+
+#include <fmt/format.h>
+
+namespace ostra {
+
+namespace {
+
+constexpr char runDescription[] =
+   "Plays a scenario and reports every write and log. Without a scenario, a leaf switch "
+   "reloads.";
+
+constexpr int highestTraceLevel = int( Ryx::TraceHandle::levels ) - 1;
+
+} // namespace
+
+void
+RunLine::addTrace( CLI::App& command ) {
+   parser_.addValue(
+      command,
+      "--trace",
+      "LEVEL",
+      fmt::format(
+         "Report the plug-in's traces of levels 0 to LEVEL, at most {}. 8 shows every "
+         "handler that runs, 9 beside it every port and port-channel that is added",
+         highestTraceLevel ),
+      fmt::format( "a level from 0 to {}", highestTraceLevel ),
+      [ this ]( std::string const& text ) {
+         int const level = wholeNumber< int >( text ).value_or( -1 );
+         options_.trace = level;
+         return level >= 0 && level <= highestTraceLevel;
+      } );
+}
+
+void
+RunLine::addNarrowing( CLI::App& command ) {
+   parser_.addText(
+      command,
+      "--trace-of",
+      "NAME",
+      "Report traces of this handle or function alone; without --trace, of all levels",
+      "the name of a handle or a function",
+      options_.narrowing.traces );
+   parser_.addValue(
+      command,
+      "--only",
+      "INTERFACES",
+      "Tell of these alone, with the port-channels they are in, as Ethernet1-4,7",
+      "interfaces, as Ethernet1-4,7",
+      [ this ]( std::string const& text ) {
+         try {
+            options_.narrowing.interfaces = interfacesOf( text );
+         } catch ( Ryx::RangeException const& error ) {
+            throw Failure(
+               ExitStatus::badInput,
+               "ostra run: --only: " + shortenedIn( error.message(), text ) );
+         }
+         return true;
+      } );
+}
+
+void
+RunLine::addUntil( CLI::App& command ) {
+   parser_.addValue(
+      command,
+      "--until",
+      "TIME",
+      "Scenario time at which the run ends, in seconds or like 1h30m; overrides the "
+      "scenario's own",
+      std::string( expectedScenarioTime ),
+      [ this ]( std::string const& text ) {
+         options_.until = scenarioInstant( text );
+         if ( !options_.until ) {
+            refuse( "ostra run: --until", inQuotes( text ), expectedInsteadOf( text ) );
+         }
+         return true;
+      } );
+}
+
+void
+RunLine::addAgainst( CLI::App& command ) {
+   parser_.addText(
+      command,
+      "--against",
+      "FILE",
+      "With --format html: compare the run with that scenario's, on one time line. For "
+      "such a page, or for one of its own, a file may be a stream that was recorded "
+      "with --format ndjson, too",
+      expectedFile,
+      options_.against );
+}
+
+void
+RunLine::refuseAgainst() const {
+   if ( options_.against && options_.format != RunFormat::html ) {
+      refuse( "ostra run: --against", "another format", "--format html" );
+   }
+   if (
+      options_.against == "-" &&
+      ( options_.input.scenario == "-" || options_.input.mounts == "-" ) ) {
+      refuse(
+         "ostra run: --against",
+         inQuotes( "-" ),
+         "a file, as standard input is read already" );
+   }
+}
+
+void
+RunLine::addCommand() {
+   CLI::App& command = parser_.addCommand( "run", runDescription );
+   addScenario( parser_, command, options_.input );
+   parser_.addChoice< RunFormat >(
+      command,
+      "--format",
+      options_.format,
+      { { "text", RunFormat::text },
+        { "ndjson", RunFormat::ndjson },
+        { "html", RunFormat::html },
+        { "svg", RunFormat::svg } },
+      "For people (which it is without this), one JSON object a line, a page that "
+      "shows it in a browser and needs nothing else, or a picture of its time line" );
+   parser_.addChoice< Colour >(
+      command,
+      "--colour,--color",
+      options_.colour,
+      { { "auto", Colour::automatic },
+        { "always", Colour::always },
+        { "never", Colour::never } },
+      "When the text has colours; auto: on a terminal" );
+   addTrace( command );
+   addNarrowing( command );
+   addUntil( command );
+   parser_.addFlag(
+      command,
+      "--real-time",
+      options_.realTime,
+      "Wait: a second of scenario time takes a second" );
+   addAgainst( command );
+   addMounts( parser_, command, options_.input );
+   addMaxInput( parser_, command, options_.input );
+   addPlugin( parser_, command, options_.input.plugin );
+}
+
+void
+RunLine::execute( std::ostream& out ) const {
+   refuseTwoReaders( parser_, options_.input );
+   refuseAgainst();
+   RunOptions options = options_;
+   if ( options.narrowing.traces && !options.trace ) {
+      options.trace = highestTraceLevel;
+   }
+   runScenario( options, out );
+}
+
+} // namespace ostra
