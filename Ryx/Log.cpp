@@ -3,9 +3,12 @@
 
 #include <Ryx/Log>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <iostream>
+#include <numeric>
+#include <string_view>
 
 namespace Ryx {
 
@@ -17,17 +20,23 @@ LogSink* logSink = nullptr;
 String8
 filled( String8 const& format, String8 const* args, unsigned count ) {
    String8 text;
-   for ( std::size_t i = 0; i < format.size(); ++i ) {
-      std::string_view const two = std::string_view( format ).substr( i, 2 );
-      if ( two == "%%" ) {
-         text += '%';
-         ++i;
-      } else if ( two == "%s" && count > 0 ) {
+   text.reserve( std::accumulate(
+      args, args + count, format.size(), []( std::size_t size, String8 const& argument ) {
+         return size + argument.size();
+      } ) );
+   std::string_view rest = format;
+   while ( !rest.empty() ) {
+      std::size_t const plain = std::min( rest.find( '%' ), rest.size() );
+      text += rest.substr( 0, plain );
+      rest.remove_prefix( plain );
+      std::string_view const two = rest.substr( 0, 2 );
+      if ( two == "%s" && count > 0 ) {
          text += *args++;
          --count;
-         ++i;
-      } else {
-         text += format[ i ];
+         rest.remove_prefix( 2 );
+      } else if ( !two.empty() ) {
+         text += '%';
+         rest.remove_prefix( two == "%%" ? 2 : 1 );
       }
    }
    return text;

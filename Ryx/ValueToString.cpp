@@ -3,7 +3,7 @@
 
 #include <Ryx/ValueToString>
 
-#include <sstream>
+#include <charconv>
 
 namespace Ryx {
 
@@ -22,9 +22,11 @@ valueToString( String8 const& value ) {
 template<>
 String8
 valueToString( double const& value ) {
-   std::ostringstream text;
-   text << value;
-   return text.str();
+   // Six digits and an exponent of three are the longest.
+   char text[ 16 ];
+   auto const written =
+      std::to_chars( text, text + sizeof text, value, std::chars_format::general, 6 );
+   return String8( text, written.ptr );
 }
 
 template<>

@@ -6,7 +6,12 @@
 #include <gtest/gtest.h>
 #include <support/SimulatedTime>
 
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <limits>
+#include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -82,6 +87,20 @@ TEST( ValueToString, DoublesHaveSixSignificantDigitsInTheShorterForm ) {
    EXPECT_EQ( Ryx::valueToString( 1234567.0 ), "1.23457e+06" );
    EXPECT_EQ( Ryx::valueToString( -0.00001 ), "-1e-05" );
    EXPECT_EQ( Ryx::valueToString( std::numeric_limits< double >::infinity() ), "inf" );
+}
+
+TEST( ValueToString, DoublesReadAsAnOutputStreamWritesThem ) {
+   std::mt19937_64 random( 1 );
+   for ( int i = 0; i < 20000; ++i ) {
+      std::uint64_t const bits = random();
+      // Every pattern of bits, and numbers as delays are.
+      double const value = i % 2 == 0
+         ? std::bit_cast< double >( bits )
+         : static_cast< double >( bits % 100000000 ) / std::pow( 10, bits % 7 );
+      std::ostringstream stream;
+      stream << value;
+      ASSERT_EQ( Ryx::valueToString( value ), stream.str() );
+   }
 }
 
 TEST( ValueToString, IntegersAreDecimal ) {
