@@ -76,8 +76,24 @@ function( mlagostra_install_library name description requires namelink )
    mlagostra_run_path( ${name} "" )
    install( TARGETS ${name} EXPORT MlagOstraTargets
       LIBRARY COMPONENT Runtime NAMELINK_COMPONENT ${namelink} )
+   mlagostra_install_printers( ${name} )
    list( JOIN ARGN " " link_flags )
    mlagostra_install_pkgconfig( ${name} ${description} "${requires}" "${link_flags}" )
+endfunction()
+
+# What gdb loads by itself when it sees the library: it looks under the library's own path,
+# which is known when it is installed. What is loaded is the same for all libraries.
+function( mlagostra_install_printers library )
+   if( IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR} )
+      set( libdir ${CMAKE_INSTALL_LIBDIR} )
+   else()
+      set( libdir "\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}" )
+   endif()
+   set( script ${CMAKE_CURRENT_BINARY_DIR}/${library}-gdb.py )
+   configure_file( ${PROJECT_SOURCE_DIR}/gdb/auto-load.py.in ${script} @ONLY )
+   install( FILES ${script} COMPONENT Development
+      DESTINATION "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${libdir}"
+      RENAME lib${library}.so.${PROJECT_VERSION}-gdb.py )
 endfunction()
 
 function( mlagostra_install_program name )
@@ -103,6 +119,29 @@ function( mlagostra_install_service )
       DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
 endfunction()
 
+# Installs documents side by side, with links that lead to what is installed. A document that is
+# not there is named without a link: operators do not have those for developers.
+function( mlagostra_install_documents component )
+   mlagostra_relative( examples
+      ${CMAKE_INSTALL_FULL_DOCDIR} ${CMAKE_INSTALL_FULL_DATADIR}/mlagostra/examples )
+   set( absent "(CONTRIBUTING|README|release)\\.md" )
+   if( component STREQUAL Runtime )
+      set( absent "(CONTRIBUTING|README|debug|extend|host|release|types)\\.md" )
+   endif()
+   foreach( document IN LISTS ARGN )
+      set_property( DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${document} )
+      file( READ ${document} text )
+      string( REPLACE "](../examples" "](${examples}" text "${text}" )
+      string( REPLACE "](../systemd/" "](" text "${text}" )
+      string( REPLACE "](docs/" "](" text "${text}" )
+      string( REGEX REPLACE "\\[([^]\n]+)\\]\\(${absent}[^)\n]*\\)" "\\1" text "${text}" )
+      cmake_path( GET document FILENAME name )
+      file( WRITE ${PROJECT_BINARY_DIR}/documents/${name} "${text}" )
+      install( FILES ${PROJECT_BINARY_DIR}/documents/${name}
+         DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT ${component} )
+   endforeach()
+endfunction()
+
 function( mlagostra_install_package )
    install( EXPORT MlagOstraTargets NAMESPACE MlagOstra::
       DESTINATION ${mlagostra_package_dir} COMPONENT Development )
@@ -126,13 +165,17 @@ function( mlagostra_install_package )
       DESTINATION ${mlagostra_types_dir}/machines COMPONENT Development )
    install( DIRECTORY types/generator DESTINATION ${mlagostra_types_dir}
       COMPONENT Development USE_SOURCE_PERMISSIONS PATTERN generate EXCLUDE )
+   install( DIRECTORY gdb/ DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra/gdb
+      COMPONENT Development FILES_MATCHING PATTERN *.py PATTERN __pycache__ EXCLUDE )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
    mlagostra_install_service()
-   install( FILES LICENSE CHANGELOG.md SECURITY.md docs/operation.md docs/scenario.md docs/serve.md
-      DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
-   install( FILES docs/extend.md docs/host.md docs/types.md
-      DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development )
+   mlagostra_install_documents( Runtime
+      CHANGELOG.md SECURITY.md docs/operation.md docs/scenario.md docs/serve.md )
+   mlagostra_install_documents( Development
+      docs/debug.md docs/extend.md docs/host.md docs/types.md )
+   install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
+   install( DIRECTORY docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )
    install( FILES docs/example/host.cpp
       DESTINATION ${CMAKE_INSTALL_DOCDIR}/example COMPONENT Development )
    mlagostra_uninstall()

@@ -34,18 +34,23 @@ for path in bin/ostra lib/libMlagOstra.so share/mlagostra/examples \
    share/doc/MlagOstra/{CHANGELOG,SECURITY,operation,scenario,serve}.md; do
    expect "$path"
 done
+check_links "$prefix"
 check_program "$prefix"
 [ ! -e "$prefix/include" ] && [ ! -e "$prefix/lib/libRyx.so" ] ||
    fail "the component Runtime has what only Development needs"
 cmake --install "$build" --prefix "$prefix" --component Development >/dev/null
 for path in lib/lib{Ryx,RyxTypes}.so include/{Ryx/HashMap,Kovel/IntfId,Mlag/Config} \
    include/{Mlag/MlagErrdisableSm,OstraMlag/OstraMlag} \
-   share/doc/MlagOstra/{extend.md,host.md,types.md,example/host.cpp} \
+   share/doc/MlagOstra/{debug.md,extend.md,host.md,types.md,example/host.cpp} \
+   share/gdb/auto-load"$prefix"/lib/lib{Ryx,RyxTypes,MlagOstra}.so."$version"-gdb.py \
+   share/mlagostra/gdb/{load.py,mlagostra_gdb/__init__.py} \
    share/mlagostra/types/{Mlag.yaml,machines/MlagErrdisableSm.yaml,generator/mlagostra-types}; do
    expect "$path"
 done
+check_links "$prefix"
 cmake --install "$build" --prefix "$work/whole" >/dev/null
-diff <(files "$work/whole") <(files "$prefix") ||
+# What a debugger loads is found by where its library is.
+diff <(files "$work/whole" | sed "s|$work/whole||") <(files "$prefix" | sed "s|$prefix||") ||
    fail "installed, and in none of the components"
 
 # What is installed is taken away again, and nothing else.

@@ -29,6 +29,18 @@ check_program() {
    "$1/bin/ostra" types OstraMlag::Agent >"$work/types.txt"
 }
 
+# PREFIX: what the installed documents link to is installed with them.
+check_links() {
+   local document target file
+   for document in "$1"/share/doc/MlagOstra/*.md; do
+      while read -r target; do
+         file=${target%%#*}
+         [ -e "${document%/*}/${file:-${document##*/}}" ] ||
+            fail "${document##*/} links to $target, which is not installed"
+      done < <(grep -oE '\]\([^)]+\)' "$document" | sed -E 's/^..|.$//g' | grep -v '^https\?:')
+   done
+}
+
 # PREFIX VERSION: configures a project that wants that version of the package.
 find_the_package() {
    cmake --fresh -S "$consumer" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$1" \
