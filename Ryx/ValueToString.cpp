@@ -22,6 +22,13 @@ valueToString( String8 const& value ) {
 template<>
 String8
 valueToString( double const& value ) {
+   // What has six digits at most and no fraction needs no search for the digits of a double.
+   if ( value >= 1 && value < 1e6 ) {
+      int const whole = static_cast< int >( value );
+      if ( value == whole ) {
+         return std::to_string( whole );
+      }
+   }
    // Six digits and an exponent of three are the longest.
    char text[ 16 ];
    auto const written =
