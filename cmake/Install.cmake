@@ -142,6 +142,19 @@ function( mlagostra_install_documents component )
    endforeach()
 endfunction()
 
+# Where the shells look for how a command is completed.
+function( mlagostra_install_completion )
+   set( scripts ${PROJECT_SOURCE_DIR}/host/cli/completion )
+   install( FILES ${scripts}/ostra.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+      RENAME ostra COMPONENT Runtime )
+   install( FILES ${scripts}/ostra.zsh
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions
+      RENAME _ostra COMPONENT Runtime )
+   install( FILES ${scripts}/ostra.fish
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT Runtime )
+endfunction()
+
 function( mlagostra_install_package )
    install( EXPORT MlagOstraTargets NAMESPACE MlagOstra::
       DESTINATION ${mlagostra_package_dir} COMPONENT Development )
@@ -170,8 +183,10 @@ function( mlagostra_install_package )
    install( DIRECTORY examples
       DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
    mlagostra_install_service()
+   mlagostra_install_completion()
    mlagostra_install_documents( Runtime
-      CHANGELOG.md SECURITY.md docs/operation.md docs/scenario.md docs/serve.md )
+      THIRD-PARTY.md CHANGELOG.md SECURITY.md docs/configuration.md docs/operation.md
+      docs/scenario.md docs/serve.md )
    mlagostra_install_documents( Development
       docs/debug.md docs/extend.md docs/host.md docs/types.md )
    install( FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Runtime )

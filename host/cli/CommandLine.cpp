@@ -5,6 +5,7 @@
 
 #include <host/base/Failure>
 #include <host/cli/InputArguments>
+#include <host/cli/Reference>
 
 #include <iostream>
 #include <utility>
@@ -26,6 +27,10 @@ constexpr char serveDescription[] =
 constexpr char typesDescription[] =
    "Lists the registered types with attribute ids, names, value types and flags.";
 
+// For the manual page, and for nobody else.
+constexpr char referenceCommand[] = "reference";
+constexpr char referenceDescription[] = "Prints all commands and options as Markdown.";
+
 constexpr char expectedCommand[] = "a command that `ostra --help` lists";
 } // namespace
 
@@ -37,6 +42,8 @@ CommandLine::CommandLine() : parser_( "ostra", aboutOstra, expectedCommand ) {
    addDiff();
    addServe();
    client_.addCommands();
+   completion_.addCommand();
+   parser_.addCommand( referenceCommand, referenceDescription ).group( "" );
 }
 
 void
@@ -55,6 +62,10 @@ CommandLine::execute( std::ostream& out ) const {
       printScenarioSchema( out );
    } else if ( command == "serve" ) {
       serve( serve_, out );
+   } else if ( command == "completion" ) {
+      completion_.execute( std::cin, out );
+   } else if ( command == referenceCommand ) {
+      printReference( parser_.app(), out );
    } else if ( !client_.execute( command, out ) ) {
       refuse( "ostra", "nothing to do", expectedCommand );
    }

@@ -31,7 +31,10 @@ files() {
 # The component Runtime is enough to run. Development adds what it takes to build.
 cmake --install "$build" --prefix "$prefix" --component Runtime >/dev/null
 for path in bin/ostra lib/libMlagOstra.so share/mlagostra/examples \
-   share/doc/MlagOstra/{CHANGELOG,SECURITY,operation,scenario,serve}.md; do
+   share/doc/MlagOstra/{LICENSE,{CHANGELOG,SECURITY,THIRD-PARTY,configuration,operation,scenario,serve}.md} \
+   share/man/man1/ostra.1 share/man/man5/{ostra-scenario,ostra.yaml}.5 \
+   share/bash-completion/completions/ostra share/zsh/site-functions/_ostra \
+   share/fish/vendor_completions.d/ostra.fish; do
    expect "$path"
 done
 check_links "$prefix"

@@ -95,6 +95,7 @@ TEST( Documents, CommandsPrintWhatIsShown ) {
 TEST( Documents, LinksLeadSomewhere ) {
    std::regex const link( R"(\]\(([^)#:]*)(#([^)]*))?\))" );
    for ( std::string const page : { "README.md",
+                                    "docs/configuration.md",
                                     "docs/operation.md",
                                     "docs/scenario.md",
                                     "docs/host.md",
