@@ -10,7 +10,7 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <utility>
 
@@ -24,6 +24,8 @@ namespace {
 
 // At once, so that others get their turn.
 constexpr int readsAtOnce = 8;
+// How long the end of the host waits for those that it has killed.
+constexpr std::chrono::milliseconds longestEnding{ 1000 };
 
 Complaint
 complaint( std::string found, std::string expected ) {
@@ -72,7 +74,7 @@ readForecast( LiveSwitch& live, std::string const& text ) {
    return scenario;
 }
 
-// One child, until it has ended.
+// One child, until it has ended and all that it told is read.
 class Forecasts::Running {
  public:
    Running(
@@ -85,9 +87,11 @@ class Forecasts::Running {
            id_( id ),
            take_( std::move( take ) ),
            limits_( limits ),
-           child_( child ),
+           output_( child.output ),
+           child_( std::make_unique< ChildEnd >(
+              forecasts.base_, child.child, [ this ]( int status ) { ended( status ); } ) ),
            readable_( event_new(
-              forecasts.base_, child.output, EV_READ | EV_PERSIST, onReadable, this ) ),
+              forecasts.base_, output_, EV_READ | EV_PERSIST, onReadable, this ) ),
            deadline_( evtimer_new( forecasts.base_, onDeadline, this ) ) {
       auto const time = limits.time.count();
       timeval const wait{ time / 1000, time % 1000 * 1000 };
@@ -97,10 +101,9 @@ class Forecasts::Running {
    ~Running() {
       event_free( readable_ );
       event_free( deadline_ );
-      close( child_.output );
-      if ( !isReaped_ ) {
-         kill( child_.pid, SIGKILL );
-         reap();
+      close( output_ );
+      if ( !status_ ) {
+         forecasts_.abandon( std::move( child_ ) );
       }
    }
    Running( Running const& ) = delete;
@@ -121,9 +124,11 @@ class Forecasts::Running {
    void read() {
       std::array< char, 1U << 16 > buffer;
       for ( int i = 0; i < readsAtOnce; ++i ) {
-         ssize_t const count = ::read( child_.output, buffer.data(), buffer.size() );
+         ssize_t const count = ::read( output_, buffer.data(), buffer.size() );
          if ( count == 0 ) {
-            end();
+            event_del( readable_ );
+            isTold_ = true;
+            endIfOver();
             return;
          }
          if ( count < 0 ) {
@@ -143,11 +148,17 @@ class Forecasts::Running {
       forecasts_.over( id_, { {}, std::move( problem ) } );
    }
 
-   // It has closed its output, as it does when it ends.
-   void end() {
-      int const status = reap();
-      auto problem = problemOf( status );
-      forecasts_.over( id_, { std::move( records_ ), std::move( problem ) } );
+   void ended( int status ) {
+      status_ = status;
+      endIfOver();
+   }
+
+   // Its output closes before it has ended, and may not be read by then.
+   void endIfOver() {
+      if ( isTold_ && status_ ) {
+         auto problem = problemOf( *status_ );
+         forecasts_.over( id_, { std::move( records_ ), std::move( problem ) } );
+      }
    }
 
    std::optional< Complaint > problemOf( int status ) const {
@@ -178,28 +189,32 @@ class Forecasts::Running {
          "less, for example up to a time with until" );
    }
 
-   int reap() {
-      int status = 0;
-      while ( waitpid( child_.pid, &status, 0 ) < 0 && errno == EINTR ) {}
-      isReaped_ = true;
-      return status;
-   }
-
    Forecasts& forecasts_;
    Id const id_;
    Take take_;
    ForecastLimits const& limits_;
-   ForecastChild const child_;
+   int const output_;
+   std::unique_ptr< ChildEnd > child_;
    event* const readable_;
    event* const deadline_;
    std::string records_;
-   bool isReaped_ = false;
+   bool isTold_ = false;
+   // How it has ended; none before that.
+   std::optional< int > status_;
 };
 
 Forecasts::Forecasts( event_base* base, LiveSwitch& live, ForecastLimits limits )
-      : base_( base ), live_( live ), limits_( limits ) {}
+      : base_( base ), live_( live ), limits_( limits ) {
+   // Whoever has started this process may want to hear of no child's end.
+   std::signal( SIGCHLD, SIG_DFL );
+}
 
-Forecasts::~Forecasts() = default;
+Forecasts::~Forecasts() {
+   running_.clear();
+   for ( auto const& [ pid, child ] : ending_ ) {
+      child->wait( longestEnding );
+   }
+}
 
 Forecasts::Id
 Forecasts::start(
@@ -214,6 +229,14 @@ Forecasts::start(
 void
 Forecasts::cancel( Id id ) {
    running_.erase( id );
+}
+
+void
+Forecasts::abandon( std::unique_ptr< ChildEnd > child ) {
+   pid_t const pid = child->pid();
+   child->kill();
+   child->endedIs( [ this, pid ]( int ) { ending_.erase( pid ); } );
+   ending_[ pid ] = std::move( child );
 }
 
 void

@@ -18,6 +18,8 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace ostra {
@@ -133,6 +135,26 @@ forgetSignals() {
 }
 
 [[noreturn]] void
+failProcess( int error ) {
+   throw Failure(
+      ExitStatus::failed, fmt::format( "no process: {}", std::strerror( error ) ) );
+}
+
+// It has done nothing yet, so that it is over at once. Throws Failure.
+int
+endOf( pid_t pid ) {
+   // The C library's own function is declared for C alone.
+   auto const end = static_cast< int >( syscall( SYS_pidfd_open, pid, 0 ) );
+   if ( end < 0 ) {
+      int const error = errno;
+      kill( pid, SIGKILL );
+      waitpid( pid, nullptr, 0 );
+      failProcess( error );
+   }
+   return end;
+}
+
+[[noreturn]] void
 play(
    LiveSwitch& live,
    Scenario const& scenario,
@@ -187,12 +209,15 @@ startForecast(
    int const error = errno;
    sigprocmask( SIG_SETMASK, &before, nullptr );
    close( ends[ 1 ] );
-   if ( pid < 0 ) {
+   try {
+      if ( pid < 0 ) {
+         failProcess( error );
+      }
+      return { { pid, endOf( pid ) }, ends[ 0 ] };
+   } catch ( Failure const& ) {
       close( ends[ 0 ] );
-      throw Failure(
-         ExitStatus::failed, fmt::format( "no process: {}", std::strerror( error ) ) );
+      throw;
    }
-   return { pid, ends[ 0 ] };
 }
 
 } // namespace ostra

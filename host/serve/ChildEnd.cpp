@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/serve/ChildEnd>
+
+#include <csignal>
+#include <utility>
+
+#include <event2/event.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace ostra {
+
+void
+ChildEnd::Deleter::operator()( event* event ) const noexcept {
+   event_free( event );
+}
+
+// By edges: whoever traces the child hears of its end first, and until then it is readable
+// and cannot be reaped.
+ChildEnd::ChildEnd( event_base* base, Child child, Ended ended )
+      : child_( child ),
+        ended_( std::move( ended ) ),
+        event_( event_new(
+           base,
+           child.end,
+           EV_READ | EV_PERSIST | EV_ET,
+           []( int, short, void* self ) { static_cast< ChildEnd* >( self )->look(); },
+           this ) ) {
+   event_add( event_.get(), nullptr );
+}
+
+ChildEnd::~ChildEnd() {
+   event_.reset();
+   close( child_.end );
+}
+
+void
+ChildEnd::kill() noexcept {
+   if ( !isReaped_ ) {
+      ::kill( child_.pid, SIGKILL );
+   }
+}
+
+std::optional< int >
+ChildEnd::reap() noexcept {
+   int status = 0;
+   if ( isReaped_ || waitpid( child_.pid, &status, WNOHANG ) != child_.pid ) {
+      return std::nullopt;
+   }
+   isReaped_ = true;
+   return status;
+}
+
+void
+ChildEnd::look() {
+   if ( auto const status = reap() ) {
+      event_del( event_.get() );
+      Ended const ended = std::move( ended_ );
+      ended( *status );
+   }
+}
+
+void
+ChildEnd::wait( std::chrono::milliseconds longest ) noexcept {
+   reap();
+   if ( !isReaped_ ) {
+      pollfd end{ child_.end, POLLIN, 0 };
+      poll( &end, 1, static_cast< int >( longest.count() ) );
+      reap();
+   }
+}
+
+} // namespace ostra
