@@ -63,7 +63,7 @@ Reconciler::wantedIs( std::string const& interface, OrderKind kind, bool isHold 
    port.error.clear();
    port.attempts = 0;
    port.due = 0;
-   changed( interface, port );
+   open_.insert( interface );
 }
 
 void
@@ -83,7 +83,7 @@ Reconciler::answered( Answer const& answer ) {
    } else if ( answer.result == Result::failed ) {
       port.due = Ryx::now() + waitAfter( ++port.attempts );
    }
-   changed( answer.interface, port );
+   open_.insert( answer.interface );
 }
 
 void
@@ -103,13 +103,13 @@ Reconciler::observed( std::string const& interface, Observed observed ) {
       port.due = port.attempts > mostRepeats
          ? Ryx::now() + waitAfter( port.attempts - mostRepeats )
          : 0;
+      tell( interface, port );
    }
-   changed( interface, port );
+   open_.insert( interface );
 }
 
 void
-Reconciler::changed( std::string const& interface, Port& port ) {
-   open_.insert( interface );
+Reconciler::tell( std::string const& interface, Port& port ) {
    Enforcement const now = enforcementOf( port );
    if ( now != port.told ) {
       port.told = now;
@@ -157,6 +157,17 @@ Reconciler::order( bool isHold ) {
 void
 Reconciler::orderHolds() {
    order( true );
+   tellHolds();
+}
+
+void
+Reconciler::tellHolds() {
+   for ( std::string const& interface : open_ ) {
+      Port& port = ports_.at( interface );
+      if ( !isToDo( port, false ) ) {
+         tell( interface, port );
+      }
+   }
 }
 
 void
@@ -170,7 +181,8 @@ Reconciler::rest() {
    Ryx::Seconds next = Ryx::never;
    for ( auto it = open_.begin(); it != open_.end(); ) {
       auto const port = ports_.find( *it );
-      Port const& p = port->second;
+      Port& p = port->second;
+      tell( *it, p );
       bool const isOpen = p.order != 0 || isToDo( p, p.isWanted ) || p.due > Ryx::now();
       if ( isOpen ) {
          next = std::min( next, p.order != 0 ? p.answerBy : p.due );

@@ -225,12 +225,37 @@ TEST_F( ReconcilerTest, AHoldThatNobodyWantsIsTakenAway ) {
 }
 
 TEST_F( ReconcilerTest, EachChangeIsToldOnce ) {
+   driver.isSilent = true;
    want( "Ethernet1", true );
+   EXPECT_THAT( told, ElementsAre( "Ethernet1" ) );
+   driver.answer( driver.unanswered.front() );
+   endTurn();
    EXPECT_THAT( told, ElementsAre( "Ethernet1", "Ethernet1" ) );
    told.clear();
    driver.listener->observed( "Ethernet1", Observed::held );
    endTurn();
    EXPECT_THAT( told, IsEmpty() );
+}
+
+TEST_F( ReconcilerTest, WhatADriverDoesAtOnceIsToldOnceBehindTheOrder ) {
+   want( "Ethernet1", true );
+   EXPECT_THAT( told, ElementsAre( "Ethernet1" ) );
+   told.clear();
+   reconciler.wantedIs( "Ethernet1", OrderKind::errdisable, false );
+   reconciler.wantedIs( "Ethernet2", OrderKind::errdisable, true );
+   reconciler.orderHolds();
+   EXPECT_THAT( told, ElementsAre( "Ethernet2" ) );
+   reconciler.orderReleases();
+   EXPECT_THAT( told, ElementsAre( "Ethernet2", "Ethernet1" ) );
+}
+
+TEST_F( ReconcilerTest, WhatSomebodyUndoesIsToldAlthoughItIsDoneAgainAtOnce ) {
+   want( "Ethernet1", true );
+   told.clear();
+   driver.listener->observed( "Ethernet1", Observed::released );
+   EXPECT_THAT( told, ElementsAre( "Ethernet1" ) );
+   endTurn();
+   EXPECT_THAT( told, ElementsAre( "Ethernet1", "Ethernet1" ) );
 }
 
 TEST_F( ReconcilerTest, AHoldThatDoesNotKeepTheDeviceDownIsWrittenAgainOrTakenAway ) {
