@@ -61,11 +61,15 @@ secondsCell( Json const& seconds ) {
    return seconds.is_number() ? fmt::format( "{:.0f} s", number ) : "without end";
 }
 
-// Whether a device's protodown is on, and who else wants that.
+// Whether a device's protodown is on, and who else wants that; or what is done without it.
 std::string
-protodownCell( Json const& protodown ) {
+protodownCell( Json const& port ) {
+   Json const protodown = port.value( "protodown", Json() );
    if ( !protodown.is_object() ) {
       return "-";
+   }
+   if ( port.value( "heldBy", Json() ) == "adminDown" ) {
+      return "admin-down instead";
    }
    if ( protodown.value( "supported", Json() ) == Json( false ) ) {
       return "unsupported";
@@ -216,10 +220,8 @@ portsText( Json const& ports, Style const& style ) {
       Json const device = port.value( "device", Json() );
       hasDevices |= !device.is_null();
       rows.push_back( rowOf( port ) );
-      rowsWithDevices.push_back( withDevice(
-         rows.back(),
-         cell( device ),
-         protodownCell( port.value( "protodown", Json() ) ) ) );
+      rowsWithDevices.push_back(
+         withDevice( rows.back(), cell( device ), protodownCell( port ) ) );
    }
    return hasDevices
       ? tableText(

@@ -29,6 +29,16 @@ Holds::isSupported( int index ) const {
 
 // What is not on the disk is not taken down: a port that nobody brings up again is an outage.
 // Gives those with the reason.
+std::optional< HoldMeans >
+Holds::meansFor( int index ) const {
+   bool const isWithout = watched_.contains( index ) || takenDown_.contains( index );
+   if ( isWithout || isByDown( index ) ) {
+      return HoldMeans::adminDown;
+   }
+   return isSupported( index ) == true ? std::optional( HoldMeans::protodown )
+                                       : std::nullopt;
+}
+
 std::map< int, Reply >
 Holds::remember( std::vector< Link > const& links ) {
    std::vector< int > added;

@@ -305,7 +305,9 @@ LinuxDriver::deviceOf( std::string const& interface ) const {
          protodown.others.push_back( fmt::format( "reason {}", bit ) );
       }
    }
-   return Device{ oneLine( link->name ), std::move( protodown ) };
+   return Device{ oneLine( link->name ),
+                  std::move( protodown ),
+                  holds_.meansFor( link->index ) };
 }
 
 std::vector< LinuxDriver::Released >

@@ -5,6 +5,11 @@
 
 namespace ostra {
 
+std::string_view
+nameOf( HoldMeans means ) {
+   return means == HoldMeans::protodown ? "protodown" : "adminDown";
+}
+
 void
 NoDriver::carryOut( std::vector< Order > const& orders ) {
    for ( Order const& order : orders ) {

@@ -169,6 +169,8 @@ Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
    text.add( device ? lineOfText( device->name ) : "null" );
    text.add( R"(,"protodown":)" );
    text.add( protodownText( device ) );
+   text.add( R"(,"heldBy":)" );
+   text.add( device && device->heldBy ? lineOfText( nameOf( *device->heldBy ) ) : "null" );
    text.add( R"(,"class":")" );
    text.add( portClass );
    text.add( R"(","portChannel":)" );

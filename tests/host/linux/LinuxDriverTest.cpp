@@ -155,6 +155,8 @@ TEST_F( LinuxDriverTest, SaysThatADeviceCannotBeHeldBeforeItIsToBe ) {
    process->pass( 30'000 );
    EXPECT_EQ( shown( "Ethernet5" ).at( "protodown" ).at( "supported" ), false );
    EXPECT_EQ( shown( "Ethernet1" ).at( "protodown" ).at( "supported" ), true );
+   EXPECT_EQ( shown( "Ethernet5" ).at( "heldBy" ), nullptr );
+   EXPECT_EQ( shown( "Ethernet1" ).at( "heldBy" ), "protodown" );
 }
 
 TEST_F( LinuxDriverTest, HoldsAPortThatComesMeanwhileAndForgetsOneThatGoes ) {

@@ -84,6 +84,29 @@ TEST_F( LinuxFallback, TakesDownAgainWhatComesUpMeanwhileAndBringsItUpAtTheEnd )
    }
 }
 
+TEST_F( LinuxFallback, IsToldOfBeforeWhileAndAfterItHolds ) {
+   lab->addVeth( "swp5", "other" );
+   addPorts( 1 );
+   start();
+   for ( int passed = 0; passed < 2; ++passed ) {
+      EXPECT_EQ( shown( "Ethernet1" ).at( "heldBy" ), "protodown" );
+      EXPECT_EQ( shown( "Ethernet5" ).at( "heldBy" ), "adminDown" );
+      EXPECT_EQ( shown( "Ethernet5" ).at( "protodown" ).at( "supported" ), false );
+      process->pass( 30'000 );
+      settle();
+   }
+}
+
+TEST_F( LinuxFallback, IsToldOfWhereItHoldsOnAfterNobodyAsksForItAnyMore ) {
+   lab->addVeth( "swp5", "other" );
+   start();
+   config.fallback = ostra::Fallback::none;
+   start();
+   EXPECT_EQ( shown( "Ethernet5" ).at( "heldBy" ), "adminDown" );
+   process->pass( 30'000 );
+   EXPECT_EQ( shown( "Ethernet5" ).at( "heldBy" ), nullptr );
+}
+
 TEST_F( LinuxFallback, KnowsWhatAProcessBeforeHasTakenDown ) {
    lab->addVeth( "swp5", "other" );
    lab->addVeth( "swp6", "another" );

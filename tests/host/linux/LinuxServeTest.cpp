@@ -15,6 +15,7 @@ using ostra::Json;
 using ostra::ostraRun;
 using ostra::RunningProgram;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -98,6 +99,12 @@ TEST_F( LinuxServe, GoesOnWithItsHoldsAfterItWasKilled ) {
    RunningProgram program( arguments() );
    ASSERT_TRUE( program.hasWritten() );
    EXPECT_TRUE( lab->isHeld( "swp1" ) );
+   std::string const text = show( "" );
+   EXPECT_THAT( text, HasSubstr( "Ethernet1  swp1    on                  nonMlag" ) )
+      << text;
+   EXPECT_THAT( text, HasSubstr( "Ethernet5  swp5    admin-down instead  nonMlag" ) )
+      << text;
+   EXPECT_THAT( text, Not( HasSubstr( "unsupported" ) ) );
    EXPECT_EQ( ostraRun( "release --all --socket " + socket ).status, 0 );
    EXPECT_TRUE( lab->link( "swp1" )->isCarrying() );
    EXPECT_TRUE( lab->link( "swp5" )->isUp() );
@@ -141,8 +148,7 @@ TEST_F( LinuxServe, ACheckWarnsOfDevicesThatCannotBeHeld ) {
    EXPECT_FALSE( lab->isHeld( "swp1" ) );
    configure( "adminDown", 300 );
    EXPECT_THAT(
-      ostraRun( "serve --check --config " + config ).err,
-      testing::Not( HasSubstr( "swp5" ) ) );
+      ostraRun( "serve --check --config " + config ).err, Not( HasSubstr( "swp5" ) ) );
 }
 
 TEST_F( LinuxServe, AFileCannotSetWhatTheDevicesSay ) {
