@@ -5,7 +5,9 @@
 
 #include <host/base/Failure>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 namespace ostra {
 
@@ -27,8 +29,6 @@ Holds::isSupported( int index ) const {
    return found == isSupported_.end() ? std::nullopt : std::optional( found->second );
 }
 
-// What is not on the disk is not taken down: a port that nobody brings up again is an outage.
-// Gives those with the reason.
 std::optional< HoldMeans >
 Holds::meansFor( int index ) const {
    bool const isWithout = watched_.contains( index ) || takenDown_.contains( index );
@@ -39,6 +39,8 @@ Holds::meansFor( int index ) const {
                                        : std::nullopt;
 }
 
+// What is not on the disk is not taken down: a port that nobody brings up again is an outage.
+// Gives those with the reason.
 std::map< int, Reply >
 Holds::remember( std::vector< Link > const& links ) {
    std::vector< int > added;
@@ -147,6 +149,17 @@ Holds::perform(
    }
 }
 
+// The kernel has done it for these: one of them is as good as all.
+bool
+Holds::hasShownReasons( std::vector< int > const& indexes ) {
+   if ( !knowsReasons_ && !indexes.empty() ) {
+      for ( Link const& link : linksOf( socket_, { indexes.front() } ) ) {
+         sees( link );
+      }
+   }
+   return knowsReasons_;
+}
+
 // The kernel did what it was asked for, and has no reason to show for it.
 void
 Holds::takeBack(
@@ -156,11 +169,10 @@ Holds::takeBack(
    std::vector< int > taken;
    LinkRequests requests;
    for ( Link const& link : linksOf( socket_, indexes ) ) {
-      Reply& reply = result[ link.index ];
-      if ( reply.error != 0 || !link.isProtodown || link.has( reasonBit_ ) ) {
+      if ( !link.isProtodown || link.has( reasonBit_ ) ) {
          continue;
       }
-      reply = { EOPNOTSUPP, "it has no protodown with reasons" };
+      result[ link.index ] = { EOPNOTSUPP, "it has no protodown with reasons" };
       isSupported_[ link.index ] = false;
       if ( ofOthers_.contains( link.index ) ) {
          isReleased( link.index, {} );
@@ -176,17 +188,37 @@ Holds::takeBack(
    }
 }
 
+// Of those that have turned out to have no protodown.
+void
+Holds::takeDownInstead(
+   std::vector< Link > const& links,
+   std::function< void() > const& between,
+   std::map< int, Reply >& result ) {
+   Work late;
+   std::copy_if(
+      links.begin(),
+      links.end(),
+      std::back_inserter( late.hold ),
+      [ this ]( Link const& link ) { return isByDown( link.index ); } );
+   if ( !late.hold.empty() ) {
+      auto answers = carryOut( late, between );
+      for ( Link const& link : late.hold ) {
+         result[ link.index ] = std::move( answers[ link.index ] );
+      }
+   }
+}
+
 std::map< int, Reply >
 Holds::carryOut( Work const& work, std::function< void() > const& between ) {
    auto result = remember( work.hold );
    Requests requests;
-   std::vector< int > unproved;
+   std::vector< Link > unproved;
    for ( Link const& link : work.hold ) {
       if ( isHopeless( link.index ) ) {
          result[ link.index ] = { EOPNOTSUPP, "it has no protodown with reasons" };
       } else if ( !result.contains( link.index ) ) {
          if ( !isSupported( link.index ) ) {
-            unproved.push_back( link.index );
+            unproved.push_back( link );
          }
          addHold( link, requests );
       }
@@ -195,7 +227,16 @@ Holds::carryOut( Work const& work, std::function< void() > const& between ) {
       addRelease( link, requests );
    }
    perform( requests, between, result );
-   takeBack( unproved, between, result );
+   std::vector< int > done;
+   for ( Link const& link : unproved ) {
+      if ( result[ link.index ].error == 0 ) {
+         done.push_back( link.index );
+      }
+   }
+   if ( !hasShownReasons( done ) ) {
+      takeBack( done, between, result );
+   }
+   takeDownInstead( unproved, between, result );
    forget( work.release, result );
    return result;
 }
@@ -206,6 +247,7 @@ Holds::probe( std::vector< Link > const& links, std::function< void() > const& b
    LinkRequests requests;
    for ( Link const& link : links ) {
       if ( link.reasons != 0 ) {
+         knowsReasons_ = true;
          isSupported_[ link.index ] = true;
       } else {
          indexes.push_back( link.index );
@@ -217,6 +259,7 @@ Holds::probe( std::vector< Link > const& links, std::function< void() > const& b
    for ( std::size_t i = 0; i < answers.size(); ++i ) {
       int const error = answers[ i ].error;
       isTold &= error != EPERM;
+      knowsReasons_ |= error == EINVAL;
       if ( error == EINVAL || error == EOPNOTSUPP || error == 0 ) {
          isSupported_[ indexes[ i ] ] = error == EINVAL;
       }
@@ -226,6 +269,7 @@ Holds::probe( std::vector< Link > const& links, std::function< void() > const& b
 
 void
 Holds::sees( Link const& link ) {
+   knowsReasons_ |= link.reasons != 0;
    if ( link.has( reasonBit_ ) ) {
       held_.insert( link.index );
    } else if ( !link.isProtodown ) {

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include <linux/rtnetlink.h>
 
@@ -25,6 +26,11 @@ constexpr int triesMeanwhile = 5;
 // In milliseconds.
 constexpr long firstWait = 100;
 constexpr long longestWait = 30'000;
+// Devices that are asked whether they can be held, without a look at anything else.
+constexpr std::size_t fewProbes = 32;
+constexpr std::size_t manyProbes = 256;
+// In microseconds. What is to be held is ordered before that.
+constexpr long untilProbes = 50'000;
 
 // Others may hold it still.
 bool
@@ -77,7 +83,14 @@ LinuxDriver::start( Loop& loop, DriverListener& listener ) {
          driver.loop_->guard( [ &driver ] { driver.tryAgain(); } );
       },
       this ) );
-   if ( !event_ || !again_ || event_add( event_.get(), nullptr ) != 0 ) {
+   probe_.reset( evtimer_new(
+      loop.base(),
+      []( evutil_socket_t, short, void* self ) {
+         auto& driver = *static_cast< LinuxDriver* >( self );
+         driver.loop_->guard( [ &driver ] { driver.probeLater(); } );
+      },
+      this ) );
+   if ( !event_ || !again_ || !probe_ || event_add( event_.get(), nullptr ) != 0 ) {
       throw Failure( ExitStatus::failed, "ostra: no event for netlink" );
    }
    tell();
@@ -178,7 +191,7 @@ LinuxDriver::tell() {
    for ( Json const& patch : facts_.patches( changes ) ) {
       listener_->facts( patch );
    }
-   probe( changes.interfaces );
+   toProbe( changes.interfaces );
    for ( std::string const& interface : changes.left ) {
       if ( told_.contains( interface ) ) {
          tellOne( interface, Observed::noDevice );
@@ -273,14 +286,57 @@ LinuxDriver::isSwept( int index, Reply const& reply ) {
    }
 }
 
+void
+LinuxDriver::toProbe( std::set< std::string > const& interfaces ) {
+   std::copy_if(
+      interfaces.begin(),
+      interfaces.end(),
+      std::inserter( unprobed_, unprobed_.end() ),
+      [ this ]( std::string const& interface ) { return isUnknown( interface ); } );
+   while ( !holds_.knowsReasons() && !unprobed_.empty() ) {
+      probeSome( fewProbes );
+   }
+   if ( !unprobed_.empty() ) {
+      timeval const wait{ 0, untilProbes };
+      event_add( probe_.get(), &wait );
+   }
+}
+
+void
+LinuxDriver::probeSome( std::size_t most ) {
+   auto const end = std::next(
+      unprobed_.begin(),
+      static_cast< std::ptrdiff_t >( std::min( most, unprobed_.size() ) ) );
+   probe( { unprobed_.begin(), end } );
+   unprobed_.erase( unprobed_.begin(), end );
+}
+
+void
+LinuxDriver::probeLater() {
+   std::erase_if( unprobed_, [ this ]( std::string const& interface ) {
+      return !isUnknown( interface );
+   } );
+   if ( !unprobed_.empty() ) {
+      probeSome( manyProbes );
+      // What deviceOf() tells may have changed.
+      listener_->facts( Json::object() );
+      toProbe( {} );
+   }
+}
+
+bool
+LinuxDriver::isUnknown( std::string const& interface ) const {
+   Link const* const link =
+      isPortChannel( interface ) ? nullptr : devices_.linkOf( interface );
+   return link && !holds_.isSupported( link->index );
+}
+
 bool
 LinuxDriver::probe( std::set< std::string > const& interfaces ) {
    std::vector< Link > links;
    for ( std::string const& interface : interfaces ) {
-      Link const* const link =
-         isPortChannel( interface ) ? nullptr : devices_.linkOf( interface );
-      if ( link && !holds_.isSupported( link->index ) ) {
-         links.push_back( *link );
+      if ( isUnknown( interface ) ) {
+         links.push_back( *devices_.linkOf( interface ) );
       }
    }
    return holds_.probe( links, [] {} );

@@ -159,6 +159,28 @@ TEST_F( LinuxDriverTest, SaysThatADeviceCannotBeHeldBeforeItIsToBe ) {
    EXPECT_EQ( shown( "Ethernet1" ).at( "heldBy" ), "protodown" );
 }
 
+TEST_F( LinuxDriverTest, SaysWhichDevicesCannotBeHeldThoughNobodyHoldsThem ) {
+   lab->addVeth( "swp99", "other" );
+   addPorts( 40 );
+   start( "boot 1", "{}" );
+   EXPECT_TRUE( becomes( [ this ] {
+      return shown( "Ethernet99" ).at( "protodown" ).at( "supported" ) == false &&
+         shown( "Ethernet9" ).at( "protodown" ).at( "supported" ) == true;
+   } ) );
+   EXPECT_FALSE( lab->isHeld( "swp9" ) );
+}
+
+TEST_F( LinuxDriverTest, HoldsBeforeItIsKnownWhichDevicesCanBeHeld ) {
+   // Too many to be asked at once.
+   addPorts( 40 );
+   lab->addVeth( "swp99", "other" );
+   start();
+   EXPECT_EQ( enforced( "Ethernet9" ), "held" );
+   EXPECT_EQ( enforced( "Ethernet99" ), "unsupported" );
+   EXPECT_EQ( shown( "Ethernet9" ).at( "protodown" ).at( "supported" ), true );
+   EXPECT_EQ( shown( "Ethernet99" ).at( "protodown" ).at( "supported" ), false );
+}
+
 TEST_F( LinuxDriverTest, HoldsAPortThatComesMeanwhileAndForgetsOneThatGoes ) {
    addPorts( 1 );
    start();

@@ -84,6 +84,17 @@ TEST_F( LinuxFallback, TakesDownAgainWhatComesUpMeanwhileAndBringsItUpAtTheEnd )
    }
 }
 
+TEST_F( LinuxFallback, TakesDownAtOnceWhatOnlyTheHoldShowsToBeWithoutProtodown ) {
+   // Too many to be asked at once.
+   addPorts( 40 );
+   lab->addVeth( "swp99", "other" );
+   start();
+   EXPECT_FALSE( lab->link( "swp99" )->isUp() );
+   EXPECT_EQ( enforced( "Ethernet99" ), "held" );
+   process->pass( 30'000 );
+   EXPECT_TRUE( lab->link( "swp99" )->isUp() );
+}
+
 TEST_F( LinuxFallback, IsToldOfBeforeWhileAndAfterItHolds ) {
    lab->addVeth( "swp5", "other" );
    addPorts( 1 );

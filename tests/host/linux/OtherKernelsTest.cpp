@@ -70,7 +70,6 @@ TEST_F( OtherKernels, OneWithoutReasonsHoldsByTakingDown ) {
    config.fallback = ostra::Fallback::adminDown;
    addPorts( 1 );
    startWithoutReasons( false );
-   process->pass( 1'000 );
    EXPECT_FALSE( lab->link( "swp1" )->isUp() );
    EXPECT_FALSE( lab->link( "swp1" )->isProtodown );
    EXPECT_EQ( enforced( "Ethernet1" ), "held" ) << shown( "Ethernet1" );
