@@ -5,6 +5,8 @@
 // of both, which is too long for every day.
 
 #include "LinkLab"
+#include "RunningProgram"
+#include "Shared"
 #include "serve/LiveProcess"
 
 #include <host/linux/LinuxDriver>
@@ -12,12 +14,19 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <random>
+#include <set>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,8 +66,9 @@ class LinuxScale : public testing::Test {
       process->turn();
    }
    // What is not as it is promised: what the plug-in holds is down, and nothing else is held.
-   std::string broken() {
-      auto const wanted = process->errdisabled();
+   // `said` is what the host says of an interface.
+   using Said = std::function< std::string( std::string const& interface ) >;
+   static std::string broken( std::set< std::string > const& wanted, Said const& said ) {
       std::string broken;
       ostra::NetlinkSocket socket( 0 );
       for ( ostra::Link const& link : allLinks( socket ) ) {
@@ -68,21 +78,65 @@ class LinuxScale : public testing::Test {
          bool const isRight = isWanted
             ? link.has( 6 ) && link.isProtodown && !link.isCarrying()
             : !link.has( 6 );
-         auto const said = process->host().reconciler().enforcement(
-            isPort ? "Ethernet" + link.name.substr( 3 ) : "" );
          broken += isRight
             ? ""
             : fmt::format(
-                 "{}: wanted {}, reasons {:#x}, protodown {}, carrying {}, {} {}\n",
+                 "{}: wanted {}, reasons {:#x}, protodown {}, carrying {}, {}\n",
                  link.name,
                  isWanted,
                  link.reasons,
                  link.isProtodown,
                  link.isCarrying(),
-                 nameOf( said.state ),
-                 said.error );
+                 isPort ? said( "Ethernet" + link.name.substr( 3 ) ) : "no port" );
       }
       return broken;
+   }
+   std::string broken() {
+      return broken( process->errdisabled(), [ this ]( std::string const& interface ) {
+         auto const said = process->host().reconciler().enforcement( interface );
+         return fmt::format( "{} {}", nameOf( said.state ), said.error );
+      } );
+   }
+
+   // The kernel tells nothing of what is done to a device that is down.
+   void bringAllUp() {
+      ostra::NetlinkSocket socket( 0 );
+      for ( ostra::Link const& link : allLinks( socket ) ) {
+         lab->isUpIs( link.name, true );
+      }
+   }
+
+   // The real host, as a process that ends a minute after its start at the latest.
+   std::unique_ptr< ostra::RunningProgram > startProgram() const {
+      std::string const config = directory_.path() + "/ostra.yaml";
+      std::ofstream( config )
+         << "driver: linux\nstate: " << directory_.path()
+         << "/state\nlisten: [ { unix: " << directory_.path() << "/socket } ]\n"
+         << "linux: { interfaces: [ { device: 'swp(\\d+)', interface: 'Ethernet\\1' } ] }\n"
+            "mounts: { mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1,\n"
+            "  peerAddress: 10.0.0.2, peerLinkIntf: Port-Channel1, reloadDelay: 3600 } }\n";
+      return std::make_unique< ostra::RunningProgram >(
+         std::vector< std::string >{
+            "serve", "--config", config, "--plugin", OSTRA_PLUGIN },
+         60 );
+   }
+   ostra::Outcome ask( std::string const& command ) const {
+      return ostra::ostraRun( command + " --socket " + directory_.path() + "/socket" );
+   }
+   // The same as above, of that process.
+   std::string brokenByProgram() const {
+      auto const asked = ask( "show state mlagissuCause.intfStatus --format json" );
+      if ( asked.status != 0 ) {
+         return asked.err;
+      }
+      ostra::Json const held = ostra::Json::parse( asked.out );
+      std::set< std::string > wanted;
+      for ( auto const& [ interface, since ] : held.items() ) {
+         wanted.insert( interface );
+      }
+      return broken( wanted, [ this ]( std::string const& interface ) {
+         return ask( "why " + interface ).out;
+      } );
    }
 
    ostra::SimulatedClock clock;
@@ -188,11 +242,7 @@ TEST_F( LinuxScale, WhatAnotherProcessDoesLeavesThePromiseKept ) {
       hear( 1 );
    }
    EXPECT_EQ( status, 0 );
-   // The kernel tells nothing of what is done to a device that is down.
-   ostra::NetlinkSocket socket( 0 );
-   for ( ostra::Link const& link : allLinks( socket ) ) {
-      lab->isUpIs( link.name, true );
-   }
+   bringAllUp();
    // What waits because it was undone too often is done again within half a minute.
    for ( int i = 0; i < 300 && !broken().empty(); ++i ) {
       clock.moment += ostra::Milliseconds( 100 );
@@ -202,6 +252,58 @@ TEST_F( LinuxScale, WhatAnotherProcessDoesLeavesThePromiseKept ) {
    process->pass( 60'000 );
    EXPECT_EQ( process->errdisabled().size(), 0U );
    EXPECT_EQ( broken(), "" );
+}
+
+TEST_F( LinuxScale, WhatAnotherProcessDoesToHostsThatAreKilledLeavesThePromiseKept ) {
+   unsigned const seed = std::random_device()();
+   SCOPED_TRACE( seed );
+   int const operations = sized( 500, 10'000 );
+   int const kills = sized( 4, 40 );
+   for ( int i = 1; i <= 20; ++i ) {
+      lab->addMacvlan( port( i ), "lower" );
+   }
+   ostra::Shared< int > done;
+   ostra::Shared< bool > isOver;
+   pid_t const other = fork();
+   if ( other == 0 ) {
+      prctl( PR_SET_PDEATHSIG, SIGKILL );
+      for ( Meddler meddler( seed ); !*isOver; ++*done ) {
+         meddler.meddle();
+      }
+      _exit( 0 );
+   }
+   std::mt19937 random( seed );
+   // Also before it serves, which takes it about as long.
+   std::uniform_int_distribution< useconds_t > life( 0, 300'000 );
+   for ( int killed = 0; killed < kills || *done < operations; ++killed ) {
+      auto const program = startProgram();
+      usleep( life( random ) );
+      program->signal( SIGKILL );
+      EXPECT_EQ( program->outcome().status, 128 + SIGKILL );
+   }
+   auto const last = startProgram();
+   EXPECT_TRUE( last->hasWritten() );
+   int const before = *done;
+   while ( *done < before + operations / 10 ) {
+      usleep( 1'000 );
+   }
+   *isOver = true;
+   int status = -1;
+   waitpid( other, &status, 0 );
+   EXPECT_EQ( status, 0 );
+   bringAllUp();
+   for ( int i = 0; i < 400 && !brokenByProgram().empty(); ++i ) {
+      usleep( 100'000 );
+   }
+   EXPECT_EQ( brokenByProgram(), "" );
+   EXPECT_EQ( ask( "release --all" ).status, 0 );
+   for ( int i = 0; i < 100 && !brokenByProgram().empty(); ++i ) {
+      usleep( 100'000 );
+   }
+   EXPECT_EQ( ask( "show state mlagissuCause.intfStatus --format json" ).out, "{}\n" );
+   EXPECT_EQ( brokenByProgram(), "" );
+   last->signal( SIGTERM );
+   EXPECT_EQ( last->outcome().status, 0 );
 }
 
 TEST_F( LinuxScale, APortThatComesIsHeldAtOnce ) {
