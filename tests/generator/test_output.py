@@ -17,11 +17,12 @@ class WhatIsWritten(Generated):
         self.assertEqual(found, [f"Test/{p}" for p in (
             "Everything.cpp", "Everything/Colour", "Everything/Count", "Everything/Everything",
             "Everything/Final", "Everything/Label", "Everything/Last", "Everything/Named",
-            "Everything/Node", "Everything/Pair", "Everything/Special")])
+            "Everything/Node", "Everything/Pair", "Everything/Place", "Everything/Rack",
+            "Everything/Slot", "Everything/Special")])
 
     def test_list_names_the_files_and_writes_none(self):
         done = self.accepted("--list", HERE / "everything.yaml")
-        self.assertEqual(len(done.stdout.splitlines()), 11)
+        self.assertEqual(len(done.stdout.splitlines()), 14)
         self.assertFalse((self.folder / "out").exists())
 
     def test_attributes_keep_their_order(self):
