@@ -24,13 +24,13 @@ namespace {
 
 using FileHeader = ElfW( Ehdr );
 using Segment = ElfW( Phdr );
-// The same for all classes of files.
+// The same in files for 32 and 64 bits.
 using NoteHeader = Elf64_Nhdr;
 
 constexpr auto nativeClass = sizeof( void* ) == 8 ? ELFCLASS64 : ELFCLASS32;
 constexpr auto nativeOrder =
    std::endian::native == std::endian::little ? ELFDATA2LSB : ELFDATA2MSB;
-// More is no note but a broken file.
+// In octets. Longer ones are those of a broken file.
 constexpr std::uint64_t longestNotes = 1u << 20;
 
 // The notes of a library's file. Whatever the file has in it, nothing but the file is read.
@@ -87,7 +87,7 @@ class LibraryFile {
          NoteHeader note;
          std::memcpy( &note, notes.data() + at, sizeof( note ) );
          std::uint64_t const owner = at + sizeof( note );
-         std::uint64_t const text = owner + padded( note.n_namesz, step );
+         std::uint64_t const text = at + padded( sizeof( note ) + note.n_namesz, step );
          std::uint64_t const end = text + padded( note.n_descsz, step );
          if ( end > notes.size() ) {
             break;
@@ -134,8 +134,7 @@ checkVersion( String8 const& version ) {
 // The loader's reason, which mostly begins with the path.
 [[noreturn]] void
 throwLoaderError( String8 const& path ) {
-   char const* const text = dlerror();
-   String8 error = text ? text : "cannot be loaded";
+   String8 error = dlerror();
    String8 const prefix = path + ": ";
    if ( error.starts_with( prefix ) ) {
       error.erase( 0, prefix.size() );
@@ -143,13 +142,15 @@ throwLoaderError( String8 const& path ) {
    throwRangeException( error );
 }
 
-String8
-loadedFrom( void* handle, String8 const& name ) {
+// What the loader knows of a library.
+link_map const&
+mapOf( void* handle ) {
    link_map const* map = nullptr;
-   return dlinfo( handle, RTLD_DI_LINKMAP, &map ) == 0 && *map->l_name ? map->l_name : name;
+   dlinfo( handle, RTLD_DI_LINKMAP, &map );
+   return *map;
 }
 
-// Where the object with that address has been loaded to.
+// Where in memory the library with that address begins; null if no library has it.
 void const*
 loadedAt( void const* address ) {
    Dl_info info;
@@ -159,14 +160,12 @@ loadedAt( void const* address ) {
 // Throws the reason of the first unit that was refused after `known`, or in the library: one
 // that stayed in memory when it was refused before has no other chance.
 void
-checkRegistration( void* handle, RefusedUnit const* known ) {
-   link_map const* map = nullptr;
-   dlinfo( handle, RTLD_DI_LINKMAP, &map );
+checkRegistration( link_map const& library, RefusedUnit const* known ) {
    RefusedUnit const* first = nullptr;
    bool isNew = true;
    for ( auto const* unit = RefusedUnit::last(); unit; unit = unit->before() ) {
       isNew = isNew && unit != known;
-      if ( isNew || ( map && loadedAt( unit ) == loadedAt( map->l_ld ) ) ) {
+      if ( isNew || loadedAt( unit ) == loadedAt( library.l_ld ) ) {
          first = unit;
       }
    }
@@ -199,9 +198,11 @@ PluginLibrary::PluginLibrary( String8 const& path ) {
       throwLoaderError( path );
    }
    try {
-      path_ = loadedFrom( handle_, path );
+      link_map const& library = mapOf( handle_ );
+      // The loader has no name for the program itself.
+      path_ = *library.l_name ? library.l_name : path;
       checkVersion( builtFor( path_ ) );
-      checkRegistration( handle_, refusedBefore );
+      checkRegistration( library, refusedBefore );
    } catch ( ... ) {
       dlclose( handle_ );
       throw;
@@ -219,10 +220,8 @@ PluginLibrary::builtFor( String8 const& path ) {
 
 String8
 PluginLibrary::directory() {
-   Dl_info info;
-   if ( !dladdr( reinterpret_cast< void const* >( &isCompatible ), &info ) ) {
-      return {};
-   }
+   Dl_info info{};
+   dladdr( reinterpret_cast< void const* >( &isCompatible ), &info );
    std::error_code error;
    auto const directory = std::filesystem::path( info.dli_fname ).parent_path();
    auto const plain = std::filesystem::canonical( directory, error );

@@ -4,12 +4,14 @@
 // What a library says about itself, and which ones are taken into the process.
 
 #include <plugin/LoadedPlugin>
+#include <plugin/NotedFile>
 #include <plugin/PatchedCopy>
 
 #include <support/Refusal>
 
 #include <Ryx/Log>
 #include <Ryx/PluginLibrary>
+#include <Ryx/RefusedUnit>
 #include <Ryx/RyxType>
 #include <Ryx/Version>
 
@@ -18,6 +20,9 @@
 #include <dlfcn.h>
 
 #include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
 
 using Ryx::PluginLibrary;
 using support::refusal;
@@ -58,6 +63,13 @@ hasCode() {
    auto const* const type = Ryx::RyxType::type( Ryx::Name( "OstraMlag::Agent" ) );
    return type && type->code().construct;
 }
+
+std::string
+versionIn( std::string const& notes, std::size_t alignment = 4 ) {
+   return PluginLibrary::builtFor( NotedFile( notes, alignment ).path() );
+}
+
+std::string const owner( "Ryx", 4 );
 
 } // namespace
 
@@ -111,6 +123,8 @@ TEST( PluginLibrary, WithoutAVersionIsRefused ) {
    constexpr char refused[] =
       "no plug-in: it does not say which version of the framework it was built for";
    EXPECT_EQ( loading( "libm.so.6" ), refused );
+   // The loader takes it for the program.
+   EXPECT_EQ( loading( "" ), refused );
    EXPECT_EQ( loading( PatchedCopy( "Ryx", "ryx" ).path() ), refused );
    EXPECT_EQ( PluginLibrary::builtFor( PatchedCopy( "Ryx", "ryx" ).path() ), "" );
 }
@@ -121,6 +135,26 @@ TEST( PluginLibrary, ThatCannotBeLoadedIsRefusedWithTheLoadersReason ) {
    EXPECT_EQ( loading( "/proc/self/comm" ), "file too short" );
    EXPECT_EQ( PluginLibrary::builtFor( "/nonexistent.so" ), "" );
    EXPECT_EQ( PluginLibrary::builtFor( "/tmp" ), "" );
+}
+
+// The library that it needs, and lacks, is named.
+TEST( PluginLibrary, WhoseDependencyIsMissingIsRefusedWithTheLoadersReason ) {
+   std::ostringstream content;
+   content << std::ifstream( OSTRA_PLUGIN, std::ios::binary ).rdbuf();
+   std::string changed = content.str();
+   std::string const needed = "libRyxTypes.so";
+   std::string const missing = "libNowhere1.so";
+   ASSERT_NE( changed.find( needed ), changed.npos );
+   for ( std::size_t at = 0; ( at = changed.find( needed, at ) ) != changed.npos; ) {
+      changed.replace( at, needed.size(), missing );
+   }
+   std::string const copy = testing::TempDir() + "needing.so";
+   std::ofstream( copy, std::ios::binary ) << changed;
+   EXPECT_THAT(
+      loading( copy ),
+      testing::MatchesRegex(
+         "libNowhere1\\.so[.0-9]*: cannot open shared object file: .*" ) );
+   std::filesystem::remove( copy );
 }
 
 // Each time, and nothing of what it says stays.
@@ -140,6 +174,24 @@ TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
    EXPECT_TRUE( messages.texts.empty() );
 }
 
+// One that stays in memory registers nothing when it is loaded again.
+TEST( PluginLibrary, ThatWasRefusedAndStaysInMemoryIsRefusedAgain ) {
+   Messages const messages;
+   void* const handle = dlopen( OSTRA_CONTRADICTING_PLUGIN, RTLD_NOW );
+   ASSERT_NE( handle, nullptr );
+   Ryx::RefusedUnit notOfALibrary;
+   try {
+      throw std::runtime_error( "another reason" );
+   } catch ( ... ) {
+      notOfALibrary.refuse( "unit" );
+   }
+   for ( int i = 0; i < 2; ++i ) {
+      EXPECT_THAT( loading( OSTRA_CONTRADICTING_PLUGIN ), EndsWith( "\"enabled\"" ) );
+      EXPECT_EQ( loading( OSTRA_PLUGIN ), "" );
+   }
+   dlclose( handle );
+}
+
 // Nobody else would ask for the reason.
 TEST( PluginLibrary, ThatIsLoadedByOtherMeansAndIsRefusedIsLogged ) {
    // One that was refused before may still be there, and would not be loaded again.
@@ -157,6 +209,47 @@ TEST( PluginLibrary, ThatIsLoadedByOtherMeansAndIsRefusedIsLogged ) {
          copy.string() +
          ": the types of its unit \"Mlag\" are not registered: attribute 258 \"speed\" of "
          "Mlag::Config is already registered as 258 \"enabled\"" ) );
+}
+
+TEST( PluginLibrary, TheVersionIsInTheNoteOfItsOwnerAndType ) {
+   std::string const right = NotedFile::note( 1, owner, "1.2.3" );
+   EXPECT_EQ( versionIn( right ), "1.2.3" );
+   EXPECT_EQ( versionIn( "" ), "" );
+   for ( std::string const& other :
+         { NotedFile::note( 1, owner, "" ),
+           NotedFile::note( 2, owner, "2.0.0" ),
+           NotedFile::note( 1, std::string( "GNU", 4 ), "3.0.0" ),
+           NotedFile::note( 1, owner + "x", "4.0.0" ),
+           NotedFile::note( 7, "", "" ) } ) {
+      EXPECT_EQ( versionIn( other ), "" );
+      EXPECT_EQ( versionIn( other + right + other ), "1.2.3" );
+   }
+   EXPECT_EQ( versionIn( right + NotedFile::note( 1, owner, "9.9.9" ) ), "1.2.3" );
+}
+
+TEST( PluginLibrary, NotesOfASegmentMayBeAlignedTo8 ) {
+   std::string const property =
+      NotedFile::note( 5, std::string( "GNU", 4 ), std::string( 16, 'p' ), 8 );
+   ASSERT_EQ( property.size(), 32u );
+   for ( std::size_t length = 1; length < 10; ++length ) {
+      std::string const version( length, '1' );
+      std::string const own = NotedFile::note( 1, owner, version, 8 );
+      EXPECT_EQ( versionIn( own, 8 ), version );
+      EXPECT_EQ( versionIn( property + own, 8 ), version );
+      EXPECT_EQ( versionIn( own + property, 8 ), version );
+   }
+}
+
+TEST( PluginLibrary, NotesThatCannotBeReadSayNoVersion ) {
+   std::string const note = NotedFile::note( 1, owner, "1.2.3" );
+   for ( std::size_t size : { note.size() + 1, std::size_t{ 2 } << 20 } ) {
+      EXPECT_EQ( PluginLibrary::builtFor( NotedFile( note, 4, size ).path() ), "" );
+   }
+   std::string const most = note + std::string( ( 1u << 20 ) - note.size(), '\0' );
+   EXPECT_EQ( versionIn( most ), "1.2.3" );
+   EXPECT_EQ( versionIn( most + '\0' ), "" );
+   // A note that goes on behind the end of its segment.
+   EXPECT_EQ( versionIn( note.substr( 0, note.size() - 4 ) ), "" );
 }
 
 // A broken file has a version or none; whatever it has is read from within it.
