@@ -131,7 +131,7 @@ PtrInterface::NotifieeConst::joinAs( bool deferred ) const noexcept {
    notifier_->link( const_cast< NotifieeConst* >( this ) );
 }
 
-// What is pending is of a notifier that it watches no more.
+// What is pending was a change of a notifier that it no longer watches.
 void
 PtrInterface::NotifieeConst::notifierLost() const noexcept {
    notifier_ = nullptr;
@@ -155,7 +155,7 @@ PtrInterface::NotifieeConst::pendingAttributeId() const noexcept {
 
 void
 PtrInterface::NotifieeConst::waitsNoMore() const noexcept {
-   if ( pendingAttributeId() == 0 && waiting_ ) {
+   if ( waiting_->pending == 0 ) {
       waiting_->drop();
    }
 }

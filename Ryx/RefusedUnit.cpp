@@ -21,7 +21,7 @@ unsigned inquiries = 0;
 String8
 fileOf( void const* object ) {
    Dl_info info;
-   return dladdr( object, &info ) && info.dli_fname ? info.dli_fname : "a library";
+   return dladdr( object, &info ) ? info.dli_fname : "a library";
 }
 
 } // namespace

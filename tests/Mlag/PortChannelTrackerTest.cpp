@@ -6,6 +6,7 @@
 #include "HeldSwitch"
 
 #include <Mlag/PortChannelTracker>
+#include <Mlag/RecordedMembers>
 
 #include <support/ByName>
 
@@ -220,6 +221,19 @@ TEST_F( PortChannelTrackerByName, ConstInstanceIsNotChanged ) {
       support::constInstance );
    EXPECT_EQ( support::text( support::get( fixed, "intfId" ) ), "Port-Channel10" );
    EXPECT_EQ( snooping(), ( Log{ "Port-Channel10" } ) );
+}
+
+TEST( RecordedMembers, AMemberUnderNoTrackerCountsNowhere ) {
+   Kovel::IntfId const member( "Ethernet1" );
+   auto const tracker = PortChannelTracker::PortChannelTrackerIs(
+      Kovel::IntfId( "Port-Channel10" ), nullptr );
+   Mlag::Ostra::RecordedMembers members;
+   EXPECT_TRUE( members.newRecord( member, nullptr ) );
+   EXPECT_FALSE( members.value( member ) );
+   EXPECT_TRUE( members.valueIs( member, tracker ) );
+   EXPECT_EQ( tracker->members(), 1u );
+   EXPECT_TRUE( members.valueIs( member, nullptr ) );
+   EXPECT_EQ( tracker->members(), 0u );
 }
 
 } // namespace

@@ -111,4 +111,17 @@ TEST_F( RefusedStart, ForcesAgainWhatItTookOutForStandby ) {
    expectReleaseAtTheEnd();
 }
 
+// An observer may put back what a start takes out, and the start take it out again.
+TEST( StartChanges, WhatIsTakenOutTwiceComesBackAsItWasAtFirst ) {
+   auto const cause = Ryx::make< Errdisable::CauseStatus >( "cause" );
+   Kovel::IntfId const port( "Ethernet1" );
+   Mlag::Ostra::CollectionChanges< Mlag::Ostra::StartChanges::Cause > changes;
+   for ( double when : { 1, 2 } ) {
+      cause->intfStatusIs( port, when );
+      changes.remove( cause->intfStatusTake( port ) );
+   }
+   changes.restore( [ & ]( auto record ) { cause->intfStatusPut( record ); } );
+   EXPECT_EQ( cause->intfStatus( port ).when, 1 );
+}
+
 } // namespace

@@ -91,6 +91,16 @@ TEST_F( ActivityTest, DeliversInTheOrderOfQueuing ) {
    EXPECT_EQ( calls, ( Calls{ "a parent", "b parent" } ) );
 }
 
+TEST_F( ActivityTest, ANotifieeThatWaitsKeepsItsPlaceWhenItIsQueuedAgain ) {
+   auto const a = observer( "a" );
+   auto const b = observer( "b" );
+   box->parentIs( Ryx::make< Box >() );
+   activity->notifieeIs( a );
+   EXPECT_EQ( activity->pending(), 2u );
+   EXPECT_EQ( activity->handleActivity(), 2u );
+   EXPECT_EQ( calls, ( Calls{ "a parent", "b parent" } ) );
+}
+
 TEST_F( ActivityTest, SeveralChangedAttributesAreDeliveredAsAll ) {
    auto const a = observer( "a" );
    box->parentIs( Ryx::make< Box >() );
@@ -223,6 +233,15 @@ TEST( ActivityManager, IsOneAndHasOneClock ) {
    EXPECT_EQ( manager, Ryx::activityManager() );
    ASSERT_TRUE( manager->clock() );
    EXPECT_EQ( manager->clock(), Ryx::activityManager()->clock() );
+}
+
+TEST( Notifiee, HearsNothingIfNothingIsPending ) {
+   Calls calls;
+   auto const notifiee = Ryx::make< Deferring >( "a", calls, nullptr );
+   notifiee->notifierIs( Ryx::make< Box >() );
+   notifiee->isRegisteredNotifieeIs( true );
+   notifiee->handleNotification( nullptr );
+   EXPECT_EQ( calls, Calls{} );
 }
 
 TEST( Notifiee, DefersNothingUnlessItHasAnActivity ) {

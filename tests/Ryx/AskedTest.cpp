@@ -178,6 +178,22 @@ TEST_F( AskedTest, ThatLeavesInADeliveryHearsNothingOfIt ) {
    }
 }
 
+TEST_F( AskedTest, ThatRegistersAnewInADeliveryHearsOfTheNextChange ) {
+   asked->activity = activity;
+   asked->notifierIs( port );
+   asked->isRegisteredNotifieeIs( true );
+   asked->asked = [ this ] {
+      asked->asked = nullptr;
+      asked->isRegisteredNotifieeIs( false );
+      asked->isRegisteredNotifieeIs( true );
+   };
+   port->speedIs( 1 );
+   EXPECT_EQ( asked->pendingAttributeId(), 0u );
+   EXPECT_EQ( activity->pending(), 0u );
+   port->speedIs( 2 );
+   EXPECT_EQ( asked->pendingAttributeId(), 259u );
+}
+
 TEST_F( AskedTest, NeedsNoMemoryToBeQueued ) {
    auto const later = Ryx::make< doubles::PortWatcher >( "later", calls );
    later->activity = activity;
@@ -292,6 +308,19 @@ TEST_F( AskedTimerTest, ThatThrowsHasTheException ) {
    EXPECT_EQ( asked->exceptionOf, Clock::timeAttributeId );
    EXPECT_EQ( calls, Calls{ "other" } );
    EXPECT_EQ( clock->nextTimeMin(), Ryx::never );
+}
+
+TEST_F( AskedTimerTest, ThatThrowsAfterASettingIsCalledThen ) {
+   asked->asked = [ this ] {
+      asked->asked = nullptr;
+      asked->timeMinIs( 200 );
+      refuse();
+   };
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( asked->exceptionOf, Clock::timeAttributeId );
+   EXPECT_EQ( calls, Calls{ "other" } );
+   time.value = 200;
+   expectOneCallOn( clock );
 }
 
 TEST_F( AskedTimerTest, ThatThrowsWhenItIsBoundKeepsItsClock ) {

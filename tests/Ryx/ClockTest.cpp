@@ -202,6 +202,23 @@ TEST_F( ClockTest, ANotifieeMayDestroyItselfAndTheClock ) {
 }
 
 // Promise 4.
+TEST_F( ClockTest, AWeakNotifieeIsCalledThoughAnEarlierOneHasLetGoOfTheClock ) {
+   auto const weakTimer = [ this ]( std::string const& name ) {
+      auto timer = unboundTimer( name );
+      timer->isWeakReferenceIs( true );
+      timer->notifierIs( clock );
+      return timer;
+   };
+   auto const a = weakTimer( "a" );
+   auto const b = weakTimer( "b" );
+   a->action = [ this ] { clock = nullptr; };
+   b->action = [ &b ] { EXPECT_TRUE( b->notifier() ); };
+   clock->handleTime();
+   EXPECT_EQ( calls, ( Calls{ "a", "b" } ) );
+   EXPECT_FALSE( b->notifier() );
+}
+
+// Promise 4.
 TEST_F( ClockTest, ANotifieeIsHeldWhileItIsCalled ) {
    auto timer = newTimer( "a" );
    Timer* const borrowed = timer.ptr();
@@ -248,6 +265,36 @@ TEST_F( ClockTest, ANotifieeThatIsBeingDestroyedIsNotCalled ) {
    timer = nullptr;
    EXPECT_EQ( fired, 1u );
    EXPECT_EQ( calls, Calls{ "other" } );
+}
+
+// It has lost its last pointer, and its destructor has not begun.
+TEST_F( ClockTest, ANotifieeThatIsKeptAtItsLastPointerIsCalled ) {
+   class Kept final : public Clock::NotifieeConst {
+    public:
+      explicit Kept( Ptr< Kept >& keeper ) : keeper_( keeper ) {}
+      void zeroReferencesIs( bool zero ) override {
+         Clock::NotifieeConst::zeroReferencesIs( zero );
+         if ( isToBeKept ) {
+            keeper_ = Ptr< Kept >( this );
+         }
+      }
+      void onTime() override { ++called; }
+
+      bool isToBeKept = true;
+      unsigned called = 0;
+
+    private:
+      Ptr< Kept >& keeper_;
+   };
+   Ptr< Kept > keeper;
+   auto timer = Ryx::make< Kept >( keeper );
+   timer->notifierIs( clock );
+   timer->isRegisteredNotifieeIs( true );
+   timer = nullptr;
+   ASSERT_TRUE( keeper );
+   EXPECT_EQ( clock->handleTime(), 1u );
+   EXPECT_EQ( keeper->called, 1u );
+   keeper->isToBeKept = false;
 }
 
 TEST_F( ClockTest, ANotifieeThatIsHeldIsCalledThoughNobodyReferencesIt ) {

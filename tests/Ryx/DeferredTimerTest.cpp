@@ -110,6 +110,16 @@ TEST_F( DeferredTimerTest, HearsOfTheClockAndThenOfTheTime ) {
    activity->handleActivity();
 }
 
+TEST_F( DeferredTimerTest, ThatIsDisarmedWhenItHearsOfTheClockIsNotCalled ) {
+   timer->atNondestructing = [ this ] { timer->timeMinIs( Ryx::never ); };
+   clock->isNondestructingIs( true );
+   EXPECT_EQ( activity->handleActivity(), 1u );
+   EXPECT_EQ( timer->nondestructing, 1u );
+   EXPECT_EQ( calls, Calls() );
+   clock->isNondestructingIs( false );
+   activity->handleActivity();
+}
+
 TEST_F( DeferredTimerTest, ThatLosesItsActivityIsCalledByTheNextOne ) {
    activity = nullptr;
    timer->activity = Ryx::make< Ryx::ActivityConfig >();

@@ -70,6 +70,42 @@ TEST( DeliveryMemory, MoreOfWhomOneLeavesNeedOneAllocationForAll ) {
    EXPECT_EQ( allocationsOfASet( 100, true ), 1u );
 }
 
+// A snapshot of so many needs memory. A thread that a callback starts must not take one for
+// what the delivery does not need.
+TEST( DeliveryMemory, AThreadOfACallbackTakesASnapshotForThoseToComeOnly ) {
+   class Starting final : public Port::NotifieeConst {
+    public:
+      void onSpeed() override {
+         AsWithASecondThread const scope;
+         support::AllocationCounter const counter;
+         letGo = nullptr;
+         allocations = counter.allocations();
+      }
+      Ptr< Ryx::PtrInterface > letGo;
+      std::size_t allocations = 0;
+   };
+   auto const port = Ryx::make< Port >( 1u );
+   auto const first = Ryx::make< Starting >();
+   first->notifierIs( port );
+   first->isRegisteredNotifieeIs( true );
+   std::vector< Ptr< CountingWatcher > > all( 100 );
+   for ( auto& watcher : all ) {
+      watcher = Ryx::make< CountingWatcher >();
+      watcher->notifierIs( port );
+      watcher->isRegisteredNotifieeIs( true );
+   }
+   CountingWatcher::heard = 0;
+   first->letGo = Ryx::make< Port >( 2u );
+   port->speedIs( 1 );
+   EXPECT_EQ( first->allocations, 0u );
+   EXPECT_EQ( CountingWatcher::heard, 100u );
+   CountingWatcher::heard = 0;
+   first->letGo = std::exchange( all.back(), nullptr );
+   port->speedIs( 2 );
+   EXPECT_EQ( first->allocations, 1u );
+   EXPECT_EQ( CountingWatcher::heard, 99u );
+}
+
 // Far more watchers than a snapshot has room for without memory.
 class WithoutMemory : public ::testing::Test {
  public:

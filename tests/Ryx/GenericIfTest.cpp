@@ -301,6 +301,13 @@ TEST_F( GenericIfTest, AnInstantiatedObjectIsMadeReadAndDeleted ) {
    EXPECT_EQ( board->fan(), nullptr );
 }
 
+TEST_F( GenericIfTest, AnInstantiatedObjectOfADerivedTypeIsReachedAsWhatItIs ) {
+   Generic const arguments = listOf(
+      { { "intfId", toGeneric( 8u ) }, { "label", toGeneric( Ryx::String8( "fast" ) ) } } );
+   Generic const made = byName.operate( "fan", GenericIf::set, nullptr, arguments );
+   EXPECT_EQ( support::text( support::get( made, "lanes" ) ), "1" );
+}
+
 TEST_F( GenericIfTest, AConstantIsRead ) {
    EXPECT_EQ( byName.text( "highest" ), "99" );
 }

@@ -160,6 +160,8 @@ TEST_F( Pinning, ACountThatGrewIntoThePinnedByteIsPinnedForGood ) {
    EXPECT_TRUE( popular->isNondestructing() );
    popular->ryxMarkedForDeletionIs( true );
    EXPECT_EQ( popular->word(), 0x1f000000u );
+   EXPECT_FALSE( popular->ryxMarkedForDeletion() );
+   EXPECT_EQ( popular->references(), 0x1f000000u );
    delete popular;
 }
 

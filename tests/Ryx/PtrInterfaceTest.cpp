@@ -230,6 +230,14 @@ TEST_F( PtrInterfaceTest, ReferencesThatComeAndGoAtZeroReleaseItOnce ) {
    EXPECT_EQ( Object::live, 1 );
 }
 
+TEST_F( PtrInterfaceTest, AFlagThatIsSetAtZeroKeepsNothing ) {
+   auto* const dying = Ryx::make< Object >().release();
+   dying->atZero = [ & ] { dying->ryxMarkedForDeletionIs( true ); };
+   dying->deleteReference();
+   EXPECT_EQ( Object::zeroReferences, 1 );
+   EXPECT_EQ( Object::live, 1 );
+}
+
 TEST_F( PtrInterfaceTest, AnObjectPinnedAtZeroStays ) {
    auto* const dying = Ryx::make< Object >().release();
    dying->atZero = [ & ] { dying->isNondestructingIs( true ); };

@@ -117,6 +117,33 @@ class Derived final : public Ryx::EntityOf< Derived, Known > {
    unsigned colour_ = 0;
 };
 
+// Declares its base's attribute again.
+class Repeated final : public Ryx::EntityOf< Repeated, Known > {
+ public:
+   static constexpr std::string_view fwkTypeName = "Test::Refused::Repeated";
+   static constexpr auto attributes() {
+      return Ryx::AttributeList<
+         Ryx::At< 258, Ryx::Value< "speed", &Repeated::speed_ > > >();
+   }
+
+ private:
+   unsigned speed_ = 0;
+};
+
+// Comes behind one that is refused.
+class Later final : public Ryx::EntityOf< Later > {
+ public:
+   static constexpr std::string_view fwkTypeName = "Test::Refused::Later";
+   class NotifieeConst : public Ryx::NotifieeConstOf< Later, Ryx::Entity::NotifieeConst > {
+   };
+   static constexpr auto attributes() {
+      return Ryx::AttributeList< Ryx::Value< "on", &Later::on_ > >();
+   }
+
+ private:
+   bool on_ = false;
+};
+
 enum class Mode : unsigned char { off, on };
 enum class OtherMode : unsigned char { off, on };
 
@@ -233,6 +260,21 @@ TEST_F( RefusedUnitTest, TheIdOfABasesAttributeIsRefused ) {
    EXPECT_EQ( Derived::_fwkType()->baseType(), nullptr );
 }
 
+TEST_F( RefusedUnitTest, ABasesAttributeThatIsDeclaredAgainIsRefused ) {
+   EXPECT_EQ(
+      refusal< Repeated >(),
+      "attribute 258 \"speed\" of Test::Refused::Repeated is already registered as 258 "
+      "\"speed\" of Test::Refused::Fan" );
+}
+
+TEST_F( RefusedUnitTest, TheTypesBehindTheOneThatIsRefusedAreNotRegistered ) {
+   EXPECT_EQ(
+      ( refusal< Shorter, Later >() ),
+      "Test::Refused::Fan is already registered with more attributes" );
+   EXPECT_FALSE( Later::_fwkType()->isRegistered() );
+   EXPECT_EQ( refusal< Later >(), "" );
+}
+
 // The types before the one that is refused are not registered either.
 TEST_F( RefusedUnitTest, TheWholeUnitIsTakenBack ) {
    EXPECT_NE( ( refusal< Fresh, Shorter >() ), "" );
@@ -260,6 +302,18 @@ TEST_F( RefusedUnitTest, SeveralAreListedTheLastOneFirst ) {
    EXPECT_EQ( Ryx::RefusedUnit::last(), before );
    EXPECT_EQ( before->reason(), first.refusal() );
    Ryx::UnitRegistration< Larger > third( "Test::Refused" );
+}
+
+TEST_F( RefusedUnitTest, TheyMayGoInAnyOrder ) {
+   using Refused = std::optional< Ryx::UnitRegistration< Shorter > >;
+   Refused first( "Test::Refused" );
+   Refused second( "Test::Refused" );
+   auto const* const last = Ryx::RefusedUnit::last();
+   first.reset();
+   EXPECT_EQ( Ryx::RefusedUnit::last(), last );
+   EXPECT_EQ( last->before(), nullptr );
+   second.reset();
+   EXPECT_EQ( Ryx::RefusedUnit::last(), nullptr );
 }
 
 // Nobody asks for the reason while a program starts.

@@ -100,6 +100,12 @@ TEST( Strep, ATextThatIsNoValueSaysWhatWasExpected ) {
       refused< bool >( "true_" ),
       "cannot convert \"true_\" to Ryx::Builtin<bool>: expected true or false" );
    EXPECT_EQ(
+      refused< bool >( "true1" ),
+      "cannot convert \"true1\" to Ryx::Builtin<bool>: expected true or false" );
+   EXPECT_EQ(
+      refused< bool >( "" ),
+      "cannot convert \"\" to Ryx::Builtin<bool>: expected true or false" );
+   EXPECT_EQ(
       refused< bool >( "yes|no" ),
       "cannot convert \"yes|no\" to Ryx::Builtin<bool>: expected true or false" );
    EXPECT_EQ(

@@ -53,6 +53,19 @@ class CauseCounter final : public Errdisable::CauseStatus::NotifieeConst {
    unsigned heard = 0;
 };
 
+TEST( ErrdisableCauseStatus, AnEntryThatWasTakenOutIsNotPutBackOverAnother ) {
+   auto const cause = Ryx::make< Errdisable::CauseStatus >( "cause" );
+   IntfId const id( "Ethernet1" );
+   cause->intfStatusIs( id, 1 );
+   auto const taken = cause->intfStatusTake( id );
+   cause->intfStatusIs( id, 2 );
+   cause->intfStatusPut( taken );
+   EXPECT_EQ( cause->intfStatus( id ).when, 2 );
+   cause->intfStatusDel( id );
+   cause->intfStatusPut( taken );
+   EXPECT_EQ( cause->intfStatus( id ).when, 1 );
+}
+
 TEST( ErrdisableCauseStatus, DeletionOfAnAbsentInterfaceChangesNothing ) {
    auto const cause = Ryx::make< Errdisable::CauseStatus >( "cause" );
    cause->intfStatusIs( IntfId( "Ethernet1" ), 1 );
