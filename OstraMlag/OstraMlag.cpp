@@ -20,8 +20,8 @@ switchOnStored( Ryx::Ptr< Child > const& created, Ryx::Ptr< Child > const& store
    }
 }
 
-// Throws where a new reactor could not make its first copy, before the present one is
-// touched: one that is taken out of a delivery and put back misses it.
+// Throws if a new reactor could not make its first copy. That comes before the present reactor
+// is switched off: switched on again within a delivery, it would not hear of that change.
 void
 requireDirectories(
    Ryx::Ptr< Interface::PeerIntfStatusDir const > const& notifier,

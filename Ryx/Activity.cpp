@@ -9,8 +9,9 @@ namespace Ryx {
 
 ActivityConfig::ActivityConfig() = default;
 
-// What is still pending waits for the next change, and for the activity that tells of it. A
-// time that has come is the clock's again: there may be no other activity.
+// A notifiee that waits in the queue keeps what is pending: the activity that tells it of its
+// next change tells it of that, too. A timer that waits goes back to its clock: it may never be
+// queued again.
 ActivityConfig::~ActivityConfig() {
    while ( !queue_.isAlone() ) {
       Waiting& waiting = takeFirst( queue_ );
@@ -85,7 +86,7 @@ ActivityConfig::handleActivity() {
          continue;
       }
       waiting.isOver = true;
-      // This pointer is nobody's who would keep it: a nested call does not count it.
+      // A nested call asks who wants the notifiee: this pointer does not count.
       ++notifiee->snapshots_;
       callExpecting(
          *notifiee, waiting.pending, [ & ] { notifiee->handleNotification( this ); } );

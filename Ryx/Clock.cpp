@@ -288,7 +288,7 @@ Clock::NotifieeConst::leave() const noexcept {
    }
 }
 
-// The same of one whose onTime is to be queued again, or never.
+// Leaves the heap, and takes back a queued onTime: it has not fired.
 void
 Clock::NotifieeConst::withdraw() const noexcept {
    leave();
@@ -304,7 +304,7 @@ Clock::NotifieeConst::timeDropped() const noexcept {
    }
 }
 
-// What was queued has not fired, and is due again.
+// The activity with the queued onTime has gone: the timer is due again.
 void
 Clock::NotifieeConst::activityLost() const noexcept {
    withdraw();

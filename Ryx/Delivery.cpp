@@ -97,7 +97,7 @@ Delivery::takeSnapshots( Notifier const& notifier ) noexcept {
 }
 
 // With a second thread nobody else can see the delivery, because it holds all that it needs from
-// the beginning. So do those from now on that began while there was one thread.
+// the beginning. Those that began while there was one thread hold what they need from now on.
 void
 Delivery::beginAside() noexcept {
    if ( isAny() ) {

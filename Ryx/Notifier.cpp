@@ -14,8 +14,8 @@ namespace {
 // their list link: the only ones that a notifier going away could not find in its list.
 PtrInterface::NotifieeConst* parked = nullptr;
 
-// They are of all notifiers, and end on any thread: one thread at a time walks or changes the
-// chain.
+// There is one chain for all notifiers, and its members may end on any thread: one thread at a
+// time walks or changes it.
 std::recursive_mutex chain;
 
 std::unique_lock< std::recursive_mutex >
