@@ -117,12 +117,17 @@ Connection::releaseBody() {
 }
 
 void
-Connection::acceptHead() {
-   Request& request = parser_->request();
+Connection::noteHead( Request& request ) {
    request.isFromSocket = isUnix_;
    request.localAddress = localAddress_;
    isHead_ = request.method == "HEAD";
    hasChunks_ = request.hasChunks;
+}
+
+void
+Connection::acceptHead() {
+   Request& request = parser_->request();
+   noteHead( request );
    if ( auto const problem = site_.router.find( request, true, site_.guard, route_ ) ) {
       refuse( *problem );
       return;
@@ -139,10 +144,7 @@ Connection::handleRequest() {
    // The parser goes when it is answered.
    Request request = std::move( parser_->request() );
    evtimer_del( deadline_ );
-   request.isFromSocket = isUnix_;
-   request.localAddress = localAddress_;
-   isHead_ = request.method == "HEAD";
-   hasChunks_ = request.hasChunks;
+   noteHead( request );
    isPersistent_ = request.isPersistent;
    if ( !route_ ) {
       if ( auto const problem = site_.router.find( request, false, site_.guard, route_ ) ) {
