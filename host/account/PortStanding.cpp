@@ -31,6 +31,28 @@ whyNone( SwitchFacts const& facts, bool isStart ) {
 } // namespace
 
 std::string
+className( SwitchFacts const& facts, PortStanding const& standing, IntfId port ) {
+   switch ( standing.kind ) {
+   case Kind::internal:
+      return "internal";
+   case Kind::management:
+      return "management";
+   case Kind::peerLink:
+      return "peerLink";
+   case Kind::held:
+   case Kind::standby:
+   case Kind::notHeld:
+      break;
+   }
+   return facts.classOf( port ) == PortClass::mlag ? "mlag" : "nonMlag";
+}
+
+std::string
+stateName( Kind kind ) {
+   return kind == Kind::held ? "held" : kind == Kind::standby ? "standby" : "notHeld";
+}
+
+std::string
 whyNotInStandby( SwitchFacts const& facts, IntfId portChannel ) {
    bool const isConfigured =
       !facts.at( { mount::lacpConfig, "portChannel", portChannel.string() } ).is_null();

@@ -69,7 +69,7 @@ ForecastRoute::answer( Request const& request, Reply const& reply ) {
    }
    Telling const telling = tellingOf( request );
    auto const makeOutput = [ telling ]( std::ostream& out ) {
-      return ostra::makeOutput( telling.format, telling.text, out );
+      return ostra::makeOutput( telling.format, telling.text, out ).records;
    };
    auto const take = [ reply, telling ]( Forecasts::Outcome outcome ) {
       if ( outcome.problem ) {

@@ -3,6 +3,7 @@
 
 #include <host/check/ScenarioSchema>
 
+#include <host/check/StateDefinitions>
 #include <host/run/Scenario>
 #include <host/state/TypeSchemas>
 
@@ -13,53 +14,9 @@ namespace ostra {
 
 namespace {
 
-constexpr char definitions[] = "#/$defs/";
-
-// An interface, or a range of them.
-constexpr char interfacePattern[] =
-   "^(Peer)?(Ethernet|Internal|Loopback|Management|Port-Channel|Recirc|Vlan)[0-9]"
-   "[0-9/,-]*(, *[A-Z][A-Za-z-]*[0-9][0-9/,-]*)*$";
 constexpr char timePattern[] =
    "^-?([0-9]+:[0-5][0-9]:[0-5][0-9](\\.[0-9]{1,3})?"
    "|([0-9]+d)?([0-9]+h)?([0-9]+m)?([0-9]+(\\.[0-9]{1,3})?s)?([0-9]+ms)?)$";
-
-Json
-reference( std::string const& name ) {
-   return { { "$ref", definitions + name } };
-}
-
-bool
-isNumberOrInfinity( Json const& schema ) {
-   Json const inf = { { "const", "inf" } };
-   return schema.is_object() && schema.contains( "anyOf" ) &&
-      schema.at( "anyOf" ).back() == inf;
-}
-
-// What a request may say becomes what people may write: ranges, times like 1h30m.
-void
-widen( Json& schema ) {
-   if ( isNumberOrInfinity( schema ) ) {
-      schema = reference( "delay" );
-      return;
-   }
-   if ( !schema.is_structured() ) {
-      return;
-   }
-   if ( schema.is_object() && schema.contains( "$ref" ) ) {
-      std::string const target = schema.at( "$ref" );
-      schema = reference( target.substr( target.rfind( '/' ) + 1 ) );
-      return;
-   }
-   bool const isCollection = schema.is_object() &&
-      schema.contains( "additionalProperties" ) &&
-      schema.at( "additionalProperties" ).is_object();
-   if ( isCollection ) {
-      schema[ "propertyNames" ] = { { "pattern", interfacePattern } };
-   }
-   for ( auto& [ key, value ] : schema.items() ) {
-      widen( value );
-   }
-}
 
 Json
 eventSchema( Json const& mounts ) {
@@ -68,8 +25,8 @@ eventSchema( Json const& mounts ) {
                         { "description", "{} sets it, null deletes it" } };
    Json event = mounts;
    Json& properties = event[ "properties" ];
-   properties[ std::string( timeKey ) ] = reference( "time" );
-   properties[ std::string( labelKey ) ] = reference( "text" );
+   properties[ std::string( timeKey ) ] = definitionReference( "time" );
+   properties[ std::string( labelKey ) ] = definitionReference( "text" );
    properties[ std::string( agentKey ) ] = {
       { "description", "{} sets it up with its children, null tears it down" },
       { "type", { "object", "null" } },
@@ -85,15 +42,8 @@ eventSchema( Json const& mounts ) {
 
 Json
 scenarioSchema() {
-   Json types = Json::object();
+   Json types = stateDefinitions( Spelling::scenario );
    std::string const state = patchSchemaName( "State" );
-   Json const all = stateSchemas();
-   for ( auto const& [ name, schema ] : all.items() ) {
-      if ( name.ends_with( patchSchemaName( "" ) ) ) {
-         types[ name ] = schema;
-         widen( types[ name ] );
-      }
-   }
    Json const mounts = types.at( state );
    types[ "event" ] = eventSchema( mounts );
    types[ "text" ] = { { "type", { "string", "number", "boolean" } } };
@@ -102,19 +52,21 @@ scenarioSchema() {
                        { "pattern", timePattern },
                        { "minLength", 2 } };
    types[ "delay" ] = { { "description", "seconds, .inf, or like 1h30m" },
-                        { "anyOf", { reference( "time" ), { { "const", "inf" } } } } };
+                        { "anyOf",
+                          { definitionReference( "time" ), { { "const", "inf" } } } } };
    return {
       { "$schema", "https://json-schema.org/draft/2020-12/schema" },
       { "title", "A scenario for ostra" },
       { "type", "object" },
       { "additionalProperties", false },
       { "properties",
-        { { "name", reference( "text" ) },
-          { "startTime", reference( "time" ) },
-          { "until", reference( "time" ) },
+        { { "name", definitionReference( "text" ) },
+          { "startTime", definitionReference( "time" ) },
+          { "until", definitionReference( "time" ) },
           { "templates", { { "type", "object" } } },
-          { "mounts", reference( state ) },
-          { "events", { { "type", "array" }, { "items", reference( "event" ) } } } } },
+          { "mounts", definitionReference( state ) },
+          { "events",
+            { { "type", "array" }, { "items", definitionReference( "event" ) } } } } },
       { "$defs", std::move( types ) }
    };
 }

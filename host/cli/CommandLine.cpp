@@ -20,7 +20,7 @@ constexpr char checkDescription[] = "Validates a scenario without running it.";
 constexpr char diffDescription[] =
    "Tells what two runs hold, release and say at other times; status 1 if there is any.";
 constexpr char schemaDescription[] =
-   "Prints what a scenario may have as a JSON schema, for editors.";
+   "Prints what a file may have as a JSON schema, for editors.";
 constexpr char serveDescription[] =
    "Runs the plug-in on this switch: keeps its state, and lets it be read and changed over "
    "HTTP.";
@@ -38,7 +38,7 @@ CommandLine::CommandLine() : parser_( "ostra", aboutOstra, expectedCommand ) {
    run_.addCommand();
    addCheck();
    addTypes();
-   parser_.addCommand( "schema", schemaDescription );
+   addSchema();
    addDiff();
    addServe();
    client_.addCommands();
@@ -59,7 +59,7 @@ CommandLine::execute( std::ostream& out ) const {
    } else if ( command == "diff" ) {
       diffRuns( diff_, out );
    } else if ( command == "schema" ) {
-      printScenarioSchema( out );
+      printSchema( schema_, out );
    } else if ( command == "serve" ) {
       serve( serve_, out );
    } else if ( command == "completion" ) {
@@ -82,7 +82,7 @@ CommandLine::addCheck() {
       "Refuse a scenario that can be played and can hardly be meant, instead of "
       "warning" );
    addMounts( parser_, command, check_.input );
-   addMaxInput( parser_, command, check_.input );
+   addMaxInput( parser_, command, check_.input.maxInput );
    addPlugin( parser_, command, check_.input.plugin );
 }
 
@@ -98,6 +98,22 @@ CommandLine::addTypes() {
       { { "text", TypesFormat::text }, { "json", TypesFormat::json } },
       "For people (which it is without this), or a JSON array" );
    addPlugin( parser_, command, types_.plugin );
+}
+
+void
+CommandLine::addSchema() {
+   CLI::App& command = parser_.addCommand( "schema", schemaDescription );
+   parser_
+      .addChoice< Schema >(
+         command,
+         "WHAT",
+         schema_,
+         { { "scenario", Schema::scenario },
+           { "config", Schema::config },
+           { "summary", Schema::summary } },
+         "scenario (which it is without this), config for the configuration of `ostra "
+         "serve`, or summary for what `ostra run --format json` writes" )
+      .option_text( " " );
 }
 
 void

@@ -8,14 +8,15 @@
 #include <host/base/Failure>
 #include <host/base/JsonLine>
 #include <host/base/Words>
+#include <host/check/ConfigSchema>
 #include <host/check/ScenarioSchema>
+#include <host/check/SummarySchema>
 #include <host/check/Warnings>
 #include <host/cli/Input>
 #include <host/cli/PageOfRuns>
 #include <host/run/Diagnostics>
 #include <host/run/Run>
 #include <host/state/TypeList>
-#include <host/text/TextAlarms>
 #include <host/web/PageRecords>
 
 #include <fmt/format.h>
@@ -102,18 +103,17 @@ hasColour( Colour colour ) {
 }
 
 void
-playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput const& make ) {
+playScenario( RunOptions const& options, std::ostream& out, MakeRunOutput const& make ) {
    Input input( options.input );
    input.releaseDocument();
    if ( options.until ) {
       input.scenario().until = options.until;
    }
    ScenarioTime time( input.scenario().startTime );
-   RecordOutput const output = make( out );
-   Narrowed narrowed( *output.sink, options.narrowing );
+   RunOutput const output = make( out );
+   Narrowed narrowed( *output.records.sink, options.narrowing );
    RunAlarms alarms( narrowed );
-   // Only the text has records of alarms.
-   bool const tellsAlarms = options.format == RunFormat::text;
+   bool const tellsAlarms = bool( output.alarmsAre );
    RecordSink& sink = tellsAlarms ? static_cast< RecordSink& >( alarms ) : narrowed;
    Agent agent( input.agentType(), input.mounts() );
    // Destroyed before the agent: what the agent traces at its end comes after the end
@@ -126,7 +126,7 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput con
       pacer = std::make_unique< RealPacer >( machineTime.emplace( STDOUT_FILENO ) );
    }
    auto const settle = [ & ] {
-      output.settle();
+      output.records.settle();
       if ( options.realTime ) {
          out.flush();
       }
@@ -134,12 +134,11 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRecordOutput con
    };
    Run( { input.scenario(), input.mounts(), agent, time, sink, *pacer, settle } ).play();
    if ( tellsAlarms && out.good() ) {
-      TextLines lines( out, Style( hasColour( options.colour ) ), outputWidth() );
       auto found = alarms.look( input.mounts(), agent, time );
       std::erase_if( found, [ &narrowed ]( Alarm const& alarm ) {
          return !narrowed.takes( alarm.interface );
       } );
-      printAlarms( lines, found );
+      output.alarmsAre( found );
    }
 }
 
@@ -186,8 +185,11 @@ checkScenario( CheckOptions const& options, std::ostream& out, std::ostream& err
 }
 
 void
-printScenarioSchema( std::ostream& out ) {
-   out << scenarioSchema().dump( 1 ) << '\n';
+printSchema( Schema schema, std::ostream& out ) {
+   Json const json = schema == Schema::config ? configSchema()
+      : schema == Schema::summary             ? summarySchema()
+                                              : scenarioSchema();
+   out << json.dump( 1 ) << '\n';
 }
 
 void

@@ -54,7 +54,7 @@ addMounts( CliParser& parser, CLI::App& command, InputOptions& input ) {
 }
 
 void
-addMaxInput( CliParser& parser, CLI::App& command, InputOptions& input ) {
+addMaxInput( CliParser& parser, CLI::App& command, std::size_t& maxInput ) {
    parser.addValue(
       command,
       "--max-input",
@@ -64,9 +64,9 @@ addMaxInput( CliParser& parser, CLI::App& command, InputOptions& input ) {
          "{} without it",
          defaultMaxInput / mebibyte ),
       fmt::format( "a number of MiB from 1 to {}", greatestMaxInput ),
-      [ &input ]( std::string const& text ) {
+      [ &maxInput ]( std::string const& text ) {
          std::size_t const mebibytes = wholeNumber< std::size_t >( text ).value_or( 0 );
-         input.maxInput = mebibytes * mebibyte;
+         maxInput = mebibytes * mebibyte;
          return mebibytes >= 1 && mebibytes <= greatestMaxInput;
       } );
 }

@@ -26,7 +26,7 @@ playPage( RunOptions const& options, std::ostream& out, std::string const& behin
    playScenario( options, out, [ &behind ]( std::ostream& to ) {
       auto sink = std::make_unique< HtmlSink >( to, behind );
       HtmlSink* const borrowed = sink.get();
-      return RecordOutput{ std::move( sink ), [ borrowed ] { borrowed->settle(); } };
+      return RunOutput{ { std::move( sink ), [ borrowed ] { borrowed->settle(); } } };
    } );
 }
 

@@ -125,11 +125,15 @@ RunLine::addCommand() {
       "--format",
       options_.format,
       { { "text", RunFormat::text },
+        { "table", RunFormat::table },
+        { "json", RunFormat::json },
         { "ndjson", RunFormat::ndjson },
         { "html", RunFormat::html },
         { "svg", RunFormat::svg } },
-      "For people (which it is without this), one JSON object a line, a page that "
-      "shows it in a browser and needs nothing else, or a picture of its time line" );
+      "For people (which it is without this), a line for each port or range of ports, "
+      "one JSON object of what it comes to, one JSON object a line of all that happens, "
+      "a page that shows it in a browser and needs nothing else, or a picture of its "
+      "time line" );
    parser_.addChoice< Colour >(
       command,
       "--colour,--color",
@@ -148,7 +152,7 @@ RunLine::addCommand() {
       "Wait: a second of scenario time takes a second" );
    addAgainst( command );
    addMounts( parser_, command, options_.input );
-   addMaxInput( parser_, command, options_.input );
+   addMaxInput( parser_, command, options_.input.maxInput );
    addPlugin( parser_, command, options_.input.plugin );
 }
 

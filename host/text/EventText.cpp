@@ -7,6 +7,7 @@
 #include <host/base/IntfRanges>
 #include <host/base/Words>
 #include <host/state/MountTable>
+#include <host/text/TextHeading>
 
 #include <fmt/format.h>
 
@@ -171,6 +172,12 @@ eventText( Json const& patch, StateView const& state ) {
       phrases.change( name, value );
    }
    return phrases.text();
+}
+
+std::string
+labelledEventText( std::string const& label, Json const& patch, StateView const& state ) {
+   std::string const title = titleText( label );
+   return ( title.empty() ? "" : title + ": " ) + eventText( patch, state );
 }
 
 } // namespace ostra

@@ -3,10 +3,7 @@
 
 #include <host/text/TextReport>
 
-#include <host/account/PortRoll>
-#include <host/account/ReleaseReason>
 #include <host/base/Words>
-#include <host/state/MountTable>
 #include <host/text/EventText>
 #include <host/text/TextBatch>
 #include <host/text/TextHeading>
@@ -15,112 +12,48 @@
 #include <fmt/format.h>
 
 #include <filesystem>
-#include <set>
 #include <string>
-#include <utility>
 
 namespace ostra {
-
-struct TextReport::Run {
-   explicit Run( StateView const& view )
-         : state( view ), facts( view ), roll( facts, ledger ), batch( facts, ledger ) {
-      batch.begin();
-      auto const ids = facts.keys( { mount::igmpsnoopingConfig, "forceEnabledPorts" } );
-      forced.insert( ids.begin(), ids.end() );
-   }
-
-   StateView const& state;
-   SwitchFacts const facts;
-   HoldLedger ledger;
-   PortRoll roll;
-   WriteBatch batch;
-   // Of the batch that is not told yet.
-   Milliseconds at{ 0 };
-   // What the event before in the same instant does; null for none.
-   Json event;
-   bool isFirstBatch = true;
-   std::set< Kovel::IntfId > forced;
-   // See Ending.
-   bool wasConfigMissing = false;
-};
 
 TextReport::TextReport( std::ostream& out, TextOptions options )
       : lines_( out, Style( options.colour ), options.width ), trace_( options.trace ) {}
 
-TextReport::~TextReport() = default;
-
 void
 TextReport::start( StartRecord const& record, StateView const& state ) {
-   run_ = std::make_unique< Run >( state );
-   printHeading( lines_, record, run_->facts );
-}
-
-void
-TextReport::reach( Milliseconds at ) {
-   if ( at != run_->at ) {
-      settle();
-      run_->at = at;
-      run_->event = nullptr;
-   }
+   state_ = &state;
+   account_ =
+      std::make_unique< RunAccount >( state, [ this ]( RunAccount::Batch const& batch ) {
+         TextBatch( lines_, batch.at, account_->facts(), batch.census, batch.isFirst )
+            .print( batch.writes, batch.reason );
+      } );
+   printHeading( lines_, record, account_->facts() );
 }
 
 void
 TextReport::settle() {
-   Run& run = *run_;
-   bool const first = std::exchange( run.isFirstBatch, false );
-   ReleaseReason const reason( run.facts, run.ledger, run.event, first );
-   for ( auto const* holds :
-         { &run.batch.held(), &run.batch.released(), &run.batch.heldAgain() } ) {
-      for ( auto const& hold : *holds ) {
-         run.roll.hold( hold );
-      }
-   }
-   TextBatch( lines_, run.at, run.facts, run.roll.call( first ), first )
-      .print( run.batch, reason );
-   keep( run.batch, reason, first );
-   run.batch.clear();
-}
-
-void
-TextReport::keep( WriteBatch const& batch, ReleaseReason const& reason, bool first ) {
-   Run& run = *run_;
-   for ( auto const& hold : batch.released() ) {
-      run.ledger.close( hold, run.at, reason.of( hold ) );
-   }
-   if ( !batch.released().empty() || ( first && batch.held().empty() ) ) {
-      run.wasConfigMissing = !run.facts.missingConfig().empty();
-   }
-   for ( auto const id : batch.forced().begun() ) {
-      run.forced.insert( id );
-   }
-   for ( auto const id : batch.forced().ended() ) {
-      run.forced.erase( id );
-   }
+   account_->settle();
 }
 
 void
 TextReport::write( Milliseconds at, WriteRecord const& record ) {
-   reach( at );
-   run_->batch.write( at, record );
+   account_->write( at, record );
 }
 
 void
 TextReport::event( Milliseconds at, EventRecord const& record ) {
-   reach( at );
-   settle();
-   run_->event = record.patch();
-   run_->roll.event( run_->event );
-   std::string const label = record.label.empty() ? "" : titleText( record.label ) + ": ";
+   Json const patch = record.patch();
+   account_->event( at, patch );
    lines_.entry(
       at,
       Ink::event,
       fmt::format( "event {}", record.index ),
-      label + eventText( run_->event, run_->state ) );
+      labelledEventText( record.label, patch, *state_ ) );
 }
 
 void
 TextReport::log( Milliseconds at, LogMessageRecord const& record ) {
-   reach( at );
+   account_->reach( at );
    settle();
    lines_.entry(
       at,
@@ -131,7 +64,7 @@ TextReport::log( Milliseconds at, LogMessageRecord const& record ) {
 
 void
 TextReport::trace( Milliseconds at, TraceLineRecord const& record ) {
-   reach( at );
+   account_->reach( at );
    if ( trace_ ) {
       lines_.faintEntry(
          at,
@@ -148,16 +81,15 @@ TextReport::trace( Milliseconds at, TraceLineRecord const& record ) {
 
 void
 TextReport::end( Milliseconds at, EndRecord const& record ) {
-   reach( at );
+   account_->reach( at );
    settle();
-   Run const& run = *run_;
    Ending const ending = { at,
                            record.isTimerLeft,
-                           run.ledger,
-                           run.roll.neverHeld(),
-                           { run.forced.begin(), run.forced.end() },
-                           run.wasConfigMissing };
-   printSummary( lines_, ending, run.facts );
+                           account_->ledger(),
+                           account_->neverHeld(),
+                           account_->forced(),
+                           account_->wasConfigMissing() };
+   printSummary( lines_, ending, account_->facts() );
 }
 
 } // namespace ostra

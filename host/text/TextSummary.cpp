@@ -3,6 +3,7 @@
 
 #include <host/text/TextSummary>
 
+#include <host/account/HoldWait>
 #include <host/base/IntfRanges>
 #include <host/base/Words>
 #include <host/text/TextTable>
@@ -11,9 +12,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <map>
-#include <optional>
 #include <utility>
 
 namespace ostra {
@@ -97,68 +96,6 @@ printTable( TextLines& lines, std::vector< Span > const& spans, Milliseconds end
       addRows( table, kind, spans, end );
    }
    table.print( lines );
-}
-
-// What a hold that has not ended waits for.
-struct Wait {
-   std::string why;
-   // Whether a timer ends it, as long as any is armed.
-   bool hasTimer = false;
-
-   auto operator<=>( Wait const& ) const = default;
-};
-
-// What holds for all that are still held is read once.
-class Waits {
- public:
-   explicit Waits( SwitchFacts const& facts );
-
-   Wait of( Hold const& hold ) const;
-
- private:
-   Wait ofClass( PortClass portClass ) const;
-
-   SwitchFacts const& facts_;
-   // None where it depends on the class, and on who put a port-channel in standby.
-   std::optional< Wait > common_;
-   Wait mlag_;
-   Wait nonMlag_;
-};
-
-Waits::Waits( SwitchFacts const& facts )
-      : facts_( facts ),
-        mlag_( ofClass( PortClass::mlag ) ),
-        nonMlag_( ofClass( PortClass::nonMlag ) ) {
-   if ( !facts.isMachineThere() ) {
-      common_ = { "with nothing there to release" };
-   } else if ( !facts.isDelayRunning() ) {
-      common_ = { "although the reload delay is over",
-                  mlag_.hasTimer || nonMlag_.hasTimer };
-   }
-}
-
-Wait
-Waits::ofClass( PortClass portClass ) const {
-   if ( facts_.isHeld( portClass ) ) {
-      double const delay = facts_.delay( portClass );
-      return { "waiting " + periodText( delay ), std::isfinite( delay ) };
-   }
-   return { portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
-                                         : "although the delay of non-MLAG ports is over" };
-}
-
-Wait
-Waits::of( Hold const& hold ) const {
-   if ( common_ ) {
-      return *common_;
-   }
-   if ( hold.kind == HolderKind::standby ) {
-      return facts_.isMeantForStandby( hold.id )
-         ? mlag_
-         : Wait{ "not put in standby by this state machine" };
-   }
-   bool const isMlag = mlag_ == nonMlag_ || facts_.classOf( hold.id ) == PortClass::mlag;
-   return isMlag ? mlag_ : nonMlag_;
 }
 
 void

@@ -69,7 +69,11 @@ void
 HtmlSink::event( Milliseconds at, EventRecord const& record ) {
    story_->tell();
    Json patch = record.patch();
-   lines_->add( at, "event", { { "index", record.index }, { "patch", patch } } );
+   Json members = { { "index", record.index }, { "patch", patch } };
+   if ( !record.label.empty() ) {
+      members[ "label" ] = record.label;
+   }
+   lines_->add( at, "event", members );
    story_->event( at, std::move( patch ) );
 }
 

@@ -18,29 +18,6 @@ namespace {
 using Kovel::IntfId;
 using Kind = PortStanding::Kind;
 
-// What the port is; one that is never held is no more of a class that waits.
-char const*
-className( SwitchFacts const& facts, PortStanding const& standing, IntfId port ) {
-   switch ( standing.kind ) {
-   case Kind::internal:
-      return "internal";
-   case Kind::management:
-      return "management";
-   case Kind::peerLink:
-      return "peerLink";
-   case Kind::held:
-   case Kind::standby:
-   case Kind::notHeld:
-      break;
-   }
-   return facts.classOf( port ) == PortClass::mlag ? "mlag" : "nonMlag";
-}
-
-char const*
-stateName( Kind kind ) {
-   return kind == Kind::held ? "held" : kind == Kind::standby ? "standby" : "notHeld";
-}
-
 std::string
 roleOf( Kind kind ) {
    return kind == Kind::internal ? "an internal port"

@@ -3,8 +3,7 @@
 
 #include <host/web/SvgSink>
 
-#include <host/account/ReleaseReason>
-#include <host/account/WriteBatch>
+#include <host/account/RunAccount>
 #include <host/web/TimeLine>
 
 #include <fmt/format.h>
@@ -16,70 +15,41 @@ namespace ostra {
 class SvgSink::Run {
  public:
    Run( std::string name, StateView const& state, EventWords words )
-         : state_( state ), words_( words ), facts_( state ), batch_( facts_, ledger_ ) {
+         : state_( state ), words_( words ), account_( state ) {
       line_.name = std::move( name );
-      batch_.begin();
    }
 
-   void reach( Milliseconds at ) {
-      if ( at != at_ ) {
-         settle();
-         at_ = at;
-         event_ = nullptr;
-      }
+   void settle() { account_.settle(); }
+
+   void write( Milliseconds at, WriteRecord const& record ) {
+      account_.write( at, record );
    }
 
-   void settle() {
-      bool const isFirst = std::exchange( isFirst_, false );
-      ReleaseReason const reason( facts_, ledger_, event_, isFirst );
-      for ( Hold const& hold : batch_.released() ) {
-         ledger_.close( hold, at_, reason.of( hold ) );
-      }
-      batch_.clear();
-      tellPeriod( PortClass::mlag, line_.periods[ 0 ] );
-      tellPeriod( PortClass::nonMlag, line_.periods[ 1 ] );
+   void event( Milliseconds at, EventRecord const& record ) {
+      Json const patch = record.patch();
+      account_.event( at, patch );
+      line_.marks.push_back( { at, true, words_( record.label, patch, state_ ) } );
    }
 
-   void write( WriteRecord const& record ) { batch_.write( at_, record ); }
-
-   void event( Json patch ) {
-      settle();
-      event_ = std::move( patch );
-      line_.marks.push_back( { at_, true, words_( event_, state_ ) } );
-   }
-
-   void log( LogMessageRecord const& record ) {
+   void log( Milliseconds at, LogMessageRecord const& record ) {
       line_.marks.push_back(
-         { at_, false, fmt::format( "{}: {}", record.id, record.text ) } );
+         { at, false, fmt::format( "{}: {}", record.id, record.text ) } );
    }
 
-   TimeLine const& end() {
-      settle();
-      line_.end = at_;
-      line_.holds = ledger_.spans();
+   TimeLine const& end( Milliseconds at ) {
+      account_.reach( at );
+      account_.settle();
+      line_.end = at;
+      line_.holds = account_.ledger().spans();
+      line_.periods = { account_.periods( PortClass::mlag ),
+                        account_.periods( PortClass::nonMlag ) };
       return line_;
    }
 
  private:
-   void tellPeriod( PortClass portClass, std::vector< TimeLine::Period >& periods ) const {
-      bool const isOpen = !periods.empty() && !periods.back().to;
-      bool const isHeld = facts_.isHeld( portClass );
-      if ( isHeld && !isOpen ) {
-         periods.push_back( { at_, std::nullopt } );
-      } else if ( !isHeld && isOpen ) {
-         periods.back().to = at_;
-      }
-   }
-
    StateView const& state_;
    EventWords const words_;
-   SwitchFacts const facts_;
-   HoldLedger ledger_;
-   WriteBatch batch_;
-   Milliseconds at_{ 0 };
-   bool isFirst_ = true;
-   // What the event before in the same instant does; null for none.
-   Json event_;
+   RunAccount account_;
    TimeLine line_;
 };
 
@@ -94,20 +64,17 @@ SvgSink::start( StartRecord const& record, StateView const& state ) {
 
 void
 SvgSink::write( Milliseconds at, WriteRecord const& record ) {
-   run_->reach( at );
-   run_->write( record );
+   run_->write( at, record );
 }
 
 void
 SvgSink::event( Milliseconds at, EventRecord const& record ) {
-   run_->reach( at );
-   run_->event( record.patch() );
+   run_->event( at, record );
 }
 
 void
 SvgSink::log( Milliseconds at, LogMessageRecord const& record ) {
-   run_->reach( at );
-   run_->log( record );
+   run_->log( at, record );
 }
 
 void
@@ -115,8 +82,7 @@ SvgSink::trace( Milliseconds, TraceLineRecord const& ) {}
 
 void
 SvgSink::end( Milliseconds at, EndRecord const& ) {
-   run_->reach( at );
-   drawTimeLine( out_, run_->end() );
+   drawTimeLine( out_, run_->end( at ) );
 }
 
 void

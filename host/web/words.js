@@ -73,14 +73,19 @@ function meaning(kind, text, name = null) {
    return { kind, name, says: () => text };
 }
 
+/** What an event changes. @param {StreamRecord} record */
+function changeOf(record) {
+   return record.patch !== undefined ? `changed: ${changesOf(record.patch).join(', ')}`
+      : record.mounts !== undefined ? `changed: ${record.mounts.join(', ')}`
+         : `event ${record.index}`;
+}
+
 /** @type {{ [type: string]: (record: StreamRecord) => Meaning }} */
 const meanings = {
    write: meaningOfWrite,
    log: record => meaning('log', `${record.id}: ${record.text}`),
-   event: record => meaning('event', record.patch !== undefined
-      ? `changed: ${changesOf(record.patch).join(', ')}`
-      : record.mounts !== undefined ? `changed: ${record.mounts.join(', ')}`
-         : `event ${record.index}`),
+   event: record => meaning(
+      'event', (record.label ? `${record.label}: ` : '') + changeOf(record)),
    release: record => meaning('event', `${record.interface} released by hand`, record.interface),
    port: record => ({
       kind: record.enforced === 'failed' ? 'alarm' : 'other',

@@ -109,13 +109,15 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       cause(1, 0, 'Ethernet1', 0), cause(2, 0, 'Ethernet2', 0), cause(3, 5, 'Ethernet1', null),
       { seq: 4, t: 5, type: 'log', id: 'ID', severity: 6, text: '<b>' },
       { seq: 5, t: 6, type: 'event', index: 1, patch: { mlagStatus: { mlagState: 3 } } },
-      { seq: 6, t: 7, type: 'from a later version' },
+      { seq: 6, t: 6, type: 'event', index: 2, label: 'it goes', patch: { a: { b: 1 } } },
+      { seq: 7, t: 7, type: 'from a later version' },
    ]);
    assert.deepEqual(entries.map(e => [e.t, e.kind, e.text]), [
       [0, 'held', '2 ports errdisabled: Ethernet1-2'],
       [5, 'released', '1 port released: Ethernet1'],
       [5, 'log', 'ID: <b>'],
       [6, 'event', 'changed: mlagStatus.mlagState = 3'],
+      [6, 'event', 'it goes: changed: a.b = 1'],
       [7, 'other', 'from a later version'],
    ]);
    assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);

@@ -2,8 +2,8 @@
 // Copyright 2026 The MlagOstra authors
 
 // What the documents show is what the program does. A block of yaml is a scenario; the
-// block behind it, if it is text, ndjson, error or warning, is an excerpt of what comes of
-// it. A block of console has commands, each behind a "$ ", and below each an excerpt of what
+// block behind it, if it is text, ndjson, json, table, error or warning, is an excerpt of what
+// comes of it. A block of console has commands, each behind a "$ ", and below each an excerpt of what
 // it prints.
 
 #include "Documents"
@@ -14,6 +14,7 @@
 #include <cctype>
 #include <filesystem>
 #include <regex>
+#include <set>
 
 namespace ostra {
 
@@ -36,7 +37,8 @@ checkResult( std::string const& scenario, Block const& result ) {
       EXPECT_EQ( outcome.err, result.text );
       return true;
    }
-   bool const isResult = result.kind == "text" || result.kind == "ndjson";
+   std::set< std::string > const formats = { "text", "ndjson", "json", "table" };
+   bool const isResult = formats.contains( result.kind );
    if ( isResult ) {
       expectExcerpt(
          result.text, ostraRun( "run - --format " + result.kind, scenario ).out );
@@ -131,7 +133,7 @@ TEST( Documents, ScenariosDoWhatIsShown ) {
          EXPECT_EQ( ostraRun( "run -", blocks[ i ].text ).err, "" );
       }
    }
-   EXPECT_EQ( results, 6 );
+   EXPECT_EQ( results, 8 );
 }
 
 TEST( Documents, ReadmeShowsTheBuiltInRun ) {

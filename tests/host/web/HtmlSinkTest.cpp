@@ -222,4 +222,14 @@ TEST( HtmlSink, HasTheRecordsOfTheStreamToo ) {
       R"({"ethPhyIntfStatus":{"intfStatus":{"Ethernet2":null}}})" );
 }
 
+TEST( HtmlSink, EventsHaveTheirLabel ) {
+   auto const events = ofType(
+      jsonLines( recordsIn( pageOf( "events: [ { at: 1, label: it goes, mlagConfig: {} }, "
+                                    "{ at: 2, mlagConfig: {} } ]" ) ) ),
+      "event" );
+   ASSERT_EQ( events.size(), 2U );
+   EXPECT_EQ( events[ 0 ].at( "label" ), "it goes" );
+   EXPECT_FALSE( events[ 1 ].contains( "label" ) );
+}
+
 } // namespace ostra

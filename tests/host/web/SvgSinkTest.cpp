@@ -74,6 +74,12 @@ TEST( SvgSink, ShowsLacpStandbyAndWhatIsNotOver ) {
          HasSubstr( "The run ends at 00:01:40." ) ) );
 }
 
+TEST( SvgSink, EventsAreCalledByTheirLabel ) {
+   EXPECT_THAT(
+      pictureOf( "events: [ { at: 1, label: it goes, mlagConfig: { reloadDelay: 5 } } ]" ),
+      HasSubstr( ">00:00:01  it goes: mlagConfig.reloadDelay = 5</text>" ) );
+}
+
 TEST( SvgSink, TextsStayTexts ) {
    TimeLine timeLine;
    timeLine.name = "</svg><script>\"&\x01\xff";
