@@ -40,6 +40,7 @@ CommandLine::CommandLine() : parser_( "ostra", aboutOstra, expectedCommand ) {
    addTypes();
    addSchema();
    addDiff();
+   import_.addCommand();
    addServe();
    client_.addCommands();
    completion_.addCommand();
@@ -58,6 +59,8 @@ CommandLine::execute( std::ostream& out ) const {
       listTypes( types_, out );
    } else if ( command == "diff" ) {
       diffRuns( diff_, out );
+   } else if ( command == "import" ) {
+      import_.execute( out, std::cerr );
    } else if ( command == "schema" ) {
       printSchema( schema_, out );
    } else if ( command == "serve" ) {
@@ -103,17 +106,15 @@ CommandLine::addTypes() {
 void
 CommandLine::addSchema() {
    CLI::App& command = parser_.addCommand( "schema", schemaDescription );
-   parser_
-      .addChoice< Schema >(
-         command,
-         "WHAT",
-         schema_,
-         { { "scenario", Schema::scenario },
-           { "config", Schema::config },
-           { "summary", Schema::summary } },
-         "scenario (which it is without this), config for the configuration of `ostra "
-         "serve`, or summary for what `ostra run --format json` writes" )
-      .option_text( " " );
+   parser_.addChoice< Schema >(
+      command,
+      "WHAT",
+      schema_,
+      { { "scenario", Schema::scenario },
+        { "config", Schema::config },
+        { "summary", Schema::summary } },
+      "scenario (which it is without this), config for the configuration of `ostra "
+      "serve`, or summary for what `ostra run --format json` writes" );
 }
 
 void

@@ -64,7 +64,8 @@ declare -A folders=(
    [linux]='base input state run account alarms serve'
    [api]='base input state run account alarms check web text http serve'
    [client]='base input state run account alarms check web text http serve api'
-   [cli]='base input state run account alarms check web text http serve linux api client'
+   [import]='base input state run account alarms check serve'
+   [cli]='base input state run account alarms check web text http serve linux api client import'
 )
 for path in host/*/; do
    folder=$(basename "$path")

@@ -21,7 +21,7 @@ using testing::StartsWith;
 using namespace std::string_literals;
 
 TEST( Cli, HelpAndVersionAreEverywhere ) {
-   for ( std::string const command : { "", "run ", "check ", "types ", "schema " } ) {
+   for ( std::string const command : { "", "run ", "check ", "types ", "import ", "schema " } ) {
       Outcome const help = ostraRun( command + "--help" );
       EXPECT_EQ( help.status, 0 );
       EXPECT_THAT( help.out, HasSubstr( "Usage: ostra" ) );
@@ -97,6 +97,9 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
         "types` lists" },
       { "schema state",
         "ostra schema: WHAT: \"state\": expected scenario|config|summary" },
+      { "import", "ostra import: no FILE: "s + file },
+      { "import x --names ''",
+        "ostra import: --names: \"\": expected the configuration's file" },
       { "types a b", "ostra types: \"b\": "s + more },
    };
    for ( auto const& [ arguments, line ] : refusals ) {
@@ -113,7 +116,7 @@ TEST( Cli, OfAnOptionGivenTwiceTheLastOneHolds ) {
 }
 
 TEST( Cli, HelpFitsATerminalOf80Columns ) {
-   for ( std::string const command : { "", "run ", "check ", "types ", "schema " } ) {
+   for ( std::string const command : { "", "run ", "check ", "types ", "import ", "schema " } ) {
       EXPECT_THAT(
          ostraRun( command + "--help" ).out, Not( ContainsRegex( "[^\n]{81}" ) ) );
    }

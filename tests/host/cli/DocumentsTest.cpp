@@ -149,7 +149,7 @@ TEST( Documents, ReadmeShowsTheBuiltInRun ) {
 TEST( Documents, EveryOptionIsExplained ) {
    std::string const text = document( "docs/scenario.md" );
    std::regex const option( "--[a-z-]+" );
-   for ( std::string const command : { "run", "check", "types" } ) {
+   for ( std::string const command : { "run", "check", "types", "import" } ) {
       std::string const help = ostraRun( command + " --help" ).out;
       std::sregex_iterator const begin( help.begin(), help.end(), option );
       EXPECT_NE( begin, std::sregex_iterator() );

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/import/ConfigDatabase>
+
+#include <host/base/Failure>
+#include <host/import/ForeignItems>
+
+#include <Kovel/EthAddr>
+#include <Kovel/IpAddr>
+#include <Ryx/Exception>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+using Kovel::IntfId;
+
+// "1|PortChannel7" is the row of both; without a bar there is no second one.
+std::pair< std::string, std::string >
+partsOf( std::string_view key ) {
+   std::size_t const bar = std::min( key.find( '|' ), key.size() );
+   std::string_view const rest = key.substr( std::min( bar + 1, key.size() ) );
+   return { std::string( key.substr( 0, bar ) ), std::string( rest ) };
+}
+
+bool
+isPortChannel( IntfId id ) {
+   return id.kind() == IntfId::Kind::portChannel;
+}
+
+class Tables {
+ public:
+   Tables( Item const& root, ForeignNames& names, SwitchDescription& description )
+         : root_( root ), names_( names ), description_( description ) {}
+
+   void read() {
+      readName();
+      forEachRow( "PORT", [ this ]( Item const& row ) { addPort( row ); } );
+      forEachRow( "PORTCHANNEL", [ this ]( Item const& row ) { addPortChannel( row ); } );
+      forEachRow( "PORTCHANNEL_MEMBER", [ this ]( Item const& row ) { addMember( row ); } );
+      forEachRow( "MCLAG_DOMAIN", [ this ]( Item const& row ) { addDomain( row ); } );
+      forEachRow( "MCLAG_INTERFACE", [ this ]( Item const& row ) { addInterface( row ); } );
+      readLocalInterface();
+   }
+
+ private:
+   template< class Visit >
+   void forEachRow( std::string_view table, Visit visit ) {
+      if ( auto const rows = memberOf( root_, table ) ) {
+         rows->forEachEntry( "a map of rows", visit );
+      }
+   }
+
+   void remark( Item const& at, std::string const& why ) {
+      names_.remark( at, std::string( at.key() ), why );
+   }
+
+   void readName() {
+      if ( auto const metadata = memberOf( root_, "DEVICE_METADATA" ) ) {
+         if ( auto const host = memberOf( *metadata, "localhost" ) ) {
+            description_.name = textIn( *host, "hostname" );
+         }
+      }
+   }
+
+   // A port that says nothing is shut down there.
+   void addPort( Item const& row ) {
+      IntfId const id = names_.add( std::string( row.key() ), row );
+      bool const isEnabled = textIn( row, "admin_status" ) == "up";
+      if ( id && isPortChannel( id ) ) {
+         remark( row, fmt::format( "{} is no port", id.string() ) );
+      } else if ( id ) {
+         description_.ports.emplace( id, SwitchDescription::Port{ isEnabled, {} } );
+      }
+   }
+
+   void addPortChannel( Item const& row ) {
+      IntfId const id = names_.add( std::string( row.key() ), row );
+      bool const isStatic = textIn( row, "static" ) == "true";
+      if ( id && !isPortChannel( id ) ) {
+         remark( row, fmt::format( "{} is no port-channel", id.string() ) );
+      } else if ( id ) {
+         description_.portChannels.insert( id );
+         isStatic_[ id ] = isStatic;
+      }
+   }
+
+   void addMember( Item const& row ) {
+      auto const [ portChannelName, portName ] = partsOf( row.key() );
+      IntfId const portChannel = names_.find( portChannelName );
+      auto const port = description_.ports.find( names_.find( portName ) );
+      if ( !description_.portChannels.contains( portChannel ) ) {
+         remark( row, noneOf( "port-channel", portChannelName ) );
+      } else if ( port == description_.ports.end() ) {
+         remark( row, noneOf( "port", portName ) );
+      } else if ( port->second.portChannel ) {
+         remark(
+            row,
+            fmt::format(
+               "{} is in {} already",
+               shortened( portName ),
+               port->second.portChannel.string() ) );
+      } else {
+         port->second.portChannel = portChannel;
+         port->second.isOfLacp = !isStatic_.at( portChannel );
+      }
+   }
+
+   void addDomain( Item const& row ) {
+      SwitchDescription::Mlag& mlag = description_.mlag;
+      if ( !mlag.domainId.empty() ) {
+         remark( row, "a second domain" );
+         return;
+      }
+      mlag.domainId = row.key();
+      mlag.peerAddress = addressIn< Kovel::IpAddr >( row, "peer_ip", "an IP address" );
+      mlag.systemId =
+         addressIn< Kovel::EthAddr >( row, "mclag_system_id", "an Ethernet address" );
+      sourceAddress_ = textIn( row, "source_ip" );
+      if ( auto const delay = memberOf( row, "delay_restore" ) ) {
+         mlag.reloadDelay = secondsIn( *delay );
+      }
+      if ( auto const link = memberOf( row, "peer_link" ) ) {
+         std::string const name = textOf( *link, "the name of a port or port-channel" );
+         mlag.peerLink = names_.find( name );
+         if ( !mlag.peerLink ) {
+            remark( *link, noneOf( "port or port-channel", name ) );
+         }
+      }
+   }
+
+   template< class Address >
+   static std::string
+   addressIn( Item const& row, std::string_view key, std::string_view expected ) {
+      auto const item = memberOf( row, key );
+      std::string const text = item ? textOf( *item, expected ) : "";
+      try {
+         return text.empty() ? "" : std::string( Address( text ).string() );
+      } catch ( Ryx::RangeException const& ) {
+         item->refuse( expected );
+      }
+   }
+
+   static double secondsIn( Item const& delay ) {
+      std::string const text = textOf( delay, "a number of seconds" );
+      unsigned seconds = 0;
+      char const* const end = text.data() + text.size();
+      auto const [ rest, error ] = std::from_chars( text.data(), end, seconds );
+      if ( error != std::errc() || rest != end ) {
+         delay.refuse( "a number of seconds" );
+      }
+      return seconds;
+   }
+
+   void addInterface( Item const& row ) {
+      auto const [ domain, name ] = partsOf( row.key() );
+      IntfId const id = names_.find( name );
+      if ( domain != description_.mlag.domainId ) {
+         remark( row, noneOf( "domain", domain ) );
+      } else if ( !id ) {
+         remark( row, noneOf( "port or port-channel", name ) );
+      } else {
+         description_.mlag.interfaces.insert( id );
+      }
+   }
+
+   // The VLAN that has MLAG's own address.
+   void readLocalInterface() {
+      if ( sourceAddress_.empty() ) {
+         return;
+      }
+      forEachRow( "VLAN_INTERFACE", [ this ]( Item const& row ) {
+         auto const [ name, prefix ] = partsOf( row.key() );
+         if ( prefix.substr( 0, prefix.find( '/' ) ) != sourceAddress_ ) {
+            return;
+         }
+         try {
+            description_.mlag.localInterface = IntfId( name );
+         } catch ( Ryx::RangeException const& ) {
+            remark( row, noneOf( "VLAN", name ) );
+         }
+      } );
+   }
+
+   static std::string noneOf( std::string_view kind, std::string const& name ) {
+      return fmt::format( "{} is no {} that is known", inQuotes( name ), kind );
+   }
+
+   Item const& root_;
+   ForeignNames& names_;
+   SwitchDescription& description_;
+   std::map< IntfId, bool > isStatic_;
+   std::string sourceAddress_;
+};
+
+} // namespace
+
+void
+readConfigDatabase(
+   Item const& tables, ForeignNames& names, SwitchDescription& description ) {
+   Tables( tables, names, description ).read();
+}
+
+} // namespace ostra

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+#include <host/import/Import>
+
+#include <host/base/Failure>
+#include <host/check/Warnings>
+#include <host/import/ConfigDatabase>
+#include <host/import/ForeignItems>
+#include <host/import/LinkList>
+#include <host/import/ScenarioText>
+
+#include <Ryx/Exception>
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace ostra {
+
+namespace {
+
+void
+readSwitch( Item const& root, ForeignNames& names, SwitchDescription& description ) {
+   if ( root.node().kind() == NodeKind::list ) {
+      readLinkList( root, names, description );
+      return;
+   }
+   bool const isDatabase = root.node().kind() == NodeKind::map && memberOf( root, "PORT" );
+   if ( !isDatabase ) {
+      root.refuse( "the list that `ip -json -details link` writes, or a map with PORT" );
+   }
+   readConfigDatabase( root, names, description );
+}
+
+Kovel::IntfId
+namedInterface( std::string const& name, SwitchDescription const& description ) {
+   try {
+      Kovel::IntfId const id( name );
+      bool const isThere =
+         description.ports.contains( id ) || description.portChannels.contains( id );
+      return isThere ? id : Kovel::IntfId();
+   } catch ( Ryx::RangeException const& ) {
+      return {};
+   }
+}
+
+void
+setPeerLink(
+   std::string const& name, ForeignNames const& names, SwitchDescription& description ) {
+   Kovel::IntfId const found = names.find( name );
+   description.mlag.peerLink = found ? found : namedInterface( name, description );
+   if ( !description.mlag.peerLink ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra import: --peer-link: {}: expected a port or port-channel of the file",
+            inQuotes( name ) ) );
+   }
+}
+
+// What `ostra check` says of it.
+std::vector< std::string >
+review( std::string const& text, std::size_t maxInput ) {
+   Mounts mounts;
+   Scenario const scenario = readScenario(
+      parseScenario( "<stdout>", text, maxInput ), mounts, []() -> RyxType const& {
+         throw std::logic_error( "an imported scenario has no event" );
+      } );
+   return warnings( *scenario.document, scenario, mounts );
+}
+
+} // namespace
+
+ImportedScenario
+importScenario( File file, ImportOptions const& options ) {
+   std::string const source = file.name;
+   Document const document =
+      parseDocument( std::move( file.name ), std::move( file.text ), options.maxInput );
+   SwitchDescription description;
+   ForeignNames names( options.names, description.remarks );
+   readSwitch( Item( document ), names, description );
+   if ( options.peerLink ) {
+      setPeerLink( *options.peerLink, names, description );
+   }
+   ImportedScenario imported{ scenarioText( description, source ), {} };
+   for ( SwitchDescription::Remark const& remark : description.remarks ) {
+      imported.warnings.push_back(
+         fmt::format( "warning: {}: {}", remark.place, remark.text ) );
+   }
+   for ( std::string& line : review( imported.text, options.maxInput ) ) {
+      imported.warnings.push_back( std::move( line ) );
+   }
+   return imported;
+}
+
+} // namespace ostra
