@@ -21,7 +21,8 @@ using testing::StartsWith;
 using namespace std::string_literals;
 
 TEST( Cli, HelpAndVersionAreEverywhere ) {
-   for ( std::string const command : { "", "run ", "check ", "types ", "import ", "schema " } ) {
+   for ( std::string const command :
+         { "", "run ", "check ", "types ", "import ", "schema " } ) {
       Outcome const help = ostraRun( command + "--help" );
       EXPECT_EQ( help.status, 0 );
       EXPECT_THAT( help.out, HasSubstr( "Usage: ostra" ) );
@@ -49,8 +50,10 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "run a b c", "ostra run: \"b\": "s + more },
       { "run a.yaml check", "ostra run: \"check\": "s + more },
       { "run ''", "ostra run: SCENARIO: \"\": "s + file },
-      { "run --format xml", "ostra run: --format: \"xml\": expected text|table|json|ndjson|html|svg" },
-      { "run --format", "ostra run: --format: no value: expected text|table|json|ndjson|html|svg" },
+      { "run --format xml",
+        "ostra run: --format: \"xml\": expected text|table|json|ndjson|html|svg" },
+      { "run --format",
+        "ostra run: --format: no value: expected text|table|json|ndjson|html|svg" },
       { "run --against x", "ostra run: --against: another format: expected --format html" },
       { "run - --format html --against -",
         "ostra run: --against: \"-\": expected a file, as standard input is read already" },
@@ -95,8 +98,7 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
       { "types Mlag::Nothing",
         "ostra types: NAME: \"Mlag::Nothing\": expected the name of a type, which `ostra "
         "types` lists" },
-      { "schema state",
-        "ostra schema: WHAT: \"state\": expected scenario|config|summary" },
+      { "schema state", "ostra schema: WHAT: \"state\": expected scenario|config|summary" },
       { "import", "ostra import: no FILE: "s + file },
       { "import x --names ''",
         "ostra import: --names: \"\": expected the configuration's file" },
@@ -116,7 +118,8 @@ TEST( Cli, OfAnOptionGivenTwiceTheLastOneHolds ) {
 }
 
 TEST( Cli, HelpFitsATerminalOf80Columns ) {
-   for ( std::string const command : { "", "run ", "check ", "types ", "import ", "schema " } ) {
+   for ( std::string const command :
+         { "", "run ", "check ", "types ", "import ", "schema " } ) {
       EXPECT_THAT(
          ostraRun( command + "--help" ).out, Not( ContainsRegex( "[^\n]{81}" ) ) );
    }
