@@ -117,7 +117,7 @@ class Forecasts::Running {
    }
    static void onDeadline( int, short, void* self ) {
       auto* const running = static_cast< Running* >( self );
-      running->giveUp( running->timeComplaint() );
+      running->giveUp( timeComplaint( running->limits_.time ) );
    }
 
    // Makes this go, as the others do that end it.
@@ -164,7 +164,7 @@ class Forecasts::Running {
    std::optional< Complaint > problemOf( int status ) const {
       if ( WIFSIGNALED( status ) ) {
          return WTERMSIG( status ) == SIGXCPU
-            ? timeComplaint()
+            ? timeComplaint( limits_.work )
             : complaint(
                  fmt::format( "ended by signal {}", WTERMSIG( status ) ), "its own end" );
       }
@@ -183,9 +183,9 @@ class Forecasts::Running {
       }
    }
 
-   Complaint timeComplaint() const {
+   static Complaint timeComplaint( std::chrono::milliseconds time ) {
       return complaint(
-         fmt::format( "not over after {} ms", limits_.time.count() ),
+         fmt::format( "not over after {} ms", time.count() ),
          "less, for example up to a time with until" );
    }
 

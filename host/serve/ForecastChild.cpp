@@ -95,10 +95,10 @@ limitChild( ForecastLimits const& limits ) {
    if ( std::size_t const present = presentMemory(); present != 0 ) {
       limit( RLIMIT_AS, present + limits.memory );
    }
-   limit(
-      RLIMIT_CPU,
-      static_cast< std::size_t >(
-         std::chrono::ceil< std::chrono::seconds >( limits.time ).count() ) );
+   // Where the two are the same it is killed, and nobody knows why.
+   auto const work = static_cast< rlim_t >( limits.work.count() );
+   rlimit const processor{ work, work + 1 };
+   setrlimit( RLIMIT_CPU, &processor );
    limit( RLIMIT_CORE, 0 );
 }
 

@@ -13,6 +13,7 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 
@@ -221,6 +222,21 @@ TEST_F( Forecast, ThatTakesTooLongIsEndedAndSaysSo ) {
    EXPECT_EQ(
       problemOf( []( std::ostream& ) -> RecordOutput { pauseForEver(); }, limits ),
       "not over after 20 ms" );
+}
+
+TEST_F( Forecast, ThatWorksTooMuchIsEndedAndSaysSo ) {
+   process.start();
+   ForecastLimits limits;
+   // It gives way to everybody who has work meanwhile.
+   limits.time = std::chrono::seconds( 200 );
+   limits.work = std::chrono::seconds( 1 );
+   EXPECT_EQ(
+      problemOf(
+         []( std::ostream& ) -> RecordOutput {
+            for ( std::atomic< unsigned > work = 0;; ++work ) {}
+         },
+         limits ),
+      "not over after 1000 ms" );
 }
 
 TEST_F( Forecast, ThatTellsTooMuchSaysSoAndIsNotCut ) {
