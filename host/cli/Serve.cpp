@@ -23,6 +23,7 @@
 #include <iostream>
 #include <memory>
 
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -52,6 +53,14 @@ httpLimits() {
    limits.connections = std::min( limits.connections, half );
    limits.networkConnections = std::min( limits.networkConnections, half );
    return limits;
+}
+
+// What is as large as the list of thousands of ports goes back to the system when it is
+// released. Left to itself the C library learns from the first such piece to keep the next.
+void
+keepLittleMemory() {
+   mallopt( M_MMAP_THRESHOLD, 1 << 20 );
+   mallopt( M_TRIM_THRESHOLD, 16 << 20 );
 }
 
 constexpr Ryx::Seconds betweenListens = 5;
@@ -108,6 +117,8 @@ class Service {
       } );
       // Ports are held, and that is durable, before anybody hears that there is a host.
       loop_.turn();
+      // A start takes much that nobody needs again.
+      malloc_trim( 0 );
       for ( ListenEndpoint const& endpoint : config_.listen ) {
          std::visit( [ & ]( auto const& at ) { listen( at, out ); }, endpoint );
       }
@@ -260,6 +271,7 @@ class Service {
 
 void
 serve( ServeOptions const& options, std::ostream& out ) {
+   keepLittleMemory();
    Config config = loadConfig( options.config );
    checkConfig( config );
    if ( options.isCheck ) {
