@@ -181,7 +181,7 @@ function( mlagostra_install_package )
    install( DIRECTORY gdb/ DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra/gdb
       COMPONENT Development FILES_MATCHING PATTERN *.py PATTERN __pycache__ EXCLUDE )
    install( DIRECTORY examples
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime )
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/mlagostra COMPONENT Runtime USE_SOURCE_PERMISSIONS )
    mlagostra_install_service()
    mlagostra_install_completion()
    mlagostra_install_documents( Runtime
