@@ -52,6 +52,16 @@ TEST( EntryLines, TheNumberThatFitsMostIsTaken ) {
       entries[ Kovel::IntfId( fmt::format( "Ethernet1/{}", i ) ) ] = inLag( i );
    }
    EXPECT_EQ( entryLines( entries, "" ), "Ethernet1/1-4: { lag: Port-Channel$2 }\n" );
+   // Two of them might have either number.
+   entries.clear();
+   for ( auto const& [ name, number ] : { std::pair{ "Ethernet1/1", 1 },
+                                          std::pair{ "Ethernet2/2", 2 },
+                                          std::pair{ "Ethernet3/5", 5 },
+                                          std::pair{ "Ethernet4/6", 6 } } ) {
+      entries[ Kovel::IntfId( name ) ] = inLag( number );
+   }
+   EXPECT_EQ(
+      entryLines( entries, "" ), "Ethernet1/1,2/2,3/5,4/6: { lag: Port-Channel$2 }\n" );
 }
 
 TEST( EntryLines, NumbersThatAreTextsAreInQuotes ) {
