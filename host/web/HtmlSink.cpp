@@ -62,7 +62,7 @@ HtmlSink::start( StartRecord const& record, StateView const& state ) {
 void
 HtmlSink::write( Milliseconds at, WriteRecord const& record ) {
    lines_->write( at, record );
-   story_->changed();
+   story_->write( at, record );
 }
 
 void

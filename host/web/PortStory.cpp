@@ -3,12 +3,13 @@
 
 #include <host/web/PortStory>
 
-#include <host/account/WriteBatch>
 #include <host/state/MountTable>
 
 #include <Ryx/Time>
 
+#include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace ostra {
@@ -17,6 +18,28 @@ namespace {
 
 using Kovel::IntfId;
 using Kind = PortStanding::Kind;
+
+// Those that say nothing of where a port stands, and those whose entries say it of the port, or
+// of the members of the port-channel, alone. A change of any other may be one of all ports.
+constexpr std::array< std::string_view, 4 > mountsOfNoPort = {
+   mount::igmpsnoopingConfig,
+   mount::ethIntfStatusDir,
+   mount::allIntfStatusDir,
+   mount::peerIntfStatusDir,
+};
+constexpr std::array< std::string_view, 5 > mountsOfOnePort = {
+   mount::ethPhyIntfStatus, mount::ethPhyIntfConfig, mount::lagInputIntfStatus,
+   mount::mlagissuCause,    mount::lacpConfig,
+};
+
+// Mount, attribute, key.
+constexpr std::size_t keyIndex = 2;
+
+template< class Names >
+bool
+contains( Names const& names, std::string_view name ) {
+   return std::find( names.begin(), names.end(), name ) != names.end();
+}
 
 std::string
 roleOf( Kind kind ) {
@@ -29,13 +52,53 @@ roleOf( Kind kind ) {
 } // namespace
 
 PortStory::PortStory( StateView const& state, Tell tell )
-      : facts_( state ), tell_( std::move( tell ) ), zero_( Ryx::now() ) {}
+      : facts_( state ),
+        tell_( std::move( tell ) ),
+        zero_( Ryx::now() ),
+        batch_( facts_, ledger_ ) {
+   batch_.begin();
+}
+
+void
+PortStory::write( Milliseconds at, WriteRecord const& record ) {
+   batch_.write( at, record );
+   touch( record.path );
+}
 
 void
 PortStory::event( Milliseconds at, Json patch ) {
    event_ = std::move( patch );
    eventAt_ = at;
-   changed();
+   for ( auto const& [ mount, attributes ] : event_.items() ) {
+      touch( { mount }, attributes );
+   }
+}
+
+void
+PortStory::touch( Path path, Json const& patch ) {
+   bool const isDeeper = path.size() <= keyIndex && patch.is_object() && !patch.empty();
+   if ( !isDeeper ) {
+      touch( path );
+      return;
+   }
+   path.emplace_back();
+   for ( auto const& [ key, value ] : patch.items() ) {
+      path.back() = key;
+      touch( path, value );
+   }
+}
+
+void
+PortStory::touch( Path const& path ) {
+   std::string const& mount = path.front();
+   if ( contains( mountsOfNoPort, mount ) ) {
+      return;
+   }
+   if ( contains( mountsOfOnePort, mount ) && path.size() > keyIndex ) {
+      touched_.emplace( path[ keyIndex ] );
+   } else {
+      isAllTouched_ = true;
+   }
 }
 
 void
@@ -45,38 +108,76 @@ PortStory::tell() {
       event_ = nullptr;
    }
    // A class may be released without a write when none of its ports was held.
-   bool const isOver = tellPeriods( at );
-   if ( std::exchange( isChanged_, false ) || isOver ) {
+   isAllTouched_ = tellPeriods( at ) || isAllTouched_;
+   if ( isAllTouched_ || !touched_.empty() ) {
       tellPorts( at );
    }
+   batch_.clear();
 }
 
 void
 PortStory::tellPorts( Milliseconds at ) {
-   HoldLedger ledger;
-   WriteBatch( facts_, ledger ).begin();
    bool const isFirst = std::exchange( isFirst_, false );
-   Standings const standings( facts_, ledger, isFirst );
-   ReleaseReason const reason( facts_, ledger, event_, isFirst );
-   for ( IntfId const id : facts_.ports() ) {
-      ports_.try_emplace( id );
-   }
-   for ( Hold const& hold : ledger.open() ) {
-      if ( hold.kind != HolderKind::standby ) {
-         ports_.try_emplace( hold.id );
-      }
-   }
+   Standings const standings( facts_, ledger_, isFirst );
+   ReleaseReason const reason( facts_, ledger_, event_, isFirst );
    Json changed = Json::array();
-   for ( auto& [ id, known ] : ports_ ) {
+   for ( IntfId const id : isAllTouched_ ? allPorts() : touchedPorts() ) {
+      Known& known = ports_[ id ];
       Json port = portJson( standings.of( id ), reason, id, known );
+      if ( IntfId const portChannel = facts_.portChannelOf( id ) ) {
+         members_[ portChannel ].insert( id );
+      }
       if ( port != known.told ) {
          changed.push_back( port );
          known.told = std::move( port );
       }
    }
+   // Why nothing is held is said in other words once the start is over.
+   isAllTouched_ = isFirst;
+   touched_.clear();
    if ( !changed.empty() ) {
       tell_( at, "ports", { { "ports", std::move( changed ) } } );
    }
+}
+
+// Those that are or were there, or are held all the same.
+PortStory::Ids
+PortStory::allPorts() {
+   members_.clear();
+   Ids ids;
+   for ( auto const& [ id, known ] : ports_ ) {
+      ids.insert( id );
+   }
+   for ( IntfId const id : facts_.ports() ) {
+      ids.insert( id );
+   }
+   for ( Hold const& hold : ledger_.open() ) {
+      if ( hold.kind != HolderKind::standby ) {
+         ids.insert( hold.id );
+      }
+   }
+   return ids;
+}
+
+// What happens to a port may show in those that share its port-channel.
+PortStory::Ids
+PortStory::touchedPorts() {
+   Ids ids;
+   Ids portChannels;
+   for ( IntfId const id : touched_ ) {
+      portChannels.insert( id );
+      portChannels.insert( facts_.portChannelOf( id ) );
+      if (
+         ports_.contains( id ) || facts_.isPresent( id ) || ledger_.isErrdisabled( id ) ) {
+         ids.insert( id );
+      }
+   }
+   for ( IntfId const id : portChannels ) {
+      if ( auto const found = members_.find( id ); found != members_.end() ) {
+         ids.insert( found->second.begin(), found->second.end() );
+      }
+   }
+   return ids;
 }
 
 Json
@@ -87,10 +188,12 @@ PortStory::portJson(
    Known& known ) const {
    std::string const name = id.string();
    IntfId const portChannel = facts_.portChannelOf( id );
-   std::string const state = stateName( standing.kind );
    std::string const portClass = className( facts_, standing, id );
    bool const isPresent = facts_.isPresent( id );
-   std::string why = roleOf( standing.kind );
+   // What waits in standby is the port-channel, whether the port is there or not.
+   bool const isGone = standing.kind == Kind::standby && !isPresent;
+   std::string const state = stateName( isGone ? Kind::notHeld : standing.kind );
+   std::string why = isGone ? "not there" : roleOf( standing.kind );
    bool const wasHeld = !known.told.is_null() && known.told.at( "state" ) == "held";
    // It is the reason as long as the port is the same.
    known.isReleased = state == "notHeld" &&
