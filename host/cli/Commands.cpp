@@ -23,6 +23,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -81,6 +82,26 @@ pluginForTypes( std::optional< std::string > const& path ) {
    }
 }
 
+// A page ends without alarms when they cannot be found.
+template< class Look >
+void
+tellAlarms(
+   RunFormat format, RunOutput const& output, Narrowed const& narrowed, Look look ) {
+   std::vector< Alarm > alarms;
+   try {
+      alarms = look();
+   } catch ( ... ) {
+      if ( format == RunFormat::html ) {
+         output.alarmsAre( {} );
+      }
+      throw;
+   }
+   std::erase_if( alarms, [ &narrowed ]( Alarm const& alarm ) {
+      return !narrowed.takes( alarm.interface );
+   } );
+   output.alarmsAre( alarms );
+}
+
 } // namespace
 
 std::size_t
@@ -134,11 +155,9 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRunOutput const&
    };
    Run( { input.scenario(), input.mounts(), agent, time, sink, *pacer, settle } ).play();
    if ( tellsAlarms && out.good() ) {
-      auto found = alarms.look( input.mounts(), agent, time );
-      std::erase_if( found, [ &narrowed ]( Alarm const& alarm ) {
-         return !narrowed.takes( alarm.interface );
+      tellAlarms( options.format, output, narrowed, [ & ] {
+         return alarms.look( input.mounts(), agent, time );
       } );
-      output.alarmsAre( found );
    }
 }
 

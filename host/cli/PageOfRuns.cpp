@@ -3,11 +3,11 @@
 
 #include <host/cli/PageOfRuns>
 
-#include <host/web/HtmlSink>
+#include <host/base/Failure>
 #include <host/web/Page>
 #include <host/web/PageRecords>
 
-#include <memory>
+#include <optional>
 #include <sstream>
 #include <string_view>
 
@@ -23,11 +23,8 @@ isStreamGiven( InputOptions const& input ) {
 // Plays the scenario; its page has the other run's lines inside.
 void
 playPage( RunOptions const& options, std::ostream& out, std::string const& behind ) {
-   playScenario( options, out, [ &behind ]( std::ostream& to ) {
-      auto sink = std::make_unique< HtmlSink >( to, behind );
-      HtmlSink* const borrowed = sink.get();
-      return RunOutput{ { std::move( sink ), [ borrowed ] { borrowed->settle(); } } };
-   } );
+   playScenario(
+      options, out, [ &behind ]( std::ostream& to ) { return makePage( to, behind ); } );
 }
 
 std::string
@@ -37,17 +34,35 @@ streamLines( InputOptions const& input ) {
    return lines.str();
 }
 
-std::string
-recordsOf( RunOptions const& options ) {
-   if ( isStreamGiven( options.input ) ) {
-      return streamLines( options.input );
+struct PageLines {
+   std::string lines;
+   // Of a run that failed on the way, which has records up to there.
+   std::optional< Failure > failure;
+};
+
+PageLines
+playedRecords( RunOptions const& options ) {
+   std::ostringstream out;
+   std::optional< Failure > failure;
+   try {
+      playPage( options, out, "" );
+   } catch ( Failure const& why ) {
+      if ( !out.str().ends_with( page::tail() ) ) {
+         throw;
+      }
+      failure = why;
    }
-   std::ostringstream page;
-   playPage( options, page, "" );
-   std::string const text = page.str();
+   std::string const text = out.str();
    // Behind the end of its line.
    std::size_t const begin = page::head().size() + 1;
-   return text.substr( begin, text.size() - page::tail().size() - begin );
+   return { text.substr( begin, text.size() - page::tail().size() - begin ), failure };
+}
+
+PageLines
+recordsOf( RunOptions const& options ) {
+   return isStreamGiven( options.input )
+      ? PageLines{ streamLines( options.input ), std::nullopt }
+      : playedRecords( options );
 }
 
 } // namespace
@@ -55,18 +70,24 @@ recordsOf( RunOptions const& options ) {
 void
 printPageOfRuns( RunOptions const& options, std::ostream& out ) {
    std::ostringstream behind;
+   std::optional< Failure > failure;
    if ( options.against ) {
       RunOptions other = options;
       other.input.scenario = options.against;
+      PageLines const records = recordsOf( other );
       putAgainst( behind );
-      behind << recordsOf( other );
+      behind << records.lines;
+      failure = records.failure;
    }
-   if ( !isStreamGiven( options.input ) ) {
+   if ( isStreamGiven( options.input ) ) {
+      std::string const lines = streamLines( options.input );
+      out << page::head() << '\n' << lines << behind.str() << page::tail();
+   } else {
       playPage( options, out, behind.str() );
-      return;
    }
-   std::string const lines = streamLines( options.input );
-   out << page::head() << '\n' << lines << behind.str() << page::tail();
+   if ( failure ) {
+      throw *failure;
+   }
 }
 
 } // namespace ostra

@@ -58,7 +58,7 @@ Run::playOn() {
 
 void
 Run::end( std::string const& failure ) {
-   parts_.sink.end( now(), { wakeUp().has_value() } );
+   parts_.sink.end( now(), { wakeUp().has_value(), failure } );
    if ( !failure.empty() ) {
       throw Failure(
          ExitStatus::failed,

@@ -78,11 +78,21 @@ makeOutput( RunFormat format, TextOptions const& text, std::ostream& out ) {
    case RunFormat::ndjson:
       return { { std::make_unique< NdjsonSink >( out ), [] {} } };
    case RunFormat::html:
-      return { settled( std::make_unique< HtmlSink >( out ) ) };
+      return makePage( out );
    case RunFormat::svg:
       return { settled( std::make_unique< SvgSink >( out, labelledEventText ) ) };
    }
    return textOutput( text, out );
+}
+
+RunOutput
+makePage( std::ostream& out, std::string behind ) {
+   auto sink = std::make_unique< HtmlSink >( out, labelledEventText, std::move( behind ) );
+   HtmlSink* const borrowed = sink.get();
+   return { settled( std::move( sink ) ),
+            [ borrowed ]( std::vector< Alarm > const& alarms ) {
+               borrowed->tellAlarms( alarms );
+            } };
 }
 
 } // namespace ostra

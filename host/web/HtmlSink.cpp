@@ -39,8 +39,9 @@ class HtmlSink::Lines final : public JsonSink {
    std::ostream& out_;
 };
 
-HtmlSink::HtmlSink( std::ostream& out, std::string behind )
+HtmlSink::HtmlSink( std::ostream& out, EventWords words, std::string behind )
       : out_( out ),
+        words_( words ),
         behind_( std::move( behind ) ),
         lines_( std::make_unique< Lines >( out ) ) {}
 
@@ -48,6 +49,7 @@ HtmlSink::~HtmlSink() = default;
 
 void
 HtmlSink::start( StartRecord const& record, StateView const& state ) {
+   state_ = &state;
    out_ << page::head() << '\n';
    lines_->add(
       Milliseconds( 0 ),
@@ -69,11 +71,12 @@ void
 HtmlSink::event( Milliseconds at, EventRecord const& record ) {
    story_->tell();
    Json patch = record.patch();
-   Json members = { { "index", record.index }, { "patch", patch } };
-   if ( !record.label.empty() ) {
-      members[ "label" ] = record.label;
-   }
-   lines_->add( at, "event", members );
+   lines_->add(
+      at,
+      "event",
+      { { "index", record.index },
+        { "text", words_( record.label, patch, *state_ ) },
+        { "patch", patch } } );
    story_->event( at, std::move( patch ) );
 }
 
@@ -89,7 +92,29 @@ HtmlSink::trace( Milliseconds, TraceLineRecord const& ) {}
 void
 HtmlSink::end( Milliseconds at, EndRecord const& record ) {
    story_->tell();
-   lines_->add( at, "end", { { "isTimerLeft", record.isTimerLeft } } );
+   end_ = at;
+   Json ending = { { "isTimerLeft", record.isTimerLeft } };
+   if ( !record.failure.empty() ) {
+      ending[ "failure" ] = record.failure;
+   }
+   lines_->add( at, "end", ending );
+   if ( !record.failure.empty() ) {
+      close();
+   }
+}
+
+void
+HtmlSink::tellAlarms( std::vector< Alarm > const& alarms ) {
+   Json told = Json::array();
+   for ( Alarm const& alarm : alarms ) {
+      told.push_back( toJson( alarm ) );
+   }
+   lines_->add( end_, "alarms", { { "alarms", std::move( told ) } } );
+   close();
+}
+
+void
+HtmlSink::close() {
    out_ << behind_ << page::tail();
 }
 

@@ -61,8 +61,12 @@ putStream( std::ostream& out, File const& file ) {
    std::string_view rest = file.text;
    for ( std::size_t number = 1; !rest.empty(); ++number ) {
       std::string_view const line = rest.substr( 0, rest.find( '\n' ) );
+      bool const isWhole = line.size() < rest.size();
       rest.remove_prefix( std::min( rest.size(), line.size() + 1 ) );
       Json const json = Json::parse( line, nullptr, false );
+      if ( !isWhole && json.is_discarded() ) {
+         return;
+      }
       if ( !isRecord( json ) ) {
          throw Failure(
             ExitStatus::badInput,

@@ -7,8 +7,8 @@ cmake_minimum_required( VERSION 3.24 )
 # cmake -D SOURCES=directory -D OUTPUT=source.cpp -P assemble.cmake
 
 # In this order, each after those that it imports.
-set( modules model layout story words parts records live stream recorded compare
-   summary faceplate detail timeline tables whatif app )
+set( modules model names layout story words alarms parts records host livestory live stream recorded
+   compare summary faceplate detail timeline tables whatif body livepage runpages app )
 
 # What is read by a script of CMake keeps its brackets and semicolons only within quotes.
 macro( read name file )

@@ -4,7 +4,8 @@
 // One port: whether it is held and why, until when, who shares its port-channel, what is
 // wrong, and what happened to it.
 
-import { compareNames, stateOf } from './model.js';
+import { stateOf } from './model.js';
+import { compareNames } from './names.js';
 import { Foreign, html, kindOf, reasonOf, standingOf, StateMark, useEffect, useRef } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
@@ -19,7 +20,7 @@ function Fact({ term, children }) {
 }
 
 /** @param {{ port: Port, ports: Map<string, Port>, now: number, entries: Entry[],
- *            alarms: import('./live.js').Alarm[], whenOf: (t: number, time: string|null) => string,
+ *            alarms: import('./model.js').Alarm[], whenOf: (t: number, time: string|null) => string,
  *            onSelect: (name: string|null) => void, more?: any }} props `more` of the port */
 export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, more }) {
    const heading = useRef(/** @type {HTMLElement|null} */ (null));

@@ -10,25 +10,26 @@ import { Component, html, StateMark, useMemo, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 
-/** Beyond that many ports each is smaller. */
-const manyPorts = 150;
+/** Beyond that many ports each is smaller, and what is below them is far away. */
+export const manyPorts = 150;
 
-/** Is drawn again only when what it shows has changed. */
+/** Is drawn again only when what it shows has changed. Its title is its name: what is in it is
+ * for the eye. */
 class PortButton extends Component {
    /** @param {any} next */
    shouldComponentUpdate(next) {
       const now = this.props;
       return next.state !== now.state || next.left !== now.left || next.words !== now.words ||
-         next.isSelected !== now.isSelected || next.isStop !== now.isStop;
+         next.isSelected !== now.isSelected || next.isStop !== now.isStop ||
+         next.isOther !== now.isOther;
    }
 
    render() {
-      const says = plain(`${this.props.name}: ${this.props.words}`);
-      const { name, label, state, left, isSelected, isStop, onSelect } = this.props;
-      return html`<button type="button" class=${`port s-${state}`} data-port=${name}
+      const { name, label, words, state, left, isSelected, isStop, isOther, onSelect } = this.props;
+      const says = plain(`${name}: ${words}${isOther ? ', not as in the other run' : ''}`);
+      return html`<button type="button" class=${`port s-${state} ${isOther ? 'other' : ''}`} data-port=${name}
          data-state=${state} aria-current=${isSelected ? 'true' : 'false'}
          title=${says} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
-         <span class="spoken">${says}</span>
          <span class="label" aria-hidden="true">${label}</span>
          <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
          <span class="left" aria-hidden="true">${left}</span>
@@ -80,9 +81,13 @@ function onKey(event, onStop) {
    }
 }
 
-/** @param {{ ports: Map<string, Port>, now: number, selected: string|null,
- *            onSelect: (name: string) => void }} props */
-export function Faceplate({ ports, now, selected, onSelect }) {
+/** @type {Set<string>} */
+const none = new Set();
+
+/** `others`: those that stand otherwise in the run with which this one is compared.
+ * @param {{ ports: Map<string, Port>, now: number, selected: string|null,
+ *            onSelect: (name: string) => void, others?: Set<string> }} props */
+export function Faceplate({ ports, now, selected, onSelect, others = none }) {
    const names = [...ports.keys()];
    const modules = useMemo(() => layoutOf(names), [names.join(' ')]);
    // One stop for the tabulator key, which is where one left.
@@ -97,7 +102,7 @@ export function Faceplate({ ports, now, selected, onSelect }) {
       return html`<${PortButton} key=${name} name=${name} label=${label}
          state=${state} left=${seconds === null ? '' : duration(seconds)}
          words=${`${portStates[state].words}, ${classWords[port.class] ?? port.class}`}
-         isSelected=${name === selected} isStop=${name === stop}
+         isSelected=${name === selected} isStop=${name === stop} isOther=${others.has(name)}
          onSelect=${(/** @type {string} */ chosen) => {
             setStop(chosen);
             onSelect(chosen);

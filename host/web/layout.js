@@ -4,7 +4,7 @@
 // Where a port is on the front of a switch, by its name: the module, the cage, and the lane
 // of a cage that is broken out.
 
-import { compareNames, parsedName } from './model.js';
+import { compareNames, parsedName } from './names.js';
 
 /**
  * @typedef {{ label: string, ports: { name: string, label: string }[] }} Cage

@@ -5,27 +5,21 @@
 // are taken once each, also when the connection was lost in between; what they do not say is
 // asked for, once a second at most.
 
-import { adminWord, linkWord } from './model.js';
+import { askForEvents, eventsSince, history, historyBefore, Refusal, standing } from './host.js';
+import { endlessOf, liveStoryOf, portOf } from './livestory.js';
 import { mostOlderRecords, mostRecords, Records } from './records.js';
-import { delaysOf, rangeOf } from './story.js';
 import { entriesOf } from './words.js';
 
 /**
  * @typedef {import('./model.js').Port} Port
- * @typedef {import('./model.js').Period} Period
  * @typedef {import('./model.js').StreamRecord} StreamRecord
- * @typedef {import('./story.js').Span} Span
  * @typedef {import('./story.js').Story} Story
- * @typedef {{ kind: string, interface: string, since: number, text: string,
- *             ending: string }} Alarm
+ * @typedef {import('./model.js').Alarm} Alarm
  */
 
 /** In milliseconds. */
 const betweenQuestions = 1000;
 const betweenChecks = 5000;
-const longestAnswer = 4000;
-/** What is long comes over a slow link too. */
-const longestHistory = 60000;
 /** A stream that is behind the answers for that long is dead. */
 const longestSilence = 10000;
 
@@ -35,32 +29,6 @@ const causePath = ['mlagissuCause', 'intfStatus'];
  * @param {StreamRecord} record */
 const isOfCause = record => record.type === 'write' && record.path.length === 3 &&
    causePath.every((key, i) => record.path[i] === key);
-
-/** The ports and port-channels whose hold no timer ends, whatever the delay of their class is.
- * @param {Alarm[]} alarms @returns {Set<string>} */
-export const endlessOf = alarms => new Set(alarms
-   .filter(alarm => ['heldWithoutEnd', 'standbyWithoutEnd'].includes(alarm.kind))
-   .map(alarm => alarm.interface));
-
-/** A port of `GET /v1/ports`.
- * @param {any} told @param {number|null} released @param {Set<string>} [endless]
- * @returns {Port} */
-export function portOf(told, released, endless = new Set()) {
-   const isEndless = endless.has(told.interface) || endless.has(told.portChannel);
-   return {
-      name: told.interface,
-      class: told.class,
-      portChannel: told.portChannel,
-      isPresent: told.link !== null,
-      admin: adminWord(told.admin),
-      link: linkWord(told.link),
-      device: told.device,
-      hold: told.hold && isEndless ? { ...told.hold, until: null } : told.hold,
-      isDown: told.protodown?.on ?? false,
-      released,
-      reason: told.reason,
-   };
-}
 
 export class Live {
    /** @param {() => void} onChange */
@@ -73,8 +41,11 @@ export class Live {
       this.summary = null;
       /** @type {Alarm[]} */
       this.alarms = [];
-      /** @type {'connecting'|'live'|'lost'} */
+      /** @type {import('./livestory.js').Connection} */
       this.connection = 'connecting';
+      /** What the host said last instead of an answer, and after how long it is asked again. */
+      this.refusal = { words: '', seconds: 0 };
+      this.isStreamRefused = false;
       /** By the browser's clock: the last answer. */
       this.answeredAt = 0;
       /** Since when the stream has been behind the answers; null: it is not.
@@ -86,6 +57,8 @@ export class Live {
       /** @type {EventSource|null} */
       this.events = null;
       this.askedAt = -Infinity;
+      /** The host wants to be left alone until then. */
+      this.notBefore = -Infinity;
       this.isAsking = false;
       this.isToAsk = false;
       this.boot = '';
@@ -133,7 +106,8 @@ export class Live {
          return;
       }
       this.isToAsk = true;
-      const wait = Math.max(0, this.askedAt + betweenQuestions - performance.now());
+      const earliest = Math.max(this.askedAt + betweenQuestions, this.notBefore);
+      const wait = Math.max(0, earliest - performance.now());
       setTimeout(() => this.#ask(), wait);
    }
 
@@ -142,33 +116,18 @@ export class Live {
       this.isAsking = true;
       this.askedAt = performance.now();
       try {
-         const [summary, ports, alarms] = await Promise.all(
-            ['summary', 'ports', 'alarms'].map(path => this.#json(`/v1/${path}`)));
+         const [summary, ports, alarms] = await standing();
          this.#take(summary, ports, alarms);
          await this.#follow(summary.lastRecord);
          this.#readBack();
       } catch (error) {
-         this.#lose();
+         this.#lose(error);
       }
       this.isAsking = false;
       if (this.isToAsk) {
          this.isToAsk = false;
          this.ask();
       }
-   }
-
-   /** @param {string} path */
-   async #json(path) {
-      return (await this.#answer(path)).json();
-   }
-
-   /** @param {string} path @param {number} [longest] in milliseconds */
-   async #answer(path, longest = longestAnswer) {
-      const response = await fetch(path, { signal: AbortSignal.timeout(longest) });
-      if (!response.ok) {
-         throw new Error(`${path}: ${response.status}`);
-      }
-      return response;
    }
 
    /** @param {any} summary @param {any[]} ports @param {Alarm[]} alarms */
@@ -212,40 +171,61 @@ export class Live {
       }
    }
 
-   /** @param {number} since @param {number} limit @returns {Promise<StreamRecord[]>} */
-   async #history(since, limit) {
-      const history = await this.#answer(
-         `/v1/history?since=${since}&limit=${limit}`, longestHistory);
-      return (await history.text()).split('\n').filter(line => line)
-         .map(line => JSON.parse(line));
-   }
-
    /** Sees to it that records come: first what there was, then from there on.
     * @param {number} last */
    async #follow(last) {
       if (this.events || this.isPaused) {
          return;
       }
-      if (!this.records.last) {
-         const records = this.records;
-         for (const record of await this.#history(Math.max(0, last - mostRecords), mostRecords)) {
-            records.add(record);
+      try {
+         await this.#catchUp(last);
+         if (this.isStreamRefused) {
+            await askForEvents(this.records.last);
          }
+      } catch (error) {
+         if (!(error instanceof Refusal)) {
+            throw error;
+         }
+         this.#refuse('asked', error);
+         return;
+      }
+      this.#open(this.records.last || last);
+   }
+
+   /** @param {number} last the number of the newest record */
+   async #catchUp(last) {
+      const { records } = this;
+      const since = records.last || Math.max(0, last - mostRecords);
+      const isNew = (await history(since)).filter(record => records.add(record)).length > 0;
+      if (isNew) {
          this.#tellReleases();
       }
-      const since = Math.max(this.records.last, this.records.last ? 0 : last);
-      const events = new EventSource(`/v1/events?since=${since}`);
+   }
+
+   /** @param {number} since the number of the record behind which it begins */
+   #open(since) {
+      const events = eventsSince(since);
       this.events = events;
       this.behindAt = null;
+      this.isStreamRefused = false;
       events.onopen = () => {
          if (this.connection === 'lost') {
             this.ask();
          }
-         this.#regain();
+         this.#become('live');
       };
       events.onmessage = message => this.#heard(JSON.parse(message.data));
       // Opened again behind the last record, after the next answer.
-      events.onerror = () => this.#lose();
+      events.onerror = () => {
+         if (events.readyState === EventSource.CLOSED) {
+            // Whether the host is there, the next answers say.
+            this.isStreamRefused = true;
+            this.#close();
+            this.ask();
+         } else {
+            this.#lose();
+         }
+      };
    }
 
    /** Reads what came before the newest records, back to where this boot began. */
@@ -257,7 +237,7 @@ export class Live {
       try {
          const records = this.records;
          while (records === this.records && records.wantsOlder) {
-            records.addOlder(await this.#before(records.oldest));
+            records.addOlder(await historyBefore(records.oldest, mostOlderRecords));
             if (records === this.records) {
                this.#tellReleases();
             }
@@ -266,26 +246,6 @@ export class Live {
          // Tried again after the next answer.
       }
       this.isReadingBack = false;
-   }
-
-   /** The newest records before that one; none: there are none. Numbers have gaps.
-    * @param {number} seq @returns {Promise<StreamRecord[]>} */
-   async #before(seq) {
-      let since = seq - 1;
-      for (let stride = mostRecords; since > 0; stride *= 2) {
-         since = Math.max(0, since - stride);
-         const records = [];
-         for (let isMore = true, from = since; isMore; from = records[records.length - 1]?.seq ?? 0) {
-            const page = (await this.#history(from, mostRecords))
-               .filter(record => (record.seq ?? 0) < seq);
-            records.push(...page);
-            isMore = page.length === mostRecords && records.length < mostOlderRecords;
-         }
-         if (records.length) {
-            return records;
-         }
-      }
-      return [];
    }
 
    #tellReleases() {
@@ -342,18 +302,30 @@ export class Live {
       this.events = null;
    }
 
-   #lose() {
-      if (this.connection !== 'lost') {
-         this.connection = 'lost';
-         this.onChange();
-      }
+   /** @param {any} [error] what came instead of an answer */
+   #lose(error) {
       // A stream may be dead and not know it: the next answer opens another.
       this.#close();
-      setTimeout(() => this.ask(), betweenQuestions);
+      if (error instanceof Refusal) {
+         this.#refuse('refused', error);
+      } else {
+         this.#become('lost');
+         setTimeout(() => this.ask(), betweenQuestions);
+      }
    }
 
-   #regain() {
-      this.connection = 'live';
+   /** @param {'asked'|'refused'} connection @param {Refusal} refusal */
+   #refuse(connection, { message, status, wait }) {
+      const seconds = wait ?? betweenChecks / 1000;
+      this.refusal = { words: `${status}: ${message}`, seconds };
+      this.notBefore = performance.now() + seconds * 1000;
+      this.#become(connection);
+      this.ask();
+   }
+
+   /** @param {import('./livestory.js').Connection} connection */
+   #become(connection) {
+      this.connection = connection;
       this.onChange();
    }
 
@@ -368,7 +340,8 @@ export class Live {
    /** @returns {Story} the same until something has changed */
    get story() {
       if (this.made.story === null) {
-         this.made.story = this.#makeStory();
+         this.made.story = liveStoryOf(
+            this.ports, this.records, this.entries, this.summary, this.now());
       }
       return this.made.story;
    }
@@ -377,30 +350,5 @@ export class Live {
    #changed(isAll) {
       this.made = { entries: null, story: isAll ? null : this.made.story };
       this.onChange();
-   }
-
-   /** @returns {Story} */
-   #makeStory() {
-      const now = this.now();
-      const tracks = [...this.ports.values()].map(port => {
-         // What goes on is as the host has it, which knows how long.
-         const spans = this.records.spansOf(port.name, port.portChannel)
-            .filter(span => span.to !== null);
-         if (port.hold) {
-            const kind = port.hold.kind === 'lacpStandby' ? 'standby' : 'held';
-            const { since, until } = port.hold;
-            spans.push({ from: since ?? now, to: null, until, kind, why: '' });
-         }
-         return { name: port.name, class: port.class, portChannel: port.portChannel, spans };
-      });
-      const periods = delaysOf(this.records.delays(), tracks, this.summary);
-      const range = rangeOf(tracks, periods, now);
-      const marks = this.entries
-         .filter(({ key, kind, t }) => Number(key) >= this.records.boot &&
-            (kind === 'log' || kind === 'event' || kind === 'alarm') &&
-            t >= range.start && t <= range.end)
-         .map(({ t, kind, text }) => ({ t, kind, text }));
-      const knownFrom = this.records.boot ? null : this.records.since;
-      return { ...range, tracks, periods, marks, knownFrom };
    }
 }

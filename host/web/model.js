@@ -2,12 +2,12 @@
 // Copyright 2026 The MlagOstra authors
 
 // What the page shows of a switch, without how it shows it: ports and the state that each is
-// in, times, ranges of names. Nothing here knows of a browser.
+// in, and times. Nothing here knows of a browser.
 
 /**
  * How a port is held. Times are on the clock of the source, in seconds; null is never.
  * @typedef {{ kind: 'errdisable'|'lacpStandby', since: number|null, until: number|null,
- *             enforced?: string, error?: string|null }} Hold
+ *             isEndUnknown?: boolean, enforced?: string, error?: string|null }} Hold
  *
  * @typedef {{ name: string, class: string, portChannel: string|null, isPresent: boolean,
  *             admin: string, link: string, device: string|null, hold: Hold|null,
@@ -17,7 +17,11 @@
  * @typedef {{ t: number, type: string, seq?: number, time?: string,
  *             [member: string]: any }} StreamRecord
  *
- * @typedef {{ state: string, start: number|null, end: number|null }} Period
+ * @typedef {{ state: string, start: number|null, end: number|null,
+ *             isEndUnknown?: boolean }} Period
+ *
+ * @typedef {{ kind: string, interface: string, since: number, text: string,
+ *             ending: string }} Alarm
  */
 
 /**
@@ -63,7 +67,7 @@ export function stateOf(port) {
       if (hold.enforced && ['pending', 'unsupported', 'failed'].includes(hold.enforced)) {
          return hold.enforced;
       }
-      if (hold.until === null) {
+      if (hold.until === null && !hold.isEndUnknown) {
          return 'endless';
       }
       return hold.kind === 'lacpStandby' ? 'standby' : 'held';
@@ -85,11 +89,13 @@ export function secondsLeft(port, now) {
    return port.hold && port.hold.until !== null ? Math.max(0, port.hold.until - now) : null;
 }
 
+/** @param {number} n */
+const two = n => String(n).padStart(2, '0');
+
 /** "4:05", "1:00:00"; begun seconds count, as what is left is never nothing before the end.
  * @param {number} seconds */
 export function duration(seconds) {
    const whole = Math.ceil(Math.max(0, seconds) - 1e-6);
-   const two = (/** @type {number} */ n) => String(n).padStart(2, '0');
    const hours = Math.floor(whole / 3600);
    const minutes = Math.floor(whole / 60) % 60;
    return hours ? `${hours}:${two(minutes)}:${two(whole % 60)}` : `${minutes}:${two(whole % 60)}`;
@@ -102,82 +108,18 @@ export function instant(t) {
    const milliseconds = Math.round(Math.abs(t) * 1000);
    const whole = Math.floor(milliseconds / 1000);
    const rest = milliseconds % 1000;
-   const two = (/** @type {number} */ n) => String(n).padStart(2, '0');
    const fraction = rest ? '.' + String(rest).padStart(3, '0').replace(/0+$/, '') : '';
    const hours = Math.floor(whole / 3600);
    return `${sign}${hours}:${two(Math.floor(whole / 60) % 60)}:${two(whole % 60)}${fraction}`;
 }
 
-/** @typedef {{ kind: string, numbers: number[] }} Name */
-
-/** Names are sorted and looked at again and again. @type {Map<string, Name>} */
-const parsedNames = new Map();
-const mostParsedNames = 20000;
-
-/** "Ethernet49/1" in parts; a name that has no number is a kind by itself.
- * @param {string} name @returns {Name} */
-export function parsedName(name) {
-   const known = parsedNames.get(name);
-   if (known) {
-      return known;
-   }
-   const found = /^(.*?)(\d+(?:\/\d+)*)$/.exec(name);
-   const parts = found
-      ? { kind: found[1], numbers: found[2].split('/').map(Number) }
-      : { kind: name, numbers: [] };
-   if (parsedNames.size >= mostParsedNames) {
-      parsedNames.clear();
-   }
-   parsedNames.set(name, parts);
-   return parts;
-}
-
-/** @param {string} a @param {string} b */
-export function compareNames(a, b) {
-   const x = parsedName(a);
-   const y = parsedName(b);
-   if (x.kind !== y.kind) {
-      return x.kind < y.kind ? -1 : 1;
-   }
-   for (let i = 0; i < Math.min(x.numbers.length, y.numbers.length); ++i) {
-      if (x.numbers[i] !== y.numbers[i]) {
-         return x.numbers[i] - y.numbers[i];
-      }
-   }
-   return x.numbers.length - y.numbers.length;
-}
-
-/**
- * "Ethernet1-4,7": names that differ in their last number alone, side by side, as a range.
- * @param {string[]} names
- */
-export function rangesOf(names) {
-   const sorted = [...names].sort(compareNames);
-   /** @type {string[]} */
-   const pieces = [];
-   let lead = '';
-   let first = 0;
-   let last = 0;
-   const close = () => {
-      if (last > first) {
-         pieces[pieces.length - 1] += `-${last}`;
-      }
-   };
-   for (const name of sorted) {
-      const { kind, numbers } = parsedName(name);
-      const number = numbers[numbers.length - 1];
-      const front = kind + numbers.slice(0, -1).map(n => n + '/').join('');
-      if (numbers.length && front === lead && number === last + 1 && pieces.length) {
-         last = number;
-         continue;
-      }
-      close();
-      pieces.push(front === lead && numbers.length ? String(number) : name);
-      lead = numbers.length ? front : '';
-      first = last = number ?? 0;
-   }
-   close();
-   return pieces.join(',');
+/** "14:03:59", with the date before it when that is another than today's.
+ * @param {number} milliseconds since 1970 @param {number} today the same */
+export function timeOfDay(milliseconds, today) {
+   const date = new Date(milliseconds);
+   const time = [date.getHours(), date.getMinutes(), date.getSeconds()].map(two).join(':');
+   return date.toDateString() === new Date(today).toDateString() ? time
+      : `${date.getFullYear()}-${two(date.getMonth() + 1)}-${two(date.getDate())} ${time}`;
 }
 
 /** What changes the direction of a text is shown as an escape, where nothing keeps it to itself.

@@ -3,9 +3,9 @@
 
 // A run that is over, from its records: the switch at any time of it.
 
-import { adminWord, linkWord } from './model.js';
+import { adminWord, instant, linkWord } from './model.js';
 import { completed } from './stream.js';
-import { entriesOf } from './words.js';
+import { entriesOf, marksOf } from './words.js';
 
 /**
  * @typedef {import('./model.js').Port} Port
@@ -18,24 +18,35 @@ import { entriesOf } from './words.js';
  * @typedef {{ t: number, interface: string, class: string, portChannel: string|null,
  *             isPresent: boolean, admin: any, link: any, state: string,
  *             why: string }} Fact
+ *
+ * How a run ended: `words` are of how, empty when nothing was left to happen; `why` of one that
+ * did not come to its end by itself.
+ * @typedef {{ words: string, why: string }} Ending
  */
 
-/** The last that is not after the time; null when all are.
- * @template {{ t: number }} T
- * @param {T[]} items in order @param {number} t @returns {T|null} */
-export function lastAt(items, t) {
+/** When something is or begins. @param {{ t: number }|Span} item */
+const timeOf = item => 't' in item ? item.t : item.from;
+
+/** How many of them are not after the time.
+ * @param {({ t: number }|Span)[]} items in order @param {number} t */
+function countUntil(items, t) {
    let low = 0;
    let high = items.length;
    while (low < high) {
       const middle = (low + high) >> 1;
-      if (items[middle].t <= t) {
+      if (timeOf(items[middle]) <= t) {
          low = middle + 1;
       } else {
          high = middle;
       }
    }
-   return low ? items[low - 1] : null;
+   return low;
 }
+
+/** The last that is not after the time; null when all are.
+ * @template {{ t: number }|Span} T
+ * @param {T[]} items in order @param {number} t @returns {T|null} */
+const lastAt = (items, t) => items[countUntil(items, t) - 1] ?? null;
 
 const idle = { state: 'idle', start: null, end: null };
 /** @type {{ [state: string]: string }} */
@@ -65,6 +76,19 @@ function spansOf(facts) {
    }
    return spans;
 }
+
+/** @param {boolean} isOfStream which tells at its end alone what the switch is
+ * @returns {Ending} */
+const cutOff = isOfStream => ({
+   words: 'cut off',
+   why: 'its records do not go on, as when a disk is full or the program was killed' +
+      (isOfStream ? '; which ports are MLAG ports, and until when they are held, is not known' : ''),
+});
+
+/** @param {StreamRecord} end @returns {Ending} */
+const endingOf = ({ failure, isTimerLeft }) => failure !== undefined
+   ? { words: 'failed', why: failure }
+   : { words: isTimerLeft ? 'ended with timers left' : '', why: '' };
 
 /** A line that was cut off, where somebody ended the run, is none.
  * @param {string} text a record a line @returns {StreamRecord[]} */
@@ -100,8 +124,11 @@ export class Recorded {
       this.name = '';
       this.version = '';
       this.end = 0;
-      /** How it ended, unless nothing was left to happen. */
-      this.ending = ', cut off';
+      /** Of the switch at the end; null: nobody looked for them.
+       * @type {import('./model.js').Alarm[]|null} */
+      this.alarms = null;
+      /** @type {Ending} */
+      this.ending = cutOff(records !== given);
       for (const record of records) {
          this.end = record.t;
          if (record.type === 'ports') {
@@ -112,7 +139,9 @@ export class Recorded {
             this.name = record.name;
             this.version = record.version;
          } else if (record.type === 'end') {
-            this.ending = record.isTimerLeft ? ', ended with timers left' : '';
+            this.ending = endingOf(record);
+         } else if (record.type === 'alarms') {
+            this.alarms = record.alarms;
          }
       }
       this.entries = entriesOf(records.filter(record => record.type !== 'start'));
@@ -134,16 +163,27 @@ export class Recorded {
       return lastAt(this.periods, t) ?? { mlag: idle, nonMlag: idle };
    }
 
+   /** How it ended: "failed at 0:01:35"; empty when nothing was left to happen. */
+   get endWords() {
+      const { words, why } = this.ending;
+      return why ? `${words} at ${instant(this.end)}` : words;
+   }
+
+   /** What has happened by then. @param {number} t @returns {import('./words.js').Entry[]} */
+   entriesUntil(t) {
+      return this.entries.slice(0, countUntil(this.entries, t));
+   }
+
    /** @param {number} t @returns {Map<string, Port>} */
    portsAt(t) {
       const periods = this.periodsAt(t);
       const ports = new Map();
       for (const [name, facts] of this.facts) {
          const fact = lastAt(facts, t) ?? { ...facts[0], isPresent: false, state: 'notHeld', why: '' };
-         const spans = /** @type {Span[]} */ (this.spans.get(name));
-         const open = spans.find(span => span.from <= t && (span.to === null || span.to > t));
-         const over = spans.filter(span => span.to !== null && span.to <= t).pop();
+         const span = lastAt(/** @type {Span[]} */ (this.spans.get(name)), t);
+         const isOpen = span !== null && (span.to === null || span.to > t);
          const isMlag = fact.class === 'mlag' || fact.state === 'standby';
+         const period = isMlag ? periods.mlag : periods.nonMlag;
          ports.set(name, {
             name,
             class: fact.class,
@@ -154,11 +194,12 @@ export class Recorded {
             device: null,
             hold: isHold(fact.state) ? {
                kind: fact.state === 'standby' ? 'lacpStandby' : 'errdisable',
-               since: open ? open.from : fact.t,
-               until: (isMlag ? periods.mlag : periods.nonMlag).end,
+               since: isOpen ? span.from : fact.t,
+               until: period.end,
+               isEndUnknown: period.isEndUnknown,
                error: null,
             } : null,
-            released: !open && over ? over.to : null,
+            released: isOpen ? null : span?.to ?? null,
             reason: fact.why || (reasons[fact.state] ?? ''),
          });
       }
@@ -190,9 +231,8 @@ export class Recorded {
             }
          }
       }
-      const marks = this.entries
-         .filter(entry => entry.kind === 'log' || entry.kind === 'event' || entry.kind === 'alarm')
-         .map(({ t, kind, text }) => ({ t, kind, text }));
-      return { start: 0, end: Math.max(this.end, 1), tracks, periods, marks };
+      return {
+         start: 0, end: Math.max(this.end, 1), tracks, periods, marks: marksOf(this.entries),
+      };
    }
 }

@@ -4,7 +4,7 @@
 // A reload from its beginning to its end, as the time line shows it: when each port was held,
 // when each class of ports waited, and what happened beside that.
 
-import { compareNames, rangesOf } from './model.js';
+import { compareNames, rangesOf } from './names.js';
 
 /**
  * Times in seconds; `to` is null as long as it goes on, and then `until` is when it will end, if

@@ -79,7 +79,7 @@ class Standing {
       const isOwn = portClass === 'nonMlag' && config.reloadDelayNonMlagConfigured;
       const delay = isOwn ? config.reloadDelayNonMlag : config.reloadDelay;
       const end = typeof delay === 'number' ? this.since + delay : null;
-      return { state: 'held', start: this.since, end };
+      return { state: 'held', start: this.since, end, isEndUnknown: delay === undefined };
    }
 }
 

@@ -4,27 +4,39 @@
 // The switch at a glance: how long both classes of ports still wait, how many ports are held,
 // what happened last, and whether the host is there.
 
+import { groupsOf } from './alarms.js';
 import { classWords, counted, duration, portStates, stateOf } from './model.js';
-import { Foreign, html, StateMark, useEffect, useRef, useState } from './parts.js';
+import { rangesOf } from './names.js';
+import { Foreign, html, StateMark, useEffect, useMemo, useRef, useState } from './parts.js';
 import { newsOf } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./model.js').Period} Period */
+
+/** What stands in large and in small.
+ * @param {Period} period @param {number|null} left in seconds @returns {[string, string]} */
+function wordsOf(period, left) {
+   if (period.state !== 'held') {
+      return [period.state === 'released' ? 'released' : 'not held', 'no reload delay runs'];
+   }
+   if (left !== null) {
+      return [duration(left), 'until the reload delay ends'];
+   }
+   return period.isEndUnknown ? ['held', 'until when is not known']
+      : ['no end', 'held, and no timer ends it'];
+}
 
 /** @param {{ name: string, period: Period, now: number }} props */
 function PeriodCard({ name, period, now }) {
    const isHeld = period.state === 'held';
    const left = isHeld && period.end !== null ? Math.max(0, period.end - now) : null;
    const length = period.end !== null && period.start !== null ? period.end - period.start : 0;
+   const [big, small] = wordsOf(period, left);
    const done = left !== null && length > 0 ? Math.min(1, 1 - left / length) : 0;
    return html`<section class=${`card ${isHeld ? 'waits' : ''}`} aria-label=${`${classWords[name]} ports`}>
       <h2>${classWords[name]} ports</h2>
-      <p class="big" data-period=${name}>${
-         !isHeld ? (period.state === 'released' ? 'released' : 'not held')
-            : left === null ? 'no end' : duration(left)}</p>
-      <p class="small">${
-         !isHeld ? 'no reload delay runs'
-            : left === null ? 'held, and no timer ends it' : 'until the reload delay ends'}</p>
+      <p class="big" data-period=${name}>${big}</p>
+      <p class="small">${small}</p>
       <progress max="1" value=${done} hidden=${left === null}
          aria-label=${`reload delay of ${classWords[name]} ports`}></progress>
    </section>`;
@@ -48,22 +60,32 @@ function CountsCard({ ports }) {
 }
 
 const mostAlarms = 100;
+/** More interfaces are named as ranges. */
+const mostNamed = 4;
 
-/** @param {{ alarms: import('./live.js').Alarm[], onSelect: (name: string) => void,
- *            ports: Map<string, Port> }} props */
-export function Alarms({ alarms, onSelect, ports }) {
+/** @param {{ group: import('./alarms.js').AlarmGroup, ports: Map<string, Port>,
+ *            onSelect: (name: string) => void }} props */
+function AlarmLine({ group, ports, onSelect }) {
+   const { kind, interfaces, text, ending } = group;
+   const names = interfaces.length > mostNamed ? [rangesOf(interfaces)] : interfaces;
+   return html`<li><b>${kind}</b> ${names.map(name => ports.has(name)
+      ? html`<button type="button" class="link" onClick=${() => onSelect(name)}>
+           <${Foreign}>${name}<//></button> `
+      : html`<b><${Foreign}>${name}<//></b> `)}
+      <${Foreign}>${text}<//>. ${ending && html`<span class="small">Ends with:
+      ${' '}<${Foreign}>${ending}<//></span>`}</li>`;
+}
+
+/** `when` they are, if not now.
+ * @param {{ alarms: import('./model.js').Alarm[], when: string, ports: Map<string, Port>,
+ *            onSelect: (name: string) => void }} props */
+function Alarms({ alarms, when, onSelect, ports }) {
+   const groups = useMemo(() => groupsOf(alarms), [alarms]);
    return html`<section class="card alarms" aria-label="Alarms">
-      <h2>${counted(alarms.length, 'alarm')}</h2>
-      <ul>${alarms.slice(0, mostAlarms).map(alarm => html`
-         <li key=${`${alarm.kind} ${alarm.interface}`}>
-            ${ports.has(alarm.interface)
-               ? html`<button class="link" onClick=${() => onSelect(alarm.interface)}>
-                    <${Foreign}>${alarm.interface}<//></button>`
-               : html`<b><${Foreign}>${alarm.interface}<//></b>`}:
-            ${' '}<${Foreign}>${alarm.text}<//>. ${alarm.ending && html`<span class="small">Ends with:
-            ${' '}<${Foreign}>${alarm.ending}<//></span>`}</li>`)}
-      </ul>
-      ${alarms.length > mostAlarms && html`<p class="small">And ${alarms.length - mostAlarms} more,
+      <h2>${counted(alarms.length, 'alarm')}${when}</h2>
+      <ul>${groups.slice(0, mostAlarms).map((group, i) => html`<${AlarmLine} key=${i}
+         group=${group} ports=${ports} onSelect=${onSelect} />`)}</ul>
+      ${groups.length > mostAlarms && html`<p class="small">And ${groups.length - mostAlarms} more,
          which ${' '}<code>ostra alarms</code> lists.</p>`}
    </section>`;
 }
@@ -91,10 +113,10 @@ export function News({ entries }) {
 }
 
 /** @param {{ ports: Map<string, Port>, periods: { mlag: Period, nonMlag: Period },
- *            alarms: import('./live.js').Alarm[], now: number,
+ *            alarms: import('./model.js').Alarm[], alarmsWhen: string, now: number,
  *            last: import('./words.js').Entry|null, onSelect: (name: string) => void,
  *            lastWhen: string }} props */
-export function Summary({ ports, periods, alarms, now, last, lastWhen, onSelect }) {
+export function Summary({ ports, periods, alarms, alarmsWhen, now, last, lastWhen, onSelect }) {
    return html`<div class="summary">
       <${PeriodCard} name="mlag" period=${periods.mlag} now=${now} />
       <${PeriodCard} name="nonMlag" period=${periods.nonMlag} now=${now} />
@@ -105,6 +127,6 @@ export function Summary({ ports, periods, alarms, now, last, lastWhen, onSelect 
          <p class="small">${last ? lastWhen : ''}</p>
       </section>
       ${alarms.length > 0 &&
-         html`<${Alarms} alarms=${alarms} ports=${ports} onSelect=${onSelect} />`}
+         html`<${Alarms} alarms=${alarms} when=${alarmsWhen} ports=${ports} onSelect=${onSelect} />`}
    </div>`;
 }

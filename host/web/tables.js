@@ -3,7 +3,8 @@
 
 // The ports, and what happened, as tables.
 
-import { classWords, compareNames, duration, secondsLeft, stateOf, portStates } from './model.js';
+import { classWords, duration, secondsLeft, stateOf, portStates } from './model.js';
+import { compareNames } from './names.js';
 import { Foreign, html, reasonOf, StateMark, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
@@ -48,7 +49,7 @@ export function Differences({ differences }) {
       <thead><tr><th scope="col">Ports or message</th><th scope="col">What</th>
          <th scope="col">A</th><th scope="col">B</th></tr></thead>
       <tbody>${differences.slice(0, mostDifferences).map(({ of, what, a, b }) => html`
-         <tr key=${of}><th scope="row"><${Foreign}>${of}<//></th><td>${what}</td>
+         <tr key=${`${what} ${of}`}><th scope="row"><${Foreign}>${of}<//></th><td>${what}</td>
             <td><${Foreign}>${a || '–'}<//></td><td><${Foreign}>${b || '–'}<//></td></tr>`)}
       </tbody></table></div>`}
       ${differences.length > mostDifferences &&
@@ -63,7 +64,7 @@ const firstEntries = 30;
 export function Log({ entries, whenOf }) {
    const [shown, setShown] = useState(firstEntries);
    const newest = entries.slice(-shown).reverse();
-   return html`<section class="card" aria-label="What happened">
+   return html`<section class="card" id="happened" aria-label="What happened">
       <h2>What happened</h2>
       ${entries.length === 0 && html`<p class="small">Nothing yet.</p>`}
       <ol class="log" tabindex="0" aria-label="Records, the newest first">${newest.map(entry => html`

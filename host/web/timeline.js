@@ -38,6 +38,8 @@ function saysOf(span, zero) {
 
 /** Of its length, for what can be told apart. */
 const steps = 500;
+/** In percent: a tick further right has no room for its time. */
+const mostLeft = 95;
 /** @param {Story} story */
 const stepOf = story => (story.end - story.start) / steps;
 
@@ -71,7 +73,7 @@ function LaneRow({ lane, line, depth, open, onToggle, story, scale, zero, cursor
    const hasMore = lane.children.length > 0;
    const name = depth === 0 ? `${line ? `${line}: ` : ''}${classWords[lane.key]} ports` : lane.label;
    const count = lane.ports.length > 1 ? counted(lane.ports.length, 'port') : '';
-   const spans = fewer(lane.spans, stepOf(story));
+   const spans = useMemo(() => fewer(lane.spans, stepOf(story)), [lane, story]);
    const only = lane.ports.length === 1 ? lane.ports[0] : null;
    return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${key}>
       <div class="name">${hasMore
@@ -96,17 +98,17 @@ function LaneRow({ lane, line, depth, open, onToggle, story, scale, zero, cursor
 
 /** @param {{ line: Line, step: number, scale: (t: number) => number, zero: number }} props */
 function MarkRow({ line: { story, name }, step, scale, zero }) {
-   const marks = useMemo(() => fewerMarks(story.marks, step), [story]);
    const label = `${counted(story.marks.length, 'mark')}; the list of what happened has them all`;
-   return html`<div class="lane marks">
+   // They do not move with the cursor.
+   return useMemo(() => html`<div class="lane marks">
       <div class="name"><span>${name && `${name}: `}What happened</span></div>
-      <svg class="track" role="img" aria-label=${label}>${marks.map((mark, i) => {
+      <svg class="track" role="img" aria-label=${label}>${fewerMarks(story.marks, step).map((mark, i) => {
          const says = plain(`${instant(mark.t - zero)} ${mark.text}`);
          return html`<svg key=${i} x=${`${scale(mark.t)}%`} y="10" overflow="visible">
             <path class=${`m-${mark.kind}`} d=${markShapes[mark.kind]} data-says=${says}>
                <title>${says}</title></path></svg>`;
       })}</svg>
-   </div>`;
+   </div>`, [story, step, zero, scale(story.start), scale(story.end)]);
 }
 
 const mostRows = 500;
@@ -176,14 +178,14 @@ export function TimeLine({ lines, cursor, zero, onCursor, onSelect }) {
       setSays(item?.getAttribute('data-says') ?? '');
    };
    const isWithin = cursor >= start && cursor <= end;
-   return html`<section class="card" aria-label="Time line">
+   return html`<section class="card" id="time-line" aria-label="Time line">
       <div class="bar"><h2>Time line</h2>
          <button type="button" aria-pressed=${isTable ? 'true' : 'false'}
             onClick=${() => setTable(!isTable)}>Its times in a table</button></div>
       ${isTable && html`<${TimeTable} lanes=${lanes} zero=${zero} />`}
       <div class=${`timeline ${onCursor ? 'choosable' : ''}`} onClick=${onClick} onMouseOver=${onOver}>
          <div class="lane axis"><div class="name"></div><div class="ticks">
-            ${ticksBetween(start - zero, end - zero, 7).map(t => html`
+            ${ticksBetween(start - zero, end - zero, 7).filter(t => scale(t + zero) < mostLeft).map(t => html`
                <span key=${t} style=${{ left: `${scale(t + zero)}%` }}>${instant(t)}</span>`)}
          </div></div>
          ${lines.map(line => html`<${MarkRow} key=${line.name} line=${line} step=${length / steps}

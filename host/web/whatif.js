@@ -4,12 +4,12 @@
 // What would happen if something were changed, beside what would happen without it. The host
 // plays both on a copy of itself; nothing is changed.
 
+import { forecast } from './host.js';
 import { instant } from './model.js';
 import { Foreign, html, useState } from './parts.js';
 import { entriesOf, onlyIn } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
-/** @typedef {import('./model.js').StreamRecord} StreamRecord */
 /** @typedef {import('./words.js').Entry} Entry */
 /** @typedef {{ with: Entry[], without: Entry[] }} Outcome */
 
@@ -21,44 +21,6 @@ const choices = [
    { words: 'MLAG becomes inactive', patch: { mlagStatus: { mlagState: 'mlagInactive' } } },
    { words: 'a secondary does not hold', patch: { mlagProtoStatus: { holdInSecondary: false } } },
 ];
-
-const mostTries = 5;
-
-/** @param {number} seconds */
-const passed = seconds => new Promise(resolve => setTimeout(resolve, seconds * 1000));
-
-/** What the host, or something between, has to say of it.
- * @param {Response} response @param {string} text */
-function complaintOf(response, text) {
-   try {
-      const { where, found, expected } = JSON.parse(text).error;
-      return `${where}: ${found}: expected ${expected}`;
-   } catch (error) {
-      return `the host did not answer (${response.status} ${response.statusText})`;
-   }
-}
-
-/** One that is made for somebody else is waited for.
- * @param {{ patch?: any, until?: number }} question without a patch nothing is changed
- * @returns {Promise<StreamRecord[]>} */
-async function forecast(question) {
-   for (let tries = 1; ; ++tries) {
-      const response = await fetch('/v1/forecast', {
-         method: 'POST',
-         headers: { 'Content-Type': 'application/json' },
-         body: JSON.stringify(question),
-      });
-      const text = await response.text();
-      if (response.ok) {
-         return text.split('\n').filter(line => line).map(line => JSON.parse(line));
-      }
-      const wait = Number(response.headers.get('Retry-After'));
-      if (response.status !== 503 || !wait || tries === mostTries) {
-         throw new Error(complaintOf(response, text));
-      }
-      await passed(wait);
-   }
-}
 
 /** `isSo` is null, and `why` says so, for what could not be asked.
  * @typedef {{ words: string, isSo: boolean|null, why: string }} Releaser */

@@ -3,17 +3,41 @@
 
 // Records as sentences for people. Ports to which the same happens at one time are one entry.
 
-import { counted, plain, rangesOf, shortened } from './model.js';
+import { counted, plain, shortened } from './model.js';
+import { rangesOf } from './names.js';
 
 /**
  * @typedef {import('./model.js').StreamRecord} StreamRecord
  *
- * @typedef {{ kind: string, says: (names: string[]) => string, name: string|null }} Meaning
+ * `names`: the interfaces that it is about.
+ * @typedef {{ kind: string, says: (names: string[]) => string, names: string[] }} Meaning
  *
  * `key` is the same for the same entry whenever it is made.
  * @typedef {{ key: string, t: number, time: string|null, kind: string, names: string[],
  *             text: string }} Entry
  */
+
+/** Whether something is called like an interface: "Port-Channel10", and not "mlagState".
+ * @param {string} key */
+const isInterface = key => /^[A-Z][A-Za-z-]*\d/.test(key);
+
+/** The entries of an object, interfaces of which the same is said as a range.
+ * @param {any} object @returns {[string, any][]} */
+function entriesInRanges(object) {
+   /** @type {Map<string, { names: string[], value: any }>} */
+   const alike = new Map();
+   for (const [name, value] of Object.entries(object)) {
+      const key = isInterface(name) ? `same ${JSON.stringify(value)}` : `only ${name}`;
+      const one = alike.get(key);
+      if (one) {
+         one.names.push(name);
+      } else {
+         alike.set(key, { names: [name], value });
+      }
+   }
+   return [...alike.values()].map(({ names, value }) =>
+      [isInterface(names[0]) ? rangesOf(names) : names[0], value]);
+}
 
 /** "mlagStatus.mlagState = 3" of each value in a patch.
  * @param {any} patch @param {string[]} [path] @returns {string[]} */
@@ -21,8 +45,16 @@ export function changesOf(patch, path = []) {
    const isDeeper = patch !== null && typeof patch === 'object' && !Array.isArray(patch) &&
       Object.keys(patch).length > 0;
    return isDeeper
-      ? Object.entries(patch).flatMap(([key, value]) => changesOf(value, [...path, key]))
+      ? entriesInRanges(patch).flatMap(([key, value]) => changesOf(value, [...path, key]))
       : [`${path.join('.')} = ${JSON.stringify(patch)}`];
+}
+
+/** The interfaces whose entries a patch changes.
+ * @param {any} patch @returns {string[]} */
+function interfacesIn(patch) {
+   const collections = Object.values(patch ?? {}).flatMap(mount => Object.values(mount ?? {}));
+   return [...new Set(collections.flatMap(
+      entries => Object.keys(Object(entries)).filter(isInterface)))];
 }
 
 /** What is written of one interface, by the path before its name.
@@ -54,54 +86,53 @@ function meaningOfWrite(record) {
       const words = kind.words[isGone ? 1 : 0];
       return {
          kind: kind.kinds[isGone ? 1 : 0],
-         name: path[2],
+         names: [path[2]],
          says: names => `${counted(names.length, kind.noun)} ${words}: ${rangesOf(names)}`,
       };
    }
    const isRemoved = record.value === null;
    return {
       kind: 'other',
-      name: path[2] ?? null,
+      names: path.length > 2 ? [path[2]] : [],
       says: () => isRemoved
          ? `${path.join('.')} removed`
          : `${path.join('.')} = ${JSON.stringify(record.value)}`,
    };
 }
 
-/** @param {string} kind @param {string} text @param {string|null} [name] @returns {Meaning} */
-function meaning(kind, text, name = null) {
-   return { kind, name, says: () => text };
-}
+/** @param {string} kind @param {string} text @param {string[]} [names] @returns {Meaning} */
+const meaning = (kind, text, names = []) => ({ kind, names, says: () => text });
 
-/** What an event changes. @param {StreamRecord} record */
-function changeOf(record) {
-   return record.patch !== undefined ? `changed: ${changesOf(record.patch).join(', ')}`
-      : record.mounts !== undefined ? `changed: ${record.mounts.join(', ')}`
-         : `event ${record.index}`;
+/** A run has words for its events, a live host tells what was patched.
+ * @param {StreamRecord} record @returns {string} */
+function wordsOfEvent({ index, text, patch, mounts }) {
+   return text !== undefined ? text
+      : patch !== undefined ? `changed: ${changesOf(patch).join(', ')}`
+         : mounts !== undefined ? `changed: ${mounts.join(', ')}` : `event ${index}`;
 }
 
 /** @type {{ [type: string]: (record: StreamRecord) => Meaning }} */
 const meanings = {
    write: meaningOfWrite,
    log: record => meaning('log', `${record.id}: ${record.text}`),
-   event: record => meaning(
-      'event', (record.label ? `${record.label}: ` : '') + changeOf(record)),
-   release: record => meaning('event', `${record.interface} released by hand`, record.interface),
+   event: record => meaning('event', wordsOfEvent(record), interfacesIn(record.patch)),
+   release: record => meaning(
+      'event', `${record.interface} released by hand`, [record.interface]),
    port: record => ({
       kind: record.enforced === 'failed' ? 'alarm' : 'other',
-      name: record.interface,
+      names: [record.interface],
       says: names => `the driver says ${record.enforced}` +
          (record.error ? ` (${record.error})` : '') + `: ${rangesOf(names)}`,
    }),
    alarm: record => meaning(
-      'alarm', `alarm ${record.state}: ${record.interface}: ${record.text}`, record.interface),
+      'alarm', `alarm ${record.state}: ${record.interface}: ${record.text}`, [record.interface]),
    start: record => meaning('event', record.boot === undefined
       ? 'the plug-in starts' : record.isRestart ? 'the host started again' : 'the host started'),
    configuration: () => meaning('event', 'the configuration was read again'),
 };
 
 /** Says nothing that a person would read. */
-const silent = new Set(['ports', 'periods', 'trace', 'end']);
+const silent = new Set(['ports', 'periods', 'alarms', 'trace', 'end']);
 const isSilent = (/** @type {StreamRecord} */ record) => silent.has(record.type) ||
    (record.type === 'port' && record.enforced === 'pending');
 
@@ -117,8 +148,7 @@ export function entriesOf(records) {
          continue;
       }
       const made = meanings[record.type];
-      const { kind, name, says } = made ? made(record) : meaning('other', record.type);
-      const names = name === null ? [] : [name];
+      const { kind, names, says } = made ? made(record) : meaning('other', record.type);
       const isOfWrites = record.type === 'write' || record.type === 'port';
       if (!isOfWrites || record.t !== openAt) {
          open = new Map();
@@ -126,11 +156,11 @@ export function entriesOf(records) {
       }
       const key = String(record.seq ?? index);
       const entry = { key, t: record.t, time: record.time ?? null, kind, names, text: '', says };
-      if (isOfWrites && name !== null) {
+      if (isOfWrites && names.length) {
          const sort = `${kind} ${says(['1'])}`;
          const before = open.get(sort);
          if (before) {
-            before.names.push(name);
+            before.names.push(...names);
             continue;
          }
          open.set(sort, entry);
@@ -139,6 +169,12 @@ export function entriesOf(records) {
    }
    return entries.map(({ says, ...entry }) => ({ ...entry, text: says(entry.names) }));
 }
+
+/** What stands in the time line beside the ports.
+ * @param {Entry[]} entries @returns {import('./story.js').Mark[]} */
+export const marksOf = entries => entries
+   .filter(({ kind }) => ['log', 'event', 'alarm'].includes(kind))
+   .map(({ t, kind, text }) => ({ t, kind, text }));
 
 /** In characters. */
 const longestNews = 200;

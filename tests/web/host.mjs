@@ -145,6 +145,8 @@ export async function open(t, url, options = {}) {
    });
    page.on('pageerror', error => page.problems.push(error.stack));
    await page.addInitScript(noteFirstPorts);
+   // Counted from here on.
+   await coreSeconds(page);
    await page.goto(url);
    await page.waitForSelector('button.port', { timeout: 20000 });
    return page;

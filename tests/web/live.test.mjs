@@ -6,7 +6,8 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
-import { endlessOf, Live, portOf } from '../../host/web/live.js';
+import { Live } from '../../host/web/live.js';
+import { connectionOf, endlessOf, portOf } from '../../host/web/livestory.js';
 import { stateOf } from '../../host/web/model.js';
 import { Records } from '../../host/web/records.js';
 
@@ -35,13 +36,18 @@ class FakeHost {
       this.asked = [];
       this.streams = [];
       this.elapsed = 0;
+      /** By path: the text and the headers. */
+      this.refusals = new Map();
       const host = this;
       const known = { fetch: globalThis.fetch, EventSource: globalThis.EventSource };
       globalThis.fetch = async path => host.answer(path);
       globalThis.EventSource = class {
+         static CLOSED = 2;
+
          constructor(path) {
             this.path = path;
             this.isOpen = true;
+            this.readyState = 1;
             host.streams.push(this);
          }
 
@@ -61,6 +67,11 @@ class FakeHost {
    answer(path) {
       this.asked.push(path);
       const url = new URL(path, 'http://host');
+      const refusal = this.refusals.get(url.pathname);
+      if (refusal) {
+         return { ok: false, status: 503, statusText: 'Service Unavailable',
+            headers: new Headers(refusal.headers), text: async () => refusal.text };
+      }
       const since = Number(url.searchParams.get('since'));
       const limit = Number(url.searchParams.get('limit'));
       const answers = {
@@ -70,6 +81,7 @@ class FakeHost {
          '/v1/alarms': () => this.alarms,
          '/v1/history': () => this.records.filter(({ seq }) => seq > since).slice(0, limit)
             .map(record => JSON.stringify(record) + '\n').join(''),
+         '/v1/events': () => '',
       };
       const answer = structuredClone(answers[url.pathname]());
       return { ok: true, json: async () => answer, text: async () => answer };
@@ -233,7 +245,8 @@ test('Live.AStreamThatIsDeadIsOpenedAgain', async t => {
    await askAgain(t, host);
    await askAgain(t, host);
    assert.equal(host.streams.length, 2);
-   assert.equal(host.openStreams[0].path, '/v1/events?since=1');
+   assert.equal(host.openStreams[0].path, '/v1/events?since=2');
+   assert.equal(live.records.last, 2);
    host.streams[1].onmessage({ data: JSON.stringify(host.records[1]) });
    for (let i = 0; i < 5; ++i) {
       await askAgain(t, host);
@@ -264,6 +277,63 @@ test('Live.RecordsThatComeDuringAQuestionAreNoOtherStore', async t => {
    assert.notEqual(live.records, records);
    assert.equal(live.records.last, 1);
    assert.equal(host.openStreams.length, 1);
+});
+
+const busy = headers => ({ headers, text: JSON.stringify(
+   { error: { where: 'connections', found: 'too many', expected: 'another try later' } }) });
+
+test('Live.AHostThatRefusesIsNoConnectionThatIsLost', async t => {
+   const host = new FakeHost(t);
+   host.records = [start(1, 0)];
+   const live = await follow(host);
+   host.streams[0].onopen();
+   assert.deepEqual(connectionOf(live), { isWell: true, words: 'live' });
+   host.refusals.set('/v1/ports', busy({ 'Retry-After': '30' }));
+   await askAgain(t, host);
+   const { isWell, words } = connectionOf(live);
+   assert.ok(!isWell);
+   assert.match(words, /^the host is there and refuses to answer \(503: connections: too many: /);
+   assert.match(words, /; tried again every 30 seconds; what is shown is from \d\d:\d\d:\d\d$/);
+   const { length } = host.asked;
+   await askAgain(t, host, 29);
+   assert.equal(host.asked.length, length);
+   host.refusals.clear();
+   await askAgain(t, host, 2);
+   assert.ok(host.asked.length > length);
+   assert.equal(host.openStreams.length, 1);
+   host.openStreams[0].onopen();
+   assert.equal(connectionOf(live).words, 'live');
+});
+
+test('Live.RecordsAreAskedForWhenTheHostSendsNoEvents', async t => {
+   const host = new FakeHost(t);
+   host.records = [start(1, 0)];
+   const live = await follow(host);
+   host.refusals.set('/v1/events', busy({}));
+   const [stream] = host.streams;
+   stream.readyState = 2;
+   stream.onerror();
+   assert.notEqual(live.connection, 'lost');
+   await askAgain(t, host, 1);
+   assert.match(connectionOf(live).words,
+      /^the host sends no events \(503: connections: .*\); asked every 5 seconds instead$/);
+   host.records.push(cause(2, 10, 'Ethernet1', 10));
+   await askAgain(t, host);
+   assert.equal(live.records.last, 2);
+   assert.equal(host.streams.length, 1);
+   host.refusals.clear();
+   await askAgain(t, host);
+   assert.equal(host.openStreams[0].path, '/v1/events?since=2');
+});
+
+test('Live.AConnectionThatIsLostIsSaidToBe', async t => {
+   const host = new FakeHost(t);
+   host.records = [start(1, 0)];
+   const live = await follow(host);
+   globalThis.fetch = async () => { throw new TypeError('network'); };
+   await askAgain(t, host);
+   assert.match(connectionOf(live).words, /^connection lost since \d\d:\d\d:\d\d; what is shown/);
+   assert.equal(connectionOf({ ...live, summary: null }).words, 'no connection');
 });
 
 test('Live.APageThatNobodySeesKeepsNoConnection', async t => {

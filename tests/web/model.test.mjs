@@ -6,13 +6,14 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 
+import { groupsOf } from '../../host/web/alarms.js';
 import { layoutOf } from '../../host/web/layout.js';
-import { compareNames, duration, instant, plain, rangesOf, secondsLeft, stateOf } from
-   '../../host/web/model.js';
+import { duration, instant, plain, secondsLeft, stateOf } from '../../host/web/model.js';
+import { compareNames, rangesOf } from '../../host/web/names.js';
 import { differencesOf } from '../../host/web/compare.js';
 import { Recorded, recordedOf } from '../../host/web/recorded.js';
 import { fewer, fewerMarks, lanesOf, rangeOf, rangesIn, ticksBetween } from '../../host/web/story.js';
-import { changesOf, entriesOf, newsOf, onlyIn } from '../../host/web/words.js';
+import { changesOf, entriesOf, marksOf, newsOf, onlyIn } from '../../host/web/words.js';
 
 const port = {
    name: 'Ethernet1', class: 'mlag', portChannel: null, isPresent: true, admin: '', link: '',
@@ -58,10 +59,12 @@ test('Model.NamesAreOrderedAndShortenedByTheirNumbers', () => {
    const names = ['Ethernet10', 'Ethernet2', 'Ethernet49/1', 'Management1', 'Ethernet1', 'Ethernet3'];
    assert.deepEqual([...names].sort(compareNames),
       ['Ethernet1', 'Ethernet2', 'Ethernet3', 'Ethernet10', 'Ethernet49/1', 'Management1']);
-   assert.equal(rangesOf(names), 'Ethernet1-3,10,Ethernet49/1,Management1');
-   assert.equal(rangesOf(['Ethernet3/1', 'Ethernet3/2', 'Ethernet4/1']), 'Ethernet3/1-2,Ethernet4/1');
+   assert.equal(rangesOf(names), 'Ethernet1-3,10,49/1, Management1');
+   assert.equal(rangesOf(['Ethernet3/1', 'Ethernet3/2', 'Ethernet4/1']), 'Ethernet3/1-2,4/1');
    assert.equal(rangesOf([]), '');
-   assert.equal(rangesOf(['odd', 'even']), 'even,odd');
+   assert.equal(rangesOf(['odd', 'even']), 'even, odd');
+   assert.equal(rangesOf(['Ethernet50/1', 'Ethernet49/1', 'Ethernet49/1', 'Ethernet3/1/1', 'Ethernet3/2/1',
+      'Ethernet4/1/1', 'Ethernet4/2/1']), 'Ethernet3-4/1-2/1,49-50/1');
 });
 
 test('Model.WhatChangesTheDirectionOfATextIsShown', () => {
@@ -109,7 +112,7 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       cause(1, 0, 'Ethernet1', 0), cause(2, 0, 'Ethernet2', 0), cause(3, 5, 'Ethernet1', null),
       { seq: 4, t: 5, type: 'log', id: 'ID', severity: 6, text: '<b>' },
       { seq: 5, t: 6, type: 'event', index: 1, patch: { mlagStatus: { mlagState: 3 } } },
-      { seq: 6, t: 6, type: 'event', index: 2, label: 'it goes', patch: { a: { b: 1 } } },
+      { seq: 6, t: 6, type: 'event', index: 2, text: 'it goes: a.b = 1', patch: { a: { b: 1 } } },
       { seq: 7, t: 7, type: 'from a later version' },
    ]);
    assert.deepEqual(entries.map(e => [e.t, e.kind, e.text]), [
@@ -117,10 +120,24 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       [5, 'released', '1 port released: Ethernet1'],
       [5, 'log', 'ID: <b>'],
       [6, 'event', 'changed: mlagStatus.mlagState = 3'],
-      [6, 'event', 'it goes: changed: a.b = 1'],
+      [6, 'event', 'it goes: a.b = 1'],
       [7, 'other', 'from a later version'],
    ]);
    assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);
+});
+
+test('Words.AnEventSaysWhatItIsCalledAndIsOfTheInterfacesThatItChanges', () => {
+   const intfStatus = { Ethernet1: null, Ethernet2: {}, Ethernet3: {}, Ethernet4: {} };
+   const patch = { ethPhyIntfStatus: { intfStatus }, mlagStatus: { mlagState: 3 }, agent: null };
+   const [told, live] = entriesOf([
+      { t: 1, type: 'event', index: 0, text: 'the cable <b>: Ethernet1 disappears', patch },
+      { seq: 2, t: 2, type: 'event', index: 1, patch },
+   ]);
+   assert.equal(told.text, 'the cable <b>: Ethernet1 disappears');
+   assert.deepEqual(told.names, Object.keys(intfStatus));
+   assert.equal(live.text, 'changed: ethPhyIntfStatus.intfStatus.Ethernet1 = null, ' +
+      'ethPhyIntfStatus.intfStatus.Ethernet2-4 = {}, mlagStatus.mlagState = 3, agent = null');
+   assert.deepEqual(marksOf([told]), [{ t: 1, kind: 'event', text: told.text }]);
 });
 
 test('Words.ForecastsDifferByWhatOneAloneHas', () => {
@@ -169,9 +186,51 @@ test('Recorded.TheSwitchIsAsItWasAtAnyTime', () => {
 test('Recorded.ARunThatSomebodyEndedIsShownUpToThere', () => {
    const [run] = recordedOf(textOf(stream.slice(0, 5)) + '\n{"t":300,"ty');
    assert.equal(run.end, 100);
-   assert.equal(run.ending, ', cut off');
-   assert.equal(recorded().ending, '');
+   assert.equal(run.endWords, 'cut off at 0:01:40');
+   assert.ok(!run.ending.why.includes('MLAG'));
+   assert.equal(recorded().endWords, '');
    assert.throws(() => recordedOf('{"t":\n' + textOf(stream)), SyntaxError);
+});
+
+test('Recorded.ARunThatFailedSaysWhyAndOneThatWasEndedSaysThat', () => {
+   const ended = more => new Recorded([...stream.slice(0, -1), { t: 301, type: 'end', ...more }]);
+   const failed = ended({ isTimerLeft: true, failure: 'no child today' });
+   assert.equal(failed.endWords, 'failed at 0:05:01');
+   assert.equal(failed.ending.why, 'no child today');
+   assert.equal(ended({ isTimerLeft: true }).endWords, 'ended with timers left');
+   assert.equal(ended({ isTimerLeft: true }).ending.why, '');
+});
+
+test('Recorded.AStreamThatWasCutOffDoesNotSayUntilWhenPortsAreHeld', () => {
+   const run = new Recorded([
+      { t: 0, type: 'write', path: ['mlagProtoStatus', 'portsErrdisabled'], value: true },
+      cause(1, 0, 'Ethernet1', 0)]);
+   assert.equal(run.endWords, 'cut off at 0:00:00');
+   assert.ok(run.ending.why.includes('which ports are MLAG ports'));
+   assert.equal(run.periodsAt(0).nonMlag.isEndUnknown, true);
+   assert.equal(stateOf(run.portsAt(0).get('Ethernet1')), 'held');
+});
+
+const alarm = (name, more = {}) => ({ kind: 'heldWithoutEnd', interface: name, since: 0,
+   text: 'errdisabled, and no timer ends it', ending: `ostra release ${name}`, ...more });
+
+test('Recorded.HasTheAlarmsAtItsEnd', () => {
+   assert.equal(recorded().alarms, null);
+   const run = new Recorded([...stream, { t: 300, type: 'alarms', alarms: [alarm('Ethernet1')] }]);
+   assert.deepEqual(run.alarms, [alarm('Ethernet1')]);
+   assert.equal(run.endWords, '');
+   assert.ok(run.entries.every(({ text }) => text !== 'alarms'));
+});
+
+test('Alarms.ThoseThatSayTheSameAreOne', () => {
+   const other = alarm('Port-Channel1', { kind: 'standbyWithoutEnd' });
+   assert.deepEqual(groupsOf([alarm('Ethernet1'), other, alarm('Ethernet2')]), [
+      { kind: 'heldWithoutEnd', interfaces: ['Ethernet1', 'Ethernet2'],
+         text: 'errdisabled, and no timer ends it', ending: 'ostra release INTERFACE' },
+      { kind: 'standbyWithoutEnd', interfaces: ['Port-Channel1'],
+         text: 'errdisabled, and no timer ends it', ending: 'ostra release Port-Channel1' },
+   ]);
+   assert.equal(groupsOf([alarm('Ethernet1'), alarm('Ethernet2', { text: 'other' })]).length, 2);
 });
 
 test('Recorded.AStreamSaysWhoWasHeld', () => {
@@ -223,7 +282,23 @@ test('Compare.PortsThatWereHeldOrReleasedAtOtherTimesAndWhatWasTold', () => {
    assert.deepEqual(differencesOf(a, withoutReasons), []);
    const none = new Recorded(stream.slice(0, 1));
    assert.deepEqual(differencesOf(none, recorded()).map(({ of, what }) => `${of} ${what}`),
-      ['Ethernet1 held in B alone', 'Ethernet2 held in B alone']);
+      ['Ethernet1 held in B alone', 'Ethernet2 held in B alone', 'the run ended otherwise']);
+});
+
+test('Compare.WhatIsOtherwiseAtTheEnd', () => {
+   const withAlarms = names => new Recorded([
+      ...stream, { t: 300, type: 'alarms', alarms: names.map(name => alarm(name)) }]);
+   const [a, b] = [withAlarms(['Ethernet1', 'Ethernet3', 'Ethernet4']), withAlarms(['Ethernet1'])];
+   const text = 'heldWithoutEnd: errdisabled, and no timer ends it';
+   assert.deepEqual(differencesOf(a, b),
+      [{ of: 'Ethernet3-4', what: 'alarm in A alone', a: text, b: '' }]);
+   assert.deepEqual(differencesOf(b, a),
+      [{ of: 'Ethernet3-4', what: 'alarm in B alone', a: '', b: text }]);
+   // Nobody has looked for those of a stream.
+   assert.deepEqual(differencesOf(a, recorded()), []);
+   const failed = new Recorded([...stream.slice(0, -1), { t: 300, type: 'end', failure: 'x' }]);
+   assert.deepEqual(differencesOf(recorded(), failed),
+      [{ of: 'the run', what: 'ended otherwise', a: '', b: 'failed at 0:05:00' }]);
 });
 
 test('Story.LanesOpenUpIntoPortChannelsAndPorts', () => {

@@ -53,6 +53,29 @@ logTimes( std::vector< Json > const& records ) {
    return times;
 }
 
+// The stream, and why the run failed, which is not in it.
+class SinkThatKeepsWhy final : public ostra::RecordSink {
+ public:
+   explicit SinkThatKeepsWhy( std::ostream& out ) : stream_( out ) {}
+
+   void start( ostra::StartRecord const& record, ostra::StateView const& state ) override {
+      stream_.start( record, state );
+   }
+   void write( ostra::Milliseconds, ostra::WriteRecord const& ) override {}
+   void event( ostra::Milliseconds, ostra::EventRecord const& ) override {}
+   void log( ostra::Milliseconds, ostra::LogMessageRecord const& ) override {}
+   void trace( ostra::Milliseconds, ostra::TraceLineRecord const& ) override {}
+   void end( ostra::Milliseconds at, ostra::EndRecord const& record ) override {
+      failure = record.failure;
+      stream_.end( at, record );
+   }
+
+   std::string failure;
+
+ private:
+   ostra::NdjsonSink stream_;
+};
+
 // A plug-in's agent whose child cannot be made.
 class Broken : public Ryx::EntityOf< Broken > {
  public:
@@ -275,7 +298,7 @@ TEST( Run, FailureOfThePluginStillHasItsEnd ) {
    ostra::Agent agent( *Ryx::describedType< Broken >(), mounts );
    ostra::ScenarioTime time( ostra::Milliseconds( 0 ) );
    std::ostringstream out;
-   ostra::NdjsonSink sink( out );
+   SinkThatKeepsWhy sink( out );
    ostra::VirtualPacer pacer;
    ostra::Run run( { scenario, mounts, agent, time, sink, pacer, [] { return true; } } );
    try {
@@ -286,4 +309,5 @@ TEST( Run, FailureOfThePluginStillHasItsEnd ) {
       EXPECT_STREQ( failure.what(), "ostra: the run failed at 0 s: no child today" );
    }
    EXPECT_EQ( ostra::jsonLines( out.str() ).back().at( "type" ), "end" );
+   EXPECT_EQ( sink.failure, "no child today" );
 }
