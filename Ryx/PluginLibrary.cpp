@@ -134,7 +134,8 @@ checkVersion( String8 const& version ) {
 // The loader's reason, which mostly begins with the path.
 [[noreturn]] void
 throwLoaderError( String8 const& path ) {
-   String8 error = dlerror();
+   char const* const text = dlerror();
+   String8 error = text ? text : "cannot be loaded";
    String8 const prefix = path + ": ";
    if ( error.starts_with( prefix ) ) {
       error.erase( 0, prefix.size() );
@@ -146,7 +147,9 @@ throwLoaderError( String8 const& path ) {
 link_map const&
 mapOf( void* handle ) {
    link_map const* map = nullptr;
-   dlinfo( handle, RTLD_DI_LINKMAP, &map );
+   if ( dlinfo( handle, RTLD_DI_LINKMAP, &map ) != 0 || !map ) {
+      throwRangeException( "the loader does not know it" );
+   }
    return *map;
 }
 
@@ -220,8 +223,10 @@ PluginLibrary::builtFor( String8 const& path ) {
 
 String8
 PluginLibrary::directory() {
-   Dl_info info{};
-   dladdr( reinterpret_cast< void const* >( &isCompatible ), &info );
+   Dl_info info;
+   if ( !dladdr( reinterpret_cast< void const* >( &isCompatible ), &info ) ) {
+      return {};
+   }
    std::error_code error;
    auto const directory = std::filesystem::path( info.dli_fname ).parent_path();
    auto const plain = std::filesystem::canonical( directory, error );

@@ -210,12 +210,15 @@ function words( line ) {
    text = text ( text == "" ? "" : " " ) line
 }
 
-function insert(    line ) {
+function insert(    line, got ) {
    if ( commands == "" ) {
       fail( "no file is given for the commands" )
    }
-   while ( ( getline line <commands ) > 0 ) {
+   while ( ( got = ( getline line <commands ) ) > 0 ) {
       take( line )
+   }
+   if ( got < 0 ) {
+      fail( "cannot read " commands )
    }
 }
 

@@ -11,10 +11,11 @@
 
 namespace ostra {
 
+using Kind = PortStanding::Kind;
+
 namespace {
 
 using Kovel::IntfId;
-using Kind = PortStanding::Kind;
 using HoldsOf = std::map< IntfId, std::vector< PastHold > >;
 
 class Accounts {

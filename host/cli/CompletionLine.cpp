@@ -62,8 +62,7 @@ CompletionLine::addCommand() {
            { "fish", What::fish },
            { "words", What::words } },
          "The shell that reads it, as in: source <(ostra completion bash). words: what "
-         "such "
-         "a script asks for" )
+         "such a script asks for" )
       .required();
 }
 

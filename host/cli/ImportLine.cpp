@@ -43,8 +43,7 @@ ImportLine::addCommand() {
       "--names",
       "FILE",
       "A configuration of `ostra serve` whose patterns in linux.interfaces say which "
-      "device is "
-      "which interface; without it, the usual names, as swp1 or PortChannel7",
+      "device is which interface; without it, the usual names, as swp1 or PortChannel7",
       "the configuration's file",
       names_ );
    parser_.addText(

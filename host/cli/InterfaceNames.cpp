@@ -132,7 +132,11 @@ Names
 LiveNames::ports() const {
    Names names;
    for ( Json const& port : answerTo( "/v1/ports" ) ) {
-      names.push_back( port.value( "interface", "" ) );
+      if (
+         port.is_object() && port.contains( "interface" ) &&
+         port[ "interface" ].is_string() ) {
+         names.push_back( port[ "interface" ].get< std::string >() );
+      }
    }
    return interfacesAmong( std::move( names ) );
 }

@@ -5,6 +5,8 @@
 
 #include <host/state/TypeSchemas>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <optional>
 #include <string_view>
@@ -125,7 +127,7 @@ statePaths( std::string const& text, PathUse use, LiveNames const& live ) {
    }
    if ( isValue ) {
       for ( std::string const& value : reached->place.values( reached->isEntry, live ) ) {
-         names.push_back( path + '=' + value );
+         names.push_back( fmt::format( "{}={}", path, value ) );
       }
       return names;
    }

@@ -25,8 +25,7 @@ class Writer {
          : description_( description ), mlag_( description.mlag ) {
       text_ = fmt::format(
          "# Imported from {} by `ostra import`: edit it, check it with `ostra check`, play "
-         "it "
-         "with\n# `ostra run`. The state of links is not taken over, as the switch "
+         "it with\n# `ostra run`. The state of links is not taken over, as the switch "
          "boots.\n",
          oneLine( source ) );
    }
