@@ -11,8 +11,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <iterator>
 
 #include <linux/rtnetlink.h>
 
@@ -26,11 +24,6 @@ constexpr int triesMeanwhile = 5;
 // In milliseconds.
 constexpr long firstWait = 100;
 constexpr long longestWait = 30'000;
-// Devices that are asked whether they can be held, without a look at anything else.
-constexpr std::size_t fewProbes = 32;
-constexpr std::size_t manyProbes = 256;
-// In microseconds. What is to be held is ordered before that.
-constexpr long untilProbes = 50'000;
 
 // Others may hold it still.
 bool
@@ -284,62 +277,6 @@ LinuxDriver::isSwept( int index, Reply const& reply ) {
          nameOf( index ),
          isReleased ? "released" : wordsOf( reply ) ) );
    }
-}
-
-void
-LinuxDriver::toProbe( std::set< std::string > const& interfaces ) {
-   std::copy_if(
-      interfaces.begin(),
-      interfaces.end(),
-      std::inserter( unprobed_, unprobed_.end() ),
-      [ this ]( std::string const& interface ) { return isUnknown( interface ); } );
-   while ( !holds_.knowsReasons() && !unprobed_.empty() ) {
-      probeSome( fewProbes );
-   }
-   if ( !unprobed_.empty() ) {
-      timeval const wait{ 0, untilProbes };
-      event_add( probe_.get(), &wait );
-   }
-}
-
-void
-LinuxDriver::probeSome( std::size_t most ) {
-   auto const end = std::next(
-      unprobed_.begin(),
-      static_cast< std::ptrdiff_t >( std::min( most, unprobed_.size() ) ) );
-   probe( { unprobed_.begin(), end } );
-   unprobed_.erase( unprobed_.begin(), end );
-}
-
-void
-LinuxDriver::probeLater() {
-   std::erase_if( unprobed_, [ this ]( std::string const& interface ) {
-      return !isUnknown( interface );
-   } );
-   if ( !unprobed_.empty() ) {
-      probeSome( manyProbes );
-      // What deviceOf() tells may have changed.
-      listener_->facts( Json::object() );
-      toProbe( {} );
-   }
-}
-
-bool
-LinuxDriver::isUnknown( std::string const& interface ) const {
-   Link const* const link =
-      isPortChannel( interface ) ? nullptr : devices_.linkOf( interface );
-   return link && !holds_.isSupported( link->index );
-}
-
-bool
-LinuxDriver::probe( std::set< std::string > const& interfaces ) {
-   std::vector< Link > links;
-   for ( std::string const& interface : interfaces ) {
-      if ( isUnknown( interface ) ) {
-         links.push_back( *devices_.linkOf( interface ) );
-      }
-   }
-   return holds_.probe( links, [] {} );
 }
 
 std::string

@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 using ostra::Json;
 using ostra::LinuxDriver;
 using testing::Contains;
@@ -168,6 +170,25 @@ TEST_F( LinuxDriverTest, SaysWhichDevicesCannotBeHeldThoughNobodyHoldsThem ) {
          shown( "Ethernet9" ).at( "protodown" ).at( "supported" ) == true;
    } ) );
    EXPECT_FALSE( lab->isHeld( "swp9" ) );
+}
+
+TEST_F( LinuxDriverTest, FindsOutWhichDevicesCanBeHeldHoweverOftenOneChanges ) {
+   addPorts( 1 );
+   start();
+   process->pass( 30'000 );
+   lab->addMacvlan( "swp2", "lower" );
+   settle();
+   auto const isKnown = [ this ] {
+      return shown( "Ethernet2" ).at( "protodown" ).at( "supported" ) == true;
+   };
+   EXPECT_FALSE( isKnown() );
+   auto const end = std::chrono::steady_clock::now() + std::chrono::seconds( 5 );
+   for ( bool isUp = false; !isKnown() && std::chrono::steady_clock::now() < end;
+         isUp = !isUp ) {
+      lab->isUpIs( "swp1", isUp );
+      process->turn();
+   }
+   EXPECT_TRUE( isKnown() );
 }
 
 TEST_F( LinuxDriverTest, HoldsBeforeItIsKnownWhichDevicesCanBeHeld ) {

@@ -106,7 +106,8 @@ class LinuxScale : public testing::Test {
       }
    }
 
-   // The real host, as a process that ends a minute after its start at the latest.
+   // The real host, as a process that ends ten minutes after its start at the latest: the
+   // last one lives through all that the test waits for.
    std::unique_ptr< ostra::RunningProgram > startProgram() const {
       std::string const config = directory_.path() + "/ostra.yaml";
       std::ofstream( config )
@@ -118,7 +119,7 @@ class LinuxScale : public testing::Test {
       return std::make_unique< ostra::RunningProgram >(
          std::vector< std::string >{
             "serve", "--config", config, "--plugin", OSTRA_PLUGIN },
-         60 );
+         600 );
    }
    ostra::Outcome ask( std::string const& command ) const {
       return ostra::ostraRun( command + " --socket " + directory_.path() + "/socket" );

@@ -8,7 +8,10 @@
 
 #include <gmock/gmock.h>
 
+#include <new>
+
 using ostra::KernelThatRefuses;
+using ostra::KernelThatThrows;
 using ostra::KernelWithoutReasons;
 using ostra::KernelWithoutRoom;
 using ostra::LinuxDriver;
@@ -95,6 +98,25 @@ TEST_F( OtherKernels, TheQuestionWhatCanBeHeldChangesNothing ) {
    EXPECT_EQ( after->isProtodown, before->isProtodown );
    EXPECT_EQ( after->reasons, before->reasons );
    EXPECT_EQ( after->isUp(), before->isUp() );
+}
+
+// Nothing more is heard of the port.
+TEST_F( OtherKernels, AQuestionThatThrowsIsAskedAgainLater ) {
+   bool hasMemory = true;
+   requests = [ &hasMemory ] { return std::make_unique< KernelThatThrows >( hasMemory ); };
+   addPorts( 1 );
+   start();
+   process->pass( 30'000 );
+   lab->addMacvlan( "swp2", "lower", false );
+   settle();
+   auto const isKnown = [ this ] {
+      return shown( "Ethernet2" ).at( "protodown" ).at( "supported" ) == true;
+   };
+   hasMemory = false;
+   EXPECT_THROW( becomes( isKnown ), std::bad_alloc );
+   EXPECT_FALSE( isKnown() );
+   hasMemory = true;
+   EXPECT_TRUE( becomes( isKnown ) );
 }
 
 TEST_F( OtherKernels, OneThatRefusesDoesNotSayWhatCanBeHeld ) {
