@@ -3,6 +3,8 @@
 
 #include <host/serve/ChildEnd>
 
+#include <host/base/Failure>
+
 #include <csignal>
 #include <utility>
 
@@ -29,7 +31,9 @@ ChildEnd::ChildEnd( event_base* base, Child child, Ended ended )
            EV_READ | EV_PERSIST | EV_ET,
            []( int, short, void* self ) { static_cast< ChildEnd* >( self )->look(); },
            this ) ) {
-   event_add( event_.get(), nullptr );
+   if ( !event_ || event_add( event_.get(), nullptr ) != 0 ) {
+      throw Failure( ExitStatus::failed, "no event for the end of a process" );
+   }
 }
 
 ChildEnd::~ChildEnd() {

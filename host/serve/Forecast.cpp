@@ -77,6 +77,7 @@ readForecast( LiveSwitch& live, std::string const& text ) {
 // One child, until it has ended and all that it told is read.
 class Forecasts::Running {
  public:
+   // Throws Failure; then the child is still its caller's.
    Running(
       Forecasts& forecasts,
       Id id,
@@ -88,19 +89,24 @@ class Forecasts::Running {
            take_( std::move( take ) ),
            limits_( limits ),
            output_( child.output ),
-           child_( std::make_unique< ChildEnd >(
-              forecasts.base_, child.child, [ this ]( int status ) { ended( status ); } ) ),
            readable_( event_new(
               forecasts.base_, output_, EV_READ | EV_PERSIST, onReadable, this ) ),
            deadline_( evtimer_new( forecasts.base_, onDeadline, this ) ) {
       auto const time = limits.time.count();
       timeval const wait{ time / 1000, time % 1000 * 1000 };
-      event_add( readable_, nullptr );
-      evtimer_add( deadline_, &wait );
+      bool const isHeard = readable_ && deadline_ &&
+         event_add( readable_.get(), nullptr ) == 0 &&
+         evtimer_add( deadline_.get(), &wait ) == 0;
+      if ( !isHeard ) {
+         throw Failure( ExitStatus::failed, "no event for a forecast" );
+      }
+      // The last that may throw: it owns a descriptor.
+      child_ = std::make_unique< ChildEnd >(
+         forecasts.base_, child.child, [ this ]( int status ) { ended( status ); } );
    }
    ~Running() {
-      event_free( readable_ );
-      event_free( deadline_ );
+      readable_.reset();
+      deadline_.reset();
       close( output_ );
       if ( !status_ ) {
          forecasts_.abandon( std::move( child_ ) );
@@ -112,6 +118,11 @@ class Forecasts::Running {
    Take take() { return std::move( take_ ); }
 
  private:
+   struct Deleter {
+      void operator()( event* event ) const noexcept { event_free( event ); }
+   };
+   using Event = std::unique_ptr< event, Deleter >;
+
    static void onReadable( int, short, void* self ) {
       static_cast< Running* >( self )->read();
    }
@@ -126,7 +137,7 @@ class Forecasts::Running {
       for ( int i = 0; i < readsAtOnce; ++i ) {
          ssize_t const count = ::read( output_, buffer.data(), buffer.size() );
          if ( count == 0 ) {
-            event_del( readable_ );
+            event_del( readable_.get() );
             isTold_ = true;
             endIfOver();
             return;
@@ -195,8 +206,8 @@ class Forecasts::Running {
    ForecastLimits const& limits_;
    int const output_;
    std::unique_ptr< ChildEnd > child_;
-   event* const readable_;
-   event* const deadline_;
+   Event readable_;
+   Event deadline_;
    std::string records_;
    bool isTold_ = false;
    // How it has ended; none before that.
@@ -221,8 +232,14 @@ Forecasts::start(
    Scenario const& scenario, MakeRecordOutput const& makeOutput, Take take ) {
    ForecastChild const child = startForecast( live_, scenario, makeOutput, limits_ );
    Id const id = ++lastId_;
-   running_[ id ] =
-      std::make_unique< Running >( *this, id, std::move( take ), limits_, child );
+   std::unique_ptr< Running > running;
+   try {
+      running = std::make_unique< Running >( *this, id, std::move( take ), limits_, child );
+   } catch ( ... ) {
+      endForecast( child );
+      throw;
+   }
+   running_[ id ] = std::move( running );
    return id;
 }
 

@@ -140,15 +140,21 @@ failProcess( int error ) {
       ExitStatus::failed, fmt::format( "no process: {}", std::strerror( error ) ) );
 }
 
-// It has done nothing yet, so that it is over at once. Throws Failure.
+// It has done next to nothing yet, so that it is over at once.
+void
+killNew( pid_t pid ) noexcept {
+   kill( pid, SIGKILL );
+   waitpid( pid, nullptr, 0 );
+}
+
+// Throws Failure.
 int
 endOf( pid_t pid ) {
    // The C library's own function is declared for C alone.
    auto const end = static_cast< int >( syscall( SYS_pidfd_open, pid, 0 ) );
    if ( end < 0 ) {
       int const error = errno;
-      kill( pid, SIGKILL );
-      waitpid( pid, nullptr, 0 );
+      killNew( pid );
       failProcess( error );
    }
    return end;
@@ -218,6 +224,13 @@ startForecast(
       close( ends[ 0 ] );
       throw;
    }
+}
+
+void
+endForecast( ForecastChild const& child ) noexcept {
+   killNew( child.child.pid );
+   close( child.child.end );
+   close( child.output );
 }
 
 } // namespace ostra

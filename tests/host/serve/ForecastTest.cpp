@@ -1,104 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// Forecasts: that they change nothing, what bounds them, and how they end.
+// Forecasts: that they change nothing, and what bounds them.
 
-#include "LiveProcess"
-#include "Shared"
-
-#include <host/run/NdjsonSink>
-#include <host/serve/Forecast>
+#include "LiveForecast"
 
 #include <gmock/gmock.h>
 
 #include <fmt/format.h>
 
 #include <atomic>
-#include <cerrno>
 #include <csignal>
 
 #include <event2/event.h>
 #include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using ostra::asLines;
-using ostra::FakeDriver;
 using ostra::ForecastLimits;
 using ostra::Forecasts;
 using ostra::Json;
-using ostra::LiveProcess;
 using ostra::Milliseconds;
 using ostra::PatchRefusal;
+using ostra::pauseForEver;
 using ostra::RecordOutput;
 using ostra::reloadedSwitch;
-using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::SizeIs;
 using testing::StartsWith;
 
 namespace {
 
-bool
-hasChild() {
-   siginfo_t child{};
-   return waitid( P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT ) == 0 || errno != ECHILD;
-}
-
-[[noreturn]] void
-pauseForEver() {
-   for ( ;; ) {
-      pause();
-   }
-}
-
-// A process that traces another one, which cannot be reaped as long as that goes on, whatever
-// kills it.
-class Tracer {
- public:
-   enum State { none, tracing, refused, gone };
-
-   // In the process that is to be traced.
-   void start() {
-      prctl( PR_SET_PTRACER, PR_SET_PTRACER_ANY );
-      pid_t const traced = getpid();
-      if ( fork() == 0 ) {
-         bool const isTracing = ptrace( PTRACE_SEIZE, traced, 0, 0 ) == 0;
-         *state_ = isTracing ? tracing : refused;
-         // Not for ever when nobody ends it.
-         for ( int i = 0; i < 500 && *state_ == tracing; ++i ) {
-            usleep( 10'000 );
-         }
-         *state_ = gone;
-         _exit( 0 );
-      }
-   }
-   State state() const { return *state_; }
-   State waited() const {
-      while ( *state_ == none ) {
-         usleep( 1'000 );
-      }
-      return *state_;
-   }
-   void end() { *state_ = gone; }
-
- private:
-   ostra::Shared< State > state_;
-};
-
-class Forecast : public testing::Test {
+class Forecast : public ostra::LiveForecast {
  protected:
-   // Lets the loop go on until no child is left, or for some seconds.
-   void turnUntilNoChild() {
-      for ( int i = 0; i < 5'000 && hasChild(); ++i ) {
-         event_base_loop( process.loop().base(), EVLOOP_NONBLOCK );
-         usleep( 1'000 );
-      }
-      EXPECT_FALSE( hasChild() );
-   }
    // Of one that is played to its end by the loop.
    Forecasts::Outcome outcomeOf(
       std::string const& text,
@@ -139,13 +73,6 @@ class Forecast : public testing::Test {
       return PatchRefusal::Kind::notFound;
    }
 
- private:
-   ostra::TemporaryDirectory const directory_;
-
- protected:
-   ostra::SimulatedClock clock;
-   FakeDriver driver;
-   LiveProcess process{ directory_.path(), clock, driver };
    ostra::Complaint complaint;
 };
 
@@ -288,109 +215,6 @@ TEST_F( Forecast, ThatFailsSaysWhy ) {
    EXPECT_EQ(
       problemOf( []( std::ostream& ) -> RecordOutput { std::abort(); } ),
       "ended by signal 6" );
-}
-
-TEST_F( Forecast, IsEndedWhenNobodyWantsItAndWithTheHost ) {
-   process.start();
-   auto const never = []( std::ostream& ) -> RecordOutput { pauseForEver(); };
-   auto& live = process.host().live();
-   auto const scenario = ostra::readForecast( live, "{}" );
-   {
-      Forecasts forecasts( process.loop().base(), live );
-      auto const id =
-         forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-      EXPECT_TRUE( forecasts.hasRoom() );
-      EXPECT_FALSE( forecasts.hasRoom( 1 ) );
-      forecasts.cancel( id );
-      EXPECT_TRUE( forecasts.hasRoom( 1 ) );
-      turnUntilNoChild();
-      forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-      forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-      EXPECT_FALSE( forecasts.hasRoom() );
-      EXPECT_TRUE( hasChild() );
-   }
-   EXPECT_FALSE( hasChild() );
-}
-
-TEST_F( Forecast, ThatHasStoppedHoldsNobodyUp ) {
-   process.start();
-   // It has told all that it will, as if it were at its end.
-   auto const stop = []( std::ostream& ) -> RecordOutput {
-      close( 0 );
-      raise( SIGSTOP );
-      pauseForEver();
-   };
-   ForecastLimits limits;
-   limits.time = std::chrono::milliseconds( 200 );
-   auto& live = process.host().live();
-   auto const scenario = ostra::readForecast( live, "{}" );
-   event_base* const base = process.loop().base();
-   Forecasts forecasts( base, live, limits );
-   std::vector< std::string > ended;
-   forecasts.start( scenario, stop, [ &ended ]( Forecasts::Outcome outcome ) {
-      ended.push_back( outcome.problem ? outcome.problem->found : "stopped" );
-   } );
-   // Long after the other one's end.
-   forecasts.start( scenario, asLines, [ &ended ]( Forecasts::Outcome outcome ) {
-      ended.emplace_back( outcome.problem ? outcome.problem->found : "whole" );
-   } );
-   while ( ended.size() < 2 ) {
-      event_base_loop( base, EVLOOP_ONCE );
-   }
-   EXPECT_THAT( ended, ElementsAre( "whole", "not over after 200 ms" ) );
-   turnUntilNoChild();
-}
-
-TEST_F( Forecast, ThatCannotBeReapedHoldsNobodyUp ) {
-   process.start();
-   Tracer tracer;
-   auto const traced = [ &tracer ]( std::ostream& ) -> RecordOutput {
-      tracer.start();
-      pauseForEver();
-   };
-   auto& live = process.host().live();
-   auto const scenario = ostra::readForecast( live, "{}" );
-   Forecasts forecasts( process.loop().base(), live );
-   auto const id =
-      forecasts.start( scenario, traced, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
-   if ( tracer.waited() == Tracer::refused ) {
-      GTEST_SKIP() << "a process may not trace another one here";
-   }
-   forecasts.cancel( id );
-   EXPECT_EQ( tracer.state(), Tracer::tracing );
-   EXPECT_TRUE( forecasts.hasRoom( 1 ) );
-   int turns = 0;
-   while ( event_base_loop( process.loop().base(), EVLOOP_NONBLOCK ) == 0 && turns < 100 ) {
-      ++turns;
-   }
-   EXPECT_EQ( turns, 100 );
-   EXPECT_EQ( tracer.state(), Tracer::tracing );
-   EXPECT_TRUE( hasChild() );
-   tracer.end();
-   turnUntilNoChild();
-}
-
-TEST_F( Forecast, ThatIsNotGoneTakesARoomWhenTooManyAreLikeThat ) {
-   process.start();
-   Tracer tracer;
-   auto const traced = [ &tracer ]( std::ostream& ) -> RecordOutput {
-      tracer.start();
-      pauseForEver();
-   };
-   ForecastLimits limits;
-   limits.atOnce = 1;
-   auto& live = process.host().live();
-   Forecasts forecasts( process.loop().base(), live, limits );
-   auto const id = forecasts.start(
-      ostra::readForecast( live, "{}" ), traced, []( Forecasts::Outcome ) {} );
-   if ( tracer.waited() == Tracer::refused ) {
-      GTEST_SKIP() << "a process may not trace another one here";
-   }
-   forecasts.cancel( id );
-   EXPECT_FALSE( forecasts.hasRoom() );
-   tracer.end();
-   turnUntilNoChild();
-   EXPECT_TRUE( forecasts.hasRoom() );
 }
 
 TEST_F( Forecast, SaysHowItHasEndedWhereNobodyWantsToHearOfThat ) {
