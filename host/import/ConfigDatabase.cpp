@@ -110,7 +110,7 @@ class Tables {
                port->second.portChannel.string() ) );
       } else {
          port->second.portChannel = portChannel;
-         port->second.isOfLacp = !isStatic_.at( portChannel );
+         port->second.lacpMode = isStatic_.at( portChannel ) ? "lacpOff" : "lacpActive";
       }
    }
 
@@ -121,10 +121,12 @@ class Tables {
          return;
       }
       mlag.domainId = row.key();
+      mlag.domain = domainOf( row );
       mlag.peerAddress = addressIn< Kovel::IpAddr >( row, "peer_ip", "an IP address" );
       mlag.systemId =
          addressIn< Kovel::EthAddr >( row, "mclag_system_id", "an Ethernet address" );
-      sourceAddress_ = textIn( row, "source_ip" );
+      sourceAddress_ =
+         Kovel::IpAddr( addressIn< Kovel::IpAddr >( row, "source_ip", "an IP address" ) );
       if ( auto const delay = memberOf( row, "delay_restore" ) ) {
          mlag.reloadDelay = secondsIn( *delay );
       }
@@ -172,22 +174,46 @@ class Tables {
       }
    }
 
+   static SwitchDescription::Remark domainOf( Item const& row ) {
+      Place const at = row.keyPlace();
+      return { fmt::format( "{}:{}:{}", row.node().tree().name(), at.line, at.column ),
+               row.path(),
+               false };
+   }
+
    // The VLAN that has MLAG's own address.
    void readLocalInterface() {
-      if ( sourceAddress_.empty() ) {
+      if ( !sourceAddress_ ) {
          return;
       }
       forEachRow( "VLAN_INTERFACE", [ this ]( Item const& row ) {
          auto const [ name, prefix ] = partsOf( row.key() );
-         if ( prefix.substr( 0, prefix.find( '/' ) ) != sourceAddress_ ) {
+         if ( !isSourceAddress( row, prefix.substr( 0, prefix.find( '/' ) ) ) ) {
             return;
          }
+         IntfId& localInterface = description_.mlag.localInterface;
          try {
-            description_.mlag.localInterface = IntfId( name );
+            IntfId const id( name );
+            if ( localInterface && localInterface != id ) {
+               remark(
+                  row,
+                  fmt::format( "{} has the source_ip already", localInterface.string() ) );
+               return;
+            }
+            localInterface = id;
          } catch ( Ryx::RangeException const& ) {
             remark( row, noneOf( "VLAN", name ) );
          }
       } );
+   }
+
+   bool isSourceAddress( Item const& row, std::string const& address ) {
+      try {
+         return !address.empty() && Kovel::IpAddr( address ) == sourceAddress_;
+      } catch ( Ryx::RangeException const& ) {
+         remark( row, inQuotes( address ) + " is no IP address" );
+         return false;
+      }
    }
 
    static std::string noneOf( std::string_view kind, std::string const& name ) {
@@ -198,7 +224,7 @@ class Tables {
    ForeignNames& names_;
    SwitchDescription& description_;
    std::map< IntfId, bool > isStatic_;
-   std::string sourceAddress_;
+   Kovel::IpAddr sourceAddress_;
 };
 
 } // namespace

@@ -27,6 +27,7 @@ usualNames() {
            std::pair{ R"(swp(\d+))", R"(Ethernet\1)" },
            std::pair{ R"(Ethernet(\d+(/\d+)*))", R"(Ethernet\1)" },
            std::pair{ R"(bond(\d+))", R"(Port-Channel\1)" },
+           std::pair{ R"(team(\d+))", R"(Port-Channel\1)" },
            std::pair{ R"(PortChannel0*(\d+))", R"(Port-Channel\1)" },
            std::pair{ R"(eth(\d+))", R"(Management\1)" } } ) {
       rules.push_back( { std::regex( device ), interface } );
@@ -98,15 +99,18 @@ ForeignNames::usualPortChannelOf( std::string const& name ) const {
 
 void
 ForeignNames::remark( Item const& at, std::string const& name, std::string const& why ) {
+   note( at, name, why + ": left out" );
+   remarks_.back().isLeftOut = true;
+}
+
+void
+ForeignNames::note( Item const& at, std::string const& name, std::string const& what ) {
    bool const isNamed = at.key() == name;
    Place const place = isNamed ? at.keyPlace() : at.place();
    remarks_.push_back(
       { fmt::format( "{}:{}:{}", at.node().tree().name(), place.line, place.column ),
-        fmt::format(
-           "{}: {}{}: left out",
-           at.path(),
-           isNamed ? "" : shortened( name ) + ": ",
-           why ) } );
+        fmt::format( "{}: {}{}", at.path(), isNamed ? "" : shortened( name ) + ": ", what ),
+        false } );
 }
 
 } // namespace ostra

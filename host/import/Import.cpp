@@ -34,13 +34,16 @@ readSwitch( Item const& root, ForeignNames& names, SwitchDescription& descriptio
    readConfigDatabase( root, names, description );
 }
 
+bool
+isThere( Kovel::IntfId id, SwitchDescription const& description ) {
+   return description.ports.contains( id ) || description.portChannels.contains( id );
+}
+
 Kovel::IntfId
 namedInterface( std::string const& name, SwitchDescription const& description ) {
    try {
       Kovel::IntfId const id( name );
-      bool const isThere =
-         description.ports.contains( id ) || description.portChannels.contains( id );
-      return isThere ? id : Kovel::IntfId();
+      return isThere( id, description ) ? id : Kovel::IntfId();
    } catch ( Ryx::RangeException const& ) {
       return {};
    }
@@ -50,13 +53,36 @@ void
 setPeerLink(
    std::string const& name, ForeignNames const& names, SwitchDescription& description ) {
    Kovel::IntfId const found = names.find( name );
-   description.mlag.peerLink = found ? found : namedInterface( name, description );
+   description.mlag.peerLink =
+      isThere( found, description ) ? found : namedInterface( name, description );
    if ( !description.mlag.peerLink ) {
       throw Failure(
          ExitStatus::badInput,
          fmt::format(
             "ostra import: --peer-link: {}: expected a port or port-channel of the file",
             inQuotes( name ) ) );
+   }
+}
+
+// A domain turns MLAG on only with everything that it needs.
+void
+noteWhatIsMissing( SwitchDescription& description ) {
+   SwitchDescription::Mlag const& mlag = description.mlag;
+   std::vector< std::string > missing;
+   for ( auto const& [ isKnown, what ] :
+         { std::pair{ bool( mlag.localInterface ),
+                      "localInterface, a VLAN with source_ip" },
+           std::pair{ !mlag.peerAddress.empty(), "peerAddress, the peer_ip" },
+           std::pair{ bool( mlag.peerLink ), "peerLinkIntf, the peer_link" } } ) {
+      if ( !isKnown ) {
+         missing.push_back( what );
+      }
+   }
+   if ( !mlag.domainId.empty() && !missing.empty() ) {
+      SwitchDescription::Remark remark = mlag.domain;
+      remark.text += ": MLAG is not enabled, as there is no " +
+         fmt::format( "{}", fmt::join( missing, "; no " ) );
+      description.remarks.push_back( std::move( remark ) );
    }
 }
 
@@ -84,6 +110,7 @@ importScenario( File file, ImportOptions const& options ) {
    if ( options.peerLink ) {
       setPeerLink( *options.peerLink, names, description );
    }
+   noteWhatIsMissing( description );
    ImportedScenario imported{ scenarioText( description, source ), {} };
    for ( SwitchDescription::Remark const& remark : description.remarks ) {
       imported.warnings.push_back(

@@ -31,7 +31,8 @@ class Writer {
    }
 
    std::string write() {
-      addRemarks();
+      addRemarks( true, "Not taken over" );
+      addRemarks( false, "To be looked at" );
       if ( !description_.name.empty() ) {
          text_ += fmt::format( "\nname: {}\n", lineOfText( description_.name ) );
       }
@@ -47,11 +48,14 @@ class Writer {
  private:
    void line( std::string_view text ) { text_ += std::string( text ) + "\n"; }
 
-   void addRemarks() {
-      if ( !description_.remarks.empty() ) {
-         line( "#\n# Not taken over:" );
-         for ( auto const& remark : description_.remarks ) {
-            line( "# - " + oneLine( remark.text ) );
+   void addRemarks( bool areLeftOut, std::string const& heading ) {
+      bool isFirst = true;
+      for ( auto const& remark : description_.remarks ) {
+         if ( remark.isLeftOut == areLeftOut ) {
+            line(
+               ( isFirst ? "#\n# " + heading + ":\n" : "" ) + "# - " +
+               oneLine( remark.text ) );
+            isFirst = false;
          }
       }
    }
@@ -147,9 +151,7 @@ class Writer {
             members[ id ] = { nameOf( port.portChannel ).substr( prefix.size() ),
                               false,
                               fmt::format(
-                                 "{{ lag: {}%, mode: {} }}",
-                                 prefix,
-                                 port.isOfLacp ? "lacpActive" : "lacpOff" ) };
+                                 "{{ lag: {}%, mode: {} }}", prefix, port.lacpMode ) };
          }
       }
       addCollection( "lagInputConfig", "phyIntf", members );
@@ -158,7 +160,9 @@ class Writer {
    void addLinksComeUp() {
       Entries entries;
       for ( IntfId const id : description_.portChannels ) {
-         entries[ id ] = { "", false, "{ linkStatus: linkUp }" };
+         if ( !description_.shutPortChannels.contains( id ) ) {
+            entries[ id ] = { "", false, "{ linkStatus: linkUp }" };
+         }
       }
       if ( !entries.empty() ) {
          line( "" );

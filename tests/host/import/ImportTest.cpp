@@ -305,7 +305,10 @@ TEST( Import, WhatHasNoPlaceIsSaidAndLeftOut ) {
          "known: left out",
          "warning: <stdin>:7:44: MCLAG_INTERFACE.1|PortChannel6: \"PortChannel6\" is no "
          "port "
-         "or port-channel that is known: left out" ) );
+         "or port-channel that is known: left out",
+         "warning: <stdin>:6:19: MCLAG_DOMAIN.1: MLAG is not enabled, as there is no "
+         "localInterface, a VLAN with source_ip; no peerAddress, the peer_ip; no "
+         "peerLinkIntf, the peer_link" ) );
    for ( std::string const& line : linesIn( outcome.err ) ) {
       std::string const remark = line.substr( line.find( ": ", 9 ) + 2 );
       EXPECT_THAT( outcome.out, HasSubstr( "# - " + remark + "\n" ) );
@@ -319,6 +322,134 @@ TEST( Import, ABondThatIsNoPortChannelIsSaid ) {
       outcome.err,
       HasSubstr( "[0]: swp1: its bond uplink is no port-channel: left out\n" ) );
    EXPECT_THAT( outcome.out, Not( HasSubstr( "lagInputConfig" ) ) );
+}
+
+// As `ip -json link` has it, without -details.
+TEST( Import, AMasterWithoutAKindIsAPortChannelByItsName ) {
+   std::string const master = R"(,"master":"bond1")";
+   Outcome const outcome = ostraRun(
+      "import -",
+      linksOf( { device( "swp1", master ),
+                 device( "swp2", master ),
+                 device( "swp3", R"(,"master":"br0")" ),
+                 device( "swp4", R"(,"master":"swp5")" ),
+                 device( "swp5" ),
+                 device( "bond1" ),
+                 device( "br0" ) } ) );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT(
+      outcome.out,
+      AllOf(
+         HasSubstr( "Ethernet1-2: { lag: Port-Channel1, mode: lacpActive }\n" ),
+         HasSubstr( "#\n# To be looked at:\n# - [5]: bond1: a port-channel by its name" ),
+         Not( HasSubstr( "Ethernet3: { lag" ) ) ) );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         HasSubstr( "[6]: br0: no pattern names it: left out" ),
+         HasSubstr( "[2]: swp3: its master br0 is no port-channel: left out" ),
+         HasSubstr( "[3]: swp4: its master swp5 is no port-channel: left out" ),
+         HasSubstr( "[5]: bond1: a port-channel by its name: its mode is not known: "
+                    "Port-Channel1 with lacpActive is taken for Ethernet1-2" ) ) );
+}
+
+TEST( Import, AMasterThatIsNotListedIsAPortChannelByItsName ) {
+   Outcome const outcome = ostraRun(
+      "import - --peer-link bond9",
+      linksOf(
+         { memberIn( "swp1", "bond9" ),
+           device( "swp2", R"(,"master":"bond9")" ),
+           memberIn( "swp3", "uplink" ),
+           device(
+              "swp4", R"(,"master":"br0","linkinfo":{"info_slave_kind":"bridge"})" ) } ) );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT(
+      outcome.out,
+      AllOf(
+         HasSubstr( "peerLinkIntf: Port-Channel9\n" ),
+         HasSubstr( "    intfStatus:\n      Port-Channel9: {}\n" ),
+         HasSubstr( "Ethernet1-2: { lag: Port-Channel9, mode: lacpActive }\n" ) ) );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         HasSubstr( "[2]: uplink: no pattern names it: left out" ),
+         HasSubstr( "[2]: swp3: its bond uplink is no port-channel: left out" ),
+         HasSubstr( "[0]: bond9: it is not in the list: its mode is not known: "
+                    "Port-Channel9 with lacpActive is taken for Ethernet1-2" ) ) );
+}
+
+TEST( Import, TeamDevicesArePortChannels ) {
+   auto const team = []( std::string const& name, std::string const& data ) {
+      return device( name, R"(,"linkinfo":{"info_kind":"team")" + data + "}" );
+   };
+   Outcome const outcome = ostraRun(
+      "import -",
+      linksOf( { device( "swp1", R"(,"master":"team1")" ),
+                 device( "swp2", R"(,"master":"team2")" ),
+                 device( "swp3", R"(,"master":"uplink")" ),
+                 team( "team1", "" ),
+                 team( "team2", R"(,"info_data":{"mode":"roundrobin"})" ),
+                 team( "uplink", "" ) } ) );
+   EXPECT_THAT(
+      outcome.out,
+      AllOf(
+         HasSubstr( "Ethernet1: { lag: Port-Channel1, mode: lacpActive }\n" ),
+         HasSubstr( "Ethernet2: { lag: Port-Channel2, mode: lacpOff }\n" ) ) );
+   EXPECT_THAT(
+      outcome.err,
+      AllOf(
+         HasSubstr( "[2]: swp3: its team uplink is no port-channel: left out\n" ),
+         HasSubstr( "[3]: team1: a port-channel by its name: its mode is not known" ),
+         Not( HasSubstr( "team2" ) ) ) );
+}
+
+TEST( Import, APortChannelInAnotherIsSaid ) {
+   Outcome const outcome = ostraRun(
+      "import -",
+      linksOf( { device( "bond1", R"(,"master":"bond2")" ), bond( "bond2" ) } ) );
+   EXPECT_THAT(
+      outcome.err,
+      HasSubstr( "[0]: bond1: a port-channel in bond2, which is one, too: left out\n" ) );
+}
+
+TEST( Import, ADomainThatCannotBeEnabledIsSaid ) {
+   std::string text = database;
+   text.replace( text.find( "Vlan4094|10.0.0.1" ), 17, "Vlan4094|10.0.0.9" );
+   Outcome const outcome = ostraRun( "import -", text );
+   EXPECT_THAT( outcome.out, HasSubstr( "enabled: false\n" ) );
+   std::string const why = "MCLAG_DOMAIN.1: MLAG is not enabled, as there is no "
+                           "localInterface, a VLAN with source_ip\n";
+   EXPECT_EQ( outcome.err, "warning: <stdin>:22:7: " + why );
+   EXPECT_THAT( outcome.out, HasSubstr( "# - " + why ) );
+   EXPECT_THAT(
+      ostraRun( "import -", R"({"PORT":{},"MCLAG_DOMAIN":{"1":{}}})" ).err,
+      HasSubstr(
+         "source_ip; no peerAddress, the peer_ip; no peerLinkIntf, the peer_link\n" ) );
+}
+
+TEST( Import, TheLocalInterfaceHasTheAddressHoweverItIsWritten ) {
+   std::string text = database;
+   text.replace( text.find( "10.0.0.1\"" ), 8, "2001:db8::1" );
+   text.replace( text.find( "10.0.0.1/30" ), 11, "2001:DB8:0:0::0001/64" );
+   Outcome const outcome = ostraRun( "import -", text );
+   EXPECT_EQ( outcome.err, "" );
+   EXPECT_THAT( outcome.out, HasSubstr( "\n    localInterface: Vlan4094\n" ) );
+}
+
+TEST( Import, ASecondVlanWithTheAddressIsSaid ) {
+   std::string text = database;
+   text.replace(
+      text.find( "\"Vlan4094\": {}" ),
+      14,
+      R"("Vlan9|10.0.0.1/24": {}, "Vlan9|10.0.0.1/25": {}, "Vlan8|x/1": {})" );
+   Outcome const outcome = ostraRun( "import -", text );
+   EXPECT_THAT( outcome.out, HasSubstr( "localInterface: Vlan9\n" ) );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         HasSubstr( "VLAN_INTERFACE.Vlan8|x/1: \"x\" is no IP address: left out" ),
+         HasSubstr( "VLAN_INTERFACE.Vlan4094|10.0.0.1/30: Vlan9 has the source_ip already: "
+                    "left out" ) ) );
 }
 
 // The way to go on is said by `ostra check`, whose words these are.
@@ -366,6 +497,8 @@ TEST( Import, WrongTypesAreOneLine ) {
               "PORT.Ethernet1.admin_status: true: expected a text" },
             { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"peer_ip":"10.0.0"}}})",
               "MCLAG_DOMAIN.1.peer_ip: \"10.0.0\": expected an IP address" },
+            { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"source_ip":"x"}}})",
+              "MCLAG_DOMAIN.1.source_ip: \"x\": expected an IP address" },
             { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"mclag_system_id":"x"}}})",
               "MCLAG_DOMAIN.1.mclag_system_id: \"x\": expected an Ethernet address" },
             { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"delay_restore":"soon"}}})",
