@@ -63,6 +63,31 @@ class Tables {
       names_.remark( at, std::string( at.key() ), why );
    }
 
+   void note( Item const& at, std::string const& what ) {
+      names_.note( at, std::string( at.key() ), what );
+   }
+
+   // What is neither of them is noted, and means `no`.
+   bool isSaid(
+      Item const& row,
+      std::string_view key,
+      std::string_view yes,
+      std::string_view no,
+      bool isWithout ) {
+      auto const item = memberOf( row, key );
+      if ( !item ) {
+         return isWithout;
+      }
+      std::string const text = textOf( *item, "a text" );
+      if ( text != yes && text != no ) {
+         note(
+            *item,
+            fmt::format(
+               "{}: expected {} or {}: taken as {}", inQuotes( text ), yes, no, no ) );
+      }
+      return text == yes;
+   }
+
    void readName() {
       if ( auto const metadata = memberOf( root_, "DEVICE_METADATA" ) ) {
          if ( auto const host = memberOf( *metadata, "localhost" ) ) {
@@ -74,7 +99,7 @@ class Tables {
    // A port that says nothing is shut down there.
    void addPort( Item const& row ) {
       IntfId const id = names_.add( std::string( row.key() ), row );
-      bool const isEnabled = textIn( row, "admin_status" ) == "up";
+      bool const isEnabled = isSaid( row, "admin_status", "up", "down", false );
       if ( id && isPortChannel( id ) ) {
          remark( row, fmt::format( "{} is no port", id.string() ) );
       } else if ( id ) {
@@ -84,12 +109,20 @@ class Tables {
 
    void addPortChannel( Item const& row ) {
       IntfId const id = names_.add( std::string( row.key() ), row );
-      bool const isStatic = textIn( row, "static" ) == "true";
+      bool const isStatic = isSaid( row, "static", "true", "false", false );
+      bool const isUp = isSaid( row, "admin_status", "up", "down", true );
       if ( id && !isPortChannel( id ) ) {
          remark( row, fmt::format( "{} is no port-channel", id.string() ) );
       } else if ( id ) {
          description_.portChannels.insert( id );
          isStatic_[ id ] = isStatic;
+         if ( !isUp ) {
+            description_.shutPortChannels.insert( id );
+            note(
+               row,
+               fmt::format(
+                  "{} is shut down, which a scenario does not say", id.string() ) );
+         }
       }
    }
 
@@ -169,6 +202,8 @@ class Tables {
          remark( row, noneOf( "domain", domain ) );
       } else if ( !id ) {
          remark( row, noneOf( "port or port-channel", name ) );
+      } else if ( id == description_.mlag.peerLink ) {
+         remark( row, "the peer link is no interface of MLAG" );
       } else {
          description_.mlag.interfaces.insert( id );
       }

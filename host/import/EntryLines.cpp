@@ -96,7 +96,7 @@ constexpr std::size_t longestKey = 72;
 
 // The ranges of interfaces of one kind, as keys that are not too long.
 std::vector< std::string >
-keysOf( Ids const& ids ) {
+keysOfPart( Ids const& ids ) {
    std::string const prefix( ids.front().prefix() );
    std::string const all = intfRanges( ids ).substr( prefix.size() );
    std::vector< std::string > keys;
@@ -109,6 +109,21 @@ keysOf( Ids const& ids ) {
          keys.back() += "," + part;
       }
       at = end + 1;
+   }
+   return keys;
+}
+
+// No key stands for more interfaces than can be read.
+std::vector< std::string >
+keysOf( Ids ids ) {
+   std::sort( ids.begin(), ids.end() );
+   std::vector< std::string > keys;
+   for ( std::size_t from = 0; from < ids.size(); from += mostInRanges ) {
+      std::size_t const to = std::min( from + mostInRanges, ids.size() );
+      auto const begin = ids.begin();
+      for ( std::string& key : keysOfPart( Ids( begin + from, begin + to ) ) ) {
+         keys.push_back( std::move( key ) );
+      }
    }
    return keys;
 }

@@ -14,6 +14,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -39,11 +40,21 @@ isThere( Kovel::IntfId id, SwitchDescription const& description ) {
    return description.ports.contains( id ) || description.portChannels.contains( id );
 }
 
+// A pattern may put ports in a port-channel that the file does not have.
+bool
+hasPorts( Kovel::IntfId portChannel, SwitchDescription const& description ) {
+   return std::any_of(
+      description.ports.begin(), description.ports.end(), [ & ]( auto const& entry ) {
+         return portChannel && entry.second.portChannel == portChannel;
+      } );
+}
+
 Kovel::IntfId
 namedInterface( std::string const& name, SwitchDescription const& description ) {
    try {
       Kovel::IntfId const id( name );
-      return isThere( id, description ) ? id : Kovel::IntfId();
+      return isThere( id, description ) || hasPorts( id, description ) ? id
+                                                                       : Kovel::IntfId();
    } catch ( Ryx::RangeException const& ) {
       return {};
    }
@@ -61,6 +72,31 @@ setPeerLink(
          fmt::format(
             "ostra import: --peer-link: {}: expected a port or port-channel of the file",
             inQuotes( name ) ) );
+   }
+}
+
+// The option may name one that the file calls an interface of MLAG.
+void
+takePeerLinkFromInterfaces( SwitchDescription& description ) {
+   SwitchDescription::Mlag& mlag = description.mlag;
+   if ( mlag.interfaces.erase( mlag.peerLink ) > 0 ) {
+      description.remarks.push_back(
+         { mlag.domain.place,
+           fmt::format(
+              "{}: {} is an interface of MLAG, and is the peer link: left out of those",
+              mlag.domain.text,
+              mlag.peerLink.string() ) } );
+   }
+}
+
+void
+noteThatNothingIsThere( Item const& root, SwitchDescription& description ) {
+   if ( description.ports.empty() && description.portChannels.empty() ) {
+      Place const at = root.place();
+      description.remarks.push_back(
+         { fmt::format( "{}:{}:{}", root.node().tree().name(), at.line, at.column ),
+           "no port is taken over: the scenario has none",
+           false } );
    }
 }
 
@@ -110,7 +146,9 @@ importScenario( File file, ImportOptions const& options ) {
    if ( options.peerLink ) {
       setPeerLink( *options.peerLink, names, description );
    }
+   takePeerLinkFromInterfaces( description );
    noteWhatIsMissing( description );
+   noteThatNothingIsThere( Item( document ), description );
    ImportedScenario imported{ scenarioText( description, source ), {} };
    for ( SwitchDescription::Remark const& remark : description.remarks ) {
       imported.warnings.push_back(

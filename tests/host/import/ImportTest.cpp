@@ -452,6 +452,108 @@ TEST( Import, ASecondVlanWithTheAddressIsSaid ) {
                     "left out" ) ) );
 }
 
+TEST( Import, UnknownValuesAreSaid ) {
+   Outcome const outcome = ostraRun( "import -", R"({
+"PORT": { "Ethernet1": { "admin_status": "UP" }, "Ethernet2": { "admin_status": 1 },
+  "Ethernet3": { "admin_status": "down" }, "Ethernet4": {} },
+"PORTCHANNEL": { "PortChannel1": { "static": "yes" }, "PortChannel2": { "static": "false" } },
+"PORTCHANNEL_MEMBER": { "PortChannel1|Ethernet1": {}, "PortChannel2|Ethernet2": {} } })" );
+   EXPECT_THAT(
+      outcome.out, HasSubstr( "Ethernet1-4: { adminEnabledStateLocal: shutdown" ) );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         "warning: <stdin>:2:26: PORT.Ethernet1.admin_status: \"UP\": expected up or down: "
+         "taken as down",
+         "warning: <stdin>:2:65: PORT.Ethernet2.admin_status: \"1\": expected up or down: "
+         "taken as down",
+         "warning: <stdin>:4:36: PORTCHANNEL.PortChannel1.static: \"yes\": expected true "
+         "or "
+         "false: taken as false" ) );
+}
+
+TEST( Import, APortChannelThatIsShutDownIsSaid ) {
+   std::string text = database;
+   text.replace( text.find( "\"static\"" ), 0, "\"admin_status\": \"down\", " );
+   Outcome const outcome = ostraRun( "import -", text );
+   EXPECT_THAT(
+      outcome.err,
+      HasSubstr( "PORTCHANNEL.PortChannel2: Port-Channel2 is shut down, which a scenario "
+                 "does not say\n" ) );
+   EXPECT_THAT(
+      outcome.out, HasSubstr( "#         Port-Channel1,1000: { linkStatus: linkUp }" ) );
+   EXPECT_THAT(
+      ostraRun(
+         "import -",
+         linksOf( { memberIn( "swp1", "bond1" ), device( "bond1", "", false ) } ) )
+         .err,
+      HasSubstr( "[1]: bond1: Port-Channel1 is shut down" ) );
+}
+
+TEST( Import, LacpThatOnlyAnswersIsPassive ) {
+   Outcome const outcome = ostraRun(
+      "import -",
+      linksOf( { memberIn( "swp1", "bond1" ),
+                 device(
+                    "bond1",
+                    R"(,"linkinfo":{"info_kind":"bond",)"
+                    R"("info_data":{"mode":"802.3ad","ad_lacp_active":"off"}})" ) } ) );
+   EXPECT_EQ( outcome.err, "" );
+   EXPECT_THAT(
+      outcome.out, HasSubstr( "Ethernet1: { lag: Port-Channel1, mode: lacpPassive }\n" ) );
+}
+
+TEST( Import, ThePeerLinkIsNoInterfaceOfMlag ) {
+   std::string text = database;
+   text.replace( text.find( "\"1|PortChannel2\"" ), 0, "\"1|PortChannel1000\": {}, " );
+   EXPECT_THAT(
+      linesIn( ostraRun( "import -", text ).err ),
+      ElementsAre( HasSubstr( "MCLAG_INTERFACE.1|PortChannel1000: the peer link is no "
+                              "interface of MLAG: left out" ) ) );
+   EXPECT_THAT(
+      linesIn( ostraRun( "import - --peer-link PortChannel2", database ).err ),
+      ElementsAre(
+         HasSubstr( "MCLAG_DOMAIN.1: Port-Channel2 is an interface of MLAG, and is "
+                    "the peer link: left out of those" ) ) );
+}
+
+// A range of them all would be more than a scenario may have.
+TEST( Import, SeventyThousandPortsAreImported ) {
+   std::string ports;
+   for ( int i = 1; i <= 70'000; ++i ) {
+      ports += fmt::format( R"({}"Ethernet{}":{{}})", i == 1 ? "" : ",", i );
+   }
+   Outcome const outcome = ostraRun( "import -", R"({"PORT":{)" + ports + "}}" );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ( outcome.err, "" );
+   EXPECT_THAT(
+      outcome.out,
+      HasSubstr( "      Ethernet1-65536: {}\n      Ethernet65537-70000: {}\n" ) );
+}
+
+TEST( Import, APortChannelOfAPatternCanBeThePeerLink ) {
+   std::string const config = temporaryFile( "peerlink.yaml", R"(
+linux:
+  interfaces:
+    - { device: 'swp9', interface: Ethernet9, portChannel: Port-Channel1000 }
+)" );
+   Outcome const outcome = ostraRun(
+      "import - --peer-link Port-Channel1000 --names " + config,
+      linksOf( { device( "swp9" ) } ) );
+   EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+   EXPECT_THAT( outcome.out, HasSubstr( "peerLinkIntf: Port-Channel1000\n" ) );
+}
+
+TEST( Import, AFileWithoutPortsIsSaid ) {
+   for ( std::string const input : { "[]", R"({"PORT":{}})" } ) {
+      Outcome const outcome = ostraRun( "import -", input );
+      EXPECT_EQ( outcome.status, 0 );
+      EXPECT_EQ(
+         outcome.err,
+         "warning: <stdin>:1:1: no port is taken over: the scenario has none\n" );
+   }
+}
+
 // The way to go on is said by `ostra check`, whose words these are.
 TEST( Import, SaysWhatCheckWouldWarnOf ) {
    Outcome const outcome = ostraRun( "import -", R"({ "PORT": { "Ethernet1": {} },
