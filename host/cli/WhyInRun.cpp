@@ -109,10 +109,10 @@ class WhyInRun {
       PortStanding const standing = Standings( facts, ledger, false ).of( id_ );
       Machine const machine( view, run.agent() );
       std::string const portClass = machine.classOf( id_ );
-      auto const left = [ & ] {
+      auto const left = [ & ]( bool isMlag ) {
          Json const start = view.at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } );
-         double const end = secondsOf( start ) + machine.delay( portClass == "mlag" );
-         bool const isTimed = machine.isHeld( portClass == "mlag" ) && std::isfinite( end );
+         double const end = secondsOf( start ) + machine.delay( isMlag );
+         bool const isTimed = machine.isHeld( isMlag ) && std::isfinite( end );
          return isTimed ? fmt::format( "{:.0f} s left", std::ceil( end - Ryx::now() ) )
                         : std::string( endlessWords );
       };
@@ -124,11 +124,12 @@ class WhyInRun {
                     { "reason", "" } };
       if ( standing.kind == PortStanding::Kind::held ) {
          port[ "hold" ] = { { "kind", "errdisable" }, { "since", since } };
-         port[ "reason" ] = fmt::format( "{}, {}", errdisabledWords, left() );
+         port[ "reason" ] =
+            fmt::format( "{}, {}", errdisabledWords, left( machine.isMlag( id_ ) ) );
       } else if ( standing.kind == PortStanding::Kind::standby ) {
          port[ "hold" ] = { { "kind", "lacpStandby" },
                             { "since", standbySince( run, standing.portChannel ) } };
-         port[ "reason" ] = fmt::format( "{}, {}", standbyWords, left() );
+         port[ "reason" ] = fmt::format( "{}, {}", standbyWords, left( true ) );
       } else {
          std::string_view const exemption = exemptionOf( portClass );
          port[ "reason" ] =

@@ -180,7 +180,10 @@ Ports::tell( PortsText& text, IntfId id, Classes const& classes ) const {
    text.add( R"(,"link":)" );
    text.add( numberText( link ) );
    text.add( "," );
-   Hold const hold = holdOf( name, textOf( portChannel ), portClass == "mlag", classes );
+   // A held port may have come to be of those that are never held.
+   bool const isMlag =
+      portClass == "mlag" || ( portClass != "nonMlag" && machine_.isMlag( id ) );
+   Hold const hold = holdOf( name, textOf( portChannel ), isMlag, classes );
    if ( hold.since.empty() ) {
       text.add( R"("hold":null,"reason":)" );
       text.add(

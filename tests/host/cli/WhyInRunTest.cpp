@@ -46,10 +46,29 @@ events:
   - { at: 200, mlagissuCause: { intfStatus: { Ethernet2: null } } }
 )";
 
+// Ethernet1, of an MLAG port-channel, becomes the peer link at 60 s.
 std::string
-whyAt( std::string const& interface, Milliseconds at, bool isJson = false ) {
+joiningPeerLink( std::string const& mlag, std::string const& nonMlag ) {
+   return "mounts:\n"
+          "  mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1,\n"
+          "    peerAddress: 10.0.0.2, peerLinkIntf: Port-Channel1, reloadDelay: " +
+      mlag + ",\n    reloadDelayNonMlagConfigured: true, reloadDelayNonMlag: " + nonMlag +
+      ",\n    intfConfig: { Port-Channel10: { mlagId: \"10\" } } }\n"
+      "  mlagStatus: { mlagState: mlagInactive }\n"
+      "  ethPhyIntfStatus: { intfStatus: { Ethernet1-2: {} } }\n"
+      "  ethPhyIntfConfig: { intfConfig: { Ethernet1-2: { adminEnabledStateLocal: 1 } } }\n"
+      "  lagInputConfig: { phyIntf: { Ethernet1: { lag: Port-Channel10, mode: 2 } } }\n"
+      "events: [ { at: 60, mlagConfig: { peerLinkIntf: Ethernet1 } } ]\n";
+}
+
+std::string
+whyAt(
+   std::string const& interface,
+   Milliseconds at,
+   bool isJson = false,
+   std::string const& text = scenario ) {
    WhyOptions options;
-   options.input.scenario = temporaryFile( "why.yaml", scenario );
+   options.input.scenario = temporaryFile( "why.yaml", text );
    options.input.plugin = OSTRA_PLUGIN;
    options.interface = interface;
    options.at = at;
@@ -110,6 +129,20 @@ TEST( WhyInRun, APortThatIsNotHeldHasAReason ) {
    EXPECT_THAT(
       whyAt( "Ethernet5", 0s ),
       HasSubstr( "not held      never held: it is in the peer link" ) );
+}
+
+TEST( WhyInRun, AHeldPortThatJoinsThePeerLinkWaitsForTheDelayThatItIsHeldFor ) {
+   EXPECT_THAT(
+      whyAt( "Ethernet1", 100s, false, joiningPeerLink( "300", "330" ) ),
+      AllOf(
+         HasSubstr( "Ethernet1     peerLink port in Port-Channel10\n" ),
+         HasSubstr( "errdisabled for the MLAG reload delay, 200 s left\n" ),
+         HasSubstr( "released 00:05:00.000, in 200 s" ) ) );
+   EXPECT_THAT(
+      whyAt( "Ethernet1", 100s, false, joiningPeerLink( ".inf", "115" ) ),
+      AllOf(
+         HasSubstr( "errdisabled for the MLAG reload delay, which no timer ends\n" ),
+         HasSubstr( "nothing releases it" ) ) );
 }
 
 TEST( WhyInRun, WhatCannotBeAskedIsRefused ) {

@@ -269,6 +269,22 @@ TEST_F( Live, APortSaysWhatItIsAndUntilWhenItIsHeld ) {
    EXPECT_THAT( Json::parse( process.host().ports().text().at( 105 ) ), SizeIs( 3 ) );
 }
 
+TEST_F( Live, AHeldPortThatJoinsThePeerLinkWaitsForTheDelayThatItIsHeldFor ) {
+   clock.moment = std::chrono::seconds( 100 );
+   std::string file = reloadedSwitch();
+   process.start( file );
+   std::string const peerLink = R"("peerLinkIntf": "Port-Channel1")";
+   file.replace( file.find( peerLink ), peerLink.size(), R"("peerLinkIntf": "Ethernet1")" );
+   auto const next = ostra::parseDocument( "o", file );
+   clock.moment = std::chrono::seconds( 105 );
+   process.host().fileIs( &next );
+   process.turn();
+   Json const port = *process.host().ports().port( "Ethernet1" );
+   EXPECT_EQ( port.at( "class" ), "peerLink" );
+   EXPECT_EQ( port.at( "hold" ).at( "until" ), 120 );
+   EXPECT_EQ( port.at( "reason" ), "errdisabled for the MLAG reload delay, 15 s left" );
+}
+
 TEST_F( Live, ASummaryHasBothClasses ) {
    clock.moment = std::chrono::seconds( 100 );
    process.start( reloadedSwitch() );
