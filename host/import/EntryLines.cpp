@@ -120,7 +120,7 @@ keysOf( Ids ids ) {
    std::vector< std::string > keys;
    for ( std::size_t from = 0; from < ids.size(); from += mostInRanges ) {
       std::size_t const to = std::min( from + mostInRanges, ids.size() );
-      auto const begin = ids.begin();
+      IntfId const* const begin = ids.data();
       for ( std::string& key : keysOfPart( Ids( begin + from, begin + to ) ) ) {
          keys.push_back( std::move( key ) );
       }
