@@ -59,7 +59,7 @@ def named(argument, base, what):
 
 
 def owner(notifiee):
-    """Whose reactor a notifiee is; empty for one that is none, or has lost its owner."""
+    """Whose reactor a notifiee is; empty if it is no reactor, or has lost its owner."""
     pointer = read.field(notifiee, "owner_")
     if pointer is None or int(pointer) == 0:
         return ""

@@ -20,8 +20,8 @@ ChildEnd::Deleter::operator()( event* event ) const noexcept {
    event_free( event );
 }
 
-// By edges: whoever traces the child hears of its end first, and until then it is readable
-// and cannot be reaped.
+// By edges: a process that traces the child hears of its end first, and until then the
+// descriptor is readable and the child cannot be reaped.
 ChildEnd::ChildEnd( event_base* base, Child child, Ended ended )
       : child_( child ),
         ended_( std::move( ended ) ),

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// How forecasts end, whoever keeps them from that, and that the host waits for none.
+// How forecasts end, also if something keeps them from that; the host waits for none.
 
 #include "LiveForecast"
 #include "Shared"
