@@ -11,7 +11,8 @@ import { entriesOf, onlyIn } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./words.js').Entry} Entry */
-/** @typedef {{ with: Entry[], without: Entry[] }} Outcome */
+/** `between`: no more seconds are between them.
+ * @typedef {{ with: Entry[], without: Entry[], between: number }} Outcome */
 
 /** What people ask for most; anything else can be written.
  * @type {{ words: string, patch: any }[]} */
@@ -107,8 +108,11 @@ export function WhatIf() {
       setOutcome(null);
       try {
          // One after the other: the host makes one at a time for the network.
+         const began = performance.now();
          const changed = entriesOf(await forecast({ patch }));
-         setOutcome({ with: changed, without: entriesOf(await forecast({})) });
+         const without = entriesOf(await forecast({}));
+         const between = (performance.now() - began) / 1000;
+         setOutcome({ with: changed, without, between });
          setSays('nothing was changed');
       } catch (error) {
          setSays(String(/** @type {Error} */ (error).message));
@@ -127,8 +131,8 @@ export function WhatIf() {
          <span role="status" class="small"><${Foreign}>${says}<//></span></p>
       ${outcome && html`<div class="beside">
          <${Column} title="With the change" entries=${outcome.with}
-            marked=${onlyIn(outcome.with, outcome.without)} />
+            marked=${onlyIn(outcome.with, outcome.without, outcome.between)} />
          <${Column} title="Without it" entries=${outcome.without}
-            marked=${onlyIn(outcome.without, outcome.with)} /></div>`}
+            marked=${onlyIn(outcome.without, outcome.with, outcome.between)} /></div>`}
    </section>`;
 }

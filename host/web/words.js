@@ -187,13 +187,12 @@ export function newsOf(entries, since) {
    return shortened(texts.reverse().join('. '), longestNews);
 }
 
-/** In seconds: two forecasts are not made in the same instant. */
-const betweenForecasts = 2;
-
-/** What differs between two forecasts is what one of them alone has.
- * @param {Entry[]} entries @param {Entry[]} others @returns {Set<string>} keys */
-export function onlyIn(entries, others) {
+/** What differs between two forecasts is what one of them alone has. They are not made in the same
+ * instant.
+ * @param {Entry[]} entries @param {Entry[]} others @param {number} between at most, in seconds
+ * @returns {Set<string>} keys */
+export function onlyIn(entries, others, between) {
    const isInBoth = (/** @type {Entry} */ entry) => others.some(other =>
-      other.text === entry.text && Math.abs(other.t - entry.t) <= betweenForecasts);
+      other.text === entry.text && Math.abs(other.t - entry.t) <= between);
    return new Set(entries.filter(entry => !isInBoth(entry)).map(entry => entry.key));
 }

@@ -143,9 +143,11 @@ test('Words.AnEventSaysWhatItIsCalledAndIsOfTheInterfacesThatItChanges', () => {
 test('Words.ForecastsDifferByWhatOneAloneHas', () => {
    const without = entriesOf([cause(1, 5.01, 'Ethernet1', null), cause(2, 300, 'Ethernet2', null)]);
    const changed = entriesOf([cause(1, 6.02, 'Ethernet1', null), cause(2, 297, 'Ethernet2', null)]);
-   assert.deepEqual([...onlyIn(changed, without)], ['2']);
-   assert.deepEqual([...onlyIn(without, changed)], ['2']);
-   assert.deepEqual([...onlyIn(without, without)], []);
+   assert.deepEqual([...onlyIn(changed, without, 2)], ['2']);
+   assert.deepEqual([...onlyIn(without, changed, 2)], ['2']);
+   assert.deepEqual([...onlyIn(without, changed, 1)], ['1', '2']);
+   assert.deepEqual([...onlyIn(without, changed, 4)], []);
+   assert.deepEqual([...onlyIn(without, without, 0)], []);
 });
 
 const fact = (name, state, more = {}) => ({
