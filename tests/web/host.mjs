@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// A live host to look at, runs as pages, and a browser that says what went wrong in it.
+// A live host to look at, and runs as pages.
 
 import { execFileSync, spawn } from 'node:child_process';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { request } from 'node:http';
-import { createRequire } from 'node:module';
 import { createServer } from 'node:net';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
-const modules = createRequire(process.env.WEB_MODULES);
-const { chromium } = modules('playwright-core');
-const axe = readFileSync(modules.resolve('axe-core/axe.min.js'), 'utf8');
+import { until } from './browser.mjs';
 
 export const ostra = process.env.OSTRA;
 export const examples = new URL('../../examples/', import.meta.url).pathname;
@@ -27,7 +24,7 @@ async function freePort() {
 }
 
 /** A directory that goes with the test. */
-export function directory(t) {
+function directory(t) {
    const path = mkdtempSync(join(tmpdir(), 'ostra-page-'));
    t.after(() => rmSync(path, { recursive: true, force: true }));
    return path;
@@ -55,17 +52,7 @@ export class Host {
    async resume() {
       this.process = spawn(ostra, ['serve', '--config', `${this.directory}/ostra.yaml`],
          { stdio: 'ignore' });
-      for (let tries = 0; ; ++tries) {
-         try {
-            await fetch(`${this.url}healthz`);
-            return;
-         } catch (error) {
-            if (tries > 200) {
-               throw error;
-            }
-            await new Promise(resolve => setTimeout(resolve, 50));
-         }
-      }
+      await until(() => fetch(`${this.url}healthz`).then(() => true, () => false));
    }
 
    async kill() {
@@ -103,78 +90,18 @@ export class Host {
    }
 }
 
+/** A file of the test's own with that text. */
+export function fileOf(t, name, text) {
+   const path = join(directory(t), name);
+   writeFileSync(path, text);
+   return path;
+}
+
 /** A file with the page of that run. */
 export function pageOfRun(t, scenario) {
-   const directoryOfTest = directory(t);
-   const path = join(directoryOfTest, 'run.html');
    const args = ['run', '--format', 'html', ...scenario ? ['-'] : []];
-   writeFileSync(path, execFileSync(ostra, args, { input: scenario ?? '', maxBuffer: 1 << 28 }));
-   return `file://${path}`;
-}
-
-/** In the page: when the ports were drawn first, in milliseconds since it was asked for. */
-function noteFirstPorts() {
-   const observer = new MutationObserver(() => {
-      if (document.querySelector('button.port')) {
-         observer.disconnect();
-         requestAnimationFrame(() => setTimeout(() => {
-            window.portsDrawnAt = performance.now();
-         }));
-      }
-   });
-   observer.observe(document, { childList: true, subtree: true });
-}
-
-let browser;
-export async function closeBrowser() {
-   await browser?.close();
-}
-
-/** A page in a window of its own. `page.problems`: what the browser complained of. */
-export async function open(t, url, options = {}) {
-   browser ??= await chromium.launch(
-      { executablePath: '/usr/bin/chromium-headless-shell', args: ['--no-sandbox'] });
-   const context = await browser.newContext({ viewport: { width: 1280, height: 800 }, ...options });
-   t.after(() => context.close());
-   const page = await context.newPage();
-   page.problems = [];
-   page.on('console', message => {
-      if (message.type() === 'error' || message.type() === 'warning') {
-         page.problems.push(message.text());
-      }
-   });
-   page.on('pageerror', error => page.problems.push(error.stack));
-   await page.addInitScript(noteFirstPorts);
-   // Counted from here on.
-   await coreSeconds(page);
-   await page.goto(url);
-   await page.waitForSelector('button.port', { timeout: 20000 });
-   return page;
-}
-
-/** What makes the page hard to use for somebody: of the two worst degrees. */
-export async function barriers(page) {
-   // As the browser's own tools do it, beside the page's content security policy.
-   await page.evaluate(axe);
-   const { violations } = await page.evaluate('axe.run()');
-   return violations.filter(v => v.impact === 'serious' || v.impact === 'critical')
-      .flatMap(v => v.nodes.slice(0, 3).map(node => `${v.id}: ${node.html.slice(0, 200)}`));
-}
-
-/** Seconds of a core that the page itself has used so far. */
-export async function coreSeconds(page) {
-   page.session ??= await page.context().newCDPSession(page).then(async session => {
-      await session.send('Performance.enable', { timeDomain: 'threadTicks' });
-      return session;
-   });
-   const { metrics } = await page.session.send('Performance.getMetrics');
-   return metrics.find(metric => metric.name === 'TaskDuration').value;
-}
-
-/** No more than the window is wide, so that nobody has to scroll sideways. */
-export function overflow(page) {
-   return page.evaluate(() =>
-      document.documentElement.scrollWidth - document.documentElement.clientWidth);
+   const page = execFileSync(ostra, args, { input: scenario ?? '', maxBuffer: 1 << 28 });
+   return `file://${fileOf(t, 'run.html', page)}`;
 }
 
 /** Ethernet1 and so on, half of them in port-channels of two. */

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// Whether everybody can use the page: with a keyboard, a screen reader, a small or a large screen.
+
+import assert from 'node:assert/strict';
+import { after, test } from 'node:test';
+
+import { barriers, closeBrowser, open, overflow } from './browser.mjs';
+import { Host } from './host.mjs';
+
+after(closeBrowser);
+
+test('Page.WorksWithTheKeyboardAlone', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   for (let i = 0; i < 20; ++i) {
+      await page.keyboard.press('Tab');
+      if (await page.evaluate(() => document.activeElement.classList.contains('port'))) {
+         break;
+      }
+   }
+   const focused = () => page.evaluate(() => document.activeElement.dataset.port);
+   assert.equal(await focused(), 'Ethernet1');
+   const steps = [['ArrowRight', 'Ethernet3'], ['ArrowDown', 'Ethernet4'], ['ArrowLeft', 'Ethernet2'],
+      ['ArrowUp', 'Ethernet1'], ['End', 'Management1'], ['Home', 'Ethernet1']];
+   for (const [key, name] of steps) {
+      await page.keyboard.press(key);
+      assert.equal(await focused(), name, key);
+   }
+   const isGone = () => page.waitForSelector('.detail', { state: 'detached' });
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('#detail-name:focus');
+   await page.keyboard.press('Escape');
+   await isGone();
+   assert.equal(await focused(), 'Ethernet1');
+   await page.keyboard.press('ArrowRight');
+   await page.click('[data-port="Ethernet5"]');
+   assert.deepEqual(await page.$$eval('button.port[tabindex="0"]',
+      all => all.map(button => button.dataset.port)), ['Ethernet5']);
+   await page.focus('textarea');
+   await page.keyboard.press('Escape');
+   assert.equal(await page.evaluate(() => document.activeElement.tagName), 'TEXTAREA');
+   assert.equal(await page.textContent('#detail-name'), 'Ethernet5');
+   await page.click('text=As a table');
+   await page.focus('tr[data-row="Ethernet6"] button');
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('#detail-name:focus');
+   assert.equal(await page.textContent('#detail-name'), 'Ethernet6');
+   await page.keyboard.press('Escape');
+   await isGone();
+   assert.equal(await focused(), 'Ethernet6');
+   await page.focus('text=Its times in a table');
+   await page.keyboard.press('Enter');
+   const rows = await page.$$eval('.times tbody tr', all => all.map(row => row.textContent));
+   assert.equal(rows.length, 5);
+   assert.match(rows[1], /^Port-Channel10errdisabled0:00:000:05:00, if nothing changes/);
+});
+
+test('Page.InterruptsNobodyWhoListens', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   assert.equal(await page.locator('[aria-live]').count(), 0);
+   assert.equal(await page.textContent('.news'), '');
+   assert.equal(await page.getAttribute('[data-port="Ethernet1"] .left', 'aria-hidden'), 'true');
+});
+
+for (const colorScheme of ['light', 'dark']) {
+   test('Page.IsForEverybody', async t => {
+      const host = await Host.start(t);
+      for (const width of [360, 1280, 2560]) {
+         const page = await open(t, host.url,
+            { colorScheme, viewport: { width, height: 900 }, reducedMotion: 'reduce' });
+         await page.click('[data-port="Ethernet1"]');
+         assert.equal(await page.evaluate(() => document.getAnimations().length), 0);
+         assert.equal(await page.$eval('.port', port => getComputedStyle(port).transitionDuration),
+            '0s');
+         assert.ok(await overflow(page) <= 0, `${width} pixels`);
+         assert.deepEqual(await barriers(page), [], `${width} pixels`);
+         await page.click('text=As a table');
+         assert.equal(await page.locator('tr[data-row]').count(), 9);
+         assert.deepEqual(await barriers(page), [], `the table, ${width} pixels`);
+      }
+   });
+}

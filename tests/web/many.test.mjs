@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright 2026 The MlagOstra authors
+
+// The page with many ports and many events, and what it needs for them.
+
+import assert from 'node:assert/strict';
+import { after, test } from 'node:test';
+
+import { becomes, closeBrowser, coreSeconds, isLive, open, overflow, passed, slowness,
+   until } from './browser.mjs';
+import { Host, manyPorts, pageOfRun } from './host.mjs';
+
+after(closeBrowser);
+
+test('Page.NeedsHalfACoreForSixtyUpdatesASecond', async t => {
+   const host = await Host.start(t, manyPorts(1000));
+   const page = await open(t, host.url);
+   // What the first picture needs is over.
+   await isLive(page);
+   await page.evaluate(() => new Promise(resolve => requestIdleCallback(resolve)));
+   const updates = 300;
+   await page.evaluate(() => {
+      window.changes = 0;
+      new MutationObserver(all => { window.changes += all.length; }).observe(
+         document.querySelector('.plate'), { subtree: true, childList: true, attributes: true,
+            characterData: true });
+   });
+   const before = await coreSeconds(page);
+   const began = performance.now();
+   for (let i = 0; i < updates; ++i) {
+      const due = began + i * 1000 / 60;
+      await passed(Math.max(0, due - performance.now()));
+      await host.patch({ ethPhyIntfStatus: { intfStatus: { [`Ethernet${i + 1}`]:
+         { linkStatus: 2 } } } });
+   }
+   await until(async () => (await page.textContent('[data-seq] bdi')).includes('Ethernet300'));
+   const used = await coreSeconds(page) - before;
+   const took = (performance.now() - began) / 1000;
+   const slower = await slowness(page);
+   t.diagnostic(`${used.toFixed(2)} s of a core in ${took.toFixed(1)} s, ${updates} updates; ` +
+      `${slower.toFixed(1)} times slower than usual`);
+   // On a slow machine they come more slowly, are no more, and need longer.
+   assert.ok(used < 0.5 * slower * Math.max(took, updates / 60), String(used));
+   // Each second the time that is left, once for each port; a link that comes up changes no mark.
+   const changes = await page.evaluate('window.changes');
+   t.diagnostic(`${changes} changes of what shows the ports`);
+   assert.ok(changes <= 1000 * (took + 2), String(changes));
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.ShowsAThousandPorts', async t => {
+   const host = await Host.start(t, manyPorts(1000));
+   const page = await open(t, host.url);
+   assert.equal(await page.locator('button.port').count(), 1000);
+   await until(() => page.evaluate(() => window.portsDrawnAt));
+   const drawn = await page.evaluate(() => window.portsDrawnAt);
+   const core = await coreSeconds(page);
+   const elements = await page.evaluate(() => document.querySelectorAll('*').length);
+   t.diagnostic(`1000 ports are drawn after ${Math.round(drawn)} ms, with ${core.toFixed(2)} s of a ` +
+      `core and ${elements} elements`);
+   // What it takes does not depend on what else the machine does.
+   assert.ok(elements < 5000, String(elements));
+   const asked = await page.evaluate(() => {
+      const all = performance.getEntriesByType('resource');
+      const ports = all.find(entry => entry.name.endsWith('/v1/ports'));
+      return all.filter(entry => entry.startTime < ports.responseEnd).length;
+   });
+   assert.equal(asked, 3);
+   await page.click('.jumps [href="#happened"]', { noWaitAfter: true });
+   await until(() => page.evaluate(
+      () => document.querySelector('#happened').getBoundingClientRect().top < innerHeight));
+   host.ask('release', '--all');
+   await becomes(page, 'Ethernet1000', 'released');
+   assert.equal(await page.locator('[data-count="released"] b').textContent(), '1000');
+   assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.ShowsADayOfEvents', async t => {
+   // Every ten seconds a port disappears or comes back.
+   const events = Array.from({ length: 8640 }, (_, i) => {
+      const name = `Ethernet${(i >> 1) % 48 + 1}`;
+      return JSON.stringify({ at: 10 * i + 5,
+         ethPhyIntfStatus: { intfStatus: { [name]: i % 2 ? {} : null } } });
+   });
+   const page = await open(t, pageOfRun(t, `${manyPorts(48)}events: [${events.join(',\n')}]\n`));
+   const elements = () => page.evaluate(() => document.querySelectorAll('*').length);
+   const drawn = await elements();
+   assert.ok(drawn < 3000, String(drawn));
+   await page.fill('input[type=range]', '43206');
+   await becomes(page, 'Ethernet1', 'absent');
+   await page.fill('input[type=range]', '43216');
+   await becomes(page, 'Ethernet1', 'released');
+   await page.click('[data-port="Ethernet1"]');
+   assert.match(await page.textContent('.detail .log'), /^12:00:15Ethernet1 appears12:00:05Eth/);
+   await page.click('[data-lane="mlag"] .fold');
+   await page.fill('input[type=range]', '86395');
+   t.diagnostic(`${drawn} elements, with a port and a class of lanes ${await elements()}, and ` +
+      `${(await coreSeconds(page)).toFixed(2)} s of a core`);
+   assert.ok(await elements() < 6000, String(await elements()));
+   assert.deepEqual(page.problems, []);
+});
