@@ -3,12 +3,13 @@
 
 // The page: a live host, or a run with whose records it was made.
 
+import { ComparePage } from './comparepage.js';
 import { Live } from './live.js';
 import { LivePage } from './livepage.js';
 import { plain } from './model.js';
 import { html, render } from './parts.js';
 import { recordedOf } from './recorded.js';
-import { ComparePage, RecordedPage } from './runpages.js';
+import { RecordedPage } from './runpage.js';
 
 function show() {
    const page = /** @type {HTMLElement} */ (document.getElementById('page'));

@@ -4,10 +4,11 @@
 // What both kinds of page have: the switch at one time, with what leads to it.
 
 import { Detail } from './detail.js';
-import { Faceplate, Legend, manyPorts } from './faceplate.js';
-import { Foreign, html, useState } from './parts.js';
+import { manyPorts } from './faceplate.js';
+import { Foreign, html } from './parts.js';
+import { Plate, useSelection } from './plate.js';
 import { Summary } from './summary.js';
-import { Log, PortTable } from './tables.js';
+import { Log } from './tables.js';
 import { TimeLine } from './timeline.js';
 
 /** @typedef {import('./model.js').Period} Period */
@@ -29,25 +30,9 @@ function Jumps() {
  *           moreOf?: (port: Port) => any }} props `moreOf`: what its detail has beside */
 export function Body({ ports, periods, alarms, alarmsWhen = '', entries, story, now, zero, whenOf,
    onCursor, top, above, below, moreOf }) {
-   const [selected, setSelected] = useState(/** @type {string|null} */ (null));
-   const [isTable, setTable] = useState(false);
+   const [selected, onSelect, onKey] = useSelection();
    const port = selected === null ? undefined : ports.get(selected);
-   const onSelect = (/** @type {string|null} */ name) => {
-      setSelected(name);
-      // Where the keyboard goes on when the detail has gone.
-      if (name === null && selected !== null) {
-         const button = [...document.querySelectorAll('.plate button[data-port]')]
-            .find(b => b.getAttribute('data-port') === selected);
-         /** @type {HTMLElement|undefined} */ (button)?.focus();
-      }
-   };
    const last = entries.length ? entries[entries.length - 1] : null;
-   const onKey = (/** @type {KeyboardEvent} */ event) => {
-      const { tagName } = /** @type {Element} */ (event.target);
-      if (event.key === 'Escape' && tagName !== 'TEXTAREA' && tagName !== 'INPUT') {
-         onSelect(null);
-      }
-   };
    return html`<main onKeyDown=${onKey}>
       ${top}
       <${Summary} ports=${ports} periods=${periods} alarms=${alarms}
@@ -56,22 +41,14 @@ export function Body({ ports, periods, alarms, alarmsWhen = '', entries, story, 
       ${above}
       ${ports.size > manyPorts && html`<${Jumps} />`}
       <div class=${`columns ${port ? 'two' : ''}`}>
-         <section class="card plate" aria-label="Ports">
-            <div class="bar"><h2>Ports</h2>
-               <button type="button" aria-pressed=${isTable ? 'true' : 'false'}
-                  onClick=${() => setTable(!isTable)}>As a table</button></div>
-            ${isTable
-               ? html`<${PortTable} ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />`
-               : html`<${Legend} ports=${ports} />
-                  <${Faceplate} ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />`}
-         </section>
+         <${Plate} title="Ports" ports=${ports} now=${now} selected=${selected} onSelect=${onSelect} />
          ${port && html`<${Detail} key=${selected} port=${port} ports=${ports} now=${now}
             entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect}
             more=${moreOf && moreOf(port)} />`}
       </div>
       <${TimeLine} lines=${[{ story, name: '' }]} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
       ${below}
-      <${Log} entries=${entries} whenOf=${whenOf} />
+      <${Log} title="What happened" id="happened" entries=${entries} whenOf=${whenOf} />
    </main>`;
 }
 

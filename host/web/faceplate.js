@@ -6,7 +6,7 @@
 
 import { classWords, duration, plain, portStates, secondsLeft, stateOf } from './model.js';
 import { layoutOf } from './layout.js';
-import { Component, html, StateMark, useMemo, useState } from './parts.js';
+import { Component, html, notAlike, StateMark, useMemo, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 
@@ -26,7 +26,7 @@ class PortButton extends Component {
 
    render() {
       const { name, label, words, state, left, isSelected, isStop, isOther, onSelect } = this.props;
-      const says = plain(`${name}: ${words}${isOther ? ', not as in the other run' : ''}`);
+      const says = plain(`${name}: ${words}${isOther ? `, ${notAlike}` : ''}`);
       return html`<button type="button" class=${`port s-${state} ${isOther ? 'other' : ''}`} data-port=${name}
          data-state=${state} aria-current=${isSelected ? 'true' : 'false'}
          title=${says} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>

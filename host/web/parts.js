@@ -9,6 +9,9 @@ export const { html, render, Component, useEffect, useMemo, useRef, useState } =
 
 /** @typedef {import('./model.js').Port} Port */
 
+/** Of a port that stands otherwise in the run with which its own is compared. */
+export const notAlike = 'not as in the other run';
+
 /** A text of somebody else's: it has its own direction and breaks anywhere.
  * @param {{ children?: any }} props */
 export function Foreign({ children }) {

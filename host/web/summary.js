@@ -78,11 +78,12 @@ function AlarmLine({ group, ports, onSelect }) {
 
 /** `when` they are, if not now.
  * @param {{ alarms: import('./model.js').Alarm[], when: string, ports: Map<string, Port>,
- *            onSelect: (name: string) => void }} props */
-function Alarms({ alarms, when, onSelect, ports }) {
+ *            onSelect: (name: string) => void, name?: string }} props */
+export function Alarms({ alarms, when, onSelect, ports, name = 'Alarms' }) {
    const groups = useMemo(() => groupsOf(alarms), [alarms]);
-   return html`<section class="card alarms" aria-label="Alarms">
-      <h2>${counted(alarms.length, 'alarm')}${when}</h2>
+   const count = alarms.length ? counted(alarms.length, 'alarm') : 'No alarms';
+   return html`<section class=${`card ${alarms.length ? 'alarms' : ''}`} aria-label=${name}>
+      <h2>${count}${when}</h2>
       <ul>${groups.slice(0, mostAlarms).map((group, i) => html`<${AlarmLine} key=${i}
          group=${group} ports=${ports} onSelect=${onSelect} />`)}</ul>
       ${groups.length > mostAlarms && html`<p class="small">And ${groups.length - mostAlarms} more,

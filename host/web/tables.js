@@ -5,17 +5,17 @@
 
 import { classWords, duration, secondsLeft, stateOf, portStates } from './model.js';
 import { compareNames } from './names.js';
-import { Foreign, html, reasonOf, StateMark, useState } from './parts.js';
+import { Foreign, html, notAlike, reasonOf, StateMark, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./words.js').Entry} Entry */
 
-/** @param {{ ports: Map<string, Port>, now: number, selected: string|null,
- *            onSelect: (name: string) => void }} props */
-export function PortTable({ ports, now, selected, onSelect }) {
+/** @param {{ title: string, ports: Map<string, Port>, now: number, selected: string|null,
+ *            onSelect: (name: string) => void, others?: Set<string> }} props */
+export function PortTable({ title, ports, now, selected, onSelect, others }) {
    const sorted = [...ports.values()].sort((a, b) => compareNames(a.name, b.name));
-   return html`<div class="scroll" tabindex="0" role="region" aria-label="Ports as a table">
-      <table>
+   return html`<div class="scroll" tabindex="0" role="region" aria-label=${`${title} as a table`}>
+      <table class="ports">
       <thead><tr><th scope="col">Port</th><th scope="col">Class</th><th scope="col">Port-channel</th>
          <th scope="col">State</th><th scope="col">Left</th><th scope="col">Why</th></tr></thead>
       <tbody>${sorted.map(port => {
@@ -29,7 +29,8 @@ export function PortTable({ ports, now, selected, onSelect }) {
                <${Foreign}>${port.name}<//></button></th>
             <td>${classWords[port.class] ?? port.class}</td>
             <td>${port.portChannel ?? ''}</td>
-            <td><${StateMark} state=${state} /> ${portStates[state].words}</td>
+            <td><${StateMark} state=${state} /> ${portStates[state].words}${others?.has(port.name)
+               && html`, <b>${notAlike}</b>`}</td>
             <td class="number">${left === null ? '' : duration(left)}</td>
             <td><${Foreign}>${reasonOf(port)}<//></td></tr>`;
       })}</tbody></table>
@@ -60,14 +61,14 @@ export function Differences({ differences }) {
 const firstEntries = 30;
 
 /** The newest first.
- * @param {{ entries: Entry[], whenOf: (t: number, time: string|null) => string }} props */
-export function Log({ entries, whenOf }) {
+ * @param {{ title: string, id?: string, entries: Entry[], whenOf: (t: number, time: string|null) => string }} props */
+export function Log({ title, id, entries, whenOf }) {
    const [shown, setShown] = useState(firstEntries);
    const newest = entries.slice(-shown).reverse();
-   return html`<section class="card" id="happened" aria-label="What happened">
-      <h2>What happened</h2>
+   return html`<section class="card" id=${id} aria-label=${title}>
+      <h2>${title}</h2>
       ${entries.length === 0 && html`<p class="small">Nothing yet.</p>`}
-      <ol class="log" tabindex="0" aria-label="Records, the newest first">${newest.map(entry => html`
+      <ol class="log" tabindex="0" aria-label=${`${title}, the newest first`}>${newest.map(entry => html`
          <li key=${entry.key} class=${`e-${entry.kind}`} data-seq=${entry.key}>
             <time>${whenOf(entry.t, entry.time)}</time> <${Foreign}>${entry.text}<//></li>`)}</ol>
       ${entries.length > shown && html`<button type="button"

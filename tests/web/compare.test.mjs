@@ -45,8 +45,70 @@ test('Page.ComparesTwoRuns', async t => {
    assert.match((await page.textContent('.detail')).replace(/\s+/g, ' '),
       /A ?✕ held, 0:30 left.*errdisabled 0:00:00 to 0:01:35.*B ?✓ released.*to 0:04:00/);
    assert.deepEqual(await barriers(page), []);
+   assert.equal(await page.locator('.alarms').count(), 0);
+   const happened = await page.$$eval('section[aria-label^="What happened in"]',
+      all => all.map(section => section.textContent));
+   assert.match(happened[0], /^What happened in A0:04:07\.5 MLAG_RELOAD_DELAY_ENDING/);
+   assert.match(happened[1], /^What happened in B.*0:04:00 40 ports released: Ethernet1-40/);
    await page.click('text=Close');
    assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.ComparesTheAlarmsAtBothEnds', async t => {
+   const late = `${examples}becomes-mlag-late.yaml`;
+   const page = await open(t, pageOfBoth(t, late, `${examples}leaf-reload.yaml`),
+      { viewport: { width: 360, height: 740 } });
+   assert.match(await page.textContent('[aria-label="Alarms of A"]'),
+      /^\d alarms? at the end of A\s*heldWithoutEnd\s/);
+   assert.equal(await page.textContent('[aria-label="Alarms of B"]'), 'No alarms at the end of B');
+   assert.equal(await page.locator('.card.alarms').count(), 1);
+   const name = await page.textContent('.alarms .link');
+   await page.click('.alarms .link');
+   await page.waitForSelector('#both-name:focus');
+   assert.equal(await page.textContent('#both-name'), name);
+   assert.ok(await overflow(page) <= 0);
+   assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+   const other = await open(t, pageOfBoth(t, late, streamOf(t, [late])));
+   assert.match(await other.textContent('[aria-label="Alarms of B"]'), /of B are not known/);
+   const neither = await open(t, pageOfBoth(t, streamOf(t, []), streamOf(t, [late])));
+   assert.equal(await neither.locator('[aria-label^="Alarms of"]').count(), 0);
+});
+
+test('Page.ComparesWithTheKeyboardAloneAndAsATable', async t => {
+   const shorter = fileOf(t, 'shorter.yaml', leaf.replace('reloadDelay: 300', 'reloadDelay: 240'));
+   const page = await open(t, pageOfBoth(t, `${examples}leaf-reload.yaml`, shorter));
+   await page.fill('input[type=range]', '270');
+   const inB = '[aria-label="Ports of B"]';
+   const focused = () => page.evaluate(() => {
+      const { activeElement } = document;
+      return `${activeElement.closest('section').ariaLabel} ${activeElement.dataset.port}`;
+   });
+   await page.focus(`${inB} [data-port="Ethernet1"]`);
+   await page.keyboard.press('ArrowDown');
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('#both-name:focus');
+   assert.equal(await page.textContent('#both-name'), 'Ethernet2');
+   await page.keyboard.press('Escape');
+   await page.waitForSelector('.detail', { state: 'detached' });
+   assert.equal(await focused(), 'Ports of B Ethernet2');
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('#both-name:focus');
+   // What is below the detail is not behind it.
+   assert.equal(await page.$eval(`${inB} .bar button`, button => {
+      document.querySelector('.plate').scrollIntoView();
+      const { left, top } = button.getBoundingClientRect();
+      return document.elementFromPoint(left + 20, top + 10).textContent;
+   }), 'As a table');
+   await page.focus(`${inB} >> text=As a table`);
+   await page.keyboard.press('Enter');
+   const cells = name => page.$$eval(`${inB} tr[data-row="${name}"] td`,
+      all => all.map(cell => cell.textContent));
+   assert.equal((await cells('Ethernet1'))[2], '✓ released, not as in the other run');
+   assert.equal((await cells('Ethernet41'))[2], '✕ held');
+   assert.equal(await page.locator('tr[data-row]').count(), 57);
    assert.deepEqual(await barriers(page), []);
    assert.deepEqual(page.problems, []);
 });
