@@ -9,6 +9,7 @@
 #include <host/import/ForeignItems>
 #include <host/import/LinkList>
 #include <host/import/ScenarioText>
+#include <host/input/Foreign>
 
 #include <Ryx/Exception>
 
@@ -138,11 +139,18 @@ review( std::string const& text, std::size_t maxInput ) {
 ImportedScenario
 importScenario( File file, ImportOptions const& options ) {
    std::string const source = file.name;
+   std::string const noJson = placeOfNoJson( file.text );
    Document const document =
       parseDocument( std::move( file.name ), std::move( file.text ), options.maxInput );
    SwitchDescription description;
    ForeignNames names( options.names, description.remarks );
    readSwitch( Item( document ), names, description );
+   // The document takes more than JSON, as a comma too many.
+   if ( !noJson.empty() ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format( "{}:{}: not JSON: expected it from here on", source, noJson ) );
+   }
    if ( options.peerLink ) {
       setPeerLink( *options.peerLink, names, description );
    }

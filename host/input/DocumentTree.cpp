@@ -15,20 +15,17 @@ namespace ostra {
 
 namespace {
 
-// The first octet of the line, and how many lines are above it. A line ends with a line
-// feed, a carriage return, or both.
-std::pair< std::size_t, std::size_t >
-lineAt( std::string_view text, std::size_t offset ) {
-   std::size_t begin = 0;
-   std::size_t above = 0;
-   for ( std::size_t i = 0; i < offset; ++i ) {
+// The first octet of each line. A line ends with a line feed, a carriage return, or both.
+std::vector< DocumentTree::Offset >
+lineBegins( std::string_view text ) {
+   std::vector< DocumentTree::Offset > lines = { 0 };
+   for ( std::size_t i = 0; i < text.size(); ++i ) {
       bool const isPair = text[ i ] == '\r' && i + 1 < text.size() && text[ i + 1 ] == '\n';
       if ( text[ i ] == '\n' || ( text[ i ] == '\r' && !isPair ) ) {
-         begin = i + 1;
-         ++above;
+         lines.push_back( static_cast< DocumentTree::Offset >( i + 1 ) );
       }
    }
-   return { begin, above };
+   return lines;
 }
 
 } // namespace
@@ -59,11 +56,16 @@ DocumentTree::contents( Cell const& cell ) const noexcept {
 
 Place
 DocumentTree::place( Offset offset ) const {
-   auto const [ begin, above ] = lineAt( text_, offset );
+   if ( lines_.empty() ) {
+      lines_ = lineBegins( text_ );
+   }
+   auto const behind = std::upper_bound( lines_.begin(), lines_.end(), offset );
+   Offset const begin = *( behind - 1 );
    auto const first = std::upper_bound( joints_.begin(), joints_.end(), begin );
    auto const last = std::upper_bound( first, joints_.end(), offset );
    auto const shorter = static_cast< std::size_t >( last - first ) * jointLength;
-   return { above + 1, offset - begin + shorter + 1 };
+   return { static_cast< std::size_t >( behind - lines_.begin() ),
+            offset - begin + shorter + 1 };
 }
 
 void

@@ -4,15 +4,36 @@
 #include <host/input/Foreign>
 
 #include <host/base/Failure>
+#include <host/base/Json>
 #include <host/input/SourceLine>
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace ostra {
 
 bool
 isForeignComment( std::string_view text ) {
    return text.starts_with( "//" ) || text.starts_with( "/*" );
+}
+
+std::string
+placeOfNoJson( std::string_view text ) {
+   try {
+      // Nothing of it is kept.
+      [[maybe_unused]] Json const nothing =
+         Json::parse( text, []( int, Json::parse_event_t, Json& ) { return false; } );
+      return {};
+   } catch ( Json::parse_error const& error ) {
+      std::string_view const before =
+         text.substr( 0, std::max< std::size_t >( error.byte, 1 ) - 1 );
+      std::size_t const lineEnd = before.rfind( '\n' );
+      return fmt::format(
+         "{}:{}",
+         1 + std::count( before.begin(), before.end(), '\n' ),
+         before.size() - ( lineEnd == before.npos ? 0 : lineEnd + 1 ) + 1 );
+   }
 }
 
 void

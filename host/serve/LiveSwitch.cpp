@@ -5,6 +5,7 @@
 
 #include <host/base/JsonLine>
 #include <host/base/Words>
+#include <host/input/Foreign>
 
 #include <Ryx/Activity>
 #include <Ryx/Clock>
@@ -41,25 +42,6 @@ parse( std::string text ) {
          complaint.found.replace( 0, notRead.size(), notJson );
       }
       throw PatchRefusal( Kind::invalid, std::move( complaint ) );
-   }
-}
-
-// "line:column" of what is not JSON; empty when the text is.
-std::string
-placeOfForeign( std::string const& text ) {
-   try {
-      // Nothing of it is kept.
-      [[maybe_unused]] Json const nothing =
-         Json::parse( text, []( int, Json::parse_event_t, Json& ) { return false; } );
-      return {};
-   } catch ( Json::parse_error const& error ) {
-      std::string_view const before =
-         std::string_view( text ).substr( 0, std::max< std::size_t >( error.byte, 1 ) - 1 );
-      std::size_t const lineEnd = before.rfind( '\n' );
-      return fmt::format(
-         "{}:{}",
-         1 + std::count( before.begin(), before.end(), '\n' ),
-         before.size() - ( lineEnd == before.npos ? 0 : lineEnd + 1 ) + 1 );
    }
 }
 
@@ -130,9 +112,9 @@ patchDocument( Path const& path, std::string const& text ) {
    // Read by itself first: the text around it must not be what closes its brackets.
    Document alone = parse( text );
    // A comment alone, for one, would stand for null.
-   if ( !Json::accept( text ) ) {
+   if ( std::string place = placeOfNoJson( text ); !place.empty() ) {
       throw PatchRefusal(
-         Kind::invalid, { placeOfForeign( text ), notJson, "a value in JSON" } );
+         Kind::invalid, { std::move( place ), notJson, "a value in JSON" } );
    }
    if ( path.empty() ) {
       return alone;
