@@ -9,6 +9,8 @@
 #include <host/cli/KeptRun>
 #include <host/state/MountTable>
 
+#include <Ryx/Exception>
+
 #include <fmt/format.h>
 
 #include <map>
@@ -35,7 +37,7 @@ using Account = std::map< Subject, std::string >;
 std::string
 timeOf( Json const& record ) {
    return clockText(
-      firstInstantAt( secondsOf( record.at( "t" ) ) ).value_or( lastInstant ) );
+      firstInstantAt( record.at( "t" ).get< double >() ).value_or( lastInstant ) );
 }
 
 void
@@ -73,18 +75,31 @@ changeText( Json const& record ) {
                                           : flowText( value ) + " at " + time;
 }
 
-Json
-recordOf( std::string const& line, NamedStream const& stream, std::size_t number ) {
-   Json record = Json::parse( line, nullptr, false );
-   if ( !record.is_object() || !record.contains( "t" ) || !record.contains( "type" ) ) {
-      throw Failure(
-         ExitStatus::badInput,
-         fmt::format(
-            "{}:{}:1: no record of an event stream: expected one in each line",
-            stream.name,
-            number ) );
+[[noreturn]] void
+refuse( NamedStream const& stream, std::size_t line, std::string_view why ) {
+   throw Failure(
+      ExitStatus::badInput, fmt::format( "{}:{}:1: {}", stream.name, line, why ) );
+}
+
+// The type of the record, of which the account then has what it says; empty for what is none.
+std::string
+add( Account& account, std::string const& line ) {
+   try {
+      Json const record = Json::parse( line );
+      std::string const time = timeOf( record );
+      std::string type = record.at( "type" );
+      if ( type == "write" ) {
+         append( account[ subjectOf( record.at( "path" ) ) ], changeText( record ) );
+      } else if ( type == "log" ) {
+         std::string const text = record.at( "text" );
+         append( account[ { "message \"" + text + "\"" } ], "at " + time );
+      }
+      return type;
+   } catch ( Json::exception const& ) {
+      return {};
+   } catch ( Ryx::RangeException const& ) {
+      return {};
    }
-   return record;
 }
 
 Account
@@ -92,14 +107,24 @@ accountOf( NamedStream const& stream ) {
    Account account;
    std::istringstream lines( stream.records );
    std::size_t number = 0;
+   std::string type;
    for ( std::string line; std::getline( lines, line ); ) {
-      Json const record = recordOf( line, stream, ++number );
-      if ( record.at( "type" ) == "write" ) {
-         append( account[ subjectOf( record.at( "path" ) ) ], changeText( record ) );
-      } else if ( record.at( "type" ) == "log" ) {
-         std::string const text = record.at( "text" );
-         append( account[ { "message \"" + text + "\"" } ], "at " + timeOf( record ) );
+      ++number;
+      if ( type == "end" ) {
+         refuse( stream, number, "a record behind the end: expected none" );
       }
+      type = add( account, line );
+      if ( type.empty() ) {
+         refuse(
+            stream,
+            number,
+            lines.eof() ? "the stream is cut off: expected a whole record"
+                        : "no record of an event stream: expected one in each line" );
+      }
+   }
+   if ( type != "end" ) {
+      refuse(
+         stream, number, "the stream is cut off: expected an end record behind this line" );
    }
    return account;
 }
