@@ -6,6 +6,7 @@
 #include <host/account/HoldWords>
 #include <host/account/PortStanding>
 #include <host/account/WriteBatch>
+#include <host/base/IntfRanges>
 #include <host/base/JsonLine>
 #include <host/cli/KeptRun>
 #include <host/client/LiveText>
@@ -39,14 +40,13 @@ class WhyInRun {
       Json const& port = present.port;
       Json why = { { "at", toJson( secondsOf( options_.at ) ) },
                    { "port", port },
-                   { "class", nullptr },
                    { "heldFor", nullptr },
                    { "heldSince", nullptr },
                    { "releasedIn", nullptr },
                    { "releasedAt", nullptr },
                    { "changes", Json::array() } };
       if ( !port.at( "hold" ).is_null() ) {
-         tellHold( why, present.zero );
+         tellHold( why );
          for ( auto const& change : possibleChanges( present.state, port ) ) {
             why[ "changes" ].push_back( outcomeOf( change, port ) );
          }
@@ -56,7 +56,6 @@ class WhyInRun {
 
  private:
    struct Present {
-      Milliseconds zero;
       Json port;
       Json state;
    };
@@ -65,7 +64,7 @@ class WhyInRun {
       KeptRun run( options_.input );
       refuseBehind( run.scenario().until );
       run.playTo( options_.at );
-      return { run.scenario().startTime, portIn( run ), run.view().at( {} ) };
+      return { portIn( run ), run.view().at( {} ) };
    }
 
    [[noreturn]] void refuse( std::string_view found, std::string_view expected ) const {
@@ -93,6 +92,23 @@ class WhyInRun {
       }
    }
 
+   [[noreturn]] void refuseAbsent( RunState const& view ) const {
+      SwitchFacts const facts( view );
+      std::vector< IntfId > ports = facts.ports();
+      std::string const there = ports.empty() ? "none" : shortened( intfRanges( ports ) );
+      if ( id_.kind() != IntfId::Kind::portChannel ) {
+         refuse(
+            fmt::format( "{}: not there at {} s", inQuotes( name() ), atText() ),
+            "a port; there are " + there );
+      }
+      std::erase_if(
+         ports, [ & ]( IntfId port ) { return facts.portChannelOf( port ) != id_; } );
+      refuse(
+         inQuotes( name() ) + ": a port-channel, and it is ports that are held",
+         ports.empty() ? "a port; there are " + there
+                       : "one that is in it: " + shortened( intfRanges( ports ) ) );
+   }
+
    // In the form in which a live host tells of one.
    Json portIn( KeptRun& run ) const {
       RunState const view = run.view();
@@ -100,8 +116,7 @@ class WhyInRun {
       bool const isThere =
          !view.at( { mount::ethPhyIntfStatus, "intfStatus", name() } ).is_null();
       if ( !isThere && since.is_null() ) {
-         refuse(
-            inQuotes( name() ), fmt::format( "a port that is there at {} s", atText() ) );
+         refuseAbsent( view );
       }
       SwitchFacts const facts( view );
       HoldLedger ledger;
@@ -123,7 +138,8 @@ class WhyInRun {
                     { "hold", nullptr },
                     { "reason", "" } };
       if ( standing.kind == PortStanding::Kind::held ) {
-         port[ "hold" ] = { { "kind", "errdisable" }, { "since", since } };
+         port[ "hold" ] = { { "kind", "errdisable" },
+                            { "since", scenarioTime( since, run.scenario().startTime ) } };
          port[ "reason" ] =
             fmt::format( "{}, {}", errdisabledWords, left( machine.isMlag( id_ ) ) );
       } else if ( standing.kind == PortStanding::Kind::standby ) {
@@ -138,7 +154,12 @@ class WhyInRun {
       return port;
    }
 
-   // On the switch's clock; null when it has been since before the run.
+   // Of a time on the switch's clock.
+   static Json scenarioTime( Json const& time, Milliseconds zero ) {
+      return time.is_number() ? rounded( secondsOf( time ) - secondsOf( zero ) ) : time;
+   }
+
+   // Null when it has been since before the run.
    Json standbySince( KeptRun& run, IntfId portChannel ) const {
       Json const path = {
          mount::lacpConfig, "portChannel", portChannel.string(), "stayInStandby"
@@ -148,24 +169,20 @@ class WhyInRun {
       for ( std::string line; std::getline( lines, line ); ) {
          Json const record = Json::parse( line );
          if ( record.contains( "path" ) && record.at( "path" ) == path ) {
-            double const zero = secondsOf( run.scenario().startTime );
-            since = record.at( "value" ) == true
-               ? toJson( zero + secondsOf( record.at( "t" ) ) )
-               : Json();
+            since = record.at( "value" ) == true ? record.at( "t" ) : Json();
          }
       }
       return since;
    }
 
    // Since when and until when.
-   void tellHold( Json& why, Milliseconds zero ) const {
+   void tellHold( Json& why ) const {
       Json const& port = why.at( "port" );
       double const at = secondsOf( options_.at );
       Json const since = port.at( "hold" ).at( "since" );
       if ( since.is_number() ) {
-         double const sinceAt = since.get< double >() - secondsOf( zero );
-         why[ "heldSince" ] = rounded( sinceAt );
-         why[ "heldFor" ] = rounded( at - sinceAt );
+         why[ "heldSince" ] = since;
+         why[ "heldFor" ] = rounded( at - secondsOf( since ) );
       }
       KeptRun whole( options_.input );
       whole.play();
@@ -193,8 +210,7 @@ class WhyInRun {
       } );
       return { { "change", fmt::format( "{}", fmt::join( change.assignments, " " ) ) },
                { "meaning", change.meaning },
-               { "releases", !releaseIn( records, port ).is_null() },
-               { "refused", nullptr } };
+               { "releases", !releaseIn( records, port ).is_null() } };
    }
 
    static Json rounded( double seconds ) {

@@ -22,8 +22,8 @@ textOf( Json const& json, char const* key ) {
 }
 
 std::string
-secondsText( Json const& seconds ) {
-   return fmt::format( "{:.0f} s", std::ceil( secondsOf( seconds ) ) );
+secondsText( double seconds ) {
+   return fmt::format( "{:.0f} s", seconds );
 }
 
 std::string
@@ -110,7 +110,10 @@ whyText( Json const& why, Style const& style ) {
       text += field(
          "since",
          fmt::format(
-            "{}{} ago", clockBefore( why, "heldSince" ), secondsText( heldFor ) ) );
+            "{}{} ago",
+            clockBefore( why, "heldSince" ),
+            // Begun seconds count as left, so that both together are the whole delay.
+            secondsText( std::floor( secondsOf( heldFor ) ) ) ) );
    }
    Json const releasedIn = why.value( "releasedIn", Json() );
    text += field(
@@ -119,7 +122,7 @@ whyText( Json const& why, Style const& style ) {
                            : fmt::format(
                                 "released {}in {}, unless something is changed",
                                 clockBefore( why, "releasedAt" ),
-                                secondsText( releasedIn ) ) );
+                                secondsText( std::ceil( secondsOf( releasedIn ) ) ) ) );
    Json const changes = why.value( "changes", Json::array() );
    text += changesText( changes, "released", "would release it now:" );
    text += changesText( changes, "held", "would not:" );

@@ -108,11 +108,27 @@ TEST( WhyInRun, TheScenariosOwnEventsCountForUntil ) {
 TEST( WhyInRun, AMemberOfAPortChannelInStandbyIsHeld ) {
    Json const why = Json::parse( whyAt( "Ethernet4", 250500ms, true ) );
    EXPECT_EQ( why.at( "port" ).at( "hold" ).at( "kind" ), "lacpStandby" );
+   EXPECT_EQ( why.at( "port" ).at( "hold" ).at( "since" ), 0 );
    EXPECT_EQ( why.at( "heldSince" ), 0 );
    EXPECT_EQ( why.at( "heldFor" ), 250.5 );
    EXPECT_EQ( why.at( "releasedAt" ), 300 );
    EXPECT_EQ( why.at( "releasedIn" ), 49.5 );
    EXPECT_FALSE( why.at( "changes" ).empty() );
+}
+
+TEST( WhyInRun, AllTimesAreTheScenarios ) {
+   Json const why = Json::parse( whyAt( "Ethernet1", 60s, true ) );
+   EXPECT_EQ( why.at( "at" ), 60 );
+   EXPECT_EQ( why.at( "port" ).at( "hold" ).at( "since" ), 0 );
+   EXPECT_EQ( why.at( "heldSince" ), 0 );
+   EXPECT_EQ( why.at( "releasedAt" ), 300 );
+}
+
+TEST( WhyInRun, WhatHasPassedAndWhatIsLeftMakeTheWholeDelay ) {
+   std::string const why = whyAt( "Ethernet1", 60500ms );
+   EXPECT_THAT( why, HasSubstr( "delay, 240 s left\n" ) );
+   EXPECT_THAT( why, HasSubstr( "00:00:00.000, 60 s ago\n" ) );
+   EXPECT_THAT( why, HasSubstr( "00:05:00.000, in 240 s" ) );
 }
 
 TEST( WhyInRun, APortThatIsNotHeldHasAReason ) {
@@ -145,10 +161,25 @@ TEST( WhyInRun, AHeldPortThatJoinsThePeerLinkWaitsForTheDelayThatItIsHeldFor ) {
          HasSubstr( "nothing releases it" ) ) );
 }
 
+TEST( WhyInRun, APortChannelIsAskedOfByItsPorts ) {
+   EXPECT_EQ(
+      whyAt( "Port-Channel10", 60s ),
+      "2 ostra why: \"Port-Channel10\": a port-channel, and it is ports that are held: "
+      "expected one that is in it: Ethernet1-2" );
+   EXPECT_EQ(
+      whyAt( "Port-Channel12", 60s ),
+      "2 ostra why: \"Port-Channel12\": a port-channel, and it is ports that are held: "
+      "expected a port; there are Ethernet1-5, Management1" );
+}
+
 TEST( WhyInRun, WhatCannotBeAskedIsRefused ) {
    EXPECT_EQ(
       whyAt( "Ethernet9", 1500ms ),
-      "2 ostra why: \"Ethernet9\": expected a port that is there at 1.5 s" );
+      "2 ostra why: \"Ethernet9\": not there at 1.5 s: expected a port; there are "
+      "Ethernet1-5, Management1" );
+   EXPECT_EQ(
+      whyAt( "Ethernet9", 0s, false, "until: 5" ),
+      "2 ostra why: \"Ethernet9\": not there at 0 s: expected a port; there are none" );
    EXPECT_THAT(
       whyAt( "Ether9", 0s ),
       StartsWith( "2 ostra why: \"Ether9\" is not an interface name" ) );
