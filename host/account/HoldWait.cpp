@@ -5,6 +5,7 @@
 
 #include <host/base/Words>
 
+#include <algorithm>
 #include <cmath>
 
 namespace ostra {
@@ -25,7 +26,9 @@ Wait
 Waits::ofClass( PortClass portClass ) const {
    if ( facts_.isHeld( portClass ) ) {
       double const delay = facts_.delay( portClass );
-      return { "waiting " + periodText( delay ), std::isfinite( delay ) };
+      return std::isfinite( delay )
+         ? Wait{ "until the delay of " + delayText( delay ) + " is over", true }
+         : Wait{ "waiting without end" };
    }
    return { portClass == PortClass::mlag ? "although the delay of MLAG ports is over"
                                          : "although the delay of non-MLAG ports is over" };
@@ -43,6 +46,12 @@ Waits::of( Hold const& hold ) const {
    }
    bool const isMlag = mlag_ == nonMlag_ || facts_.classOf( hold.id ) == PortClass::mlag;
    return isMlag ? mlag_ : nonMlag_;
+}
+
+double
+remainingSeconds( double end, double now ) {
+   return std::isfinite( end ) ? std::max( 0.0, std::round( ( end - now ) * 1000 ) / 1000 )
+                               : end;
 }
 
 } // namespace ostra

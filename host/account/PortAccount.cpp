@@ -98,7 +98,7 @@ class Accounts {
    PortAccount portAccount( IntfId id, std::vector< PastHold > const& holds ) const {
       PortStanding const standing = standings_.of( id );
       return { id,
-               className( facts_, standing, id ),
+               standings_.classOf( id ),
                facts_.portChannelOf( id ),
                facts_.isPresent( id ),
                stateName( standing.kind ),
@@ -119,7 +119,7 @@ class Accounts {
       if ( !holds.empty() ) {
          return holds.back().why;
       }
-      std::string const why( exemptionOf( className( facts_, standing, id ) ) );
+      std::string const why( exemptionOf( standings_.classOf( id ) ) );
       return why.empty() ? standing.why : why;
    }
 

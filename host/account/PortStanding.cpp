@@ -70,20 +70,33 @@ Standings::Standings( SwitchFacts const& facts, HoldLedger const& ledger, bool i
         holdsNonMlag_( facts.isHeld( PortClass::nonMlag ) ),
         whyNone_( whyNone( facts, isStart ) ) {}
 
+std::optional< Kind >
+Standings::exemptionOf( IntfId port, IntfId portChannel ) const {
+   if ( peerLink_ && ( port == peerLink_ || portChannel == peerLink_ ) ) {
+      return Kind::peerLink;
+   }
+   if ( Kovel::InternalIntfId::isInternalIntfId( port ) ) {
+      return Kind::internal;
+   }
+   return Kovel::MgmtIntfId::isMgmtIntfId( port ) ? std::optional( Kind::management )
+                                                  : std::nullopt;
+}
+
+std::string
+Standings::classOf( IntfId port ) const {
+   IntfId const portChannel = facts_.portChannelOf( port );
+   Kind const kind = exemptionOf( port, portChannel ).value_or( Kind::notHeld );
+   return className( facts_, { kind, portChannel }, port );
+}
+
 PortStanding
 Standings::of( IntfId port ) const {
    if ( ledger_.isErrdisabled( port ) ) {
       return { Kind::held, {} };
    }
    IntfId const portChannel = facts_.portChannelOf( port );
-   if ( peerLink_ && ( port == peerLink_ || portChannel == peerLink_ ) ) {
-      return { Kind::peerLink, portChannel };
-   }
-   if ( Kovel::InternalIntfId::isInternalIntfId( port ) ) {
-      return { Kind::internal, portChannel };
-   }
-   if ( Kovel::MgmtIntfId::isMgmtIntfId( port ) ) {
-      return { Kind::management, portChannel };
+   if ( auto const exemption = exemptionOf( port, portChannel ) ) {
+      return { *exemption, portChannel };
    }
    if ( portChannel && ledger_.isInStandby( portChannel ) ) {
       return { Kind::standby, portChannel };

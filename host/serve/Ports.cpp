@@ -3,6 +3,7 @@
 
 #include <host/serve/Ports>
 
+#include <host/account/HoldWait>
 #include <host/account/HoldWords>
 #include <host/account/PortStanding>
 #include <host/base/JsonLine>

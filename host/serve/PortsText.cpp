@@ -3,6 +3,7 @@
 
 #include <host/serve/PortsText>
 
+#include <host/account/HoldWait>
 #include <host/base/Json>
 
 #include <algorithm>
@@ -21,12 +22,6 @@ placeText( double end, bool isWhole, double now ) {
 }
 
 } // namespace
-
-double
-remainingSeconds( double end, double now ) {
-   return std::isfinite( end ) ? std::max( 0.0, std::round( ( end - now ) * 1000 ) / 1000 )
-                               : end;
-}
 
 std::string
 PortsText::at( double now ) const {

@@ -3,9 +3,12 @@
 
 #include <host/text/TextBatch>
 
+#include <host/account/HoldWait>
 #include <host/base/IntfRanges>
 #include <host/base/Words>
 #include <host/state/MountTable>
+
+#include <Ryx/Time>
 
 #include <fmt/format.h>
 
@@ -77,7 +80,15 @@ TextBatch::heldText( HolderKind kind, Ids const& ids, bool isInstead ) const {
    auto const portClass =
       kind == HolderKind::mlagPort ? PortClass::mlag : PortClass::nonMlag;
    bool const isTimed = isFirst_ && facts_.isHeld( portClass );
-   return isTimed ? text + " " + periodText( facts_.delay( portClass ) ) : text;
+   return isTimed ? text + " " + periodText( remaining( portClass ) ) : text;
+}
+
+// In seconds: less than the delay where that began before the run.
+double
+TextBatch::remaining( PortClass portClass ) const {
+   double const start =
+      secondsOf( facts_.at( { mount::mlagProtoStatus, "portsErrdisabledWhen" } ) );
+   return remainingSeconds( start + facts_.delay( portClass ), Ryx::now() );
 }
 
 void

@@ -185,10 +185,12 @@ TEST( RunSummary, APeriodThatIsNotOverHasNoEnd ) {
       "delay": 330, "periods": [ { "start": 0, "end": null } ], "held": 2, "stillHeld": 2 })" ) );
    EXPECT_EQ( portIn( summary, "Ethernet2" ).at( "state" ), "held" );
    EXPECT_EQ(
-      portIn( summary, "Ethernet2" ).at( "reason" ), "still held, waiting for 330 s" );
+      portIn( summary, "Ethernet2" ).at( "reason" ),
+      "still held, until the delay of 330 s is over" );
    EXPECT_THAT(
       holdsOf( portIn( summary, "Ethernet2" ) ),
-      ElementsAre( "errdisable nonMlag 0 null still held, waiting for 330 s" ) );
+      ElementsAre(
+         "errdisable nonMlag 0 null still held, until the delay of 330 s is over" ) );
 }
 
 TEST( RunSummary, APortThatGoesAndComesBackHasTwoHolds ) {
@@ -216,6 +218,35 @@ events:
    Json const port = portIn( summary, "Ethernet2" );
    EXPECT_EQ( port.at( "class" ), "mlag" );
    EXPECT_EQ( port.at( "holds" ).at( 0 ).at( "class" ), "nonMlag" );
+}
+
+TEST( RunSummary, AHeldPortHasTheClassThatItHasAtTheEnd ) {
+   Json const summary = summaryOf( rackWith( R"(
+  mlagissuCause: { intfStatus: { Management1: 0 } }
+events: [ { at: 60, mlagConfig: { peerLinkIntf: Ethernet1 } } ]
+until: 100
+)" ) );
+   Json const port = portIn( summary, "Ethernet1" );
+   EXPECT_EQ( port.at( "state" ), "held" );
+   EXPECT_EQ( port.at( "class" ), "peerLink" );
+   EXPECT_EQ( port.at( "holds" ).at( 0 ).at( "class" ), "mlag" );
+   EXPECT_EQ( portIn( summary, "Management1" ).at( "class" ), "management" );
+   EXPECT_EQ( portIn( summary, "Ethernet2" ).at( "class" ), "nonMlag" );
+}
+
+TEST( RunSummary, TheReportOfADelayThatGoesOnSaysWhatIsLeftOfIt ) {
+   EXPECT_THAT(
+      printed( RunFormat::text, R"(
+startTime: 1000
+mounts:
+  mlagConfig: { enabled: true, domainId: d, localInterface: Vlan1, peerAddress: 10.0.0.2,
+    peerLinkIntf: Port-Channel1, reloadDelay: 60 }
+  mlagProtoStatus: { portsErrdisabled: true, portsErrdisabledWhen: 990 }
+  ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } }
+)" ),
+      AllOf(
+         HasSubstr( "1 non-MLAG port errdisabled for 50 s: Ethernet1\n" ),
+         HasSubstr( "00:00:50.000  released" ) ) );
 }
 
 TEST( RunSummary, WhatWasHeldBeforeTheRunHasNoBeginning ) {
@@ -256,8 +287,8 @@ TEST( RunSummary, LacpStandbyIsOfPortChannels ) {
    }
    EXPECT_THAT(
       holds[ "Port-Channel12" ],
-      ElementsAre(
-         testing::StartsWith( "lacpStandby mlag 60 null still held, waiting" ) ) );
+      ElementsAre( testing::StartsWith(
+         "lacpStandby mlag 60 null still held, until the delay of 300 s is over" ) ) );
 }
 
 TEST( RunSummary, TellsOfTheInterfacesThatAreAskedForAlone ) {
@@ -277,7 +308,7 @@ until: 310
 interfaces   class       hold        since         released      why
 Ethernet1    mlag        errdisable  00:00:00.000  00:05:00.000  delay over
 Ethernet3    nonMlag     errdisable  00:00:00.000  00:01:37.250  interface gone
-Ethernet2    nonMlag     errdisable  00:00:00.000  -             still held, waiting for 330 s
+Ethernet2    nonMlag     errdisable  00:00:00.000  -             still held, until the delay of 330 s is over
 Management1  management  -           -             -             never held: it is a management port
 Ethernet48   peerLink    -           -             -             never held: it is in the peer link
 )" );
