@@ -51,7 +51,7 @@ void
 CommandLine::execute( std::ostream& out ) const {
    std::string const command = parser_.command();
    if ( command == "run" ) {
-      run_.execute( out );
+      run_.execute( out, std::cerr );
    } else if ( command == "check" ) {
       refuseTwoReaders( parser_, check_.input );
       checkScenario( check_, out, std::cerr );

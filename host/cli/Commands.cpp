@@ -123,7 +123,7 @@ hasColour( Colour colour ) {
       environment( "TERM" ) != "dumb";
 }
 
-void
+std::vector< std::string >
 playScenario( RunOptions const& options, std::ostream& out, MakeRunOutput const& make ) {
    Input input( options.input );
    input.releaseDocument();
@@ -159,21 +159,21 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRunOutput const&
          return alarms.look( input.mounts(), agent, time );
       } );
    }
+   return out.good() ? narrowed.warnings() : std::vector< std::string >();
 }
 
-void
+std::vector< std::string >
 runScenario( RunOptions const& options, std::ostream& out ) {
    auto const& scenario = options.input.scenario;
    bool const isOfStream =
       options.format == RunFormat::html && scenario && isStream( *scenario );
    if ( options.against || isOfStream ) {
-      printPageOfRuns( options, out );
-      return;
+      return printPageOfRuns( options, out );
    }
    TextOptions const text{ .colour = hasColour( options.colour ),
                            .trace = options.trace.has_value(),
                            .width = outputWidth() };
-   playScenario( options, out, [ & ]( std::ostream& to ) {
+   return playScenario( options, out, [ & ]( std::ostream& to ) {
       return makeOutput( options.format, text, to );
    } );
 }

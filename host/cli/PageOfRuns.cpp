@@ -21,9 +21,9 @@ isStreamGiven( InputOptions const& input ) {
 }
 
 // Plays the scenario; its page has the other run's lines inside.
-void
+std::vector< std::string >
 playPage( RunOptions const& options, std::ostream& out, std::string const& behind ) {
-   playScenario(
+   return playScenario(
       options, out, [ &behind ]( std::ostream& to ) { return makePage( to, behind ); } );
 }
 
@@ -67,7 +67,7 @@ recordsOf( RunOptions const& options ) {
 
 } // namespace
 
-void
+std::vector< std::string >
 printPageOfRuns( RunOptions const& options, std::ostream& out ) {
    std::ostringstream behind;
    std::optional< Failure > failure;
@@ -79,15 +79,17 @@ printPageOfRuns( RunOptions const& options, std::ostream& out ) {
       behind << records.lines;
       failure = records.failure;
    }
+   std::vector< std::string > warnings;
    if ( isStreamGiven( options.input ) ) {
       std::string const lines = streamLines( options.input );
       out << page::head() << '\n' << lines << behind.str() << page::tail();
    } else {
-      playPage( options, out, behind.str() );
+      warnings = playPage( options, out, behind.str() );
    }
    if ( failure ) {
       throw *failure;
    }
+   return warnings;
 }
 
 } // namespace ostra

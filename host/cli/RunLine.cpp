@@ -157,14 +157,16 @@ RunLine::addCommand() {
 }
 
 void
-RunLine::execute( std::ostream& out ) const {
+RunLine::execute( std::ostream& out, std::ostream& err ) const {
    refuseTwoReaders( parser_, options_.input );
    refuseAgainst();
    RunOptions options = options_;
    if ( options.narrowing.traces && !options.trace ) {
       options.trace = highestTraceLevel;
    }
-   runScenario( options, out );
+   for ( std::string const& line : runScenario( options, out ) ) {
+      err << line << '\n';
+   }
 }
 
 } // namespace ostra

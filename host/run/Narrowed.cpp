@@ -3,8 +3,13 @@
 
 #include <host/run/Narrowed>
 
+#include <host/base/Failure>
+#include <host/base/IntfRanges>
+#include <host/input/UnknownKey>
 #include <host/state/Agent>
 #include <host/state/MountTable>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 
@@ -27,12 +32,30 @@ Narrowed::Narrowed( RecordSink& sink, Narrowing const& narrowing )
       : sink_( sink ),
         takesAll_( !narrowing.interfaces ),
         ports_( namesOf( narrowing.interfaces ) ),
-        traces_( narrowing.traces ) {}
+        traces_( narrowing.traces ),
+        missing_( ports_ ) {}
 
 void
 Narrowed::start( StartRecord const& record, StateView const& state ) {
    state_ = &state;
+   if ( !takesAll_ ) {
+      meet( state.at( {} ) );
+   }
    sink_.start( record, *this );
+}
+
+// What a state or a patch names, as a key or as a reference.
+void
+Narrowed::meet( Json const& json ) {
+   if ( json.is_string() ) {
+      missing_.erase( json.get_ref< std::string const& >() );
+   }
+   if ( json.is_object() ) {
+      for ( auto const& [ key, value ] : json.items() ) {
+         missing_.erase( key );
+         meet( value );
+      }
+   }
 }
 
 void
@@ -51,6 +74,7 @@ Narrowed::event( Milliseconds at, EventRecord const& record ) {
       return;
    }
    Json const whole = record.patch();
+   meet( whole );
    Json part = partOf( whole );
    if ( !part.empty() || whole.empty() ) {
       sink_.event( at, { record.index, [ &part ] { return part; }, record.label } );
@@ -90,13 +114,44 @@ Narrowed::log( Milliseconds at, LogMessageRecord const& record ) {
 void
 Narrowed::trace( Milliseconds at, TraceLineRecord const& record ) {
    if ( !traces_ || record.handle == *traces_ || record.function == *traces_ ) {
+      hasTold_ = true;
       sink_.trace( at, record );
+   } else if ( !hasTold_ ) {
+      otherTraces_.insert( { record.handle, record.function } );
    }
 }
 
 void
 Narrowed::end( Milliseconds at, EndRecord const& record ) {
    sink_.end( at, record );
+}
+
+std::vector< std::string >
+Narrowed::warnings() const {
+   std::vector< std::string > warnings;
+   if ( !missing_.empty() ) {
+      std::vector< Kovel::IntfId > const ids( missing_.begin(), missing_.end() );
+      warnings.push_back( fmt::format(
+         "warning: ostra run: --only: {}: not in this run: expected interfaces of the "
+         "scenario",
+         shortened( intfRanges( ids ) ) ) );
+   }
+   if ( traces_ && !hasTold_ ) {
+      warnings.push_back( traceWarning() );
+   }
+   return warnings;
+}
+
+std::string
+Narrowed::traceWarning() const {
+   KnownKeys const others( otherTraces_.begin(), otherTraces_.end() );
+   std::string_view const near = nearest( *traces_, others );
+   return fmt::format(
+      "warning: ostra run: --trace-of: {}: no trace of this run is of it: expected a "
+      "handle "
+      "or a function of the plug-in{}",
+      inQuotes( *traces_ ),
+      near.empty() ? "" : fmt::format( "; did you mean {}?", near ) );
 }
 
 bool

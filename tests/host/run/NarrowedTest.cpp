@@ -15,6 +15,7 @@ namespace ostra {
 namespace {
 
 using testing::Each;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -144,6 +145,46 @@ TEST( Narrowed, TracesAreThoseOfAHandleOrAFunction ) {
    }
    options.narrowing.traces = "no such function";
    EXPECT_THAT( ofType( play( fourPorts, options ), "trace" ), IsEmpty() );
+}
+
+std::vector< std::string >
+warningsOf( RunOptions options ) {
+   options.input.scenario = temporaryFile( "scenario.yaml", fourPorts );
+   options.input.plugin = OSTRA_PLUGIN;
+   std::ostringstream out;
+   return runScenario( options, out );
+}
+
+TEST( Narrowed, InterfacesThatTheRunNeverNamesAreWarnedOf ) {
+   EXPECT_THAT(
+      warningsOf( only( "Ethernet4-7,Port-Channel5,9" ) ),
+      ElementsAre( "warning: ostra run: --only: Ethernet5-7, Port-Channel9: not in this "
+                   "run: expected interfaces of the scenario" ) );
+   // One of the state, one that only an event names, and one that only something refers to.
+   for ( char const* named : { "Ethernet1", "Port-Channel5", "Port-Channel1000" } ) {
+      EXPECT_THAT( warningsOf( only( named ) ), IsEmpty() ) << named;
+   }
+   EXPECT_THAT( warningsOf( {} ), IsEmpty() );
+}
+
+TEST( Narrowed, TracesThatNeverComeAreWarnedOf ) {
+   RunOptions options;
+   options.trace = 9;
+   options.narrowing.traces = "mlagErrdisablSm";
+   EXPECT_THAT(
+      warningsOf( options ),
+      ElementsAre( "warning: ostra run: --trace-of: \"mlagErrdisablSm\": no trace of this "
+                   "run is of it: expected a handle or a function of the plug-in; did you "
+                   "mean MlagErrdisableSm?" ) );
+   options.narrowing.traces = "x";
+   EXPECT_THAT(
+      warningsOf( options ),
+      ElementsAre( "warning: ostra run: --trace-of: \"x\": no trace of this run is of it: "
+                   "expected a handle or a function of the plug-in" ) );
+   for ( char const* known : { "MlagErrdisableSm", "handleIntfStatus" } ) {
+      options.narrowing.traces = known;
+      EXPECT_THAT( warningsOf( options ), IsEmpty() ) << known;
+   }
 }
 
 } // namespace
