@@ -206,9 +206,10 @@ startForecast(
       if ( getppid() != parent ) {
          end( ForecastEnd::alone );
       }
+      // First: what is open belongs to the host that is started next when this one is killed.
+      closeAllBut( ends[ 1 ] );
       limitChild( limits );
       giveWay();
-      closeAllBut( ends[ 1 ] );
       forgetSignals();
       play( live, scenario, makeOutput );
    }

@@ -8,9 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -25,6 +27,8 @@ namespace fs = std::filesystem;
 
 constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
 constexpr int digits = 20;
+constexpr std::chrono::seconds longestEnding{ 2 };
+constexpr std::chrono::milliseconds betweenLocks{ 10 };
 
 bool
 moveLogs( std::string const& from, std::string const& to ) {
@@ -75,7 +79,14 @@ StoreFiles::lock() {
    std::string const directory = fs::path( database_ ).parent_path();
    fs::create_directories( directory, error );
    lock_ = open( directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
-   return lock_ < 0 || flock( lock_, LOCK_EX | LOCK_NB ) == 0 || errno != EWOULDBLOCK;
+   auto const end = std::chrono::steady_clock::now() + longestEnding;
+   while ( lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK ) {
+      if ( std::chrono::steady_clock::now() >= end ) {
+         return false;
+      }
+      std::this_thread::sleep_for( betweenLocks );
+   }
+   return true;
 }
 
 // Another file has another number, unless the directory is another one, too: then all of it

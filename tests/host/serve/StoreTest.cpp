@@ -8,6 +8,13 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 using ostra::FakeDriver;
 using ostra::Json;
 using ostra::LiveProcess;
@@ -140,6 +147,20 @@ TEST_F( StoreTest, ASecondHostIsRefused ) {
       EXPECT_THAT(
          failure.what(), HasSubstr( "another host has it: expected a directory" ) );
    }
+}
+
+// As the copies of a host that was killed do, which end behind it.
+TEST_F( StoreTest, AHostWaitsForOneThatEnds ) {
+   int const lock = open( state().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
+   ASSERT_EQ( flock( lock, LOCK_EX | LOCK_NB ), 0 );
+   std::jthread const ends( [ lock ] {
+      std::this_thread::sleep_for( std::chrono::milliseconds( 100 ) );
+      close( lock );
+   } );
+   LiveProcess process( state(), clock, driver );
+   process.start( reloadedSwitch() );
+   EXPECT_THAT( process.errdisabled(), SizeIs( 2 ) );
+   EXPECT_EQ( process.host().store().problem(), "" );
 }
 
 TEST_F( StoreTest, ADirectoryThatCannotBeMadeIsSaidAndTheHostServes ) {
