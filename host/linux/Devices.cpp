@@ -52,7 +52,7 @@ Devices::nameOf( InterfaceRule const& rule, std::string const& device ) const {
    if ( !interface ) {
       say_( fmt::format(
          "device {}: {} gives no name of an interface: it is left alone",
-         shortened( device ),
+         oneLine( device ),
          rule.interface ) );
    }
    return interface.value_or( "" );
@@ -67,7 +67,7 @@ Devices::isNamed( Device& device ) {
    if ( rule && !rule->portChannel.empty() && !expected ) {
       say_( fmt::format(
          "device {}: {} gives no name of a port-channel",
-         shortened( name ),
+         oneLine( name ),
          rule->portChannel ) );
    }
    device.expectedPortChannel = std::move( expected ).value_or( "" );
@@ -191,9 +191,9 @@ Devices::claim( std::string const& interface, int index ) {
    if ( claims.size() > 1 ) {
       say_( fmt::format(
          "device {}: {} is {} already: it is left alone",
-         shortened( devices_.at( index ).link.name ),
+         oneLine( devices_.at( index ).link.name ),
          interface,
-         shortened( devices_.at( claims.front() ).link.name ) ) );
+         oneLine( devices_.at( claims.front() ).link.name ) ) );
    }
 }
 

@@ -282,7 +282,7 @@ LinuxDriver::isSwept( int index, Reply const& reply ) {
 std::string
 LinuxDriver::nameOf( int index ) const {
    Link const* const link = devices_.link( index );
-   return link ? shortened( link->name ) : fmt::format( "{}", index );
+   return link ? oneLine( link->name ) : fmt::format( "{}", index );
 }
 
 std::optional< Device >

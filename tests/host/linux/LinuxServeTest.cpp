@@ -34,13 +34,16 @@ class LinuxServe : public testing::Test {
       lab->addVeth( "swp5", "other" );
    }
 
-   void
-   configure( std::string const& fallback, int delay, std::string const& more = "" ) const {
+   void configure(
+      std::string const& fallback,
+      int delay,
+      std::string const& more = "",
+      std::string const& pattern = R"(swp(\d+))" ) const {
       std::ofstream( config ) << "driver: linux\nstate: " << directory_.path()
                               << "/state\nlisten: [ { unix: " << socket << " } ]\n"
                               << "linux: { fallback: " << fallback
-                              << ", interfaces: [ { device: 'swp(\\d+)', interface: "
-                                 "'Ethernet\\1' } ] }\n"
+                              << ", interfaces: [ { device: '" << pattern
+                              << "', interface: 'Ethernet\\1' } ] }\n"
                               << "mounts:\n  mlagConfig: { enabled: true, domainId: d, "
                                  "localInterface: Vlan1, peerAddress: 10.0.0.2, "
                                  "peerLinkIntf: Port-Channel1, reloadDelay: "
@@ -149,6 +152,34 @@ TEST_F( LinuxServe, ACheckWarnsOfDevicesThatCannotBeHeld ) {
    configure( "adminDown", 300 );
    EXPECT_THAT(
       ostraRun( "serve --check --config " + config ).err, Not( HasSubstr( "swp5" ) ) );
+}
+
+// The kernel takes nearly every octet in a name.
+TEST_F( LinuxServe, ANameThatNobodyCanPrintIsShownByItsOctets ) {
+   configure( "none", 300, "", R"([sx]wp.*(\d).*)" );
+   lab->addVeth( "swp6\x1b\xff", "another" );
+   lab->addMacvlan( "xwp6\x1b", "lower" );
+   std::string const shownName = R"(swp6\x1b\xff)";
+   auto const check = ostraRun( "serve --check --config " + config );
+   EXPECT_THAT( check.err, HasSubstr( "device " + shownName + " has no protodown" ) );
+   EXPECT_THAT( check.err, HasSubstr( R"(device xwp6\x1b: Ethernet6 is )" + shownName ) );
+   RunningProgram program( arguments() );
+   ASSERT_TRUE( program.hasWritten() );
+   Json const port = Json::parse( show( "--format json" ) ).at( 3 );
+   EXPECT_EQ( port.at( "device" ), shownName );
+   EXPECT_THAT(
+      port.at( "hold" ).at( "error" ).get< std::string >(), HasSubstr( shownName + ": " ) );
+   // A forecast has the errors, too.
+   auto const why = ostraRun( "why Ethernet6 --socket " + socket );
+   EXPECT_EQ( why.status, 0 ) << why.err;
+   ended( program, SIGKILL );
+   configure( "adminDown", 300, "", R"([sx]wp.*(\d).*)" );
+   RunningProgram next( arguments() );
+   ASSERT_TRUE( next.hasWritten() );
+   ended( next, SIGKILL );
+   EXPECT_THAT(
+      ostraRun( "release --all --offline --config " + config ).out,
+      HasSubstr( "released " + shownName + "\n" ) );
 }
 
 TEST_F( LinuxServe, AFileCannotSetWhatTheDevicesSay ) {
