@@ -39,6 +39,32 @@ Holds::meansFor( int index ) const {
                                        : std::nullopt;
 }
 
+std::map< int, Reply >
+Holds::takeOver( int tries ) {
+   std::map< int, Reply > refused;
+   auto const before = takenDown_.reasonBit();
+   if ( before && *before != reasonBit_ ) {
+      std::vector< int > indexes;
+      LinkRequests requests;
+      for ( Link const& link : allLinks( socket_, tries ) ) {
+         if ( link.has( *before ) ) {
+            indexes.push_back( link.index );
+            requests.moveReason( link.index, *before, reasonBit_ );
+         }
+      }
+      auto const answers = replies( socket_, requests, [] {} );
+      for ( std::size_t i = 0; i < answers.size(); ++i ) {
+         if ( answers[ i ].error != 0 && answers[ i ].error != ENODEV ) {
+            refused.emplace( indexes[ i ], answers[ i ] );
+         }
+      }
+   }
+   if ( refused.empty() ) {
+      takenDown_.reasonBitIs( reasonBit_ );
+   }
+   return refused;
+}
+
 // What is not on the disk is not taken down: a port that nobody brings up again is an outage.
 // Gives those with the reason.
 std::map< int, Reply >
@@ -53,6 +79,9 @@ Holds::remember( std::vector< Link > const& links ) {
       }
    }
    std::map< int, Reply > refused;
+   if ( added.empty() ) {
+      return refused;
+   }
    try {
       takenDown_.write();
    } catch ( Failure const& failure ) {

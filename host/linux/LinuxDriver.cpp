@@ -51,12 +51,27 @@ LinuxDriver::LinuxDriver(
 
 LinuxDriver::~LinuxDriver() = default;
 
+// What a process before has left is this one's.
+void
+LinuxDriver::begin() {
+   takenDown_.read( say_ );
+   auto const before = takenDown_.reasonBit();
+   auto const refused = holds_.takeOver( triesAtStart );
+   listAll( triesAtStart );
+   for ( auto const& [ index, reply ] : refused ) {
+      say_( fmt::format(
+         "device {}: held by this host for reason {}: {}",
+         nameOf( index ),
+         *before,
+         wordsOf( reply ) ) );
+   }
+}
+
 void
 LinuxDriver::start( Loop& loop, DriverListener& listener ) {
    listener_ = &listener;
    loop_ = &loop;
-   takenDown_.read( say_ );
-   listAll( triesAtStart );
+   begin();
    event_.reset( event_new(
       loop.base(),
       changes_.descriptor(),
@@ -305,8 +320,7 @@ LinuxDriver::deviceOf( std::string const& interface ) const {
 
 std::vector< LinuxDriver::Released >
 LinuxDriver::releaseAll() {
-   takenDown_.read( say_ );
-   listAll( triesAtStart );
+   begin();
    Holds::Work work;
    for ( Link const& link : allLinks( *requests_ ) ) {
       if ( holds_.isOurs( link ) ) {

@@ -55,6 +55,12 @@ class Request {
       mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_VALUE, isSet ? 1U << bit : 0 );
       mnl_attr_nest_end( header_, nest );
    }
+   void reasonMoves( unsigned from, unsigned to ) {
+      nlattr* const nest = mnl_attr_nest_start( header_, IFLA_PROTO_DOWN_REASON );
+      mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_MASK, 1U << from | 1U << to );
+      mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_VALUE, 1U << to );
+      mnl_attr_nest_end( header_, nest );
+   }
    void reasonWithoutValue( unsigned bit ) {
       nlattr* const nest = mnl_attr_nest_start( header_, IFLA_PROTO_DOWN_REASON );
       mnl_attr_put_u32( header_, IFLA_PROTO_DOWN_REASON_MASK, 1U << bit );
@@ -172,6 +178,13 @@ LinkRequests::release( int index, unsigned reasonBit, bool isProtodownOfOthers )
    if ( !isProtodownOfOthers ) {
       request.protodownIs( false );
    }
+   add( request.message() );
+}
+
+void
+LinkRequests::moveReason( int index, unsigned from, unsigned to ) {
+   Request request( index, 0, 0 );
+   request.reasonMoves( from, to );
    add( request.message() );
 }
 

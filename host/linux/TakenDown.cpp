@@ -18,6 +18,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -60,8 +61,16 @@ TakenDown::take( std::string const& content ) {
    for ( Json const& device : json.at( "devices" ) ) {
       devices.emplace( device.at( "index" ).get< int >(), device.at( "name" ) );
    }
+   std::optional< unsigned > bit;
+   if ( json.contains( "reasonBit" ) ) {
+      bit = json.at( "reasonBit" ).get< unsigned >();
+   }
+   if ( bit > 31U ) {
+      throw std::out_of_range( "reasonBit" );
+   }
    if ( json.at( "boot" ).get< std::string >() == bootId_ ) {
       devices_ = std::move( devices );
+      reasonBit_ = bit;
    }
 }
 
@@ -105,7 +114,11 @@ TakenDown::text() const {
    for ( auto const& [ index, name ] : devices_ ) {
       devices.push_back( { { "index", index }, { "name", oneLine( name ) } } );
    }
-   return Json( { { "boot", bootId_ }, { "devices", devices } } ).dump() + "\n";
+   Json content = { { "boot", bootId_ }, { "devices", devices } };
+   if ( reasonBit_ ) {
+      content[ "reasonBit" ] = *reasonBit_;
+   }
+   return content.dump() + "\n";
 }
 
 void
