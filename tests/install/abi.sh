@@ -8,8 +8,8 @@
 #    tests/install/abi.sh --update   makes them the ones to compare with, when a version is released
 #
 # A change that is not a mere addition needs another minor version, so that the SONAMEs change.
-# Only what the installed headers declare counts, and no inline function: whoever calls one has
-# its own. Builds the libraries in build-abi, with all types in their debugging information.
+# Only what the installed headers declare counts, and no inline function: a caller has its
+# own copy. Builds the libraries in build-abi, with all types in their debugging information.
 
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
