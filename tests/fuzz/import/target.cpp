@@ -62,7 +62,7 @@ LLVMFuzzerTestOneInput( std::uint8_t const* data, std::size_t size ) {
    std::string const text( data, data + size );
    try {
       static auto const names = ostra::usualNames();
-      auto const imported = importScenario( { file, text }, { names } );
+      auto const imported = ostra::importScenario( { file, text }, { names } );
       for ( std::string const& line : imported.warnings ) {
          checkWarning( line, text, imported.text );
       }
