@@ -11,13 +11,17 @@
 
 #include <fmt/format.h>
 
+#include <iterator>
 #include <utility>
 
 namespace ostra {
 
 namespace {
 
-constexpr char absence[] = "no status in {}: {}";
+std::string
+absence( std::string const& names, std::size_t = 1 ) {
+   return fmt::format( "no status in {}: {}", mount::ethPhyIntfStatus, names );
+}
 
 } // namespace
 
@@ -39,23 +43,49 @@ ScenarioReview::exists( Id id ) const {
       isSeen( ports, id );
 }
 
+// Those of the collection of which `isOdd` holds, in one at the first of them. `what` takes
+// their names, and how many they are.
+template< class IsOdd, class What >
+void
+ScenarioReview::doubtTogether( Collection collection, IsOdd isOdd, What what ) {
+   std::vector< Id > odd;
+   for ( auto const& [ id, patch ] : seen_[ collection ] ) {
+      if ( isOdd( id ) ) {
+         odd.push_back( id );
+      }
+   }
+   if ( !odd.empty() ) {
+      Id const first = odd.front();
+      doubtKey(
+         seen_[ collection ].at( first ),
+         collection,
+         first,
+         what( intfRanges( odd ), odd.size() ) );
+   }
+}
+
 void
 ScenarioReview::checkSettings() {
    for ( int i = 0; i < collectionCount; ++i ) {
       Keys const& keys = collections[ std::size_t( i ) ];
-      for ( auto const& [ id, patch ] : seen_[ std::size_t( i ) ] ) {
-         if ( keys.isSetting && keys.takes( id ) && !exists( id ) ) {
-            doubtKey(
-               patch,
-               Collection( i ),
-               id,
-               isPortChannel( id )
+      if ( !keys.isSetting ) {
+         continue;
+      }
+      for ( bool const areLags : { false, true } ) {
+         doubtTogether(
+            Collection( i ),
+            [ & ]( Id id ) {
+               return isPortChannel( id ) == areLags && keys.takes( id ) && !exists( id );
+            },
+            [ & ]( std::string const& names, std::size_t count ) {
+               return areLags
                   ? fmt::format(
-                       "no port is a member of {}, and {} does not have it",
-                       id.string(),
-                       mount::lagInputIntfStatus )
-                  : fmt::format( "{} is never present", id.string() ) );
-         }
+                       "no port is a member of {}, and {} does not have {}",
+                       names,
+                       mount::lagInputIntfStatus,
+                       count == 1 ? "it" : "them" )
+                  : fmt::format( "{} {} never present", names, count == 1 ? "is" : "are" );
+            } );
       }
    }
 }
@@ -103,33 +133,14 @@ ScenarioReview::checkPeerLinks() {
    }
 }
 
-// Those of the collection of which `isOdd` holds, in one at the first of them.
-template< class IsOdd >
-void
-ScenarioReview::doubtTogether(
-   Collection collection, IsOdd isOdd, char const* format, char const* mount ) {
-   std::vector< Id > odd;
-   for ( auto const& [ id, patch ] : seen_[ collection ] ) {
-      if ( isOdd( id ) ) {
-         odd.push_back( id );
-      }
-   }
-   if ( !odd.empty() ) {
-      Id const first = odd.front();
-      doubtKey(
-         seen_[ collection ].at( first ),
-         collection,
-         first,
-         fmt::format( fmt::runtime( format ), mount, intfRanges( std::move( odd ) ) ) );
-   }
-}
-
 void
 ScenarioReview::checkConfigurations() {
    auto const isWithout = [ this ]( Id id ) {
       return id.kind() == Id::Kind::ethernet && !isSeen( portConfigs, id );
    };
-   doubtTogether( ports, isWithout, "no configuration in {}: {}", mount::ethPhyIntfConfig );
+   doubtTogether( ports, isWithout, []( std::string const& names, std::size_t ) {
+      return fmt::format( "no configuration in {}: {}", mount::ethPhyIntfConfig, names );
+   } );
 }
 
 // Ports that are named and never become present, in one for each place where they are.
@@ -137,14 +148,11 @@ void
 ScenarioReview::checkPresence() {
    auto const isAbsent = [ this ]( Id id ) { return isPort( id ) && !isSeen( ports, id ); };
    for ( Collection const collection : { portConfigs, lagConfigs, causes } ) {
-      doubtTogether( collection, isAbsent, absence, mount::ethPhyIntfStatus );
+      doubtTogether( collection, isAbsent, absence );
    }
    for ( auto const& [ id, patch ] : peerLinks_ ) {
       if ( isAbsent( id ) ) {
-         doubt(
-            patch,
-            { mount::mlagConfig, "peerLinkIntf" },
-            fmt::format( absence, mount::ethPhyIntfStatus, id.string() ) );
+         doubt( patch, { mount::mlagConfig, "peerLinkIntf" }, absence( id.string() ) );
       }
    }
 }
@@ -153,13 +161,15 @@ ScenarioReview::checkPresence() {
 void
 ScenarioReview::checkMlagIds() {
    for ( auto const& [ mlagId, ids ] : mlagIds_ ) {
-      for ( Id const id : ids ) {
-         if ( id != *ids.begin() ) {
-            doubt(
-               Doubt::mounts,
-               { mount::mlagConfig, "intfConfig", id.string(), "mlagId" },
-               fmt::format( "{} has the same MLAG id", ids.begin()->string() ) );
-         }
+      std::vector< Id > const others( std::next( ids.begin() ), ids.end() );
+      if ( !others.empty() ) {
+         std::string const first = ids.begin()->string();
+         doubt(
+            Doubt::mounts,
+            { mount::mlagConfig, "intfConfig", others.front().string(), "mlagId" },
+            others.size() == 1
+               ? fmt::format( "{} has the same MLAG id", first )
+               : fmt::format( "{} have the MLAG id of {}", intfRanges( others ), first ) );
       }
    }
 }

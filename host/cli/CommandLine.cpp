@@ -18,7 +18,7 @@ constexpr char aboutOstra[] =
    "Loads the MLAG reload-delay plug-in and plays a switch reload against it.";
 constexpr char checkDescription[] = "Validates a scenario without running it.";
 constexpr char diffDescription[] =
-   "Tells what two runs hold, release and say at other times; status 1 if there is any.";
+   "Tells what two runs hold, release and say at other times; status 1 if they differ.";
 constexpr char schemaDescription[] =
    "Prints what a file may have as a JSON schema, for editors.";
 constexpr char serveDescription[] =

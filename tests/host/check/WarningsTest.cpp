@@ -124,6 +124,20 @@ TEST( Warnings, NamesThatLeadNowhere ) {
          EndsWith( "no port is a member of Port-Channel11, and nothing else has it" ) ) );
 }
 
+// One mistake in a range is one line.
+TEST( Warnings, ARangeIsDoubtedOnce ) {
+   EXPECT_THAT(
+      warningsOf( "mounts:\n  mlagConfig: { intfConfig: { Port-Channel10-29: { mlagId: "
+                  "\"1\" }, Ethernet7-9: { mlagId: $1 } } }\n" ),
+      testing::UnorderedElementsAre(
+         "2:31: mounts.mlagConfig.intfConfig.Port-Channel10-29: no port is a member of "
+         "Port-Channel10-29, and lagInputIntfStatus does not have them",
+         "2:60: mounts.mlagConfig.intfConfig.Port-Channel10-29.mlagId: Port-Channel11-29 "
+         "have the MLAG id of Port-Channel10",
+         "2:67: mounts.mlagConfig.intfConfig.Ethernet7-9: Ethernet7-9 are never "
+         "present" ) );
+}
+
 TEST( Warnings, MlagIdsThatPairNothing ) {
    std::string const lags =
       "  lagInputIntfStatus: { intfStatus: { Port-Channel1: {}, Port-Channel2: {} } }\n";
