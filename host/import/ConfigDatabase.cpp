@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <map>
 #include <utility>
 
@@ -149,6 +150,10 @@ class Tables {
 
    void addDomain( Item const& row ) {
       SwitchDescription::Mlag& mlag = description_.mlag;
+      if ( row.key().empty() ) {
+         remark( row, "a domain without an id" );
+         return;
+      }
       if ( !mlag.domainId.empty() ) {
          remark( row, "a second domain" );
          return;
@@ -185,12 +190,13 @@ class Tables {
    }
 
    static double secondsIn( Item const& delay ) {
-      std::string const text = textOf( delay, "a number of seconds" );
-      unsigned seconds = 0;
+      constexpr std::string_view expected = "a number of seconds, at most 4294967295";
+      std::string const text = textOf( delay, expected );
+      std::uint32_t seconds = 0;
       char const* const end = text.data() + text.size();
       auto const [ rest, error ] = std::from_chars( text.data(), end, seconds );
       if ( error != std::errc() || rest != end ) {
-         delay.refuse( "a number of seconds" );
+         delay.refuse( expected );
       }
       return seconds;
    }

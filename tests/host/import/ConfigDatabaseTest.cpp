@@ -115,6 +115,19 @@ TEST( Import, ADomainThatCannotBeEnabledIsSaid ) {
          "source_ip; no peerAddress, the peer_ip; no peerLinkIntf, the peer_link\n" ) );
 }
 
+TEST( Import, ADomainWithoutAnIdIsSaid ) {
+   std::string text = database;
+   text.replace( text.find( "\"1\": { \"source_ip\"" ), 3, "\"\"" );
+   Outcome const outcome = ostraRun( "import -", text );
+   EXPECT_THAT( outcome.out, HasSubstr( "enabled: false\n" ) );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         "warning: <stdin>:22:7: MCLAG_DOMAIN.: a domain without an id: left out",
+         HasSubstr( "MCLAG_INTERFACE.1|PortChannel0001: \"1\" is no domain" ),
+         HasSubstr( "MCLAG_INTERFACE.1|PortChannel2: \"1\" is no domain" ) ) );
+}
+
 TEST( Import, TheLocalInterfaceHasTheAddressHoweverItIsWritten ) {
    std::string text = database;
    text.replace( text.find( "10.0.0.1\"" ), 8, "2001:db8::1" );

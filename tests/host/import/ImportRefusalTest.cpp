@@ -71,6 +71,8 @@ TEST( Import, WrongTypesAreOneLine ) {
               "MCLAG_DOMAIN.1.mclag_system_id: \"x\": expected an Ethernet address" },
             { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"delay_restore":"soon"}}})",
               "MCLAG_DOMAIN.1.delay_restore: \"soon\": expected a number of seconds" },
+            { R"({"PORT":{},"MCLAG_DOMAIN":{"1":{"delay_restore":"4294967296"}}})",
+              "\"4294967296\": expected a number of seconds, at most 4294967295" },
             { R"({"PORT":{},"DEVICE_METADATA":[]})",
               "DEVICE_METADATA: a list: expected a map" },
             { R"([{"ifname":"swp1")", "<stdin>:" },
