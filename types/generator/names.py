@@ -59,8 +59,8 @@ IN_BASES = set("""
    isToBeDeferred isWeakReference isWeakReferenceIs joinAs lastPinnedReferenceDeleted
    lastReferenceDeleted lastSharedReferenceDeleted leave levelIs link newPinnedReference
    newSharedReference notifier notifierIs notifierLost park pendingAttributeId pin pinned
-   pinnedState rawNotifier released ryxRawReactor ryxReactor unlink unpark unpin waiting
-   waitsNoMore watched word""".split()) | NOTIFIEE
+   pinnedState rawNotifier released ryxRawReactor ryxReactor startsAt unlink unpark unpin
+   waiting waitsNoMore watched word""".split()) | NOTIFIEE
 NAMESPACES = set("Kovel OstraMlag Ryx std".split())
 TYPE = ENTITY | MACHINE - set("Given Made Stored".split()) | BESIDE_TYPES | IN_BASES | NAMESPACES
 
