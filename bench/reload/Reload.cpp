@@ -6,6 +6,8 @@
 #include <reload/HandReload>
 #include <reload/RyxReload>
 
+#include <Ryx/Slabs>
+
 #include <malloc.h>
 
 #include <map>
@@ -16,8 +18,12 @@ namespace {
 
 // Memory that a life gives back stays in the process, touched: the next life is measured
 // without the kernel's work of giving it again.
-bool const keepsMemory =
-   mallopt( M_TRIM_THRESHOLD, -1 ) != 0 && mallopt( M_MMAP_MAX, 0 ) != 0;
+bool const keepsMemory = [] {
+   if ( Ryx::Slabs* const slabs = Ryx::objectSlabs() ) {
+      slabs->spareArenasIs( Ryx::Slabs::mostArenas );
+   }
+   return mallopt( M_TRIM_THRESHOLD, -1 ) != 0 && mallopt( M_MMAP_MAX, 0 ) != 0;
+}();
 
 template< class Machine >
 std::vector< Written >
@@ -40,7 +46,8 @@ played( SwitchPlan const& plan ) {
 std::size_t
 heapInUse() {
    auto const info = mallinfo2();
-   return info.uordblks + info.hblkhd;
+   Ryx::Slabs const* const slabs = Ryx::objectSlabs();
+   return info.uordblks + info.hblkhd + ( slabs ? slabs->bytes() : 0 );
 }
 
 void
