@@ -55,7 +55,7 @@ stateName( Kind kind ) {
 std::string
 whyNotInStandby( SwitchFacts const& facts, IntfId portChannel ) {
    bool const isConfigured =
-      !facts.at( { mount::lacpConfig, "portChannel", portChannel.string() } ).is_null();
+      facts.has( { mount::lacpConfig, "portChannel", portChannel.string() } );
    return isConfigured
       ? "meant for LACP standby, but stayInStandby of the port-channel is false"
       : std::string( "meant for LACP standby, but the port-channel is not in " ) +

@@ -67,7 +67,7 @@ SwitchFacts::classOf( IntfId port ) const {
 
 bool
 SwitchFacts::isPresent( IntfId port ) const {
-   return !state_.at( { mount::ethPhyIntfStatus, "intfStatus", port.string() } ).is_null();
+   return state_.has( { mount::ethPhyIntfStatus, "intfStatus", port.string() } );
 }
 
 std::vector< IntfId >

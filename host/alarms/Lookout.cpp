@@ -27,8 +27,10 @@ Path const causePath = { mount::mlagissuCause, "intfStatus" };
 Path const portChannelsPath = { mount::lacpConfig, "portChannel" };
 Path const forcedPath = { mount::igmpsnoopingConfig, "forceEnabledPorts" };
 
+} // namespace
+
 // What is seen of a switch at present.
-class Eye {
+class Lookout::Eye {
  public:
    using HoldsNewcomers = std::function< bool( bool isMlag ) >;
 
@@ -50,6 +52,7 @@ class Eye {
       forced_ = { forced.begin(), forced.end() };
    }
 
+   // Why a port is errdisabled, that is not asked here: of most it ends, and nobody is told.
    Sight look() {
       sight_.notEnforced = circumstances_.notEnforced;
       for ( IntfId const port : facts_.keys( causePath ) ) {
@@ -69,12 +72,23 @@ class Eye {
       return std::move( sight_ );
    }
 
+   // Of those that are errdisabled later, the ones that were when it looked. What is asked about
+   // them does not change while the switch goes on by itself.
+   std::vector< Sighting > errdisabled( std::set< std::string > const& later ) const {
+      std::vector< Sighting > sightings;
+      for ( std::string const& name : later ) {
+         IntfId const port( name );
+         if ( errdisabled_.contains( port ) ) {
+            sightings.push_back( { name,
+                                   whyHeld( machine_.isMlag( port ) ),
+                                   endingOfHold( port, facts_.portChannelOf( port ) ) } );
+         }
+      }
+      return sightings;
+   }
+
  private:
    void lookAtErrdisabled( IntfId port ) {
-      IntfId const portChannel = facts_.portChannelOf( port );
-      sight_.errdisabled.push_back( { port.string(),
-                                      whyHeld( machine_.isMlag( port ) ),
-                                      endingOfHold( port, portChannel ) } );
       if ( machine_.isInPeerLink( port ) ) {
          sight_.peerLink.push_back(
             { port.string(),
@@ -82,7 +96,9 @@ class Eye {
               fmt::format( "`ostra release {}`", port.string() ) } );
       }
       errdisabled_.insert( port );
-      withHeldMember_.insert( portChannel );
+      if ( !forced_.empty() ) {
+         withHeldMember_.insert( facts_.portChannelOf( port ) );
+      }
    }
 
    // That nothing releases it shows later.
@@ -117,7 +133,7 @@ class Eye {
    // Most ports are in no port-channel on which it is forced.
    bool isForcedFor( IntfId port, IntfId portChannel ) const {
       return portChannel && forced_.contains( portChannel ) &&
-         machine_.isMlagMember( port ) && !state_.at( adminPath( port ) ).is_null() &&
+         machine_.isMlagMember( port ) && state_.has( adminPath( port ) ) &&
          !isShutDown( port );
    }
 
@@ -246,11 +262,11 @@ class Eye {
       }
       std::string const name = portChannel.string();
       Path const id = { mount::mlagConfig, "intfConfig", name };
-      return state_.at( id ).is_null()
-         ? "give it an entry in mlagConfig.intfConfig, and take that away"
-         : doneInState(
+      return state_.has( id )
+         ? doneInState(
               fmt::format( "take mlagConfig.intfConfig.{} away and give it back", name ),
-              { id } );
+              { id } )
+         : "give it an entry in mlagConfig.intfConfig, and take that away";
    }
 
    StateView const& state_;
@@ -271,6 +287,8 @@ class Eye {
    std::set< IntfId > withHeldMember_;
 };
 
+namespace {
+
 std::set< std::string >
 keysAt( Mounts const& mounts, Path const& path ) {
    auto const keys = mounts.keys( path );
@@ -282,10 +300,10 @@ std::string
 newcomer( Mounts const& mounts ) {
    for ( unsigned number = 1;; ++number ) {
       std::string name = fmt::format( "Ethernet1/1/1/{}", number );
-      bool const isKnown = mounts.find( { mount::ethPhyIntfStatus, "intfStatus", name } ) ||
-         mounts.find( { causePath[ 0 ], causePath[ 1 ], name } ) ||
-         mounts.find( { mount::lagInputConfig, "phyIntf", name } ) ||
-         mounts.find( { mount::mlagConfig, "intfConfig", name } ) ||
+      bool const isKnown = mounts.has( { mount::ethPhyIntfStatus, "intfStatus", name } ) ||
+         mounts.has( { causePath[ 0 ], causePath[ 1 ], name } ) ||
+         mounts.has( { mount::lagInputConfig, "phyIntf", name } ) ||
+         mounts.has( { mount::mlagConfig, "intfConfig", name } ) ||
          mounts.at( { mount::mlagConfig, "peerLinkIntf" } ) == Json( name );
       if ( !isKnown ) {
          return name;
@@ -302,11 +320,14 @@ Lookout::Lookout(
         circumstances_( std::move( circumstances ) ),
         take_( std::move( take ) ) {}
 
+Lookout::~Lookout() = default;
+
 void
 Lookout::start( StartRecord const&, StateView const& state ) {
-   sight_ = Eye( state, agent_, circumstances_, [ this ]( bool isMlag ) {
-               return holdsNewcomers( isMlag );
-            } ).look();
+   eye_ = std::make_unique< Eye >( state, agent_, circumstances_, [ this ]( bool isMlag ) {
+      return holdsNewcomers( isMlag );
+   } );
+   sight_ = eye_->look();
 }
 
 bool
@@ -322,7 +343,7 @@ Lookout::holdsNewcomers( bool isMlag ) {
    };
    configure( { { "mlagId", "1" } } );
    appear( Json::object() );
-   bool const isHeld = mounts_.find( { causePath[ 0 ], causePath[ 1 ], port } ).has_value();
+   bool const isHeld = mounts_.has( { causePath[ 0 ], causePath[ 1 ], port } );
    appear( nullptr );
    configure( nullptr );
    return isHeld;
@@ -338,6 +359,7 @@ Outlook
 Lookout::outlook() {
    Outlook outlook;
    outlook.errdisabled = keysAt( mounts_, causePath );
+   sight_.errdisabled = eye_->errdisabled( outlook.errdisabled );
    for ( Sighting const& sighting : sight_.standby ) {
       Path const path = {
          portChannelsPath[ 0 ], portChannelsPath[ 1 ], sighting.interface, "stayInStandby"

@@ -113,8 +113,7 @@ class WhyInRun {
    Json portIn( KeptRun& run ) const {
       RunState const view = run.view();
       Json const since = view.at( { mount::mlagissuCause, "intfStatus", name() } );
-      bool const isThere =
-         !view.at( { mount::ethPhyIntfStatus, "intfStatus", name() } ).is_null();
+      bool const isThere = view.has( { mount::ethPhyIntfStatus, "intfStatus", name() } );
       if ( !isThere && since.is_null() ) {
          refuseAbsent( view );
       }

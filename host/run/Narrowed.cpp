@@ -183,6 +183,11 @@ Narrowed::at( std::vector< std::string > const& path ) const {
    return state_->at( path );
 }
 
+bool
+Narrowed::has( std::vector< std::string > const& path ) const {
+   return state_->has( path );
+}
+
 std::vector< std::string >
 Narrowed::keys( std::vector< std::string > const& path ) const {
    auto keys = state_->keys( path );

@@ -56,6 +56,13 @@ findFrom( GenericPtr const& from, Steps path ) {
    return path.empty() ? found : Found();
 }
 
+// `path` is not empty.
+Found
+foundAt( std::span< GenericPtr const > mounts, Steps path ) {
+   std::size_t const mount = Mounts::index( path.front() );
+   return mount == mounts.size() ? Found() : findFrom( mounts[ mount ], path.subspan( 1 ) );
+}
+
 } // namespace
 
 Mounts::Mounts() {
@@ -138,11 +145,7 @@ Mounts::find( std::vector< std::string > const& path ) const {
    if ( path.empty() ) {
       return state();
    }
-   std::size_t const mount = index( path.front() );
-   if ( mount == mountKinds.size() ) {
-      return std::nullopt;
-   }
-   Found const found = findFrom( objects_[ mount ], Steps( path ).subspan( 1 ) );
+   Found const found = foundAt( objects_, path );
    if ( !found.isThere ) {
       return std::nullopt;
    }
@@ -158,13 +161,21 @@ Mounts::at( std::vector< std::string > const& path ) const {
    return find( path ).value_or( nullptr );
 }
 
+bool
+Mounts::has( std::vector< std::string > const& path ) const {
+   if ( path.empty() ) {
+      return true;
+   }
+   Found const found = foundAt( objects_, path );
+   return found.isThere && ( found.owner || found.value );
+}
+
 std::vector< std::string >
 Mounts::keys( std::vector< std::string > const& path ) const {
-   std::size_t const mount = path.empty() ? mountKinds.size() : index( path.front() );
-   if ( mount == mountKinds.size() ) {
+   if ( path.empty() ) {
       return {};
    }
-   Found const found = findFrom( objects_[ mount ], Steps( path ).subspan( 1 ) );
+   Found const found = foundAt( objects_, path );
    return found.owner ? keysOf( *found.owner, *found.attribute )
                       : std::vector< std::string >();
 }

@@ -113,7 +113,7 @@ EventPhrases::status(
    };
    if ( value.is_null() ) {
       add( { "", {}, where( " from " ), "disappear" }, Kovel::IntfId( key ) );
-   } else if ( state_.at( { mountName, "intfStatus", key } ).is_null() ) {
+   } else if ( !state_.has( { mountName, "intfStatus", key } ) ) {
       std::string const with = value.empty() ? "" : " with " + flowText( value );
       add( { "", {}, where( " in " ) + with, "appear" }, Kovel::IntfId( key ) );
    } else {

@@ -236,6 +236,39 @@ TEST_F( MountsTest, WhatIsNotThereReadsAsNull ) {
    EXPECT_THAT( mounts.keys( {} ), IsEmpty() );
 }
 
+TEST_F( MountsTest, HaveWhatDoesNotReadAsNull ) {
+   apply(
+      R"( { "ethPhyIntfStatus": { "intfStatus": { "Ethernet1": { "linkStatus": "linkUp" } } },
+                "mlagissuCause": { "intfStatus": { "Ethernet2": 5 } },
+                "mlagConfig": { "peerLinkIntf": "Port-Channel9" } } )" );
+   for ( std::vector< std::string > const& path : std::vector< std::vector< std::string > >{
+            {},
+            { "mlagConfig" },
+            { "mlagConfig", "reloadDelay" },
+            { "mlagConfig", "peerLinkIntf" },
+            { "mlagConfig", "intfConfig" },
+            { "ethPhyIntfStatus", "intfStatus", "Ethernet1" },
+            { "ethPhyIntfStatus", "intfStatus", "Ethernet1", "linkStatus" },
+            { "mlagissuCause", "intfStatus", "Ethernet2" } } ) {
+      EXPECT_TRUE( mounts.has( path ) ) << ::testing::PrintToString( path );
+      EXPECT_FALSE( mounts.at( path ).is_null() ) << ::testing::PrintToString( path );
+   }
+   apply( R"( { "mlagConfig": { "peerLinkIntf": null } } )" );
+   for ( std::vector< std::string > const& path : std::vector< std::vector< std::string > >{
+            { "mlagCfg" },
+            { "mlagConfig", "delay" },
+            { "mlagConfig", "peerLinkIntf" },
+            { "mlagConfig", "reloadDelay", "seconds" },
+            { "ethPhyIntfStatus", "intfStatus", "Ethernet2" },
+            { "ethPhyIntfStatus", "intfStatus", "no interface" },
+            { "ethPhyIntfStatus", "intfStatus", "Ethernet1", "speed of light" },
+            { "ethPhyIntfStatus", "intfStatus", "Ethernet2", "linkStatus" },
+            { "mlagissuCause", "intfStatus", "Ethernet1" } } ) {
+      EXPECT_FALSE( mounts.has( path ) ) << ::testing::PrintToString( path );
+      EXPECT_TRUE( mounts.at( path ).is_null() ) << ::testing::PrintToString( path );
+   }
+}
+
 TEST_F( MountsTest, StateReadAgainIsTheSameState ) {
    apply(
       R"({"mlagConfig":{"enabled":true,"domainId":"a \"b\"\n","localInterface":"Vlan4094",
