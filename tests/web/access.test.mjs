@@ -6,6 +6,7 @@
 import assert from 'node:assert/strict';
 import { after, test } from 'node:test';
 
+import { portStates } from '../../host/web/model.js';
 import { barriers, closeBrowser, open, overflow } from './browser.mjs';
 import { Host } from './host.mjs';
 
@@ -65,7 +66,37 @@ test('Page.InterruptsNobodyWhoListens', async t => {
    assert.equal(await page.getAttribute('[data-port="Ethernet1"] .left', 'aria-hidden'), 'true');
 });
 
+/** What the host tells of a port, and what more of it in each of the states that there are. */
+const told = { device: 'swp', class: 'mlag', portChannel: null, admin: 1, link: 1, hold: null,
+   reason: 'because' };
+const hold = more => ({ hold: { kind: 'errdisable', since: 0, until: 1e9, enforced: 'held',
+   error: null, ...more } });
+const inStates = {
+   held: hold(), standby: hold({ kind: 'lacpStandby' }), endless: hold({ until: null }),
+   pending: hold({ enforced: 'pending' }), unsupported: hold({ enforced: 'unsupported' }),
+   failed: hold({ enforced: 'failed', error: 'no' }), down: { protodown: { on: true } },
+   released: { interface: 'Ethernet1' }, free: {}, never: { class: 'management' },
+   absent: { link: null },
+};
+
 for (const colorScheme of ['light', 'dark']) {
+   test('Page.MarksEachStateWithMoreThanAColour', async t => {
+      const host = await Host.start(t);
+      host.ask('release', 'Ethernet1');
+      const ports = Object.values(inStates).map(
+         (more, i) => ({ ...told, interface: `Ethernet${i + 10}`, ...more }));
+      const page = await open(t, host.url, { colorScheme });
+      await page.route('**/v1/ports', route => route.fulfill({ json: ports }));
+      const states = Object.keys(inStates);
+      for (const state of states) {
+         await page.waitForSelector(`.port[data-state="${state}"]`);
+      }
+      const marks = await page.$$eval('.port .symbol', all => all.map(mark => mark.textContent));
+      assert.equal(new Set(marks).size, Object.keys(portStates).length);
+      assert.deepEqual(states.sort(), Object.keys(portStates).sort());
+      assert.deepEqual(await barriers(page), []);
+   });
+
    test('Page.IsForEverybody', async t => {
       const host = await Host.start(t);
       for (const width of [360, 1280, 2560]) {
