@@ -16,8 +16,8 @@ export function PortTable({ title, ports, now, selected, onSelect, others }) {
    const sorted = [...ports.values()].sort((a, b) => compareNames(a.name, b.name));
    return html`<div class="scroll" tabindex="0" role="region" aria-label=${`${title} as a table`}>
       <table class="ports">
-      <thead><tr><th scope="col">Port</th><th scope="col">Class</th><th scope="col">Port-channel</th>
-         <th scope="col">State</th><th scope="col">Left</th><th scope="col">Why</th></tr></thead>
+      <thead><tr><th scope="col">Port</th><th scope="col">State</th><th scope="col">Left</th>
+         <th scope="col">Why</th><th scope="col">Class</th><th scope="col">Port-channel</th></tr></thead>
       <tbody>${sorted.map(port => {
          const state = stateOf(port);
          const left = secondsLeft(port, now);
@@ -27,12 +27,12 @@ export function PortTable({ title, ports, now, selected, onSelect, others }) {
                aria-current=${port.name === selected ? 'true' : 'false'}
                onClick=${() => onSelect(port.name)}>
                <${Foreign}>${port.name}<//></button></th>
-            <td>${classWords[port.class] ?? port.class}</td>
-            <td>${port.portChannel ?? ''}</td>
             <td><${StateMark} state=${state} /> ${portStates[state].words}${others?.has(port.name)
                && html`, <b>${notAlike}</b>`}</td>
             <td class="number">${left === null ? '' : duration(left)}</td>
-            <td><${Foreign}>${reasonOf(port)}<//></td></tr>`;
+            <td><${Foreign}>${reasonOf(port)}<//></td>
+            <td>${classWords[port.class] ?? port.class}</td>
+            <td>${port.portChannel ?? ''}</td></tr>`;
       })}</tbody></table>
    </div>`;
 }

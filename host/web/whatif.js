@@ -109,7 +109,10 @@ export function WhatIf() {
       try {
          // One after the other: the host makes one at a time for the network.
          const began = performance.now();
-         const changed = entriesOf(await forecast({ patch }));
+         const records = await forecast({ patch });
+         // The event is the change, which the forecast does not say again.
+         const changed = entriesOf(records.map(
+            record => record.type === 'event' ? { ...record, patch } : record));
          const without = entriesOf(await forecast({}));
          const between = (performance.now() - began) / 1000;
          setOutcome({ with: changed, without, between });

@@ -117,6 +117,7 @@ test('Page.ShowsWhatWouldHappenAndChangesNothing', async t => {
    const least = await remaining(host);
    const [changed, without] = await page.$$eval('.beside ol', all => all.map(ol => ol.textContent));
    assert.match(changed, /in 0:00:00 *only here.*6 ports released: Ethernet1-6/);
+   assert.ok(changed.includes('changed: mlagStatus.mlagState = "mlagPrimary"'), changed);
    const [, minutes, seconds] = without.match(
       /in 0:0(\d):([\d.]+)\s*only here\s*2 ports released: Ethernet1-2/);
    const releasedIn = 60 * minutes + Number(seconds);
