@@ -38,6 +38,8 @@ TEST( Api, PatchIsRefusedWithTheWordsOfTheScenarioReader ) {
         "mlagConfig.reloadDelay" },
       { "/v1/state/mlagConfig", "{\"reloadDelay\":[]}", 400, "mlagConfig.reloadDelay" },
       { "/v1/state/mlagConfig", "{\"reloadDelai\":1}", 400, "mlagConfig.reloadDelai" },
+      { "/v1/state/mlagConfig", "{\"reloadDelay\":1e400}", 400, "mlagConfig.reloadDelay" },
+      { "/v1/state", "{\"mlagStatus\":{\"mlagState\":-1e400}}", 400, "mlagStatus" },
       { "/v1/state",
         "{\"ethPhyIntfStatus\":{\"intfStatus\":{\"Eth\":{}}}}",
         400,
