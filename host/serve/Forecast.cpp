@@ -100,6 +100,7 @@ class Forecasts::Running {
       if ( !isHeard ) {
          throw Failure( ExitStatus::failed, "no event for a forecast" );
       }
+      records_.reserve( limits.reserved );
       // The last that may throw: it owns a descriptor.
       child_ = std::make_unique< ChildEnd >(
          forecasts.base_, child.child, [ this ]( int status ) { ended( status ); } );
@@ -230,7 +231,16 @@ Forecasts::~Forecasts() {
 Forecasts::Id
 Forecasts::start(
    Scenario const& scenario, MakeRecordOutput const& makeOutput, Take take ) {
-   ForecastChild const child = startForecast( live_, scenario, makeOutput, limits_ );
+   auto const play = [ & ]( std::ostream& out ) {
+      RecordOutput const output = makeOutput( out );
+      live_.playOn( scenario, output );
+   };
+   return start( play, std::move( take ) );
+}
+
+Forecasts::Id
+Forecasts::start( CopyWork const& work, Take take ) {
+   ForecastChild const child = startForecast( work, limits_ );
    Id const id = ++lastId_;
    std::unique_ptr< Running > running;
    try {

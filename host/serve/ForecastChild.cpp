@@ -3,6 +3,8 @@
 
 #include <host/serve/ForecastChild>
 
+#include <host/base/Failure>
+
 #include <fmt/format.h>
 
 #include <array>
@@ -11,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <ostream>
 #include <streambuf>
 #include <string_view>
 
@@ -30,7 +31,6 @@ namespace {
 constexpr int wayOut = 0;
 // How much waits for the process to read it, in octets.
 constexpr int pipeSize = 1 << 20;
-constexpr int lowestPriority = 19;
 
 // No destructor and no handler runs: all of it belongs to the process that was copied.
 [[noreturn]] void
@@ -104,8 +104,8 @@ limitChild( ForecastLimits const& limits ) {
 
 // Nobody who carries traffic is to wait for a forecast, or to end when memory is short.
 void
-giveWay() {
-   setpriority( PRIO_PROCESS, 0, lowestPriority );
+giveWay( ForecastLimits const& limits ) {
+   setpriority( PRIO_PROCESS, 0, getpriority( PRIO_PROCESS, 0 ) + limits.nice );
    int const file = open( "/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC );
    if ( file >= 0 ) {
       constexpr std::string_view first = "1000";
@@ -161,16 +161,12 @@ endOf( pid_t pid ) {
 }
 
 [[noreturn]] void
-play(
-   LiveSwitch& live,
-   Scenario const& scenario,
-   MakeRecordOutput const& makeOutput ) noexcept {
+play( CopyWork const& work ) noexcept {
    std::set_new_handler( [] { end( ForecastEnd::outOfMemory ); } );
    PipeBuffer buffer;
    std::ostream out( &buffer );
    try {
-      RecordOutput const output = makeOutput( out );
-      live.playOn( scenario, output );
+      work( out );
    } catch ( std::exception const& error ) {
       out << '\0' << error.what() << std::flush;
       end( ForecastEnd::failed );
@@ -182,11 +178,7 @@ play(
 } // namespace
 
 ForecastChild
-startForecast(
-   LiveSwitch& live,
-   Scenario const& scenario,
-   MakeRecordOutput const& makeOutput,
-   ForecastLimits const& limits ) {
+startForecast( CopyWork const& work, ForecastLimits const& limits ) {
    int ends[ 2 ];
    if ( pipe2( ends, O_CLOEXEC ) != 0 ) {
       throw Failure(
@@ -209,9 +201,9 @@ startForecast(
       // First: what is open belongs to the host that is started next when this one is killed.
       closeAllBut( ends[ 1 ] );
       limitChild( limits );
-      giveWay();
+      giveWay( limits );
       forgetSignals();
-      play( live, scenario, makeOutput );
+      play( work );
    }
    int const error = errno;
    sigprocmask( SIG_SETMASK, &before, nullptr );
