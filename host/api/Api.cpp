@@ -7,6 +7,7 @@
 #include <host/api/Problems>
 #include <host/api/Requests>
 #include <host/base/Failure>
+#include <host/base/JsonLine>
 #include <host/state/TypeList>
 #include <host/web/Page>
 
@@ -30,10 +31,21 @@ constexpr Milliseconds longestTold{ 50 };
 // The state by itself does not depend on the time.
 constexpr Milliseconds asLongAsItIsSo = lastInstant;
 
+// How many ports and members of collections are told at once, while everybody else waits: for
+// some 20 ms. More of them are told by a copy of the process.
+constexpr std::size_t mostPorts = 2000;
+constexpr std::size_t mostMembers = 20000;
+
 // The segments of "/v1/state/mount/attribute" behind the first two.
 Path
 restOf( Request const& request ) {
    return { request.path.begin() + 2, request.path.end() };
+}
+
+// Of all the ways to write it one.
+std::string
+pathOf( Request const& request ) {
+   return fmt::format( "/{}", fmt::join( request.path, "/" ) );
 }
 
 // What is answered for a path that leads to nothing: it names the path up to the first key
@@ -111,7 +123,8 @@ number(
 Api::Api( ApiParts parts )
       : parts_( std::move( parts ) ),
         feed_( parts_.base, parts_.live.records(), parts_.history ),
-        forecasts_( parts_.base, parts_.live ) {}
+        forecasts_( parts_.base, parts_.live ),
+        longAnswers_( parts_.base, parts_.live ) {}
 
 void
 Api::addTo( http::Server& server ) {
@@ -134,21 +147,34 @@ Api::addTo( http::Server& server ) {
 
 void
 Api::addState( http::Server& server ) {
-   server.add( get( "/v1/state/**", [ this ]( Request const& request ) {
-      Path const path = restOf( request );
-      if ( path.empty() ) {
-         return toldOr( state_, asLongAsItIsSo, [ this ] {
-            return http::jsonResponse( *parts_.live.state( {} ) );
-         } );
-      }
-      auto const state = parts_.live.state( path );
-      return state ? http::jsonResponse( *state )
-                   : http::problemResponse( absence( parts_.live, path ) );
-   } ) );
+   server.add( routeOf(
+      "GET", "/v1/state/**", [ this ]( Request const& request, Reply const& reply ) {
+         Path const path = restOf( request );
+         if ( parts_.live.size( path ) <= mostMembers ) {
+            reply.send( state( path ) );
+            return;
+         }
+         longAnswers_.send(
+            pathOf( request ),
+            [ this, path ] { return lineOf( *parts_.live.state( path ) ); },
+            reply );
+      } ) );
    server.add( routeOf(
       "PATCH", "/v1/state/**", [ this ]( Request const& request, Reply const& reply ) {
          patch( request, reply );
       } ) );
+}
+
+Response
+Api::state( Path const& path ) {
+   if ( path.empty() ) {
+      return toldOr( state_, asLongAsItIsSo, [ this ] {
+         return http::jsonResponse( *parts_.live.state( {} ) );
+      } );
+   }
+   auto const state = parts_.live.state( path );
+   return state ? http::jsonResponse( *state )
+                : http::problemResponse( absence( parts_.live, path ) );
 }
 
 void
@@ -187,18 +213,17 @@ Api::toldOr( Told& told, Milliseconds longest, Make make ) {
 
 void
 Api::addPorts( http::Server& server ) {
-   server.add( get( "/v1/ports", [ this ]( Request const& ) {
-      return toldOr( ports_, longestTold, [ this ] {
-         bool const isSo = portsVersion_ == parts_.live.version();
-         if ( !isSo ) {
-            portsText_ = parts_.ports.text();
-            portsText_.add( "\n" );
-            portsVersion_ = parts_.live.version();
+   server.add(
+      routeOf( "GET", "/v1/ports", [ this ]( Request const& request, Reply const& reply ) {
+         if ( parts_.ports.size() <= mostPorts ) {
+            reply.send( ports() );
+            return;
          }
-         return http::textResponse(
-            "application/json", portsText_.at( parts_.live.time().now() ) );
-      } );
-   } ) );
+         auto const tell = [ this ] {
+            return parts_.ports.text().at( parts_.live.time().now() );
+         };
+         longAnswers_.send( pathOf( request ), tell, reply );
+      } ) );
    server.add( get( "/v1/ports/**", [ this ]( Request const& request ) {
       refresh();
       // A name has slashes of its own, escaped or not.
@@ -212,6 +237,20 @@ Api::addPorts( http::Server& server ) {
       return toldOr(
          summary_, longestTold, [ this ] { return http::jsonResponse( summary() ); } );
    } ) );
+}
+
+Response
+Api::ports() {
+   return toldOr( ports_, longestTold, [ this ] {
+      bool const isSo = portsVersion_ == parts_.live.version();
+      if ( !isSo ) {
+         portsText_ = parts_.ports.text();
+         portsText_.add( "\n" );
+         portsVersion_ = parts_.live.version();
+      }
+      return http::textResponse(
+         "application/json", portsText_.at( parts_.live.time().now() ) );
+   } );
 }
 
 Json

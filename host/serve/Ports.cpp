@@ -17,13 +17,25 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <set>
+#include <string>
+#include <unordered_set>
+#include <utility>
 
 namespace ostra {
 
 namespace {
 
 using Kovel::IntfId;
+
+Path
+presentPorts() {
+   return { mount::ethPhyIntfStatus, "intfStatus" };
+}
+
+Path
+heldPorts() {
+   return { mount::mlagissuCause, "intfStatus" };
+}
 
 constexpr double never = std::numeric_limits< double >::infinity();
 
@@ -57,8 +69,7 @@ protodownText( std::optional< Device > const& device ) {
 std::vector< IntfId >
 Ports::ids() const {
    std::vector< IntfId > ids;
-   for ( Path const& path : { Path{ mount::ethPhyIntfStatus, "intfStatus" },
-                              Path{ mount::mlagissuCause, "intfStatus" } } ) {
+   for ( Path const& path : { presentPorts(), heldPorts() } ) {
       for ( std::string const& key : live_.view().keys( path ) ) {
          ids.emplace_back( key );
       }
@@ -244,29 +255,50 @@ Ports::summary() const {
             { "counts", counts() } };
 }
 
+std::size_t
+Ports::size() const {
+   return std::max( live_.size( presentPorts() ), live_.size( heldPorts() ) );
+}
+
+Json const&
+Ports::counts() const {
+   if ( countsVersion_ != live_.version() ) {
+      counts_ = countNow();
+      countsVersion_ = live_.version();
+   }
+   return counts_;
+}
+
 // Without what costs most of telling each of them.
 Json
-Ports::counts() const {
-   auto const keysOf = [ this ]( Path const& path ) {
-      auto const keys = live_.view().keys( path );
-      return std::set< std::string >( keys.begin(), keys.end() );
-   };
-   auto const errdisabled = keysOf( { mount::mlagissuCause, "intfStatus" } );
-   auto ports = keysOf( { mount::ethPhyIntfStatus, "intfStatus" } );
-   ports.insert( errdisabled.begin(), errdisabled.end() );
-   auto standby = keysOf( { mount::lacpConfig, "portChannel" } );
-   std::erase_if(
-      standby, [ this ]( std::string const& key ) { return !isStandby( key ); } );
-   std::size_t const lacpStandby = standby.empty()
-      ? 0
-      : static_cast< std::size_t >(
-           std::count_if( ports.begin(), ports.end(), [ & ]( std::string const& port ) {
-              return !errdisabled.contains( port ) &&
-                 standby.contains( portChannelOf( port ) );
-           } ) );
-   return { { "ports", ports.size() },
-            { "errdisabled", errdisabled.size() },
-            { "lacpStandby", lacpStandby } };
+Ports::countNow() const {
+   std::size_t const errdisabled = live_.size( heldPorts() );
+   return { { "ports",
+              live_.size( presentPorts() ) +
+                 live_.sizeWithout( heldPorts(), presentPorts() ) },
+            { "errdisabled", errdisabled },
+            { "lacpStandby", countStandby() } };
+}
+
+// Those that are errdisabled do not count.
+std::size_t
+Ports::countStandby() const {
+   std::unordered_set< std::string > standby;
+   for ( std::string& portChannel :
+         live_.view().keys( { mount::lacpConfig, "portChannel" } ) ) {
+      if ( isStandby( portChannel ) ) {
+         standby.insert( std::move( portChannel ) );
+      }
+   }
+   if ( standby.empty() ) {
+      return 0;
+   }
+   auto const ports = live_.view().keys( presentPorts() );
+   return static_cast< std::size_t >(
+      std::count_if( ports.begin(), ports.end(), [ & ]( std::string const& port ) {
+         return standby.contains( portChannelOf( port ) ) &&
+            !live_.state( { mount::mlagissuCause, "intfStatus", port } );
+      } ) );
 }
 
 bool

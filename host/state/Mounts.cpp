@@ -63,6 +63,16 @@ foundAt( std::span< GenericPtr const > mounts, Steps path ) {
    return mount == mounts.size() ? Found() : findFrom( mounts[ mount ], path.subspan( 1 ) );
 }
 
+// Of all its collections.
+std::size_t
+membersOf( GenericIf& object ) {
+   std::size_t members = 0;
+   for ( RyxAttr const* attribute : settableAttributes( *object.type() ) ) {
+      members += isCollection( *attribute ) ? sizeOf( object, *attribute ) : 0;
+   }
+   return members;
+}
+
 } // namespace
 
 Mounts::Mounts() {
@@ -168,6 +178,36 @@ Mounts::has( std::vector< std::string > const& path ) const {
    }
    Found const found = foundAt( objects_, path );
    return found.isThere && ( found.owner || found.value );
+}
+
+std::size_t
+Mounts::size( std::vector< std::string > const& path ) const {
+   if ( path.empty() ) {
+      std::size_t size = 0;
+      for ( GenericPtr const& object : objects_ ) {
+         size += membersOf( *object );
+      }
+      return size;
+   }
+   Found const found = foundAt( objects_, path );
+   if ( found.owner ) {
+      return sizeOf( *found.owner, *found.attribute );
+   }
+   bool const isMount = found.isThere && path.size() == 1;
+   return isMount ? membersOf( *found.value ) : 0;
+}
+
+std::size_t
+Mounts::sizeWithout(
+   std::vector< std::string > const& path, std::vector< std::string > const& other ) const {
+   Found const these = foundAt( objects_, path );
+   Found const those = foundAt( objects_, other );
+   std::size_t size = 0;
+   for ( auto it = these.owner->attributeIterator( these.attribute->id() ); it->nonNull();
+         it->iterInc() ) {
+      size += hasMember( *those.owner, *those.attribute, it->iterKey() ) ? 0 : 1;
+   }
+   return size;
 }
 
 std::vector< std::string >

@@ -26,13 +26,6 @@ enumerationToJson( RyxType const& type, std::string const& text ) {
                                : Json( std::distance( names.begin(), found ) );
 }
 
-std::size_t
-sizeOf( GenericIf& object, RyxAttr const& collection ) {
-   auto const size =
-      object.attributeOp( { collection.id(), GenericIf::size }, nullptr, nullptr );
-   return static_cast< std::size_t >( std::stoull( size->strRep() ) );
-}
-
 } // namespace
 
 bool
@@ -113,11 +106,15 @@ read( GenericIf& object, RyxAttr const& attribute ) {
    return object.attributeOp( { attribute.id(), GenericIf::get }, nullptr, nullptr );
 }
 
+bool
+hasMember( GenericIf& object, RyxAttr const& collection, GenericPtr const& key ) {
+   return object.attributeOp( { collection.id(), GenericIf::has }, key, nullptr )
+             ->strRep() == "true";
+}
+
 GenericPtr
 readMember( GenericIf& object, RyxAttr const& collection, GenericPtr const& key ) {
-   auto const present =
-      object.attributeOp( { collection.id(), GenericIf::has }, key, nullptr );
-   return present->strRep() == "true"
+   return hasMember( object, collection, key )
       ? object.attributeOp( { collection.id(), GenericIf::get }, key, nullptr )
       : nullptr;
 }
@@ -178,6 +175,13 @@ collectionToJson( GenericIf& object, RyxAttr const& collection ) {
          json, it->iterKey()->strRep(), valueToJson( collection, it->iterObj() ) );
    }
    return json;
+}
+
+std::size_t
+sizeOf( GenericIf& object, RyxAttr const& collection ) {
+   auto const size =
+      object.attributeOp( { collection.id(), GenericIf::size }, nullptr, nullptr );
+   return static_cast< std::size_t >( std::stoull( size->strRep() ) );
 }
 
 std::vector< std::string >
