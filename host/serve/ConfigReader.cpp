@@ -243,11 +243,24 @@ checkInterface(
    }
 }
 
+// The library takes stack for each character of a pattern, and adds up the digits of a number
+// in it, however many there are.
+bool
+isReadable( std::string const& pattern ) {
+   constexpr std::size_t longest = 256;
+   static std::regex const longNumber( R"([\\{,]\d{5})" );
+   return pattern.size() <= longest && !std::regex_search( pattern, longNumber );
+}
+
 std::regex
 readDevice( Item const& item ) {
    constexpr std::string_view expected = "a regular expression";
+   std::string const text = textOf( item, expected );
+   if ( !isReadable( text ) ) {
+      item.refuse( "a regular expression of at most 256 octets, and of 4 digits a number" );
+   }
    try {
-      return std::regex( textOf( item, expected ) );
+      return std::regex( text );
    } catch ( std::regex_error const& ) {
       item.refuse( expected );
    }

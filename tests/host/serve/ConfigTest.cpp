@@ -107,6 +107,20 @@ linux: { interfaces: [ { device: 'swp(\d+)s(\d+)', interface: 'Ethernet\1/\2' } 
    EXPECT_FALSE( rules.at( 0 ).interfaceOf( "swp01s2" ) );
 }
 
+TEST( Config, APatternMayBeLong ) {
+   std::string const name( 256, 'a' );
+   auto const rules =
+      configOf(
+         "linux: { interfaces: [ { device: " + name + ", interface: Ethernet1 } ] }" )
+         .linux.interfaces;
+   EXPECT_EQ( rules.at( 0 ).interfaceOf( name ), "Ethernet1" );
+   auto const numbers =
+      configOf(
+         "linux: { interfaces: [ { device: 'swp12345{1,1000}', interface: Ethernet1 } ] }" )
+         .linux.interfaces;
+   EXPECT_EQ( numbers.at( 0 ).interfaceOf( "swp123455" ), "Ethernet1" );
+}
+
 TEST( Config, RefusesWithThePlaceWhatIsWrong ) {
    std::vector< std::pair< std::string, std::string > > const table = {
       { "drivr: none", "ostra.yaml:1:1: drivr: unknown key" },
@@ -145,6 +159,13 @@ TEST( Config, RefusesWithThePlaceWhatIsWrong ) {
       { "linux: { interfaces: [ { device: 'swp(', interface: Ethernet1 } ] }",
         "ostra.yaml:1:34: linux.interfaces[0].device: \"swp(\": expected a regular "
         "expression" },
+      { "linux: { interfaces: [ { device: " + std::string( 257, 'a' ) +
+           ", interface: Ethernet1 } ] }",
+        "expected a regular expression of at most 256 octets, and of 4 digits a number" },
+      { "linux: { interfaces: [ { device: '(a)\\12345', interface: Ethernet1 } ] }",
+        "expected a regular expression of at most 256 octets" },
+      { "linux: { interfaces: [ { device: 'a{1,12345}', interface: Ethernet1 } ] }",
+        "expected a regular expression of at most 256 octets" },
       { "linux: { interfaces: [ { device: 'swp', interface: 'Ethernet\\1' } ] }",
         "expected no \\, as device has no groups" },
       { "linux: { interfaces: [ { device: '(.)', interface: 'Ethernet\\2' } ] }",
