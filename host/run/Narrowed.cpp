@@ -148,8 +148,7 @@ Narrowed::traceWarning() const {
    std::string_view const near = nearest( *traces_, others );
    return fmt::format(
       "warning: ostra run: --trace-of: {}: no trace of this run is of it: expected a "
-      "handle "
-      "or a function of the plug-in{}",
+      "handle or a function of the plug-in{}",
       inQuotes( *traces_ ),
       near.empty() ? "" : fmt::format( "; did you mean {}?", near ) );
 }
