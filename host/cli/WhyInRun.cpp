@@ -6,7 +6,6 @@
 #include <host/account/HoldWords>
 #include <host/account/PortStanding>
 #include <host/account/WriteBatch>
-#include <host/base/IntfRanges>
 #include <host/base/JsonLine>
 #include <host/cli/KeptRun>
 #include <host/client/LiveText>
@@ -94,19 +93,16 @@ class WhyInRun {
 
    [[noreturn]] void refuseAbsent( RunState const& view ) const {
       SwitchFacts const facts( view );
-      std::vector< IntfId > ports = facts.ports();
-      std::string const there = ports.empty() ? "none" : shortened( intfRanges( ports ) );
+      std::vector< IntfId > const ports = facts.ports();
       if ( id_.kind() != IntfId::Kind::portChannel ) {
          refuse(
             fmt::format( "{}: not there at {} s", inQuotes( name() ), atText() ),
-            "a port; there are " + there );
+            portAmong( ports ) );
       }
+      std::vector< IntfId > members = ports;
       std::erase_if(
-         ports, [ & ]( IntfId port ) { return facts.portChannelOf( port ) != id_; } );
-      refuse(
-         inQuotes( name() ) + ": a port-channel, and it is ports that are held",
-         ports.empty() ? "a port; there are " + there
-                       : "one that is in it: " + shortened( intfRanges( ports ) ) );
+         members, [ & ]( IntfId port ) { return facts.portChannelOf( port ) != id_; } );
+      refusePortChannel( name(), members, ports );
    }
 
    // In the form in which a live host tells of one.

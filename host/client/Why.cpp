@@ -4,11 +4,13 @@
 #include <host/client/Why>
 
 #include <host/base/Failure>
+#include <host/base/IntfRanges>
 #include <host/base/JsonLine>
 #include <host/client/LiveText>
 #include <host/state/MountTable>
 
 #include <Mlag/MlagState>
+#include <Ryx/Exception>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -21,6 +23,8 @@
 namespace ostra {
 
 namespace {
+
+using Kovel::IntfId;
 
 std::string
 textAt( Json const& json, std::string const& key ) {
@@ -123,8 +127,34 @@ forecastOf( HostConnection const& host, Json const& port, PossibleChange const& 
    return told;
 }
 
+// What is no name of an interface at all the host refuses.
+bool
+isPortChannel( std::string const& interface ) {
+   try {
+      return IntfId( interface ).kind() == IntfId::Kind::portChannel;
+   } catch ( Ryx::RangeException const& ) {
+      return false;
+   }
+}
+
+[[noreturn]] void
+refuseForItsMembers( HostConnection const& host, std::string const& portChannel ) {
+   std::vector< IntfId > ports;
+   std::vector< IntfId > members;
+   for ( Json const& port : host.get( "/v1/ports" ) ) {
+      ports.emplace_back( textAt( port, "interface" ) );
+      if ( textAt( port, "portChannel" ) == portChannel ) {
+         members.push_back( ports.back() );
+      }
+   }
+   refusePortChannel( portChannel, members, ports );
+}
+
 Json
 whyJson( HostConnection const& host, std::string const& interface ) {
+   if ( isPortChannel( interface ) ) {
+      refuseForItsMembers( host, interface );
+   }
    Json const port = host.get( "/v1/ports/" + escapedSegment( interface ) );
    Json const summary = host.get( "/v1/summary" );
    Json const now = memberAt( summary, { "boot", "time" } );
@@ -152,6 +182,26 @@ whyJson( HostConnection const& host, std::string const& interface ) {
 }
 
 } // namespace
+
+std::string
+portAmong( std::vector< IntfId > const& ports ) {
+   return "a port; there are " +
+      ( ports.empty() ? "none" : shortened( intfRanges( ports ) ) );
+}
+
+void
+refusePortChannel(
+   std::string const& portChannel,
+   std::vector< IntfId > const& members,
+   std::vector< IntfId > const& ports ) {
+   throw Failure(
+      ExitStatus::badInput,
+      fmt::format(
+         "ostra why: {}: a port-channel, and it is ports that are held: expected {}",
+         inQuotes( portChannel ),
+         members.empty() ? portAmong( ports )
+                         : "one that is in it: " + shortened( intfRanges( members ) ) ) );
+}
 
 Json
 patchOf( PossibleChange const& change ) {

@@ -137,4 +137,27 @@ TEST( Client, SaysWhyAPortIsNotHeldAndWhatIsNotForClientsToChange ) {
       "2 ostra why: ports: \"Ethernet9\": expected a port that is there or held" );
 }
 
+TEST( Client, IsAskedOfAPortChannelByItsPorts ) {
+   LiveApi api;
+   auto const why = [ &api ]( std::string const& interface ) {
+      return saidBy( api, [ & ]( auto const& options, auto& out ) {
+         tellWhy( options, interface, out );
+      } );
+   };
+   EXPECT_EQ(
+      why( "Port-Channel9" ),
+      "2 ostra why: \"Port-Channel9\": a port-channel, and it is ports that are held: "
+      "expected a port; there are Ethernet1-2,3/1" );
+   api.patch(
+      "/v1/state/lagInputConfig/phyIntf",
+      R"({"Ethernet2":{"lag":"Port-Channel9"},"Ethernet3/1":{"lag":"Port-Channel9"}})" );
+   EXPECT_EQ(
+      why( "Port-Channel9" ),
+      "2 ostra why: \"Port-Channel9\": a port-channel, and it is ports that are held: "
+      "expected one that is in it: Ethernet2,3/1" );
+   EXPECT_EQ(
+      why( "Port-Channel" ),
+      "2 ostra why: ports: \"Port-Channel\": expected a port that is there or held" );
+}
+
 } // namespace ostra
