@@ -27,6 +27,12 @@ for name in libryx libryxtypes; do
    grep -qxF "$name$minor" <<<"$packages" || complain "debian/control has no $name$minor"
 done
 
+# Whom all of it names.
+sed -nE 's/^(Maintainer|Upstream-Contact): //p; s/^ -- (.*>)  .*/\1/p' \
+   "$debian"/{control,copyright} <(sed '/^ -- /q' "$debian/changelog") >"$work/named"
+[ "$(wc -l <"$work/named")" = 3 ] && [ "$(sort -u "$work/named" | wc -l)" = 1 ] ||
+   complain "control, copyright and changelog name others: $(cat "$work/named")"
+
 # Every installed file is in one package, and every pattern is for one.
 DESTDIR=$work cmake --install "$build" --prefix /usr >/dev/null
 mv "$work/usr/etc" "$work/etc"
