@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace ostra::http {
@@ -17,6 +18,13 @@ namespace {
 
 // A line that says how long a chunk is.
 constexpr std::size_t longestChunkLine = 256;
+
+// Two readers of a request that has two of them could take either. Those that say where the
+// request is for, and how long it is, are looked at where they are read.
+constexpr std::array< std::string_view, 7 > singleHeaders = {
+   "authorization", "content-type",   "expect",        "last-event-id",
+   "origin",        "sec-fetch-mode", "sec-fetch-site"
+};
 
 bool
 isTokenCharacter( char c ) {
@@ -262,6 +270,9 @@ RequestParser::onlyHeader( std::string_view name ) {
 
 void
 RequestParser::endHeaders() {
+   for ( std::string_view const name : singleHeaders ) {
+      onlyHeader( name );
+   }
    readHost();
    readConnection();
    readExpectation();
@@ -285,14 +296,16 @@ RequestParser::readHost() {
 
 void
 RequestParser::readConnection() {
-   std::string const* const connection = request_.header( "connection" );
-   if ( !connection ) {
-      return;
+   // A list, which may stand in several headers.
+   std::string wishes;
+   for ( auto const& [ name, value ] : request_.headers ) {
+      if ( name == "connection" ) {
+         wishes += inLowerCase( value ) + ',';
+      }
    }
-   std::string const wish = inLowerCase( *connection );
-   if ( wish.find( "close" ) != wish.npos ) {
+   if ( wishes.find( "close" ) != wishes.npos ) {
       request_.isPersistent = false;
-   } else if ( wish.find( "keep-alive" ) != wish.npos ) {
+   } else if ( wishes.find( "keep-alive" ) != wishes.npos ) {
       request_.isPersistent = true;
    }
 }

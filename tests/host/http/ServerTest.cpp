@@ -231,6 +231,9 @@ TEST( HttpServer, KeepsTheConnectionAsTheVersionHasIt ) {
    EXPECT_EQ( statusOf( kept.readAnswer() ), 200 );
    kept.send( getOf( "/echo", "Connection: close\r\n" ) );
    EXPECT_EQ( statusOf( kept.readAll() ), 200 );
+   auto listed = echo.client();
+   listed.send( getOf( "/echo", "Connection: keep-alive\r\nConnection: close\r\n" ) );
+   EXPECT_NE( listed.readAnswer().find( "Connection: close" ), std::string::npos );
 }
 
 TEST( HttpServer, WritesWithTheTokenOrThroughTheSocket ) {
