@@ -37,7 +37,8 @@ bootIdOf( Config const& config ) {
          fmt::format(
             "{}: empty: expected what tells one boot from another", config.bootId ) );
    }
-   return text;
+   // It is told in JSON.
+   return oneLine( text );
 }
 
 LinuxDriver::Options

@@ -145,6 +145,15 @@ TEST_F( Serve, AWrongFileIsRefusedBeforeAnythingHappens ) {
    EXPECT_EQ( ostraRun( "serve --check --config " + config ).status, 2 );
 }
 
+TEST_F( Serve, ABootIdMayBeOfAnyOctets ) {
+   std::string const noText = ostra::temporaryFile( "boot-id", "\xff\xfe\n" );
+   configure( "  mlagConfig: { reloadDelay: 5 }\n", "bootId: " + noText + "\n" );
+   for ( int i = 0; i < 2; ++i ) {
+      auto const outcome = outcomeOf( SIGTERM );
+      EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+   }
+}
+
 TEST_F( Serve, AFileCanBeCheckedWithoutServing ) {
    auto const outcome = ostraRun( "serve --check --config " + config );
    EXPECT_EQ( outcome.status, 0 );
