@@ -3,10 +3,9 @@
 
 #include <host/api/LongAnswers>
 
-#include <host/base/Failure>
-
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <ostream>
 #include <utility>
 
@@ -72,8 +71,9 @@ LongAnswers::begin() {
          copies_.start(
             [ this ]( std::ostream& out ) { out << making_->make() << '\n'; },
             [ this ]( Forecasts::Outcome outcome ) { take( std::move( outcome ) ); } );
-      } catch ( Failure const& failure ) {
-         answerAll( notMade( making_->what, failure.what() ) );
+      } catch ( std::exception const& error ) {
+         // Whatever it is: with one that is never over nobody would be answered any more.
+         answerAll( notMade( making_->what, error.what() ) );
       }
    }
 }

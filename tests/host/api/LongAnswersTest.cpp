@@ -4,15 +4,21 @@
 // What is too much to be told while everybody else waits: a copy of the process tells it.
 
 #include "LiveApi"
+#include "serve/LiveForecast"
 
 #include <host/api/LongAnswers>
 #include <host/base/JsonLine>
 
 #include <fmt/format.h>
+#include <support/AllocationCounter>
 
 #include <csignal>
+#include <memory>
+#include <new>
+#include <optional>
 #include <stdexcept>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -63,13 +69,26 @@ class MadeAnswers {
       return client;
    }
 
-   // Its copy stops before it tells anything.
-   pid_t stopped() {
+   // The next copy that has stopped; none when the client is answered without it.
+   std::optional< pid_t > stoppedFor( http::TestClient const& client ) {
       siginfo_t child{};
-      while ( waitid( P_ALL, 0, &child, WSTOPPED | WNOHANG ) != 0 || child.si_pid == 0 ) {
+      while ( !client.hasSomething() ) {
+         bool const isOne = waitid( P_ALL, 0, &child, WSTOPPED | WNOHANG ) == 0;
+         if ( isOne && child.si_pid != 0 ) {
+            return child.si_pid;
+         }
          api.loop.turn();
       }
-      return child.si_pid;
+      return std::nullopt;
+   }
+
+   // What it is answered if no further copy stops before.
+   std::string told( http::TestClient& client ) {
+      if ( auto const further = stoppedFor( client ) ) {
+         ADD_FAILURE() << "a further copy was made";
+         kill( *further, SIGCONT );
+      }
+      return bodyOf( client.readAnswer() );
    }
 
    LiveApi api;
@@ -81,7 +100,55 @@ class MadeAnswers {
    http::Server server_{ api.loop.base() };
 };
 
+// Before it tells anything; not when this process itself is to tell it.
+LongAnswers::Make
+stopped( LongAnswers::Make const& make ) {
+   return [ make, original = getpid() ] {
+      if ( getpid() != original ) {
+         raise( SIGSTOP );
+      }
+      return make();
+   };
+}
+
+// Grows whenever a child that has ended is waited for: it has touched memory.
+long
+workOfCopies() {
+   rusage used{};
+   getrusage( RUSAGE_CHILDREN, &used );
+   return used.ru_minflt;
+}
+
+// Whoever asks without a connection.
+class Asker final : public http::Answerer {
+ public:
+   void answer( http::Response response ) override { status = response.status; }
+   void answer( http::Stream ) override {}
+   void wake() override {}
+   void goneIs( std::function< void() > ) override {}
+
+   int status = 0;
+};
+
 } // namespace
+
+TEST( LongAnswers, AreMadeByACopyWhereThereIsMoreThanIsToldAtOnce ) {
+   for ( int const more : { 0, 1 } ) {
+      LiveApi api(
+         fmt::format(
+            "{{ ethPhyIntfStatus: {{ intfStatus: {{ {} }} }}, "
+            "ethIntfStatusDir: {{ intfStatus: {{ {} }} }} }}",
+            portsUpTo( manyPorts - 1 + more, "{}" ),
+            portsUpTo( manyMembers - 1 + more, "{}" ) ),
+         Milliseconds( 1000 ) );
+      for ( char const* const target :
+            { "/v1/ports", "/v1/state/ethIntfStatusDir/intfStatus" } ) {
+         long const before = workOfCopies();
+         EXPECT_EQ( statusOf( api.get( target ) ), 200 );
+         EXPECT_EQ( workOfCopies() > before, more > 0 ) << target;
+      }
+   }
+}
 
 TEST( LongAnswers, TellManyPortsAsEachOfThem ) {
    LiveApi api(
@@ -123,40 +190,71 @@ TEST( LongAnswers, TellMuchOfTheStateAsItIs ) {
 }
 
 TEST( LongAnswers, LetOthersBeAnsweredMeanwhileAndTellWhatWasSoAtTheirBeginning ) {
-   MadeAnswers made( [ & ] {
-      raise( SIGSTOP );
+   MadeAnswers made( stopped( [ & ] {
       return made.api.live.state( { "mlagStatus", "mlagState" } )->dump();
-   } );
+   } ) );
    auto client = made.ask();
-   pid_t const copy = made.stopped();
+   auto const copy = made.stoppedFor( client );
+   ASSERT_TRUE( copy );
    EXPECT_EQ(
       statusOf( made.api.patch( "/v1/state/mlagStatus", "{\"mlagState\": 3}" ) ), 200 );
    EXPECT_EQ( made.api.json( "/v1/state/mlagStatus/mlagState" ), 3 );
-   kill( copy, SIGCONT );
-   EXPECT_EQ( bodyOf( client.readAnswer() ), "4\n" );
+   kill( *copy, SIGCONT );
+   EXPECT_EQ( made.told( client ), "4\n" );
 }
 
 TEST( LongAnswers, AreMadeOnceForAllWhoAskBeforeSomethingChanges ) {
-   MadeAnswers made( [] {
-      raise( SIGSTOP );
-      return std::to_string( getpid() );
-   } );
+   MadeAnswers made( stopped( [] { return std::to_string( getpid() ); } ) );
    auto first = made.ask();
-   pid_t const copy = made.stopped();
+   auto const copy = made.stoppedFor( first );
+   ASSERT_TRUE( copy );
    auto second = made.ask();
    made.api.json( "/v1/state/mlagStatus" );
    made.api.patch( "/v1/state/mlagStatus", "{\"mlagState\": 3}" );
    auto third = made.ask();
    auto fourth = made.ask();
    made.api.json( "/v1/state/mlagStatus" );
-   kill( copy, SIGCONT );
-   EXPECT_EQ( bodyOf( first.readAnswer() ), fmt::format( "{}\n", copy ) );
-   EXPECT_EQ( bodyOf( second.readAnswer() ), fmt::format( "{}\n", copy ) );
-   pid_t const next = made.stopped();
-   EXPECT_NE( next, copy );
-   kill( next, SIGCONT );
-   EXPECT_EQ( bodyOf( third.readAnswer() ), fmt::format( "{}\n", next ) );
-   EXPECT_EQ( bodyOf( fourth.readAnswer() ), fmt::format( "{}\n", next ) );
+   kill( *copy, SIGCONT );
+   EXPECT_EQ( made.told( first ), fmt::format( "{}\n", *copy ) );
+   EXPECT_EQ( made.told( second ), fmt::format( "{}\n", *copy ) );
+   auto const next = made.stoppedFor( third );
+   ASSERT_TRUE( next ) << "it was told what was so before the change";
+   EXPECT_NE( *next, *copy );
+   kill( *next, SIGCONT );
+   EXPECT_EQ( made.told( third ), fmt::format( "{}\n", *next ) );
+   EXPECT_EQ( made.told( fourth ), fmt::format( "{}\n", *next ) );
+}
+
+// Every allocation on the way to a copy is refused once.
+TEST( LongAnswers, OneThatCannotBeBegunKeepsNobodyElseFromTheirs ) {
+   LiveApi api;
+   LongAnswers answers( api.loop.base(), api.live );
+   auto const ask = [ & ]( std::shared_ptr< Asker > const& asker ) {
+      answers.send(
+         "it", [] { return std::string( "1" ); }, http::Reply( asker ) );
+   };
+   bool isRefused = true;
+   for ( std::size_t nth = 1; isRefused; ++nth ) {
+      auto const first = std::make_shared< Asker >();
+      {
+         support::AllocationFailure const failure(
+            nth, support::AllocationFailure::Of::one );
+         try {
+            ask( first );
+         } catch ( std::bad_alloc const& ) {
+            first->status = 500;
+         }
+         isRefused = failure.refused();
+      }
+      auto const second = std::make_shared< Asker >();
+      ask( second );
+      // What a copy has told is read in the turn behind its end.
+      for ( int left = 2; second->status == 0 && left > 0; left -= hasChild() ? 0 : 1 ) {
+         api.loop.turn();
+      }
+      ASSERT_EQ( second->status, 200 ) << nth;
+      EXPECT_NE( first->status, 0 ) << nth;
+   }
 }
 
 TEST( LongAnswers, SayWhyTheyCouldNotBeMade ) {

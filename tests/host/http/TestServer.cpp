@@ -222,6 +222,13 @@ TestClient::readAnswer() {
    return answer;
 }
 
+bool
+TestClient::hasSomething() const {
+   char octet = 0;
+   return !received_.empty() ||
+      recv( descriptor_, &octet, 1, MSG_PEEK | MSG_DONTWAIT ) >= 0;
+}
+
 int
 statusOf( std::string const& answer ) {
    constexpr std::string_view version = "HTTP/1.1 ";
