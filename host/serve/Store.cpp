@@ -33,7 +33,7 @@ Store::Store( std::string const& directory, HistoryLimits limits, LiveTime const
       : files_( directory ),
         limits_( limits ),
         time_( time ),
-        numbersTold_( files_.numbersTold() ) {
+        numbersTold_( files_.told().number() ) {
    if ( !files_.lock() ) {
       throw Failure(
          ExitStatus::failed,
@@ -75,7 +75,8 @@ Store::openFile( Milliseconds wait ) {
    if ( !separated.empty() ) {
       finding_ = separated;
    }
-   if ( files_.isOther() ) {
+   bool const isOther = files_.isOther();
+   if ( isOther ) {
       leaveNumbers();
    }
    std::error_code error;
@@ -83,22 +84,30 @@ Store::openFile( Milliseconds wait ) {
       StoreDatabase::create( files_.database() );
    }
    database_ = std::make_unique< StoreDatabase >( files_.database(), wait );
-   take( database_->load() );
+   take( database_->load(), isOther ? 0 : files_.written().number() );
    files_.adopt();
    if ( numbersTold_ == 0 ) {
-      files_.numbersToldAre( 0 );
+      files_.told().durableNumberIs( 0 );
    }
 }
 
 void
-Store::take( StoreContent content ) {
+Store::take( StoreContent content, std::int64_t written ) {
    isEmpty_ = content.note.empty();
    if ( isStarted_ && !isEmpty_ ) {
       throw StoreDamage( "not read when this host started" );
    }
    rows_ = std::move( content.rows );
    note_ = std::move( content.note );
-   nextId_ = std::max( { nextId_, content.nextId, numbersTold_ } );
+   if ( written > content.nextId ) {
+      finding_ = fmt::format(
+         "{}: ends before record {}, and {} was written: what changed from there on is "
+         "lost",
+         files_.database(),
+         content.nextId,
+         written - 1 );
+   }
+   nextId_ = std::max( { nextId_, content.nextId, written, numbersTold_ } );
    areNumbersLost_ = nextId_ > content.nextId;
 }
 
@@ -146,7 +155,7 @@ void
 Store::leaveNumbers() {
    std::int64_t const date = time_.date().count() * 1000;
    nextId_ = std::max( { nextId_, numbersTold_, date } );
-   if ( files_.numbersToldAre( nextId_ ) ) {
+   if ( files_.told().durableNumberIs( nextId_ ) ) {
       numbersTold_ = nextId_;
    }
 }
@@ -194,7 +203,7 @@ Store::failed( std::string const& why ) {
 void
 Store::reserveNumbers() {
    std::int64_t const below = waiting_.nextId + reserved;
-   if ( waiting_.nextId > numbersTold_ && files_.numbersToldAre( below ) ) {
+   if ( waiting_.nextId > numbersTold_ && files_.told().durableNumberIs( below ) ) {
       numbersTold_ = below;
    }
 }
@@ -212,12 +221,13 @@ Store::write( AllRows const& allRows ) {
    database_->write(
       waiting_,
       { limits_.records, firstOfBoot_, time_.date() - age, time_.instant() - age } );
+   files_.written().numberIs( waiting_.nextId );
    isEmpty_ = false;
    isFailing_ = false;
    waiting_ = {};
    problem_.clear();
    if ( numbersTold_ != 0 ) {
-      files_.numbersToldAre( 0 );
+      files_.told().durableNumberIs( 0 );
       numbersTold_ = 0;
    }
 }

@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -26,7 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
-constexpr int digits = 20;
 constexpr std::chrono::seconds longestEnding{ 2 };
 constexpr std::chrono::milliseconds betweenLocks{ 10 };
 
@@ -63,13 +61,13 @@ asideName( std::string const& path, std::string const& date ) {
 }
 
 StoreFiles::StoreFiles( std::string directory )
-      : database_( std::move( directory ) + "/state.db" ) {}
+      : database_( std::move( directory ) + "/state.db" ),
+        told_( database_ + "-numbers" ),
+        written_( database_ + "-last" ) {}
 
 StoreFiles::~StoreFiles() {
-   for ( int const file : { numbers_, lock_ } ) {
-      if ( file >= 0 ) {
-         close( file );
-      }
+   if ( lock_ >= 0 ) {
+      close( lock_ );
    }
 }
 
@@ -155,30 +153,6 @@ StoreFiles::setAside( std::string const& date ) const {
    fs::rename( database_, aside );
    moveLogs( database_, aside );
    return aside;
-}
-
-std::int64_t
-StoreFiles::numbersTold() const {
-   std::string const text = firstLineOf( database_ + "-numbers" );
-   std::int64_t below = 0;
-   std::size_t const first = text.find_first_not_of( '0' );
-   if ( first != text.npos ) {
-      std::from_chars( text.data() + first, text.data() + text.size(), below );
-   }
-   return below;
-}
-
-bool
-StoreFiles::numbersToldAre( std::int64_t below ) {
-   std::string const path = database_ + "-numbers";
-   if ( numbers_ < 0 ) {
-      numbers_ = open( path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600 );
-   }
-   // In its place: that takes no room.
-   std::string const text = fmt::format( "{:0{}}\n", below, digits );
-   auto const size = static_cast< ssize_t >( text.size() );
-   return numbers_ >= 0 && pwrite( numbers_, text.data(), text.size(), 0 ) == size &&
-      fdatasync( numbers_ ) == 0;
 }
 
 } // namespace ostra

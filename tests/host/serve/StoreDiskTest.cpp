@@ -70,11 +70,38 @@ class StoreDisk : public testing::Test {
       return process.at( { "mlagConfig", "domainId" } );
    }
 
+   // What a start from a copy of the directory would tell next.
+   std::pair< std::int64_t, std::uint64_t > next() {
+      ostra::TemporaryDirectory const copy;
+      fs::copy( state(), copy.path(), fs::copy_options::recursive );
+      auto const next = nextOf( copy.path() );
+      EXPECT_GT( next.first, 1 );
+      return next;
+   }
+   // A start on what was left, which has lost a part of it.
+   void expectToSayWhatIsLost( std::pair< std::int64_t, std::uint64_t > const& told ) {
+      std::pair const now = nextOf( state() );
+      EXPECT_THAT(
+         findings, ElementsAre( HasSubstr( "what changed from there on is lost" ) ) );
+      EXPECT_GE( now.first, told.first );
+      EXPECT_GE( now.second, told.second );
+      domain();
+      EXPECT_THAT( findings, IsEmpty() );
+   }
+
    ostra::SimulatedClock clock;
    FakeDriver driver;
    std::vector< std::string > findings;
 
  private:
+   std::pair< std::int64_t, std::uint64_t > nextOf( std::string const& directory ) {
+      LiveProcess process( directory, clock, driver );
+      std::int64_t const number = process.host().store().nextId();
+      process.start();
+      findings = process.host().findings();
+      return { number, process.host().live().revision() };
+   }
+
    ostra::TemporaryDirectory const directory_;
 };
 
@@ -246,4 +273,53 @@ TEST_F( StoreDisk, NumbersThatWereToldBeforeItWasLostAreNotToldAgain ) {
    fs::remove( file() );
    EXPECT_GT( next().first, third.first );
    EXPECT_GT( next().second, third.second );
+}
+
+TEST_F( StoreDisk, ALogThatIsGoneIsSaidAndItsNumbersAreNotToldAgain ) {
+   EXPECT_EQ( domain(), "" );
+   leaveKilled( "a" );
+   auto const told = next();
+   fs::remove( file( "-wal" ) );
+   expectToSayWhatIsLost( told );
+}
+
+TEST_F( StoreDisk, ALogThatWasOverwrittenIsSaidAndItsNumbersAreNotToldAgain ) {
+   EXPECT_EQ( domain(), "" );
+   leaveKilled( "a" );
+   auto const told = next();
+   std::ofstream( file( "-wal" ) ) << std::string( fs::file_size( file( "-wal" ) ), 'x' );
+   expectToSayWhatIsLost( told );
+}
+
+TEST_F( StoreDisk, AnOlderOneThatWasWrittenOverItIsSaid ) {
+   EXPECT_EQ( domain(), "" );
+   fs::copy_file( file(), file( ".backup" ) );
+   leaveKilled( "a" );
+   EXPECT_EQ( domain(), "a" );
+   auto const told = next();
+   fs::copy_file( file( ".backup" ), file(), fs::copy_options::overwrite_existing );
+   expectToSayWhatIsLost( told );
+}
+
+TEST_F( StoreDisk, ItsNumbersGoOnWhenItNoLongerKnowsThem ) {
+   leaveKilled( "a" );
+   auto const told = next();
+   ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( "DELETE FROM kept" );
+   expectToSayWhatIsLost( told );
+   EXPECT_EQ( domain(), "a" );
+}
+
+TEST_F( StoreDisk, ALastNumberThatNobodyWroteIsNotHeard ) {
+   leaveKilled( "a" );
+   auto const told = next();
+   for ( char const* text :
+         { "", "x\n", "-5\n", "99999999999999999999\n", "9223372036854775807\n", "0\n" } ) {
+      std::ofstream( file( "-last" ) ) << text;
+      EXPECT_EQ( next(), told ) << text;
+      EXPECT_THAT( findings, IsEmpty() ) << text;
+   }
+   fs::remove( file( "-last" ) );
+   fs::create_directory( file( "-last" ) );
+   EXPECT_EQ( domain(), "a" );
+   EXPECT_THAT( findings, IsEmpty() );
 }

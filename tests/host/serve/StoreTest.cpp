@@ -129,6 +129,8 @@ TEST_F( StoreTest, AnyFlippedBitIsFoundOrDoesNoHarm ) {
       std::string text = before;
       text[ at ] = static_cast< char >( text[ at ] ^ 4 );
       write( text );
+      // The one before has written more than that.
+      fs::remove( state() + "/state.db-last" );
       LiveProcess process( state(), clock, driver );
       process.start( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet5": {}}}})" );
       bool const isAsBefore = process.at( { "mlagConfig", "reloadDelay" } ) == 20;
