@@ -73,7 +73,7 @@ Connection::~Connection() {
    event_free( deadline_ );
    event_free( again_ );
    evbuffer_remove_cb( bufferevent_get_output( events_ ), onOutput, this );
-   site_.output -= waiting();
+   site_.output -= countedOutput_;
    bufferevent_free( events_ );
 }
 
@@ -131,8 +131,8 @@ Connection::onEvent( bufferevent*, short what, void* self ) {
 }
 
 void
-Connection::onOutput( evbuffer*, evbuffer_cb_info const* change, void* self ) {
-   static_cast< Connection* >( self )->site_.output += change->n_added - change->n_deleted;
+Connection::onOutput( evbuffer*, evbuffer_cb_info const*, void* self ) {
+   static_cast< Connection* >( self )->countOutput();
 }
 
 void

@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include <event2/buffer.h>
 #include <event2/bufferevent.h>
 #include <event2/event.h>
@@ -19,28 +21,59 @@ namespace {
 // a client that its change has been made.
 constexpr std::size_t smallAnswer = 4096;
 
-// The buffer keeps the body for as long as it needs it.
+// Of a body in a buffer, for as long as it is there.
+struct Reference {
+   Body body;
+   std::shared_ptr< SentBodies > sent;
+   // Of all bodies in that buffer.
+   std::shared_ptr< std::size_t > size;
+};
+
 void
-releaseReference( void const*, std::size_t, void* body ) {
-   delete static_cast< Body* >( body );
+releaseReference( void const*, std::size_t, void* self ) {
+   auto const* const reference = static_cast< Reference* >( self );
+   reference->sent->remove( reference->body );
+   *reference->size -= reference->body->size();
+   delete reference;
 }
 
 void
-addBody( evbuffer* output, Body const& body ) {
-   auto holder = std::make_unique< Body >( body );
-   if (
+addReference( evbuffer* output, std::unique_ptr< Reference > reference ) {
+   Body const& body = reference->body;
+   reference->sent->add( body );
+   *reference->size += body->size();
+   bool const isAdded =
       evbuffer_add_reference(
-         output, body->data(), body->size(), releaseReference, holder.get() ) == 0 ) {
-      static_cast< void >( holder.release() );
+         output, body->data(), body->size(), releaseReference, reference.get() ) == 0;
+   if ( isAdded ) {
+      static_cast< void >( reference.release() );
+   } else {
+      releaseReference( nullptr, 0, reference.release() );
    }
 }
 
 } // namespace
 
 bool
-Connection::hasRoom( std::size_t octets ) const {
+Connection::hasRoom() const {
    std::size_t const most = site_.limits.allOutput;
-   return site_.output + octets <= ( isUnix_ ? most : most / 2 );
+   return site_.output <= ( isUnix_ ? most : most / 2 );
+}
+
+bool
+Connection::hasRoomFor( Body const& body ) const {
+   std::size_t const most = site_.limits.allSent;
+   return body->size() <= smallAnswer || site_.sent->contains( body ) ||
+      site_.sent->size() + body->size() <= ( isUnix_ ? most : most / 2 );
+}
+
+// The first body in the buffer may be there in part.
+void
+Connection::countOutput() {
+   std::size_t const all = waiting();
+   std::size_t const own = all - std::min( all, *referenced_ );
+   site_.output += own - countedOutput_;
+   countedOutput_ = own;
 }
 
 std::size_t
@@ -71,8 +104,7 @@ Connection::answer( Response response ) {
       return;
    }
    auto const self = shared_from_this();
-   bool const isLarge = response.body && !isHead_ && response.body->size() > smallAnswer;
-   if ( isLarge && !hasRoom( response.body->size() ) ) {
+   if ( response.body && !isHead_ && !hasRoomFor( response.body ) ) {
       isPersistent_ = false;
       response = problemResponse(
          { 503, "answers", "too many that nobody has taken", "another try later" } );
@@ -80,7 +112,10 @@ Connection::answer( Response response ) {
    gone_ = nullptr;
    send( response, response.body ? response.body->size() : 0 );
    if ( response.body && !response.body->empty() && !isHead_ ) {
-      addBody( bufferevent_get_output( events_ ), response.body );
+      addReference(
+         bufferevent_get_output( events_ ),
+         std::make_unique< Reference >(
+            Reference{ response.body, site_.sent, referenced_ } ) );
    }
    finishAnswer();
 }
@@ -145,7 +180,7 @@ void
 Connection::pump() {
    auto const self = shared_from_this();
    while ( state_ == State::streaming && waiting() < site_.limits.queue &&
-           ( waiting() == 0 || hasRoom( 0 ) ) ) {
+           ( waiting() == 0 || hasRoom() ) ) {
       auto const piece = next_();
       if ( piece && piece->empty() ) {
          return;

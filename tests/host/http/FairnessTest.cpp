@@ -75,7 +75,7 @@ TEST( HttpFairness, ManyRequestsOfOneClientLeaveTurnsToTheOthers ) {
 }
 
 TEST( HttpFairness, AnswersThatNobodyTakesAreLimitedForAllTogether ) {
-   EchoServer echo( { .allOutput = 8U << 20 } );
+   EchoServer echo( { .allSent = 8U << 20 } );
    auto const clients = idleReaders( echo, 1 );
    // The network has half of it, of which something waits: the system takes a part.
    EXPECT_EQ( statusOf( echo.client().send( getRequestOf( "/big" ) ).readAnswer() ), 503 );
@@ -84,8 +84,30 @@ TEST( HttpFairness, AnswersThatNobodyTakesAreLimitedForAllTogether ) {
       statusOf( echo.unixClient().send( getRequestOf( "/big" ) ).readAnswer() ), 200 );
 }
 
+TEST( HttpFairness, AnAnswerThatManyTakeCountsOnce ) {
+   EchoServer echo( { .allSent = 8U << 20 } );
+   Response const same = textResponse( "text/plain", std::string( 4U << 20, 'x' ) );
+   std::vector< TestClient > clients;
+   for ( std::size_t i = 0; i < 8; ++i ) {
+      clients.push_back( echo.client() );
+      clients.back().send( getRequestOf( "/later" ) );
+      while ( echo.replies.size() <= i && !echo.loop.isOver() ) {
+         echo.loop.turn();
+      }
+   }
+   for ( Reply const& reply : echo.replies ) {
+      reply.send( same );
+   }
+   // There is no room for another one, until all have taken this one.
+   EXPECT_EQ( statusOf( echo.client().send( getRequestOf( "/big" ) ).readAnswer() ), 503 );
+   for ( TestClient& client : clients ) {
+      EXPECT_EQ( bodyOf( client.readAnswer() ).size(), same.body->size() );
+   }
+   EXPECT_EQ( statusOf( echo.client().send( getRequestOf( "/big" ) ).readAnswer() ), 200 );
+}
+
 TEST( HttpFairness, AnswersCountNoLongerThanTheirConnection ) {
-   EchoServer echo( { .allOutput = 8U << 20 } );
+   EchoServer echo( { .allSent = 8U << 20 } );
    for ( int i = 0; i < 3; ++i ) {
       auto clients = idleReaders( echo, 1 );
       clients.clear();
