@@ -69,10 +69,15 @@ ChildEnd::look() {
 
 void
 ChildEnd::wait( std::chrono::milliseconds longest ) noexcept {
+   using Clock = std::chrono::steady_clock;
+   auto const last = Clock::now() + longest;
    reap();
-   if ( !isReaped_ ) {
+   // A signal ends a wait before its time.
+   for ( auto left = longest; !isReaped_ && left.count() > 0;
+         left = std::chrono::duration_cast< std::chrono::milliseconds >(
+            last - Clock::now() ) ) {
       pollfd end{ child_.end, POLLIN, 0 };
-      poll( &end, 1, static_cast< int >( longest.count() ) );
+      poll( &end, 1, static_cast< int >( left.count() ) );
       reap();
    }
 }

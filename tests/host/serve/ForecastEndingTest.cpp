@@ -5,6 +5,7 @@
 
 #include "LiveForecast"
 #include "Shared"
+#include "SignalAction"
 
 #include <host/base/Failure>
 
@@ -17,6 +18,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 
 using ostra::asLines;
 using ostra::Failure;
@@ -243,6 +245,23 @@ TEST_F( ForecastEnding, IsOverAtOnceWhenTheLoopHasNoMemoryToHearOfIt ) {
    }
    forecasts.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
    EXPECT_EQ( forecasts.running(), 1U );
+}
+
+TEST_F( ForecastEnding, IsWaitedForAlthoughSignalsComeMeanwhile ) {
+   ostra::SignalAction const heard( SIGUSR1, []( int ) {} );
+   pid_t const host = getpid();
+   pid_t const copy = fork();
+   if ( copy == 0 ) {
+      for ( int i = 0; i < 100; ++i ) {
+         kill( host, SIGUSR1 );
+         usleep( 1'000 );
+      }
+      _exit( 0 );
+   }
+   auto const end = static_cast< int >( syscall( SYS_pidfd_open, copy, 0 ) );
+   ostra::ChildEnd child( process.loop().base(), { copy, end }, []( int ) {} );
+   child.wait( std::chrono::minutes( 10 ) );
+   EXPECT_FALSE( hasChild() );
 }
 
 TEST_F( ForecastEnding, NeedsADescriptorThatTheLoopCanHear ) {
