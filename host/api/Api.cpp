@@ -74,6 +74,11 @@ pageResponse() {
       "text/html; charset=utf-8",
       std::string( page::head() ) + std::string( page::tail() ) );
    page.contentSecurityPolicy = page::contentSecurityPolicy();
+   // What its script asks for first is on its way while the browser still reads it.
+   for ( char const* const path : { "/v1/summary", "/v1/ports", "/v1/alarms" } ) {
+      page.headers.emplace_back(
+         "Link", fmt::format( "<{}>; rel=preload; as=fetch", path ) );
+   }
    return page;
 }
 

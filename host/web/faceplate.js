@@ -6,15 +6,33 @@
 
 import { classWords, duration, plain, portStates, secondsLeft, stateOf } from './model.js';
 import { layoutOf } from './layout.js';
-import { Component, html, notAlike, StateMark, useMemo, useState } from './parts.js';
+import { Component, html, notAlike, StateMark, useEffect, useMemo, useState } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 
 /** Beyond that many ports each is smaller, and what is below them is far away. */
 export const manyPorts = 150;
 
-/** Is drawn again only when what it shows has changed. Its title is its name: what is in it is
- * for the eye. */
+/** In milliseconds: by then the first picture is on the screen. */
+const untilWhole = 100;
+
+/** In pixels: what is above the plate, a row of blocks, and, with the gaps beside them, a port and
+ * what is around those of a block. Nothing is smaller on any screen. */
+const above = 300;
+const rowHeight = 107;
+const portWidth = 39;
+const portHeight = 45;
+const around = 17;
+
+/** In square pixels: no more is in sight before somebody scrolls. */
+const roomInSight = () => innerWidth * Math.max(0, innerHeight - above + rowHeight);
+
+/** In square pixels: no less. @param {import('./layout.js').Cage[]} block */
+const roomOf = block => (Math.ceil(block.length / 2) * portWidth + around) *
+   (Math.min(block.length, 2) * portHeight + around);
+
+/** Is drawn again only when what it shows has changed. One element each, as a switch has many:
+ * its number and the time that is left are drawn from attributes, for the eye alone. */
 class PortButton extends Component {
    /** @param {any} next */
    shouldComponentUpdate(next) {
@@ -25,15 +43,12 @@ class PortButton extends Component {
    }
 
    render() {
-      const { name, label, words, state, left, isSelected, isStop, isOther, onSelect } = this.props;
+      const { name, label, words, state, left, isSelected, isStop, isOther } = this.props;
       const says = plain(`${name}: ${words}${isOther ? `, ${notAlike}` : ''}`);
       return html`<button type="button" class=${`port s-${state} ${isOther ? 'other' : ''}`} data-port=${name}
-         data-state=${state} aria-current=${isSelected ? 'true' : 'false'}
-         title=${says} tabindex=${isStop ? 0 : -1} onClick=${() => onSelect(name)}>
-         <span class="label" aria-hidden="true">${label}</span>
-         <span class="symbol" aria-hidden="true">${portStates[state].mark}</span>
-         <span class="left" aria-hidden="true">${left}</span>
-      </button>`;
+         data-state=${state} data-label=${label} data-left=${left} aria-label=${says} title=${says}
+         aria-current=${isSelected ? 'true' : 'false'} tabindex=${isStop ? 0 : -1}
+         >${portStates[state].mark}</button>`;
    }
 }
 
@@ -81,6 +96,14 @@ function onKey(event, onStop) {
    }
 }
 
+/** The name of the port that somebody has clicked on.
+ * @param {MouseEvent} event @returns {string|undefined} */
+function portAt({ target }) {
+   const button = /** @type {HTMLElement|null} */ (
+      /** @type {Element} */ (target).closest('button.port'));
+   return button?.dataset.port;
+}
+
 /** @type {Set<string>} */
 const none = new Set();
 
@@ -94,6 +117,18 @@ export function Faceplate({ ports, now, selected, onSelect, others = none }) {
    const [left, setStop] = useState(/** @type {string|null} */ (null));
    const stop = left !== null && ports.has(left)
       ? left : modules[0]?.blocks[0]?.[0]?.ports[0]?.name;
+   // The first picture does not wait for what is out of sight.
+   const [isWhole, setWhole] = useState(ports.size <= manyPorts);
+   useEffect(() => {
+      const timer = setTimeout(() => setWhole(true), untilWhole);
+      return () => clearTimeout(timer);
+   }, []);
+   let room = isWhole ? Infinity : roomInSight();
+   const hasRoomFor = (/** @type {import('./layout.js').Cage[]} */ block) => {
+      const hasRoom = room > 0;
+      room -= roomOf(block);
+      return hasRoom;
+   };
    const button = (/** @type {{ name: string, label: string }} */ { name, label }) => {
       const port = /** @type {Port} */ (ports.get(name));
       const state = stateOf(port);
@@ -102,19 +137,23 @@ export function Faceplate({ ports, now, selected, onSelect, others = none }) {
       return html`<${PortButton} key=${name} name=${name} label=${label}
          state=${state} left=${seconds === null ? '' : duration(seconds)}
          words=${`${portStates[state].words}, ${classWords[port.class] ?? port.class}`}
-         isSelected=${name === selected} isStop=${name === stop} isOther=${others.has(name)}
-         onSelect=${(/** @type {string} */ chosen) => {
-            setStop(chosen);
-            onSelect(chosen);
-         }} />`;
+         isSelected=${name === selected} isStop=${name === stop} isOther=${others.has(name)} />`;
+   };
+   const onClick = (/** @type {MouseEvent} */ event) => {
+      const chosen = portAt(event);
+      if (chosen !== undefined) {
+         setStop(chosen);
+         onSelect(chosen);
+      }
    };
    return html`<div class=${`faceplate ${ports.size > manyPorts ? 'many' : ''}`}
       role="group" aria-label="Front of the switch; arrow keys go from port to port"
-      onKeyDown=${(/** @type {KeyboardEvent} */ event) => onKey(event, setStop)}>
+      onClick=${onClick} onKeyDown=${(/** @type {KeyboardEvent} */ event) => onKey(event, setStop)}>
       ${modules.map(module => html`<div class="module" key=${module.title}>
          <h3>${module.title}</h3>
-         <div class="blocks">${module.blocks.map((block, i) => html`
-            <div class="block" key=${i}>${block.map(cage => cage.ports.length === 1
+         <div class="blocks">${module.blocks.map((block, i) => !hasRoomFor(block)
+            ? html`<div class="block later" key=${i}></div>`
+            : html`<div class="block" key=${i}>${block.map(cage => cage.ports.length === 1
                ? button(cage.ports[0])
                : html`<div class="cage" key=${cage.label}>${cage.ports.map(button)}</div>`)}
             </div>`)}

@@ -18,9 +18,10 @@ import { compareNames, rangesOf } from './names.js';
  *             knownFrom?: number|null }} Story
  * `knownFrom`: what was before is not known.
  *
- * A row of the time line. `children` are below it when it is open.
- * @typedef {{ key: string, label: string, spans: Span[], ports: string[],
- *             children: Lane[] }} Lane
+ * A row of the time line. `children` are below it when it is open, and made when they are asked
+ * for; `isOpenable`: it has some.
+ * @typedef {{ key: string, label: string, spans: Span[], ports: string[], isOpenable: boolean,
+ *             readonly children: Lane[] }} Lane
  */
 
 /** A port that was held and is now of a class that never is waits with the non-MLAG ports.
@@ -138,72 +139,69 @@ function unionOf(tracks) {
    return [...seen.values()].sort((a, b) => a.from - b.from);
 }
 
+/** @param {string} key @param {string} label @param {Span[]} spans @param {Track[]} tracks
+ * @param {() => Lane[]} makeChildren @returns {Lane} */
+function laneOf(key, label, spans, tracks, makeChildren) {
+   /** @type {Lane[]|null} */
+   let children = null;
+   return {
+      key, label, spans,
+      ports: tracks.map(track => track.name),
+      isOpenable: tracks.length > 0,
+      get children() {
+         children ??= makeChildren();
+         return children;
+      },
+   };
+}
+
 /** @param {Track} track @returns {Lane} */
 const laneOfPort = track => ({
-   key: `port ${track.name}`,
-   label: track.name,
-   spans: track.spans,
-   ports: [track.name],
-   children: [],
+   ...laneOf(`port ${track.name}`, track.name, track.spans, [track], () => []), isOpenable: false,
 });
 
 /** @param {string} key @param {Track[]} tracks @returns {Lane[]} */
-function lanesOfRanges(key, tracks) {
-   return alike(tracks).map(group => {
-      const names = group.map(track => track.name);
-      return group.length === 1 ? laneOfPort(group[0]) : {
-         key: `${key} ${names[0]}`,
-         label: rangesOf(names),
-         spans: group[0].spans,
-         ports: names,
-         children: group.map(laneOfPort),
-      };
-   });
-}
+const lanesOfRanges = (key, tracks) => alike(tracks).map(group => {
+   const names = group.map(track => track.name);
+   return group.length === 1 ? laneOfPort(group[0])
+      : laneOf(`${key} ${names[0]}`, rangesOf(names), group[0].spans, group,
+         () => group.map(laneOfPort));
+});
 
-/** @param {string} key @param {string} label @param {Track[]} tracks @returns {Lane} */
-function laneOf(key, label, tracks) {
-   const inner = lanesOfRanges(key, tracks);
+/** @param {string} name @param {Track[]} tracks @returns {Lane} */
+const laneOfChannel = (name, tracks) => laneOf(`lag ${name}`, name, unionOf(tracks), tracks, () => {
+   const inner = lanesOfRanges(`lag ${name}`, tracks);
    // A range that is all there is would say the same again.
-   const children = inner.length === 1 && inner[0].children.length ? inner[0].children : inner;
-   return {
-      key, label, spans: unionOf(tracks), ports: tracks.map(track => track.name), children,
-   };
+   return inner.length === 1 && inner[0].isOpenable ? inner[0].children : inner;
+});
+
+/** Its port-channels, then the rest. @param {string} portClass @param {Track[]} tracks */
+function lanesOfClass(portClass, tracks) {
+   const sorted = [...tracks].sort((a, b) => compareNames(a.name, b.name));
+   /** @type {Map<string, Track[]>} */
+   const channels = new Map();
+   for (const track of sorted) {
+      if (track.portChannel !== null) {
+         const members = channels.get(track.portChannel) ?? [];
+         channels.set(track.portChannel, members);
+         members.push(track);
+      }
+   }
+   return [
+      ...[...channels.keys()].sort(compareNames).map(
+         name => laneOfChannel(name, channels.get(name) ?? [])),
+      ...lanesOfRanges(`single ${portClass}`, sorted.filter(track => track.portChannel === null)),
+   ];
 }
 
 /** The lanes of ports that were ever held: for each class its port-channels, then the rest.
  * @param {Story} story @returns {{ portClass: string, lane: Lane }[]} */
-export function lanesOf(story) {
-   const lanes = [];
-   for (const portClass of ['mlag', 'nonMlag']) {
-      const tracks = story.tracks
-         .filter(track => waitsWith(track) === portClass && track.spans.length)
-         .sort((a, b) => compareNames(a.name, b.name));
-      /** @type {Map<string, Track[]>} */
-      const channels = new Map();
-      const single = tracks.filter(track => track.portChannel === null);
-      for (const track of tracks) {
-         if (track.portChannel !== null) {
-            channels.set(track.portChannel, [...channels.get(track.portChannel) ?? [], track]);
-         }
-      }
-      const names = [...channels.keys()].sort(compareNames);
-      lanes.push({
-         portClass,
-         lane: {
-            key: portClass,
-            label: portClass,
-            spans: unionOf(tracks),
-            ports: tracks.map(track => track.name),
-            children: [
-               ...names.map(name => laneOf(`lag ${name}`, name, channels.get(name) ?? [])),
-               ...lanesOfRanges(`single ${portClass}`, single),
-            ],
-         },
-      });
-   }
-   return lanes;
-}
+export const lanesOf = story => ['mlag', 'nonMlag'].map(portClass => {
+   const tracks = story.tracks.filter(
+      track => waitsWith(track) === portClass && track.spans.length);
+   return { portClass, lane: laneOf(portClass, portClass, unionOf(tracks), tracks,
+      () => lanesOfClass(portClass, tracks)) };
+});
 
 /** The innermost lanes that are not of the same shape all over.
  * @param {Lane} lane @returns {Lane[]} */

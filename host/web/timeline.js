@@ -70,13 +70,12 @@ function Bars({ spans, scale, end, zero, name, cursor }) {
 function LaneRow({ lane, line, depth, open, onToggle, story, scale, zero, cursor, onSelect, periods = [] }) {
    const key = line ? `${line} ${lane.key}` : lane.key;
    const isOpen = open.has(key);
-   const hasMore = lane.children.length > 0;
    const name = depth === 0 ? `${line ? `${line}: ` : ''}${classWords[lane.key]} ports` : lane.label;
    const count = lane.ports.length > 1 ? counted(lane.ports.length, 'port') : '';
    const spans = useMemo(() => fewer(lane.spans, stepOf(story)), [lane, story]);
    const only = lane.ports.length === 1 ? lane.ports[0] : null;
    return html`<div class=${`lane d${Math.min(depth, 3)}`} data-lane=${key}>
-      <div class="name">${hasMore
+      <div class="name">${lane.isOpenable
          ? html`<button type="button" class="fold" aria-expanded=${isOpen ? 'true' : 'false'}
               onClick=${() => onToggle(key)}>${isOpen ? '▾' : '▸'} ${name}
               ${' '}<span class="small">${count}</span></button>`

@@ -26,14 +26,20 @@ export async function until(isSo) {
    }
 }
 
-/** In the page: when the ports were drawn first, in milliseconds since it was asked for. */
+/** In the page: when the ports were drawn first, in milliseconds since it was asked for, how many
+ * were, and how many blocks that were in sight had none. */
 function noteFirstPorts() {
    const observer = new MutationObserver(() => {
       if (document.querySelector('button.port')) {
          observer.disconnect();
-         requestAnimationFrame(() => setTimeout(() => {
-            window.portsDrawnAt = performance.now();
-         }));
+         requestAnimationFrame(() => {
+            window.portsDrawnFirst = document.querySelectorAll('button.port').length;
+            window.emptyInSight = [...document.querySelectorAll('.later')].filter(
+               block => block.getBoundingClientRect().top < innerHeight).length;
+            setTimeout(() => {
+               window.portsDrawnAt = performance.now();
+            });
+         });
       }
    });
    observer.observe(document, { childList: true, subtree: true });
@@ -65,6 +71,12 @@ export async function open(t, url, options = {}) {
    await page.goto(url);
    await page.waitForSelector('button.port');
    return page;
+}
+
+/** How many ports there are, once those out of sight are drawn, too. */
+export async function portCount(page) {
+   await page.waitForSelector('.later', { state: 'detached' });
+   return page.locator('button.port').count();
 }
 
 export const stateOf = (page, name) => page.getAttribute(`[data-port="${name}"]`, 'data-state');

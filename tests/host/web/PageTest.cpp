@@ -34,6 +34,17 @@ TEST( Page, IsServedWithWhatABrowserMayLoadForIt ) {
       answer, EndsWith( std::string( page::head() ) + std::string( page::tail() ) ) );
 }
 
+TEST( Page, TellsTheBrowserWhatItsScriptAsksForFirst ) {
+   LiveApi api;
+   std::string const answer = api.get( "/" );
+   for ( char const* const path : { "/v1/summary", "/v1/ports", "/v1/alarms" } ) {
+      EXPECT_THAT(
+         answer,
+         HasSubstr( "Link: <" + std::string( path ) + ">; rel=preload; as=fetch\r\n" ) );
+      EXPECT_THAT( api.get( path ), StartsWith( "HTTP/1.1 200 OK\r\n" ) );
+   }
+}
+
 TEST( Page, IsOneSmallTextThatLoadsNothing ) {
    std::string const text = std::string( page::head() ) + std::string( page::tail() );
    EXPECT_LT( text.size(), largestPage );
