@@ -32,7 +32,8 @@ export function Body({ ports, periods, alarms, alarmsWhen = '', entries, story, 
    onCursor, top, above, below, moreOf }) {
    const [selected, onSelect, onKey] = useSelection();
    const port = selected === null ? undefined : ports.get(selected);
-   const last = entries.length ? entries[entries.length - 1] : null;
+   // Of what people ask for, if there is any.
+   const last = entries.filter(({ kind }) => kind !== 'other').at(-1) ?? entries.at(-1) ?? null;
    return html`<main onKeyDown=${onKey}>
       ${top}
       <${Summary} ports=${ports} periods=${periods} alarms=${alarms}
@@ -45,10 +46,13 @@ export function Body({ ports, periods, alarms, alarmsWhen = '', entries, story, 
          ${port && html`<${Detail} key=${selected} port=${port} ports=${ports} now=${now}
             entries=${entries} alarms=${alarms} whenOf=${whenOf} onSelect=${onSelect}
             more=${moreOf && moreOf(port)} />`}
+         <div class="rest">
+            <${TimeLine} lines=${[{ story, name: '' }]} cursor=${now} zero=${zero} onCursor=${onCursor}
+               onSelect=${onSelect} />
+            ${below}
+            <${Log} title="What happened" id="happened" entries=${entries} whenOf=${whenOf} />
+         </div>
       </div>
-      <${TimeLine} lines=${[{ story, name: '' }]} cursor=${now} zero=${zero} onCursor=${onCursor} onSelect=${onSelect} />
-      ${below}
-      <${Log} title="What happened" id="happened" entries=${entries} whenOf=${whenOf} />
    </main>`;
 }
 

@@ -6,7 +6,7 @@
 
 import { stateOf } from './model.js';
 import { compareNames } from './names.js';
-import { Foreign, html, kindOf, reasonOf, standingOf, StateMark, useEffect, useRef } from './parts.js';
+import { Advice, Foreign, html, kindOf, reasonOf, standingOf, StateMark, useEffect, useRef } from './parts.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./words.js').Entry} Entry */
@@ -61,7 +61,7 @@ export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, mo
       ${own.length > 0 && html`<h3>Alarms</h3>
          <ul class="own-alarms">${own.map(alarm => html`<li key=${alarm.kind + alarm.interface}>
             <b>${alarm.kind}</b>: <${Foreign}>${alarm.text}<//>. <span class="small">Ends with:
-            ${' '}<${Foreign}>${alarm.ending}<//></span></li>`)}</ul>`}
+            ${' '}<${Advice} text=${alarm.ending} /></span></li>`)}</ul>`}
       ${more}
       <h3>What happened to it</h3>
       ${happened.length === 0 ? html`<p class="small">Nothing that is recorded.</p>`

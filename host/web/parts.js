@@ -18,6 +18,13 @@ export function Foreign({ children }) {
    return html`<bdi class="foreign">${children}</bdi>`;
 }
 
+/** A text with commands between backticks, as the host writes them.
+ * @param {{ text: string }} props */
+export function Advice({ text }) {
+   return html`<${Foreign}>${text.split('`').map(
+      (part, i) => i % 2 ? html`<code>${part}</code>` : part)}<//>`;
+}
+
 /** @param {{ state: string }} props */
 export function StateMark({ state }) {
    return html`<span class=${`mark s-${state}`} aria-hidden="true">${portStates[state].mark}</span>`;

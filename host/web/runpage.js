@@ -66,6 +66,15 @@ export function Broken({ run, name = 'This run' }) {
       <p><${Foreign}>${run.ending.why}<//>. What is shown is up to there.</p></section>`;
 }
 
+/** Nobody is there who could be asked what would release a port.
+ * @param {{ port: import('./model.js').Port, t: number }} props */
+function AskAgain({ port, t }) {
+   const at = Math.floor(t * 1000) / 1000;
+   return html`<p class="small"><code>ostra why <${Foreign}>${port.name}<//> SCENARIO
+      ${' '}<span class="together">--at ${at}</span></code> asks the plug-in what would release it now;
+      SCENARIO is the file of this run.</p>`;
+}
+
 /** @param {{ recorded: Recorded }} props */
 export function RecordedPage({ recorded }) {
    const [t, setTime] = useState(0);
@@ -78,7 +87,8 @@ export function RecordedPage({ recorded }) {
       <${Body} ports=${ports} periods=${recorded.periodsAt(t)} alarms=${recorded.alarms ?? []}
          alarmsWhen=" at the end of the run" entries=${entries}
          story=${story} now=${t} zero=${0} whenOf=${(/** @type {number} */ at) => instant(at)}
-         onCursor=${setTime}
+         onCursor=${setTime} moreOf=${(/** @type {import('./model.js').Port} */ port) =>
+            port.hold && html`<${AskAgain} port=${port} t=${t} />`}
          top=${html`<${Broken} run=${recorded} />`}
          above=${html`<${Player} t=${t} end=${story.end} onTime=${setTime} />`} />`;
 }

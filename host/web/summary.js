@@ -7,7 +7,7 @@
 import { groupsOf } from './alarms.js';
 import { classWords, counted, duration, portStates, stateOf } from './model.js';
 import { rangesOf } from './names.js';
-import { Foreign, html, StateMark, useEffect, useMemo, useRef, useState } from './parts.js';
+import { Advice, Foreign, html, StateMark, useEffect, useMemo, useRef, useState } from './parts.js';
 import { newsOf } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
@@ -67,13 +67,14 @@ const mostNamed = 4;
  *            onSelect: (name: string) => void }} props */
 function AlarmLine({ group, ports, onSelect }) {
    const { kind, interfaces, text, ending } = group;
-   const names = interfaces.length > mostNamed ? [rangesOf(interfaces)] : interfaces;
+   const names = useMemo(
+      () => interfaces.length > mostNamed ? [rangesOf(interfaces)] : interfaces, [group]);
    return html`<li><b>${kind}</b> ${names.map(name => ports.has(name)
       ? html`<button type="button" class="link" onClick=${() => onSelect(name)}>
            <${Foreign}>${name}<//></button> `
       : html`<b><${Foreign}>${name}<//></b> `)}
       <${Foreign}>${text}<//>. ${ending && html`<span class="small">Ends with:
-      ${' '}<${Foreign}>${ending}<//></span>`}</li>`;
+      ${' '}<${Advice} text=${ending} /></span>`}</li>`;
 }
 
 /** `when` they are, if not now.

@@ -63,7 +63,26 @@ test('Page.InterruptsNobodyWhoListens', async t => {
    const page = await open(t, host.url);
    assert.equal(await page.locator('[aria-live]').count(), 0);
    assert.equal(await page.textContent('.news'), '');
-   assert.equal(await page.getAttribute('[data-port="Ethernet1"] .left', 'aria-hidden'), 'true');
+   // The time goes on in the picture, and not in what the port is called.
+   const name = 'Ethernet1: to be held, which the driver cannot do, MLAG';
+   assert.equal(await page.getByRole('button', { name, exact: true }).count(), 1);
+   assert.match(await page.getAttribute('[data-port="Ethernet1"]', 'data-left'), /^\d:\d\d$/);
+});
+
+/** The gaps between what is below each other, in pixels. */
+const gapsOf = (page, selectors) => page.evaluate(all => {
+   const boxes = all.map(one => document.querySelector(one).getBoundingClientRect());
+   return boxes.slice(1).map(({ top }, i) => Math.round(top - boxes[i].bottom));
+}, selectors);
+
+test('Page.LeavesNoRoomEmptyBelowThePorts', async t => {
+   const host = await Host.start(t);
+   const page = await open(t, host.url);
+   await page.click('[data-port="Ethernet1"]');
+   // Beside the detail, however long that is.
+   assert.deepEqual(await gapsOf(page, ['.plate', '#time-line', '.what-if', '#happened']), [12, 12, 12]);
+   await page.setViewportSize({ width: 700, height: 800 });
+   assert.deepEqual(await gapsOf(page, ['.plate', '.detail', '#time-line']), [12, 12]);
 });
 
 /** What the host tells of a port, and what more of it in each of the states that there are. */
@@ -91,7 +110,7 @@ for (const colorScheme of ['light', 'dark']) {
       for (const state of states) {
          await page.waitForSelector(`.port[data-state="${state}"]`);
       }
-      const marks = await page.$$eval('.port .symbol', all => all.map(mark => mark.textContent));
+      const marks = await page.$$eval('.port', all => all.map(mark => mark.textContent));
       assert.equal(new Set(marks).size, Object.keys(portStates).length);
       assert.deepEqual(states.sort(), Object.keys(portStates).sort());
       assert.deepEqual(await barriers(page), []);
@@ -102,6 +121,9 @@ for (const colorScheme of ['light', 'dark']) {
       for (const width of [360, 1280, 2560]) {
          const page = await open(t, host.url,
             { colorScheme, viewport: { width, height: 900 }, reducedMotion: 'reduce' });
+         const cut = await page.$$eval('.lane .name, .fold', all => all.filter(
+            name => name.scrollWidth > name.clientWidth).map(name => name.textContent));
+         assert.deepEqual(cut, [], `${width} pixels`);
          await page.click('[data-port="Ethernet1"]');
          assert.equal(await page.evaluate(() => document.getAnimations().length), 0);
          assert.equal(await page.$eval('.port', port => getComputedStyle(port).transitionDuration),

@@ -8,7 +8,7 @@ import { execFileSync } from 'node:child_process';
 import { readdirSync, readFileSync } from 'node:fs';
 import { after, test } from 'node:test';
 
-import { barriers, becomes, closeBrowser, open, overflow, stateOf } from './browser.mjs';
+import { barriers, becomes, closeBrowser, open, overflow, portCount, stateOf } from './browser.mjs';
 import { examples, fileOf, ostra, pageOfRun } from './host.mjs';
 
 after(closeBrowser);
@@ -39,6 +39,8 @@ test('Page.ShowsARunFromTheDisk', async t => {
    await becomes(page, 'Ethernet41', 'released');
    await page.waitForSelector('.player button:has-text("Play")');
    assert.equal(await page.textContent('.player output'), '0:05:30 of 5:30');
+   // And not what the plug-in notes beside it.
+   assert.match(await page.textContent('.last'), /^14 ports released: /);
    assert.deepEqual(await barriers(page), []);
    assert.deepEqual(page.problems, []);
 });
@@ -83,9 +85,25 @@ test('Page.ShowsTheAlarmsAtTheEndOfARun', async t => {
    const card = await page.textContent('.alarms');
    assert.match(card, /^40 alarms at the end of the run\s*heldWithoutEnd\s+Ethernet1-40\s/);
    assert.match(card, /Ends with:\s+\S/);
+   assert.ok(!card.includes('`'), card);
+   assert.equal(await page.locator('.alarms code').first().textContent(), 'ostra release INTERFACE');
    await page.click('[data-port="Ethernet7"]');
    assert.match(await page.textContent('.own-alarms'), /^heldWithoutEnd: .*Ethernet7/s);
    assert.deepEqual(await barriers(page), []);
+   assert.deepEqual(page.problems, []);
+});
+
+test('Page.SaysHowToAskWhatWouldReleaseAPortOfARun', async t => {
+   const leaf = `${examples}leaf-reload.yaml`;
+   const page = await open(t, pageOfRun(t, readFileSync(leaf, 'utf8')));
+   await page.fill('input[type=range]', '96.1239');
+   await page.click('[data-port="Ethernet1"]');
+   const command = await page.textContent('.detail code');
+   assert.equal(command, 'ostra why Ethernet1 SCENARIO --at 96.123');
+   const args = command.replace('SCENARIO', leaf).split(' ').slice(1);
+   assert.match(execFileSync(ostra, args, { encoding: 'utf8' }), /mlagPrimary/);
+   await page.fill('input[type=range]', '329.5');
+   assert.equal(await page.locator('.detail code').count(), 0);
    assert.deepEqual(page.problems, []);
 });
 
@@ -115,7 +133,7 @@ test('Page.ShowsEachExample', async t => {
    for (const name of names) {
       const scenario = readFileSync(examples + name, 'utf8');
       const page = await open(t, pageOfRun(t, scenario), { viewport: { width: 360, height: 740 } });
-      const ports = await page.locator('button.port').count();
+      const ports = await portCount(page);
       assert.ok(ports > 0, name);
       await page.fill('input[type=range]', await page.getAttribute('input[type=range]', 'max'));
       await page.click('text=As a table');
