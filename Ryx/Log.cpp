@@ -16,10 +16,10 @@ namespace {
 
 LogSink* logSink = nullptr;
 
-// The format with its places filled.
-String8
-filled( String8 const& format, String8 const* args, unsigned count ) {
-   String8 text;
+// Makes the text the format with its places filled.
+void
+fill( String8& text, String8 const& format, String8 const* args, unsigned count ) {
+   text.clear();
    text.reserve( std::accumulate(
       args, args + count, format.size(), []( std::size_t size, String8 const& argument ) {
          return size + argument.size();
@@ -39,7 +39,6 @@ filled( String8 const& format, String8 const* args, unsigned count ) {
          rest.remove_prefix( two == "%%" ? 2 : 1 );
       }
    }
-   return text;
 }
 
 String8
@@ -80,6 +79,15 @@ logToStandardError( LogRecord const& record ) {
          messageId( record.identifier ) + " - " + oneLine( record.text ) + "\n";
 }
 
+void
+write( LogRecord const& record ) {
+   if ( logSink ) {
+      logSink->log( record );
+   } else {
+      logToStandardError( record );
+   }
+}
+
 } // namespace
 
 LogSink::~LogSink() = default;
@@ -98,13 +106,14 @@ LogHandle::LogHandle(
    Seconds interval,
    double burst,
    unsigned char rateLimitArgs )
-      : identifier_( std::move( identifier ) ),
-        severity_( severity ),
+      : record_{ std::move( identifier ),
+                 severity,
+                 String8(),
+                 std::move( explanation ),
+                 std::move( action ) },
         format_( std::move( format ) ),
-        explanation_( std::move( explanation ) ),
-        action_( std::move( action ) ),
         rateLimitArgs_( rateLimitArgs ),
-        idHash_( hash( identifier_ ) ),
+        idHash_( hash( record_.identifier ) ),
         limiter_( interval, burst ) {}
 
 LogHandle::~LogHandle() = default;
@@ -116,14 +125,22 @@ LogHandle::okToLog( unsigned key ) const {
 
 void
 LogHandle::log( unsigned, String8* args, unsigned count ) const {
-   LogRecord const record{
-      identifier_, severity_, filled( format_, args, count ), explanation_, action_
-   };
-   if ( logSink ) {
-      logSink->log( record );
-   } else {
-      logToStandardError( record );
+   if ( isLent_.test_and_set( std::memory_order_acquire ) ) [[unlikely]] {
+      LogRecord own{ record_.identifier,
+                     record_.severity,
+                     String8(),
+                     record_.explanation,
+                     record_.action };
+      fill( own.text, format_, args, count );
+      write( own );
+      return;
    }
+   struct Lent {
+      std::atomic_flag& flag;
+      ~Lent() { flag.clear( std::memory_order_release ); }
+   } const lent{ isLent_ };
+   fill( record_.text, format_, args, count );
+   write( record_ );
 }
 
 } // namespace Ryx

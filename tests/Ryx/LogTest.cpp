@@ -4,6 +4,7 @@
 #include <Ryx/Log>
 
 #include <gtest/gtest.h>
+#include <support/AllocationCounter>
 #include <support/SimulatedTime>
 
 #include <bit>
@@ -12,6 +13,7 @@
 #include <limits>
 #include <random>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -118,6 +120,59 @@ TEST( ValueToString, SetStringConvertsOneArgumentIntoItsSlot ) {
    EXPECT_EQ( slots[ 0 ], "" );
    EXPECT_EQ( slots[ 1 ], "b" );
    EXPECT_EQ( slots[ 2 ], "" );
+}
+
+// Emits a message within itself once, and looks at its own record afterwards.
+class NestingSink final : public Ryx::LogSink {
+ public:
+   explicit NestingSink( Ryx::LogHandle& handle ) : handle_( handle ) {
+      Ryx::logSinkIs( this );
+   }
+   ~NestingSink() override { Ryx::logSinkIs( nullptr ); }
+   NestingSink( NestingSink const& ) = delete;
+   NestingSink& operator=( NestingSink const& ) = delete;
+
+   void log( Ryx::LogRecord const& record ) override {
+      if ( texts.empty() ) {
+         texts.push_back( "" );
+         Ryx::log( handle_, "inner" );
+         texts.front() = record.text;
+         identifiers.push_back( record.identifier );
+         throw std::runtime_error( "full" );
+      }
+      texts.push_back( record.text );
+      identifiers.push_back( record.identifier );
+   }
+
+   Texts texts;
+   Texts identifiers;
+
+ private:
+   Ryx::LogHandle& handle_;
+};
+
+TEST( Log, ASinkMayEmitTheMessageThatItIsGiven ) {
+   Ryx::LogHandle handle = handleOf( "about %s" );
+   NestingSink sink( handle );
+   Ryx::log( handle, "outer" );
+   Ryx::log( handle, "later" );
+   EXPECT_EQ( sink.texts, ( Texts{ "about outer", "about inner", "about later" } ) );
+   EXPECT_EQ( sink.identifiers, Texts( 3, "TEST_MESSAGE" ) );
+}
+
+TEST( Log, AnEmissionCopiesNoneOfTheFixedTexts ) {
+   class : public Ryx::LogSink {
+      void log( Ryx::LogRecord const& ) override {}
+   } sink;
+   Ryx::logSinkIs( &sink );
+   std::string const fixed( 100, 'x' );
+   Ryx::LogHandle handle(
+      fixed, Ryx::LogSeverity::info, fixed + " %s", fixed, fixed, 0.0, 1.0, 0 );
+   Ryx::log( handle, 1 );
+   support::AllocationCounter const allocations;
+   Ryx::log( handle, 2 );
+   EXPECT_EQ( allocations.allocations(), 0u );
+   Ryx::logSinkIs( nullptr );
 }
 
 TEST( Log, FillsTheFormatAndHandsTheWholeMessageOver ) {
