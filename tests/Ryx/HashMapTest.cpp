@@ -202,7 +202,11 @@ TEST( HashMap, ASpotOutdatedByAnyChangeIsFoundAgain ) {
       Map map;
       insertAll( map, Keys{ { 1, 1 }, { 1, 2 }, { 1, 5 }, { top, 1 } } );
       Map::Spot const spot = map.spotOf( { 1, 3 } );
+      EXPECT_EQ( map.spotOf( spot, { 1, 3 } ).member(), nullptr );
       change( map );
+      map.insert( map.spotOf( spot, { 1, 3 } ), Ryx::make< Record >( TestKey{ 1, 3 } ) );
+      EXPECT_EQ( map.spotOf( spot, { 1, 3 } ).member(), map.find( { 1, 3 } ) );
+      map.remove( { 1, 3 } );
       map.insert( spot, Ryx::make< Record >( TestKey{ 1, 3 } ) );
       Keys all = keysOf( map );
       EXPECT_TRUE( std::is_sorted( all.begin(), all.end() ) );

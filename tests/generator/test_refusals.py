@@ -135,7 +135,7 @@ class Refusals(Generated):
                  "A::N has no key to be found by"),
                 ("{ kind: map, key: IntfId, type: IntfId, flags: [ virtual ], meaning: m }",
                  "virtual is no flag of the kind map, expected some of: borrowed, has, silent, "
-                 "size, take")):
+                 "size, spot, take")):
             self.refused_types(thing + f"U: {{ meaning: m, attributes: {{ x: {attribute} }} }}",
                                f"6: U.x: {message}")
         self.refused_types("T: { meaning: m, key: { x: double } }",

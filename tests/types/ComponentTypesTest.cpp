@@ -66,6 +66,33 @@ TEST( ErrdisableCauseStatus, AnEntryThatWasTakenOutIsNotPutBackOverAnother ) {
    EXPECT_EQ( cause->intfStatus( id ).when, 1 );
 }
 
+TEST( ErrdisableCauseStatus, ASpotServesToAskAndToStoreWhateverHasHappenedMeanwhile ) {
+   auto const cause = Ryx::make< Errdisable::CauseStatus >( "cause" );
+   auto const counter = Ryx::make< CauseCounter >();
+   counter->notifierIs( cause );
+   counter->isRegisteredNotifieeIs( true );
+   IntfId const id( "Ethernet1" );
+   auto const spot = cause->intfStatusSpot( id );
+   EXPECT_EQ( spot.member(), nullptr );
+   cause->intfStatusIs( spot, id, 12.5 );
+   EXPECT_EQ( cause->intfStatus( id ).when, 12.5 );
+   EXPECT_EQ( counter->heard, 1u );
+   EXPECT_NE( cause->intfStatusSpot( id ).member(), nullptr );
+   // The first spot is out of date.
+   cause->intfStatusIs( spot, id, 12.5 );
+   EXPECT_EQ( counter->heard, 1u );
+   cause->intfStatusIs( spot, id, 13 );
+   EXPECT_EQ( cause->intfStatus( id ).when, 13 );
+   EXPECT_EQ( counter->heard, 2u );
+   for ( int i = 2; i < 100; ++i ) {
+      cause->intfStatusIs( IntfId( "Ethernet" + std::to_string( i ) ), i );
+   }
+   cause->intfStatusDel( id );
+   cause->intfStatusIs( spot, id, 14 );
+   EXPECT_EQ( cause->intfStatus( id ).when, 14 );
+   EXPECT_EQ( cause->intfStatusSize(), 99u );
+}
+
 TEST( ErrdisableCauseStatus, DeletionOfAnAbsentInterfaceChangesNothing ) {
    auto const cause = Ryx::make< Errdisable::CauseStatus >( "cause" );
    cause->intfStatusIs( IntfId( "Ethernet1" ), 1 );

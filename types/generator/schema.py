@@ -12,7 +12,7 @@ from names import ENTITY, MACHINE, NAME, NAMESPACES, STRUCTURE, TYPE, check_name
 # The kinds of attributes with their flags: of an entity, and of a machine.
 KINDS = {
     "value": {"silent", "readOnly"}, "reference": {"silent"}, "contained": {"silent"},
-    "map": {"silent", "has", "borrowed", "take", "size"},
+    "map": {"silent", "has", "borrowed", "take", "size", "spot"},
     "elements": {"silent", "has", "borrowed", "take", "size", "virtual"},
     "set": {"silent", "take", "size"}}
 MACHINE_KINDS = {
