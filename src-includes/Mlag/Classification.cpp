@@ -4,18 +4,9 @@
 // What an interface is: management or internal, an MLAG interface, a part of the peer link,
 // present, enabled.
 
-#include <Kovel/InternalIntfId>
-#include <Kovel/MgmtIntfId>
-#include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmDiagnostics>
+#include <Mlag/SmQuestions>
 
 namespace Mlag::Ostra {
-
-bool
-isManagementOrInternalInterface( Kovel::IntfId intfId ) {
-   return Kovel::InternalIntfId::isInternalIntfId( intfId ) ||
-      Kovel::MgmtIntfId::isMgmtIntfId( intfId );
-}
 
 bool
 adminDisabled( Interface::IntfConfig const& config ) {
@@ -41,55 +32,13 @@ MlagErrdisableSm::isPresent( Kovel::IntfId intfId ) const {
 }
 
 bool
-MlagErrdisableSm::isMlagInterface( Kovel::IntfId intfId ) const {
-   // The id is all that a configuration has, and the default one has none.
-   static_assert( decltype( Mlag::IntfConfig::fields() )::size == 1 );
-   return !inputHere< &Sm::mlagConfig_ >().intfConfig( intfId ).mlagId.empty();
-}
-
-bool
 MlagErrdisableSm::mlagLink( Kovel::IntfId intfId ) const {
    return classOf( membershipOf( intfId ) ) == PortClass::mlag;
-}
-
-namespace {
-
-// A trace site that is named mlagLink, whichever function writes it: readers of traces look
-// for that name.
-Ryx::TraceSite
-mlagLinkSite( int line = __builtin_LINE() ) noexcept {
-   return { 8, line, "mlagLink" };
-}
-
-} // namespace
-
-PortClass
-MlagErrdisableSm::classOf( Membership const& membership ) const {
-   Kovel::IntfId const link = membership.portChannel.value_or( membership.intfId );
-   trace( mlagLinkSite(), "MlagErrdisableSm::", "mlagLink", " ", membership.intfId );
-   if ( membership.portChannel ) {
-      trace( mlagLinkSite(), "New intfId: ", link );
-   }
-   if ( isMlagInterface( link ) ) {
-      return PortClass::mlag;
-   }
-   trace( mlagLinkSite(), " Non MLAG interface ", link );
-   return PortClass::nonMlag;
 }
 
 bool
 MlagErrdisableSm::inPeerLink( Kovel::IntfId intfId ) const {
    return isInPeerLink( membershipOf( intfId ) );
-}
-
-bool
-MlagErrdisableSm::isInPeerLink( Membership const& membership ) const {
-   auto const& peerLink = inputHere< &Sm::mlagConfig_ >().peerLinkIntf();
-   if ( !peerLink ) {
-      return false;
-   }
-   Kovel::IntfId const link = peerLink->intfId();
-   return membership.intfId == link || membership.portChannel == link;
 }
 
 Kovel::IntfId

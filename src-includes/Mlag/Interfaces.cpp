@@ -4,8 +4,7 @@
 // What becomes of one physical interface: whether it is held, whether its port-channel is
 // forced, and under which port-channel it is recorded.
 
-#include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmDiagnostics>
+#include <Mlag/SmQuestions>
 
 namespace Mlag::Ostra {
 
@@ -36,25 +35,45 @@ MlagErrdisableSm::handleIntfStatus() {
    if ( !directory ) {
       return;
    }
+   if ( mlagissuCause_ ) {
+      mlagissuCause_->intfStatusReserve( directory->intfStatusSize() );
+   }
    for ( auto it = directory->intfStatusIteratorConst(); it; ++it ) {
-      handleIntfStatus( it.key() );
+      // The port that the walk stands on need not be looked for.
+      handlePort( it.key(), [ & ] {
+         return it.hasMember() && ethPhyIntfStatus_.borrowed() == directory.ptr();
+      } );
    }
 }
 
 void
 MlagErrdisableSm::handleIntfStatus( Kovel::IntfId intfId ) {
-   trace( 8, __PRETTY_FUNCTION__, " ", intfId );
+   handlePort( intfId, [] { return false; } );
+}
+
+// `isKnown` says that the port is present; if not, it is looked for.
+template< class IsKnown >
+void
+MlagErrdisableSm::handlePort( Kovel::IntfId intfId, IsKnown isKnown ) {
+   constexpr char signature[] =
+      "void Mlag::Ostra::MlagErrdisableSm::handleIntfStatus(Kovel::IntfId)";
+   trace( intfStatusSite( 8 ), signature, " ", intfId );
    if ( isManagementOrInternalInterface( intfId ) ) {
       return;
    }
-   if ( !isPresent( intfId ) ) {
+   if ( isKnown() || isPresent( intfId ) ) {
+      handlePresent( intfId );
+   } else {
       forgetPort( intfId );
-      return;
    }
+}
+
+void
+MlagErrdisableSm::handlePresent( Kovel::IntfId intfId ) {
    Membership const membership = membershipOf( intfId );
    PortClass const ports = classOf( membership );
    if ( periodOver( ports ) ) {
-      trace( 8, "timer expired" );
+      trace( intfStatusSite( 8 ), "timer expired" );
       return;
    }
    if ( isInPeerLink( membership ) ) {
@@ -87,14 +106,15 @@ MlagErrdisableSm::forgetPort( Kovel::IntfId intfId ) {
 
 void
 MlagErrdisableSm::holdPort( Kovel::IntfId intfId ) {
-   if ( !mlagissuCause_->intfStatusHas( intfId ) ) {
+   auto const spot = mlagissuCause_->intfStatusSpot( intfId );
+   if ( !spot.member() ) {
       trace(
          intfStatusSite( 9 ),
          "Adding ",
          intfId,
          " to errdisable cause ",
          NameOf{ *mlagissuCause_ } );
-      writes_.hold( intfId );
+      writes_.hold( spot, intfId );
    }
 }
 

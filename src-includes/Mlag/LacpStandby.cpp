@@ -4,8 +4,7 @@
 // LACP standby: an MLAG port-channel whose LACP override carries the MLAG system id is held
 // in standby instead of having its members errdisabled.
 
-#include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmDiagnostics>
+#include <Mlag/SmQuestions>
 
 namespace Mlag::Ostra {
 

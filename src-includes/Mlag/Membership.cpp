@@ -8,20 +8,6 @@
 
 namespace Mlag::Ostra {
 
-Membership
-MlagErrdisableSm::membershipOf( Kovel::IntfId intfId ) const {
-   auto const* const config = lagInputConfig_.borrowed();
-   auto const* const member = config ? config->borrowedPhyIntf( intfId ) : nullptr;
-   Membership membership{ intfId };
-   if ( member ) {
-      membership.mode = member->mode();
-      if ( auto const* const lag = member->lag().ptr() ) {
-         membership.portChannel = lag->intfId();
-      }
-   }
-   return membership;
-}
-
 void
 MlagErrdisableSm::recordMembers() {
    auto const config = lagInputConfig();
@@ -29,7 +15,7 @@ MlagErrdisableSm::recordMembers() {
       return;
    }
    for ( auto it = config->phyIntfIteratorConst(); it; ++it ) {
-      if ( auto const lag = it->value()->lag() ) {
+      if ( auto const* const lag = it->value()->lag().ptr() ) {
          portChannelToMemberIs( lag->intfId() )->memberIs( it.key(), true );
       }
    }

@@ -4,8 +4,7 @@
 // The release of held ports: by class, and early when MLAG's configuration or state makes
 // the delay pointless.
 
-#include <Mlag/MlagErrdisableSm>
-#include <Mlag/SmDiagnostics>
+#include <Mlag/SmQuestions>
 
 namespace Mlag::Ostra {
 

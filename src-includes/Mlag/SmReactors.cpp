@@ -4,6 +4,7 @@
 // Which handler each notification of the state machine's reactors calls.
 
 #include <Mlag/MlagErrdisableSm>
+#include <Mlag/Scout>
 #include <Mlag/SmDiagnostics>
 
 namespace Mlag::Ostra {
@@ -122,12 +123,17 @@ SmReactors::RyxEthPhyIntfConfig::onIntfConfigryxImmediate() {
 void
 SmReactors::RyxEthPhyIntfConfig::handleNotifier() {
    auto const directory = notifier();
-   if ( !directory ) {
+   if ( !directory || !live() ) {
       return;
    }
-   forward( &Sm::intfConfigReserve, directory->intfConfigSize() );
-   for ( auto it = directory->intfConfigIteratorConst(); it; ++it ) {
-      forward( &Sm::intfConfigIs, it->value() );
+   Ryx::Ptr< Sm > const machine( owner() );
+   std::size_t const size = directory->intfConfigSize();
+   machine->intfConfigReserve( size );
+   Scout scout( directory->intfConfigIteratorConst(), size );
+   // A handler of a reactor that is re-pointed may take this one from the machine.
+   for ( auto it = directory->intfConfigIteratorConst(); it && live(); ++it ) {
+      scout.step();
+      machine->intfConfigIs( it->value() );
    }
 }
 

@@ -51,11 +51,12 @@ SmWrites::takeBack( StartChanges& changes ) {
 }
 
 void
-SmWrites::hold( Kovel::IntfId intfId ) {
+SmWrites::hold(
+   Errdisable::CauseStatus::IntfStatusSpot const& spot, Kovel::IntfId intfId ) {
    if ( changes_ ) {
       changes_->cause.add( intfId );
    }
-   sm_.mlagissuCause_->intfStatusIs( intfId, Ryx::now() );
+   sm_.mlagissuCause_->intfStatusIs( spot, intfId, Ryx::now() );
 }
 
 void

@@ -61,6 +61,15 @@ class InterfaceWalk : public HeldSwitch {
       return std::count(
          log.begin(), log.end(), called( "handleIntfStatus(Kovel::IntfId) " + name ) );
    }
+   // The lines of a trace, and of that of an interface that is handled.
+   static std::string traced( int level, std::string const& text ) {
+      return "trace " + std::to_string( level ) + " src-includes/Mlag/MlagErrdisableSm " +
+         text;
+   }
+   static std::string handlingOf( std::string const& name ) {
+      return traced(
+         8, "void Mlag::Ostra::MlagErrdisableSm::handleIntfStatus(Kovel::IntfId) " + name );
+   }
    std::string const& middle() const { return order[ portCount / 2 ]; }
 
    Log order;
@@ -111,6 +120,70 @@ TEST_F( InterfaceWalk, DeletingAllInterfacesEndsTheWalk ) {
    EXPECT_EQ( handlings( log, order.back() ), 1 );
    EXPECT_EQ( held(), Log() );
    EXPECT_EQ( log.back(), "8: Interface " + order.back() + " deleted" );
+}
+
+// A reader of the trace comes before the question whether the port is there.
+TEST_F( InterfaceWalk, AnInterfaceThatGoesWhileItIsTracedIsForgotten ) {
+   during( handlingOf( middle() ), [ & ] { absent( middle() ); } );
+   Log const log = startSteps();
+   EXPECT_EQ(
+      std::count( log.begin(), log.end(), "8: Interface " + middle() + " deleted" ), 2 );
+   std::string const gone = middle();
+   order.erase( std::find( order.begin(), order.end(), gone ) );
+   EXPECT_EQ( held(), order );
+}
+
+TEST_F( InterfaceWalk, AnInterfaceThatGoesAndComesWhileItIsTracedIsHeld ) {
+   during( handlingOf( middle() ), [ & ] {
+      absent( middle() );
+      port( middle() );
+      mlagissuCause->intfStatusDel( id( middle() ) );
+   } );
+   Log const log = startSteps();
+   EXPECT_EQ( std::count( log.begin(), log.end(), "cause " + middle() + " 0" ), 2 );
+   EXPECT_EQ( held(), order );
+}
+
+TEST_F( InterfaceWalk, WhatIsThereIsWhatTheMachinesDirectoryHas ) {
+   auto const other = Ryx::make< Interface::AllEthPhyIntfStatusDir >( "other" );
+   std::string const last = order.back();
+   other->intfStatusIs( Ryx::make< Interface::EthPhyIntfStatus >( id( last ) ) );
+   start();
+   mlagissuCause->intfStatusDelAll();
+   during( "cause " + middle() + " 0", [ & ] { sm->ethPhyIntfStatusIs( other ); } );
+   sm->handleIntfStatus();
+   order.erase( order.begin() + portCount / 2 + 1, order.end() - 1 );
+   EXPECT_EQ( held(), order );
+}
+
+TEST_F( InterfaceWalk, EntriesMadeAndRemovedWhileAHoldIsTracedStay ) {
+   std::string const name = mlagissuCause->name().string();
+   during( traced( 9, "Adding " + middle() + " to errdisable cause " + name ), [ & ] {
+      for ( std::string const& port : order ) {
+         mlagissuCause->intfStatusDel( id( port ) );
+      }
+      for ( int i = 100; i < 200; ++i ) {
+         mlagissuCause->intfStatusIs( id( "Ethernet" + std::to_string( i ) ), 7 );
+      }
+   } );
+   startSteps();
+   Log expected( order.begin() + portCount / 2, order.end() );
+   for ( int i = 100; i < 200; ++i ) {
+      expected.push_back( "Ethernet" + std::to_string( i ) );
+   }
+   inOrder( expected );
+   EXPECT_EQ( held(), expected );
+   EXPECT_EQ( mlagissuCause->intfStatus( id( middle() ) ).when, 0 );
+}
+
+TEST_F( InterfaceWalk, AnEntryMadeWhileItsHoldIsTracedHasTheTimeOfTheHold ) {
+   std::string const name = mlagissuCause->name().string();
+   during( traced( 9, "Adding " + middle() + " to errdisable cause " + name ), [ & ] {
+      mlagissuCause->intfStatusIs( id( middle() ), 7 );
+   } );
+   startSteps();
+   EXPECT_EQ( mlagissuCause->intfStatus( id( middle() ) ).when, 0 );
+   EXPECT_EQ( held(), order );
 }
 
 TEST_F( InterfaceWalk, DirectoryThatGrowsManyfoldIsWalkedToItsEnd ) {
