@@ -12,6 +12,7 @@
 #include <host/client/Why>
 #include <host/state/Machine>
 #include <host/state/MountTable>
+#include <host/text/JsonSummary>
 
 #include <Ryx/Exception>
 #include <Ryx/Time>
@@ -22,7 +23,7 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <sstream>
+#include <utility>
 
 namespace ostra {
 
@@ -39,6 +40,7 @@ class WhyInRun {
       Json const& port = present.port;
       Json why = { { "at", toJson( secondsOf( options_.at ) ) },
                    { "port", port },
+                   { "lastHold", present.lastHold },
                    { "heldFor", nullptr },
                    { "heldSince", nullptr },
                    { "releasedIn", nullptr },
@@ -56,14 +58,48 @@ class WhyInRun {
  private:
    struct Present {
       Json port;
+      Json lastHold;
       Json state;
    };
 
    Present presentState() const {
-      KeptRun run( options_.input );
+      RunSummary summary;
+      SummarySink sink( [ &summary ]( RunSummary const& told ) { summary = told; } );
+      PlayedRun run( options_.input, sink, [ &sink ] { sink.settle(); } );
       refuseBehind( run.scenario().until );
       run.playTo( options_.at );
-      return { portIn( run ), run.view().at( {} ) };
+      sink.alarmsAre( {} );
+      Json port = portIn( run, summary.interfaces );
+      Json lastHold = lastHoldOf( port, summary.interfaces );
+      return { std::move( port ), std::move( lastHold ), run.view().at( {} ) };
+   }
+
+   static PortAccount const*
+   accountOf( IntfId id, std::vector< PortAccount > const& accounts ) {
+      auto const found = std::find_if(
+         accounts.begin(), accounts.end(), [ id ]( PortAccount const& account ) {
+            return account.id == id;
+         } );
+      return found == accounts.end() ? nullptr : &*found;
+   }
+
+   // Of a port that is not held: how it was, errdisabled or in its port-channel.
+   Json lastHoldOf( Json const& port, PortAccounts const& accounts ) const {
+      if ( !port.at( "hold" ).is_null() ) {
+         return nullptr;
+      }
+      PortAccount const* const own = accountOf( id_, accounts.ports );
+      PortAccount const* const shared =
+         accountOf( intfIdOf( port.at( "portChannel" ) ), accounts.portChannels );
+      PastHold const* last = nullptr;
+      for ( PortAccount const* const account : { own, shared } ) {
+         bool const wasHeld = account && !account->holds.empty();
+         if ( wasHeld && account->holds.back().to ) {
+            PastHold const& hold = account->holds.back();
+            last = last && hold.to < last->to ? last : &hold;
+         }
+      }
+      return last ? toJson( *last ) : Json();
    }
 
    [[noreturn]] void refuse( std::string_view found, std::string_view expected ) const {
@@ -106,7 +142,7 @@ class WhyInRun {
    }
 
    // In the form in which a live host tells of one.
-   Json portIn( KeptRun& run ) const {
+   Json portIn( PlayedRun& run, PortAccounts const& accounts ) const {
       RunState const view = run.view();
       Json const since = view.at( { mount::mlagissuCause, "intfStatus", name() } );
       bool const isThere = view.has( { mount::ethPhyIntfStatus, "intfStatus", name() } );
@@ -139,14 +175,28 @@ class WhyInRun {
             fmt::format( "{}, {}", errdisabledWords, left( machine.isMlag( id_ ) ) );
       } else if ( standing.kind == PortStanding::Kind::standby ) {
          port[ "hold" ] = { { "kind", "lacpStandby" },
-                            { "since", standbySince( run, standing.portChannel ) } };
+                            { "since", standbySince( standing.portChannel, accounts ) } };
          port[ "reason" ] = fmt::format( "{}, {}", standbyWords, left( true ) );
       } else {
-         std::string_view const exemption = exemptionOf( portClass );
-         port[ "reason" ] =
-            exemption.empty() ? "not held: " + standing.why : std::string( exemption );
+         port[ "reason" ] = whyNotHeld( portClass, standing, accounts );
       }
       return port;
+   }
+
+   std::string whyNotHeld(
+      std::string const& portClass,
+      PortStanding const& standing,
+      PortAccounts const& accounts ) const {
+      PortAccount const* const account = accountOf( id_, accounts.ports );
+      bool const wasHeld = account && !account->holds.empty();
+      std::string_view const exemption = exemptionOf( portClass );
+      if ( !exemption.empty() ) {
+         // Of a port that was held nobody says that it never is.
+         return std::string(
+            wasHeld ? exemption.substr( exemption.find( "it is" ) ) : exemption );
+      }
+      // Why it was not held in the first place is known from then.
+      return "not held: " + ( wasHeld || !account ? standing.why : account->why );
    }
 
    // Of a time on the switch's clock.
@@ -155,19 +205,9 @@ class WhyInRun {
    }
 
    // Null when it has been since before the run.
-   Json standbySince( KeptRun& run, IntfId portChannel ) const {
-      Json const path = {
-         mount::lacpConfig, "portChannel", portChannel.string(), "stayInStandby"
-      };
-      Json since;
-      std::istringstream lines( run.stream() );
-      for ( std::string line; std::getline( lines, line ); ) {
-         Json const record = Json::parse( line );
-         if ( record.contains( "path" ) && record.at( "path" ) == path ) {
-            since = record.at( "value" ) == true ? record.at( "t" ) : Json();
-         }
-      }
-      return since;
+   static Json standbySince( IntfId portChannel, PortAccounts const& accounts ) {
+      PortAccount const* const account = accountOf( portChannel, accounts.portChannels );
+      return account ? toJson( account->holds.back() ).at( "since" ) : Json();
    }
 
    // Since when and until when.

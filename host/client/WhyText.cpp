@@ -64,6 +64,24 @@ notHeldText( std::string const& reason, std::string const& state ) {
                             : "no port of its class has been held in this boot";
 }
 
+// Of a hold that is over, or null; `portChannel` is the one that the port is in.
+std::string
+lastHoldText( Json const& hold, std::string const& portChannel ) {
+   if ( !hold.is_object() ) {
+      return {};
+   }
+   std::string const since = clockOf( hold, "since" );
+   return field(
+      "released",
+      fmt::format(
+         "{}, {}; {} since {}",
+         clockOf( hold, "released" ),
+         textOf( hold, "reason" ),
+         textOf( hold, "kind" ) == "lacpStandby" ? portChannel + " in LACP standby"
+                                                 : "errdisabled",
+         since.empty() ? "before the run" : since ) );
+}
+
 bool
 isAmong( Json const& change, std::string_view group ) {
    Json const releases = change.value( "releases", Json() );
@@ -101,7 +119,8 @@ whyText( Json const& why, Style const& style ) {
                 portChannel ) );
    if ( !hold.is_object() ) {
       std::string const reason = textOf( port, "reason" );
-      return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) );
+      return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) ) +
+         lastHoldText( why.value( "lastHold", Json() ), portChannel );
    }
    text += style( Ink::held, fmt::format( "{:<14}{}", "held", textOf( port, "reason" ) ) );
    text += '\n';

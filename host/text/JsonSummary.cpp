@@ -19,15 +19,6 @@ nameJson( Kovel::IntfId id ) {
    return id ? Json( id.string() ) : Json();
 }
 
-Json
-holdJson( PastHold const& hold ) {
-   return { { "kind", holdName( hold.kind ) },
-            { "class", hold.portClass },
-            { "since", timeJson( hold.from ) },
-            { "released", timeJson( hold.to ) },
-            { "reason", hold.why } };
-}
-
 template< class Of, class ToJson >
 Json
 listJson( std::vector< Of > const& items, ToJson toItem ) {
@@ -39,6 +30,11 @@ listJson( std::vector< Of > const& items, ToJson toItem ) {
 }
 
 Json
+holdsJson( PortAccount const& account ) {
+   return listJson( account.holds, []( PastHold const& hold ) { return toJson( hold ); } );
+}
+
+Json
 portJson( PortAccount const& port ) {
    return { { "interface", port.id.string() },
             { "class", port.portClass },
@@ -46,7 +42,7 @@ portJson( PortAccount const& port ) {
             { "isPresent", port.isPresent },
             { "state", port.state },
             { "reason", port.why },
-            { "holds", listJson( port.holds, holdJson ) } };
+            { "holds", holdsJson( port ) } };
 }
 
 Json
@@ -54,7 +50,7 @@ portChannelJson( PortAccount const& portChannel ) {
    return { { "interface", portChannel.id.string() },
             { "class", portChannel.portClass },
             { "state", portChannel.state },
-            { "holds", listJson( portChannel.holds, holdJson ) } };
+            { "holds", holdsJson( portChannel ) } };
 }
 
 // Ports that were held in that class, or still are.
@@ -101,6 +97,15 @@ alarmJson( Alarm const& alarm ) {
 }
 
 } // namespace
+
+Json
+toJson( PastHold const& hold ) {
+   return { { "kind", holdName( hold.kind ) },
+            { "class", hold.portClass },
+            { "since", timeJson( hold.from ) },
+            { "released", timeJson( hold.to ) },
+            { "reason", hold.why } };
+}
 
 Json
 toJson( RunSummary const& summary ) {

@@ -136,15 +136,56 @@ TEST( WhyInRun, APortThatIsNotHeldHasAReason ) {
       whyAt( "Ethernet1", 300s ),
       "at            00:05:00.000\n"
       "Ethernet1     mlag port in Port-Channel10\n"
-      "not held      the reload delay is over\n" );
+      "not held      the reload delay is over\n"
+      "released      00:05:00.000, delay over; errdisabled since 00:00:00.000\n" );
    EXPECT_THAT(
-      whyAt( "Ethernet2", 200s ), HasSubstr( "not held      although the delay runs" ) );
+      whyAt( "Ethernet2", 250s ),
+      HasSubstr( "not held      although the delay runs\n"
+                 "released      00:03:20.000, by the event; errdisabled since "
+                 "00:00:00.000\n" ) );
+   EXPECT_THAT(
+      whyAt( "Ethernet4", 310s ),
+      HasSubstr( "not held      the reload delay is over\n"
+                 "released      00:05:00.000, delay over; Port-Channel11 in LACP standby "
+                 "since 00:00:00.000\n" ) );
    EXPECT_THAT(
       whyAt( "Management1", 0s ),
       HasSubstr( "not held      never held: it is a management port" ) );
    EXPECT_THAT(
       whyAt( "Ethernet5", 0s ),
       HasSubstr( "not held      never held: it is in the peer link" ) );
+}
+
+// Afterwards the switch does not say any more that this was why.
+TEST( WhyInRun, APortThatNeverWasHeldHasTheReasonOfThen ) {
+   std::string const unconfigured =
+      "mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } } }\n"
+      "events:\n"
+      "  - { at: 1, ethPhyIntfStatus: { intfStatus: { Ethernet2: {} } } }\n";
+   EXPECT_THAT(
+      whyAt( "Ethernet1", 0s, false, unconfigured ),
+      testing::EndsWith( "not held      MLAG not configured\n" ) );
+   EXPECT_THAT(
+      whyAt( "Ethernet1", 1s, false, unconfigured ),
+      testing::EndsWith( "not held      MLAG not configured\n" ) );
+   EXPECT_THAT(
+      whyAt( "Ethernet2", 1s, false, unconfigured ),
+      testing::EndsWith( "not held      the reload delay is over\n" ) );
+}
+
+TEST( WhyInRun, TheLastHoldOfAPortThatIsNotHeldIsTold ) {
+   Json const released = Json::parse( whyAt( "Ethernet2", 250s, true ) );
+   EXPECT_EQ(
+      released.at( "lastHold" ),
+      Json( { { "kind", "errdisable" },
+              { "class", "mlag" },
+              { "since", 0 },
+              { "released", 200 },
+              { "reason", "by the event" } } ) );
+   Json const held = Json::parse( whyAt( "Ethernet2", 150s, true ) );
+   EXPECT_TRUE( held.at( "lastHold" ).is_null() );
+   Json const never = Json::parse( whyAt( "Management1", 250s, true ) );
+   EXPECT_TRUE( never.at( "lastHold" ).is_null() );
 }
 
 TEST( WhyInRun, AHeldPortThatJoinsThePeerLinkWaitsForTheDelayThatItIsHeldFor ) {
@@ -159,6 +200,14 @@ TEST( WhyInRun, AHeldPortThatJoinsThePeerLinkWaitsForTheDelayThatItIsHeldFor ) {
       AllOf(
          HasSubstr( "errdisabled for the MLAG reload delay, which no timer ends\n" ),
          HasSubstr( "nothing releases it" ) ) );
+}
+
+TEST( WhyInRun, OfAPortThatWasHeldNobodySaysThatItNeverIs ) {
+   EXPECT_THAT(
+      whyAt( "Ethernet1", 310s, false, joiningPeerLink( "300", "330" ) ),
+      testing::EndsWith( "not held      it is in the peer link\n"
+                         "released      00:05:00.000, delay over; errdisabled since "
+                         "00:00:00.000\n" ) );
 }
 
 TEST( WhyInRun, APortChannelIsAskedOfByItsPorts ) {
