@@ -172,7 +172,8 @@ runScenario( RunOptions const& options, std::ostream& out ) {
    }
    TextOptions const text{ .colour = hasColour( options.colour ),
                            .trace = options.trace.has_value(),
-                           .width = outputWidth() };
+                           .width = outputWidth(),
+                           .isNarrowed = options.narrowing.interfaces.has_value() };
    return playScenario( options, out, [ & ]( std::ostream& to ) {
       return makeOutput( options.format, text, to );
    } );

@@ -159,7 +159,10 @@ TextBatch::printDelay( WriteBatch const& batch ) {
 // In the first batch nothing is held.
 void
 TextBatch::printNothing() {
-   if ( !facts_.isDelayRunning() || census_.notHeld.empty() ) {
+   bool const isRunning = facts_.isDelayRunning();
+   if ( isRunning && isNarrowed_ ) {
+      lines_.entry( at_, Ink::faint, "held", "none of these interfaces" );
+   } else if ( !isRunning || census_.notHeld.empty() ) {
       lines_.entry( at_, Ink::alarm, "held", "nothing: " + whyNothingIsHeld( facts_ ) );
    }
 }

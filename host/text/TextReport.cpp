@@ -17,14 +17,17 @@
 namespace ostra {
 
 TextReport::TextReport( std::ostream& out, TextOptions options )
-      : lines_( out, Style( options.colour ), options.width ), trace_( options.trace ) {}
+      : lines_( out, Style( options.colour ), options.width ),
+        trace_( options.trace ),
+        isNarrowed_( options.isNarrowed ) {}
 
 void
 TextReport::start( StartRecord const& record, StateView const& state ) {
    state_ = &state;
    account_ =
       std::make_unique< RunAccount >( state, [ this ]( RunAccount::Batch const& batch ) {
-         TextBatch( lines_, batch.at, account_->facts(), batch.census, batch.isFirst )
+         TextBatch(
+            lines_, batch.at, account_->facts(), batch.census, batch.isFirst, isNarrowed_ )
             .print( batch.writes, batch.reason );
       } );
    printHeading( lines_, record, account_->facts() );
@@ -88,7 +91,8 @@ TextReport::end( Milliseconds at, EndRecord const& record ) {
                            account_->ledger(),
                            account_->neverHeld(),
                            account_->forced(),
-                           account_->wasConfigMissing() };
+                           account_->wasConfigMissing(),
+                           isNarrowed_ };
    printSummary( lines_, ending, account_->facts() );
 }
 

@@ -143,9 +143,11 @@ printResult(
    printStillHeld( lines, ending, facts );
    auto const isOver = []( Span const& span ) { return span.to.has_value(); };
    if ( std::all_of( spans.begin(), spans.end(), isOver ) ) {
-      char const* const text =
-         spans.empty() ? "nothing was held" : "nothing is held any more";
-      lines.field( "done", text, Ink::freed );
+      std::string const which = ending.isNarrowed ? "none of these interfaces" : "nothing";
+      lines.field(
+         "done",
+         which + ( spans.empty() ? " was held" : " is held any more" ),
+         Ink::freed );
    }
    printNeverHeld( lines, ending.neverHeld );
 }

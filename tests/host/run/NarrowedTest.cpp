@@ -130,6 +130,25 @@ TEST( Narrowed, TheReportCountsTheSame ) {
    EXPECT_THAT( out.str(), Not( HasSubstr( "Ethernet2" ) ) );
 }
 
+TEST( Narrowed, ThatNoneOfThemIsHeldSaysNothingOfOthers ) {
+   RunOptions options = only( "Port-Channel5" );
+   options.input.scenario = temporaryFile( "scenario.yaml", fourPorts );
+   options.input.plugin = OSTRA_PLUGIN;
+   std::ostringstream out;
+   runScenario( options, out );
+   EXPECT_THAT(
+      out.str(), HasSubstr( "00:00:00.000  held        none of these interfaces\n" ) );
+   EXPECT_THAT( out.str(), Not( HasSubstr( "no port to hold is there yet" ) ) );
+   EXPECT_THAT(
+      out.str(), HasSubstr( "  done          none of these interfaces was held\n" ) );
+   options.narrowing.interfaces = interfacesOf( "Ethernet1" );
+   std::ostringstream of;
+   runScenario( options, of );
+   EXPECT_THAT(
+      of.str(),
+      HasSubstr( "  done          none of these interfaces is held any more\n" ) );
+}
+
 TEST( Narrowed, TracesAreThoseOfAHandleOrAFunction ) {
    RunOptions options;
    options.trace = 9;
