@@ -92,19 +92,18 @@ ScenarioReview::checkSettings() {
 
 void
 ScenarioReview::checkStatuses() {
-   for ( auto const& [ id, patch ] : seen_[ lags ] ) {
+   auto const isAlone = [ this ]( Id id ) {
       bool const isNamed = joined_.count( id ) || peerLinks_.count( id ) ||
          isSeen( mlags, id ) || isSeen( overrides, id ) || isSeen( lacps, id ) ||
          isSeen( snooped, id );
-      if ( !isNamed && isPortChannel( id ) ) {
-         doubtKey(
-            patch,
-            lags,
-            id,
-            fmt::format(
-               "no port is a member of {}, and nothing else has it", id.string() ) );
-      }
-   }
+      return !isNamed && isPortChannel( id );
+   };
+   doubtTogether( lags, isAlone, []( std::string const& names, std::size_t count ) {
+      return fmt::format(
+         "no port is a member of {}, and nothing else has {}",
+         names,
+         count == 1 ? "it" : "them" );
+   } );
 }
 
 // A port-channel that has members and no MLAG id may be the one that was meant.

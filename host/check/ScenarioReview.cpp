@@ -4,6 +4,7 @@
 #include <host/check/ScenarioReview>
 
 #include <host/account/SwitchFacts>
+#include <host/base/IntfRanges>
 #include <host/check/IntfKinds>
 #include <host/state/MountTable>
 
@@ -57,24 +58,32 @@ void
 ScenarioReview::addMembers( Collection collection, Json const& patch ) {
    Keys const& keys = collections[ collection ];
    Json const& values = memberAt( patch, { keys.mount, keys.name } );
+   OddKeys odd;
    for ( auto const& [ key, value ] : values.items() ) {
       if ( value.is_null() || value == false ) {
-         addRemoval( collection, key );
+         addRemoval( collection, Id( key ), odd );
       } else {
-         addMember( collection, key, value );
+         addMember( collection, key, value, odd );
       }
    }
+   doubtAll(
+      collection,
+      odd.strangers,
+      fmt::format( "is no {}", keys.kind ),
+      fmt::format( "is a {}", keys.kind ) );
+   doubtAll(
+      collection, odd.absent, "is not there to be removed", "is there to be removed" );
 }
 
 void
 ScenarioReview::addMember(
-   Collection collection, std::string const& key, Json const& value ) {
+   Collection collection, std::string const& key, Json const& value, OddKeys& odd ) {
    Keys const& keys = collections[ collection ];
    Id const id( key );
    bool const isPutIn = present_[ collection ].insert( id ).second;
    bool const isNew = seen_[ collection ].emplace( id, patches_ ).second;
    if ( isNew && !keys.takes( id ) ) {
-      doubtKey( patches_, collection, id, fmt::format( "{} is no {}", key, keys.kind ) );
+      odd.strangers.push_back( id );
    }
    checkMemberReference( collection, key, value, isPutIn );
    if ( collection == lagConfigs ) {
@@ -85,11 +94,10 @@ ScenarioReview::addMember(
 }
 
 void
-ScenarioReview::addRemoval( Collection collection, std::string const& key ) {
-   Id const id( key );
+ScenarioReview::addRemoval( Collection collection, Id id, OddKeys& odd ) {
    referring_[ collection ].erase( id );
    if ( !present_[ collection ].erase( id ) && collections[ collection ].isInput ) {
-      doubtKey( patches_, collection, id, fmt::format( nothingToRemove, key ) );
+      odd.absent.push_back( id );
    }
 }
 
@@ -226,6 +234,23 @@ ScenarioReview::checkDelay( char const* name, Json const& config ) {
 void
 ScenarioReview::doubt( std::size_t patch, Path path, std::string what, bool isOfKey ) {
    doubts_.push_back( { patch, std::move( path ), std::move( what ), isOfKey } );
+}
+
+void
+ScenarioReview::doubtAll(
+   Collection collection,
+   std::vector< Id > const& ids,
+   std::string const& one,
+   std::string const& none ) {
+   if ( !ids.empty() ) {
+      std::string const names = intfRanges( ids );
+      doubtKey(
+         patches_,
+         collection,
+         ids.front(),
+         ids.size() == 1 ? fmt::format( "{} {}", names, one )
+                         : fmt::format( "none of {} {}", names, none ) );
+   }
 }
 
 void

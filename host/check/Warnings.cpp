@@ -196,6 +196,15 @@ warnings( Document const& document, Scenario const& scenario, Mounts const& moun
    std::stable_sort( lines.begin(), lines.end(), []( Line const& a, Line const& b ) {
       return a.place < b.place;
    } );
+   // Of the interfaces of a range the same is odd.
+   lines.erase(
+      std::unique(
+         lines.begin(),
+         lines.end(),
+         []( Line const& a, Line const& b ) {
+            return a.place == b.place && a.text == b.text;
+         } ),
+      lines.end() );
    std::vector< std::string > texts;
    texts.reserve( lines.size() );
    for ( Line const& line : lines ) {

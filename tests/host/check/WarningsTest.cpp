@@ -138,6 +138,27 @@ TEST( Warnings, ARangeIsDoubtedOnce ) {
          "present" ) );
 }
 
+TEST( Warnings, ARangeOfTheWrongKindIsDoubtedOnce ) {
+   EXPECT_THAT(
+      warningsOf( "mounts:\n"
+                  "  mlagConfig: { intfConfig: { Port-Channel1-3: {} } }\n"
+                  "  lagInputIntfStatus: { intfStatus: { 'Port-Channel1-3,11-12': {} } }\n"
+                  "  ethPhyIntfStatus: { intfStatus: { Vlan1-3: {} } }\n"
+                  "  peerIntfStatusDir: { intfStatus: { PeerEthernet4-9: null } }\n"
+                  "events:\n"
+                  "  - { at: 1, lagInputConfig: { phyIntf: { Ethernet4-9: null } } }\n" ),
+      ElementsAre(
+         "2:31: mounts.mlagConfig.intfConfig.Port-Channel1-3: an empty mlagId is no MLAG "
+         "configuration",
+         "3:39: mounts.lagInputIntfStatus.intfStatus.Port-Channel1-3,11-12: no port is a "
+         "member of Port-Channel11-12, and nothing else has them",
+         "4:37: mounts.ethPhyIntfStatus.intfStatus.Vlan1-3: none of Vlan1-3 is a port",
+         "5:38: mounts.peerIntfStatusDir.intfStatus.PeerEthernet4-9: null removes it, and "
+         "it is not there: expected {} to put it in",
+         "7:43: events[0].lagInputConfig.phyIntf.Ethernet4-9: none of Ethernet4-9 is "
+         "there to be removed" ) );
+}
+
 TEST( Warnings, MlagIdsThatPairNothing ) {
    std::string const lags =
       "  lagInputIntfStatus: { intfStatus: { Port-Channel1: {}, Port-Channel2: {} } }\n";
