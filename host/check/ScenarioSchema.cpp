@@ -3,6 +3,7 @@
 
 #include <host/check/ScenarioSchema>
 
+#include <host/base/Milliseconds>
 #include <host/check/StateDefinitions>
 #include <host/run/Scenario>
 #include <host/state/TypeSchemas>
@@ -15,8 +16,25 @@ namespace ostra {
 namespace {
 
 constexpr char timePattern[] =
-   "^-?([0-9]+:[0-5][0-9]:[0-5][0-9](\\.[0-9]{1,3})?"
+   "([0-9]+:[0-5][0-9]:[0-5][0-9](\\.[0-9]{1,3})?"
    "|([0-9]+d)?([0-9]+h)?([0-9]+m)?([0-9]+(\\.[0-9]{1,3})?s)?([0-9]+ms)?)$";
+
+Json
+timeSchema( bool isSigned ) {
+   return { { "description", "seconds, or like 1h30m or 01:30:00.000" },
+            { "type", { "number", "string" } },
+            { "pattern", ( isSigned ? "^-?" : "^" ) + std::string( timePattern ) },
+            { "minLength", 2 } };
+}
+
+// From `least`, in seconds, to the greatest that there is.
+Json
+instantSchema( double least ) {
+   Json schema = timeSchema( least < 0 );
+   schema[ "minimum" ] = toJson( least );
+   schema[ "maximum" ] = toJson( secondsOf( lastScenarioInstant ) );
+   return schema;
+}
 
 Json
 eventSchema( Json const& mounts ) {
@@ -25,7 +43,7 @@ eventSchema( Json const& mounts ) {
                         { "description", "{} sets it, null deletes it" } };
    Json event = mounts;
    Json& properties = event[ "properties" ];
-   properties[ std::string( timeKey ) ] = definitionReference( "time" );
+   properties[ std::string( timeKey ) ] = definitionReference( "instant" );
    properties[ std::string( labelKey ) ] = definitionReference( "text" );
    properties[ std::string( agentKey ) ] = {
       { "description", "{} sets it up with its children, null tears it down" },
@@ -47,10 +65,8 @@ scenarioSchema() {
    Json const mounts = types.at( state );
    types[ "event" ] = eventSchema( mounts );
    types[ "text" ] = { { "type", { "string", "number", "boolean" } } };
-   types[ "time" ] = { { "description", "seconds, or like 1h30m or 01:30:00.000" },
-                       { "type", { "number", "string" } },
-                       { "pattern", timePattern },
-                       { "minLength", 2 } };
+   types[ "time" ] = timeSchema( true );
+   types[ "instant" ] = instantSchema( 0 );
    types[ "delay" ] = { { "description", "seconds, .inf, or like 1h30m" },
                         { "anyOf",
                           { definitionReference( "time" ), { { "const", "inf" } } } } };
@@ -61,8 +77,8 @@ scenarioSchema() {
       { "additionalProperties", false },
       { "properties",
         { { "name", definitionReference( "text" ) },
-          { "startTime", definitionReference( "time" ) },
-          { "until", definitionReference( "time" ) },
+          { "startTime", instantSchema( secondsOf( -lastScenarioInstant ) ) },
+          { "until", definitionReference( "instant" ) },
           { "templates", { { "type", "object" } } },
           { "mounts", definitionReference( state ) },
           { "events",

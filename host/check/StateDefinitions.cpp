@@ -5,25 +5,56 @@
 
 #include <host/state/TypeSchemas>
 
+#include <fmt/format.h>
+
+#include <string>
+
 namespace ostra {
 
 namespace {
 
 constexpr char definitions[] = "#/$defs/";
 
-constexpr char namePattern[] =
-   "^(Peer)?(Ethernet|Internal|Loopback|Management|Port-Channel|Recirc|Vlan)[0-9]+"
-   "(/[0-9]+){0,3}$";
+constexpr char kindPattern[] =
+   "(Peer)?(Ethernet|Internal|Loopback|Management|Port-Channel|Recirc|Vlan)";
+constexpr char numberPattern[] = "(0|[1-9][0-9]*)";
+
+std::string
+numbersOf( std::string const& one ) {
+   return fmt::format( "{}(/{}){{0,3}}", one, one );
+}
+
+std::string
+namePattern() {
+   return fmt::format( "^{}{}$", kindPattern, numbersOf( numberPattern ) );
+}
+
 // A name, or a range of them.
-constexpr char rangePattern[] =
-   "^(Peer)?(Ethernet|Internal|Loopback|Management|Port-Channel|Recirc|Vlan)[0-9]"
-   "[0-9/,-]*(, *[A-Z][A-Za-z-]*[0-9][0-9/,-]*)*$";
+std::string
+rangePattern() {
+   std::string const numbers =
+      numbersOf( fmt::format( "{}(-{})?", numberPattern, numberPattern ) );
+   return fmt::format( "^{}{}(, *({})?{})*$", kindPattern, numbers, kindPattern, numbers );
+}
+
+// A name, in which below a range a number may be one of the interface's.
+std::string
+referencePattern() {
+   return fmt::format( "^{}{}$", kindPattern, numbersOf( "([0-9]|\\$[1-4])+" ) );
+}
 
 bool
 isNumberOrInfinity( Json const& schema ) {
    Json const inf = { { "const", "inf" } };
    return schema.is_object() && schema.contains( "anyOf" ) &&
       schema.at( "anyOf" ).back() == inf;
+}
+
+// A name, or null.
+bool
+isInterface( Json const& schema ) {
+   return schema.is_object() && schema.contains( "type" ) &&
+      schema.at( "type" ) == Json::array( { "string", "null" } );
 }
 
 // What a request may say becomes what a file may.
@@ -47,7 +78,9 @@ adapt( Json& schema, Spelling spelling ) {
       schema.at( "additionalProperties" ).is_object();
    if ( isCollection ) {
       schema[ "propertyNames" ] = { { "pattern",
-                                      isOfScenario ? rangePattern : namePattern } };
+                                      isOfScenario ? rangePattern() : namePattern() } };
+   } else if ( isInterface( schema ) ) {
+      schema[ "pattern" ] = isOfScenario ? referencePattern() : namePattern();
    }
    for ( auto& [ key, value ] : schema.items() ) {
       adapt( value, spelling );
