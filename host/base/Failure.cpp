@@ -74,8 +74,27 @@ inQuotes( std::string_view text ) {
    return fmt::format( "\"{}\"", shortened( text ) );
 }
 
+namespace {
+
+// What the framework says of a text of which only a beginning is a value.
+std::string
+expectedBefore( std::string const& message, std::string_view text ) {
+   constexpr std::string_view junk = "junk at column ";
+   if ( !message.starts_with( junk ) ) {
+      return message;
+   }
+   std::size_t const column = std::stoul( message.substr( junk.size() ) );
+   return column == 0
+      ? fmt::format( "\"{}\": expected a letter or a digit first", text )
+      : fmt::format(
+           "\"{}\": expected nothing after \"{}\"", text, text.substr( 0, column ) );
+}
+
+} // namespace
+
 std::string
 shortenedIn( std::string message, std::string_view text ) {
+   message = expectedBefore( message, text );
    if ( text.size() <= longestQuote ) {
       return message;
    }

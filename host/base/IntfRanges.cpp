@@ -169,6 +169,9 @@ class RangesReader {
       Kovel::allParts( part.substr( digits ), '/', [ & ]( std::string_view number ) {
          std::size_t const dash = number.find( '-' );
          bool const isRange = dash != number.npos;
+         if ( isRange && number.find_first_of( decimalDigits, dash ) != dash + 1 ) {
+            refuse( fmt::format( "a number behind \"{}\"", number.substr( 0, dash + 1 ) ) );
+         }
          bounds.push_back(
             { number.substr( 0, dash ), isRange ? number.substr( dash + 1 ) : number } );
          return true;

@@ -24,9 +24,9 @@ expectedEnumerators( RyxType const& type ) {
    return expected;
 }
 
-// The text from which the type parses the number.
+// The text from which the type parses the number, of seconds.
 std::string
-numberText( Item const& item, std::string_view expected ) {
+numberText( Item const& item ) {
    DocumentNode const& node = item.node();
    if ( node.kind() == NodeKind::text && node.text() == "inf" ) {
       return "inf";
@@ -39,7 +39,9 @@ numberText( Item const& item, std::string_view expected ) {
       ? node.number()
       : duration.value_or( std::numeric_limits< double >::quiet_NaN() );
    if ( std::isnan( number ) || number == -std::numeric_limits< double >::infinity() ) {
-      item.refuse( expected );
+      item.refuse( fmt::format(
+         "a number of seconds{}, or .inf for never ending",
+         node.tree().takesShorthand() ? ", a time like 1h30m without quotes" : "" ) );
    }
    return fmt::format( "{}", number );
 }
@@ -85,7 +87,7 @@ scalarText( Item const& item, RyxType const& type ) {
       }
       return item.node().isTrue() ? "true" : "false";
    case Ryx::ValueKind::number:
-      return numberText( item, "a number, or .inf for never ending" );
+      return numberText( item );
    case Ryx::ValueKind::enumeration:
       return enumeratorText( item, type );
    default:

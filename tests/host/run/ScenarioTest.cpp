@@ -331,8 +331,8 @@ TEST( Scenario, TimesAreWrittenAsPeopleDo ) {
    EXPECT_EQ( mountComplaint( "mlagConfig: {reloadDelay: 5m}" ), "" );
    EXPECT_EQ(
       mountComplaint( "mlagConfig: {reloadDelay: \"5m\"}" ),
-      "mounts.mlagConfig.reloadDelay: \"5m\": expected a number, or .inf for never "
-      "ending" );
+      "mounts.mlagConfig.reloadDelay: \"5m\": expected a number of seconds, a time "
+      "like 1h30m without quotes, or .inf for never ending" );
 }
 
 TEST( Scenario, RangesAreComplainedOfLikeNames ) {
@@ -341,6 +341,12 @@ TEST( Scenario, RangesAreComplainedOfLikeNames ) {
    };
    std::string const place = "x.yaml:4:7: mounts.ethPhyIntfStatus.intfStatus.";
    EXPECT_EQ( ports( "Ethernet1-48,51-52/1: {}" ), "" );
+   EXPECT_EQ(
+      ports( "\",Ethernet1\": {}" ),
+      place + ",Ethernet1: \",Ethernet1\": expected a letter or a digit first" );
+   EXPECT_EQ(
+      mountComplaint( "mlagConfig: {localInterface: \"Vlan5 \"}" ),
+      "mounts.mlagConfig.localInterface: \"Vlan5 \": expected nothing after \"Vlan5\"" );
    EXPECT_EQ(
       ports( "Ethernet4-1: {}" ),
       place +

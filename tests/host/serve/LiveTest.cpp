@@ -84,7 +84,7 @@ TEST_F( Live, NothingOfAPatchHappensWhenAPartOfItIsWrong ) {
       PatchRefusal::Kind::invalid );
    EXPECT_EQ( complaint.where, "mlagConfig.reloadDelay" );
    EXPECT_EQ( complaint.found, "\"soon\"" );
-   EXPECT_EQ( complaint.expected, "a number, or .inf for never ending" );
+   EXPECT_EQ( complaint.expected, "a number of seconds, or .inf for never ending" );
    EXPECT_EQ( refusal( "[1]" ), PatchRefusal::Kind::invalid );
    EXPECT_EQ( complaint.found, "a list" );
    EXPECT_EQ( refusal( "{\"mlagConfig\": " ), PatchRefusal::Kind::invalid );
