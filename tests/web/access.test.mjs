@@ -98,6 +98,28 @@ const inStates = {
    absent: { link: null },
 };
 
+/** Of each port how its text stands out from its ground, and its border from what is around it, as
+ * the rules for contents have it: from 1 to 21. */
+function contrastsOf(ports) {
+   const partsOf = colour => colour.match(/[\d.]+/g).map(Number);
+   const brightness = colour => partsOf(colour).slice(0, 3).map(part => part / 255).map(
+      part => part <= 0.04045 ? part / 12.92 : ((part + 0.055) / 1.055) ** 2.4)
+      .reduce((sum, part, i) => sum + part * [0.2126, 0.7152, 0.0722][i], 0.05);
+   const contrast = (a, b) => {
+      const [least, most] = [brightness(a), brightness(b)].sort((x, y) => x - y);
+      return most / least;
+   };
+   const groundOf = element => {
+      const { backgroundColor } = getComputedStyle(element);
+      return partsOf(backgroundColor)[3] === 0 ? groundOf(element.parentElement) : backgroundColor;
+   };
+   return ports.map(port => {
+      const { color, borderTopColor } = getComputedStyle(port);
+      return { state: port.dataset.state, text: contrast(color, groundOf(port)),
+         border: contrast(borderTopColor, groundOf(port.parentElement)) };
+   });
+}
+
 for (const colorScheme of ['light', 'dark']) {
    test('Page.MarksEachStateWithMoreThanAColour', async t => {
       const host = await Host.start(t);
@@ -113,6 +135,9 @@ for (const colorScheme of ['light', 'dark']) {
       const marks = await page.$$eval('.port', all => all.map(mark => mark.textContent));
       assert.equal(new Set(marks).size, Object.keys(portStates).length);
       assert.deepEqual(states.sort(), Object.keys(portStates).sort());
+      const faint = (await page.$$eval('.port', contrastsOf)).filter(
+         ({ text, border }) => !(text >= 4.5 && border >= 3));
+      assert.deepEqual(faint, []);
       assert.deepEqual(await barriers(page), []);
    });
 
@@ -125,9 +150,12 @@ for (const colorScheme of ['light', 'dark']) {
             name => name.scrollWidth > name.clientWidth).map(name => name.textContent));
          assert.deepEqual(cut, [], `${width} pixels`);
          await page.click('[data-port="Ethernet1"]');
-         assert.equal(await page.evaluate(() => document.getAnimations().length), 0);
-         assert.equal(await page.$eval('.port', port => getComputedStyle(port).transitionDuration),
-            '0s');
+         const moving = await page.evaluate(() => [...document.querySelectorAll('*')].filter(
+            element => {
+               const { transitionDuration, animationName } = getComputedStyle(element);
+               return transitionDuration !== '0s' || animationName !== 'none';
+            }).map(element => element.className));
+         assert.deepEqual(moving, [], `${width} pixels`);
          assert.ok(await overflow(page) <= 0, `${width} pixels`);
          assert.deepEqual(await barriers(page), [], `${width} pixels`);
          await page.click('text=As a table');
