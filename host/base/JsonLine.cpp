@@ -107,7 +107,8 @@ ObjectLine::begin( std::string_view key ) {
    if ( text_.size() > 1 ) {
       text_ += ',';
    }
-   text_.append( 1, '"' ).append( key ).append( "\":" );
+   append( text_, key );
+   text_ += ':';
 }
 
 void
@@ -136,6 +137,12 @@ ObjectLine::add( std::string_view key, Json const& value ) {
    } else {
       text_ += lineOf( value );
    }
+}
+
+void
+ObjectLine::addLine( std::string_view key, std::string_view line ) {
+   begin( key );
+   text_ += line;
 }
 
 void

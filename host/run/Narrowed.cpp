@@ -177,6 +177,11 @@ Narrowed::addPortChannels() const {
    }
 }
 
+std::string
+Narrowed::line() const {
+   return state_->line();
+}
+
 Json
 Narrowed::at( std::vector< std::string > const& path ) const {
    return state_->at( path );

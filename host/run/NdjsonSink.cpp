@@ -16,7 +16,7 @@ void
 NdjsonSink::end( Milliseconds at, EndRecord const& ) {
    ObjectLine line = head( at );
    line.add( "type", "end" );
-   line.add( "state", state_->at( {} ) );
+   line.addLine( "state", state_->line() );
    put( line.take() );
 }
 

@@ -171,6 +171,15 @@ Mounts::at( std::vector< std::string > const& path ) const {
    return find( path ).value_or( nullptr );
 }
 
+std::string
+Mounts::line() const {
+   ObjectLine line;
+   for ( std::size_t i = 0; i < mountKinds.size(); ++i ) {
+      line.addLine( mountKinds[ i ].name, lineOfObject( *objects_[ i ] ) );
+   }
+   return line.take();
+}
+
 bool
 Mounts::has( std::vector< std::string > const& path ) const {
    if ( path.empty() ) {

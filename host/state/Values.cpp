@@ -3,6 +3,8 @@
 
 #include <host/state/Values>
 
+#include <host/base/JsonLine>
+
 #include <algorithm>
 #include <charconv>
 #include <iterator>
@@ -175,6 +177,34 @@ collectionToJson( GenericIf& object, RyxAttr const& collection ) {
          json, it->iterKey()->strRep(), valueToJson( collection, it->iterObj() ) );
    }
    return json;
+}
+
+namespace {
+
+std::string
+lineOfCollection( GenericIf& object, RyxAttr const& collection ) {
+   ObjectLine line;
+   for ( auto it = object.attributeIterator( collection.id() ); it->nonNull();
+         it->iterInc() ) {
+      line.add( it->iterKey()->strRep(), valueToJson( collection, it->iterObj() ) );
+   }
+   return line.take();
+}
+
+} // namespace
+
+std::string
+lineOfObject( GenericIf& object ) {
+   ObjectLine line;
+   for ( RyxAttr const* attribute : settableAttributes( *object.type() ) ) {
+      std::string const name = attribute->name().string();
+      if ( isCollection( *attribute ) ) {
+         line.addLine( name, lineOfCollection( object, *attribute ) );
+      } else {
+         line.add( name, valueToJson( *attribute, read( object, *attribute ) ) );
+      }
+   }
+   return line.take();
 }
 
 std::size_t

@@ -92,6 +92,9 @@ TEST( JsonLine, AnObjectMemberByMemberIsWhatADocumentSays ) {
    whole.add( Json::object() );
    whole.add( Json{ { "last", true } } );
    EXPECT_EQ( line.take(), lineOf( members ) );
+   ostra::ObjectLine odd;
+   odd.addLine( texts[ 2 ], lineOf( members ) );
+   EXPECT_EQ( odd.take(), lineOf( Json{ { texts[ 2 ], members } } ) );
    Json all = members;
    all[ "last" ] = true;
    EXPECT_EQ( whole.take(), lineOf( all ) );

@@ -62,6 +62,18 @@ TEST_F( MountsTest, StartInTheirDefaultState ) {
    EXPECT_THAT( mounts.keys( { "ethPhyIntfStatus", "intfStatus" } ), IsEmpty() );
 }
 
+TEST_F( MountsTest, TheLineOfTheStateIsThatOfItsDocument ) {
+   EXPECT_EQ( mounts.line(), ostra::lineOf( mounts.state() ) );
+   apply( R"({
+      "mlagConfig": { "domainId": "a \"b\" \u2028", "reloadDelay": 1.5,
+                      "peerLinkIntf": "Port-Channel1",
+                      "intfConfig": { "Port-Channel2": { "mlagId": "2" },
+                                      "Port-Channel3": { "mlagId": "\u007f" } } },
+      "ethPhyIntfStatus": { "intfStatus": { "Ethernet1": {}, "Ethernet2": {} } },
+      "lagInputConfig": { "phyIntf": { "Ethernet1": { "lag": "Port-Channel2" } } } })" );
+   EXPECT_EQ( mounts.line(), ostra::lineOf( mounts.state() ) );
+}
+
 TEST_F( MountsTest, StateHasEveryMountInTheOrderOfTheTable ) {
    std::vector< std::string > names;
    Json const state = mounts.state();
