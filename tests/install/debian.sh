@@ -167,9 +167,12 @@ build_packages
 say "the packages are built"
 check_packages
 say "lintian is content"
-if ! find_archive; then
-   [ -n "$compiled" ] || die "Debian's archive cannot be reached: ${archive:-none is known}"
-   echo "left out: the packages are not installed, as Debian's archive cannot be reached"
+unable=
+[ "$(id -u)" = 0 ] || unable="only root can make a root"
+[ -n "$unable" ] || find_archive || unable="Debian's archive cannot be reached"
+if [ -n "$unable" ]; then
+   [ -n "$compiled" ] || die "the packages are not installed: $unable"
+   echo "left out: the packages are not installed, as $unable"
    exit 0
 fi
 check_root
