@@ -83,7 +83,7 @@ function Column({ title, entries, marked }) {
       ${entries.length === 0 && html`<p class="small">Nothing would happen.</p>`}
       <ol class="log" tabindex="0" aria-label=${title}>${entries.map(entry => html`
          <li key=${entry.key} class=${`e-${entry.kind}`}><time>in ${instant(entry.t)}</time>
-            ${marked.has(entry.key) && html`<b class="differs">only here</b>`}
+            ${' '}${marked.has(entry.key) && html`<b class="differs">only here</b> `}
             <${Foreign}>${entry.text}<//></li>`)}</ol></div>`;
 }
 
