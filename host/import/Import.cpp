@@ -149,7 +149,8 @@ importScenario( File file, ImportOptions const& options ) {
    if ( !noJson.empty() ) {
       throw Failure(
          ExitStatus::badInput,
-         fmt::format( "{}:{}: not JSON: expected it from here on", source, noJson ) );
+         fmt::format(
+            "{}:{}: no JSON from here on: expected JSON throughout", source, noJson ) );
    }
    if ( options.peerLink ) {
       setPeerLink( *options.peerLink, names, description );

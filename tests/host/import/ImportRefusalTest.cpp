@@ -42,7 +42,8 @@ TEST( Import, WhatIsNoJsonIsRefused ) {
             { "{ PORT: {} }", "1:3" },
             { "{\"PORT\":{}} # a comment", "1:13" },
             { "PORT:\n  Ethernet1: {}\n", "1:1" } } ) {
-      expectRefusal( input, "<stdin>:" + place + ": not JSON: expected it from here on" );
+      expectRefusal(
+         input, "<stdin>:" + place + ": no JSON from here on: expected JSON throughout" );
    }
 }
 
