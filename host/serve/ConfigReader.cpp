@@ -257,7 +257,8 @@ readDevice( Item const& item ) {
    constexpr std::string_view expected = "a regular expression";
    std::string const text = textOf( item, expected );
    if ( !isReadable( text ) ) {
-      item.refuse( "a regular expression of at most 256 octets, and of 4 digits a number" );
+      item.refuse(
+         "a regular expression of at most 256 octets, with numbers of at most 4 digits" );
    }
    try {
       return std::regex( text );

@@ -161,7 +161,8 @@ TEST( Config, RefusesWithThePlaceWhatIsWrong ) {
         "expression" },
       { "linux: { interfaces: [ { device: " + std::string( 257, 'a' ) +
            ", interface: Ethernet1 } ] }",
-        "expected a regular expression of at most 256 octets, and of 4 digits a number" },
+        "expected a regular expression of at most 256 octets, with numbers of at most 4 "
+        "digits" },
       { "linux: { interfaces: [ { device: '(a)\\12345', interface: Ethernet1 } ] }",
         "expected a regular expression of at most 256 octets" },
       { "linux: { interfaces: [ { device: 'a{1,12345}', interface: Ethernet1 } ] }",
