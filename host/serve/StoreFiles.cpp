@@ -25,8 +25,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
-constexpr std::chrono::seconds longestEnding{ 2 };
-constexpr std::chrono::milliseconds betweenLocks{ 10 };
 
 bool
 moveLogs( std::string const& from, std::string const& to ) {
@@ -71,20 +69,26 @@ StoreFiles::~StoreFiles() {
    }
 }
 
+void
+StoreFiles::pauseBetweenTries() {
+   std::this_thread::sleep_for( std::chrono::milliseconds( 10 ) );
+}
+
 bool
-StoreFiles::lock() {
+StoreFiles::lock( std::function< void() > const& pause ) {
    std::error_code error;
    std::string const directory = fs::path( database_ ).parent_path();
    fs::create_directories( directory, error );
    lock_ = open( directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
-   auto const end = std::chrono::steady_clock::now() + longestEnding;
-   while ( lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK ) {
-      if ( std::chrono::steady_clock::now() >= end ) {
-         return false;
-      }
-      std::this_thread::sleep_for( betweenLocks );
+   auto const isAnothers = [ this ] {
+      return lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK;
+   };
+   bool isBusy = isAnothers();
+   for ( int i = 1; isBusy && i < tries; ++i ) {
+      pause();
+      isBusy = isAnothers();
    }
-   return true;
+   return !isBusy;
 }
 
 // Another file has another number, unless the directory is another one, too: then all of it

@@ -8,17 +8,13 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <thread>
-
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
+#include <optional>
 
 using ostra::FakeDriver;
 using ostra::Json;
 using ostra::LiveProcess;
 using ostra::reloadedSwitch;
+using ostra::StoreFiles;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -153,16 +149,17 @@ TEST_F( StoreTest, ASecondHostIsRefused ) {
 
 // As the copies of a host that was killed do, which end behind it.
 TEST_F( StoreTest, AHostWaitsForOneThatEnds ) {
-   int const lock = open( state().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
-   ASSERT_EQ( flock( lock, LOCK_EX | LOCK_NB ), 0 );
-   std::jthread const ends( [ lock ] {
-      std::this_thread::sleep_for( std::chrono::milliseconds( 100 ) );
-      close( lock );
-   } );
-   LiveProcess process( state(), clock, driver );
-   process.start( reloadedSwitch() );
-   EXPECT_THAT( process.errdisabled(), SizeIs( 2 ) );
-   EXPECT_EQ( process.host().store().problem(), "" );
+   for ( int const pauses : { 1, StoreFiles::tries - 1, StoreFiles::tries } ) {
+      auto before = std::make_optional< StoreFiles >( state() );
+      ASSERT_TRUE( before->lock() );
+      int left = pauses;
+      bool const isLocked = StoreFiles( state() ).lock( [ & ] {
+         if ( --left == 0 ) {
+            before.reset();
+         }
+      } );
+      EXPECT_EQ( isLocked, pauses < StoreFiles::tries ) << pauses;
+   }
 }
 
 TEST_F( StoreTest, ADirectoryThatCannotBeMadeIsSaidAndTheHostServes ) {
