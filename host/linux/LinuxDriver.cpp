@@ -57,6 +57,7 @@ LinuxDriver::begin() {
    takenDown_.read( say_ );
    auto const before = takenDown_.reasonBit();
    auto const refused = holds_.takeOver( triesAtStart );
+   writeBit();
    listAll( triesAtStart );
    for ( auto const& [ index, reply ] : refused ) {
       say_( fmt::format(
@@ -64,6 +65,16 @@ LinuxDriver::begin() {
          nameOf( index ),
          *before,
          wordsOf( reply ) ) );
+   }
+}
+
+// Before there are holds by it: whoever comes behind a process that was killed asks for it.
+void
+LinuxDriver::writeBit() {
+   try {
+      holds_.write();
+   } catch ( Failure const& ) {
+      // It is said when it is tried again.
    }
 }
 

@@ -9,6 +9,12 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <functional>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include <linux/rtnetlink.h>
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -24,10 +30,10 @@ class LinuxReasonBit : public ostra::LinuxSwitch {
       addPorts( 2 );
       lab->reasonIs( "swp2", 7, true );
       start( bootId );
-      ASSERT_TRUE( becomes( [ this ] {
-         return std::filesystem::exists( directory.path() + "/state/taken-down.json" );
-      } ) );
       config.reasonBit = 9;
+   }
+   bool isOnTheDisk() const {
+      return std::filesystem::exists( directory.path() + "/state/taken-down.json" );
    }
    unsigned reasons( std::string const& device ) { return lab->link( device )->reasons; }
    static unsigned bits( std::initializer_list< unsigned > numbers ) {
@@ -39,7 +45,41 @@ class LinuxReasonBit : public ostra::LinuxSwitch {
    }
 };
 
+// Looks at something whenever the kernel is asked to change anything.
+class KernelThatLooks final : public ostra::NetlinkSocket {
+ public:
+   explicit KernelThatLooks( std::function< void() > look )
+         : NetlinkSocket( 0 ), look_( std::move( look ) ) {}
+
+   int send( std::span< std::byte const > octets ) override {
+      ostra::forEachMessage( octets, [ this ]( nlmsghdr const& message ) {
+         if ( message.nlmsg_type == RTM_SETLINK ) {
+            look_();
+         }
+      } );
+      return NetlinkSocket::send( octets );
+   }
+
+ private:
+   std::function< void() > const look_;
+};
+
 } // namespace
+
+// A process that is killed at once leaves no hold that nobody knows.
+TEST_F( LinuxReasonBit, IsOnTheDiskBeforeAnythingIsHeldByIt ) {
+   addPorts( 1 );
+   int looks = 0;
+   requests = [ & ] {
+      return std::make_unique< KernelThatLooks >( [ & ] {
+         ++looks;
+         EXPECT_TRUE( isOnTheDisk() );
+      } );
+   };
+   start();
+   EXPECT_TRUE( lab->isHeld( "swp1" ) );
+   EXPECT_GT( looks, 0 );
+}
 
 TEST_F( LinuxReasonBit, HoldsGoOnByTheOneOfNow ) {
    holdBySix();
