@@ -134,7 +134,7 @@ Slabs::vacate( std::size_t arena ) noexcept {
    }
 }
 
-// Has the current slab of a size be one that is not full.
+// Makes sure that the current slab of a size is not full.
 bool
 Slabs::fill( std::size_t index ) noexcept {
    takeReturned();
@@ -245,8 +245,8 @@ Slabs::reserve() noexcept {
    return true;
 }
 
-// Has memory be behind an arena. Where it is refused nobody asks again before an arena that
-// there was has been given back.
+// Puts memory behind an arena. If it is refused, nobody asks again before another arena has been
+// given back.
 bool
 Slabs::commit( std::size_t arena ) noexcept {
    if ( isRefused_ ) {

@@ -42,7 +42,7 @@ restOf( Request const& request ) {
    return { request.path.begin() + 2, request.path.end() };
 }
 
-// Of all the ways to write it one.
+// The same however the request writes it.
 std::string
 pathOf( Request const& request ) {
    return fmt::format( "/{}", fmt::join( request.path, "/" ) );

@@ -34,7 +34,7 @@ placeOfNoJson( std::string_view text ) {
          1 + std::count( before.begin(), before.end(), '\n' ),
          before.size() - ( lineEnd == before.npos ? 0 : lineEnd + 1 ) + 1 );
    } catch ( Json::out_of_range const& ) {
-      // JSON with a number that is none: whoever reads it says where.
+      // JSON, with a number that is too large for any: whoever reads it refuses it.
       return {};
    }
 }

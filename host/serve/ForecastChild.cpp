@@ -198,7 +198,7 @@ startForecast( CopyWork const& work, ForecastLimits const& limits ) {
       if ( getppid() != parent ) {
          end( ForecastEnd::alone );
       }
-      // First: what is open belongs to the host that is started next when this one is killed.
+      // First: if the host is killed, the next one waits for what is open here, as the store.
       closeAllBut( ends[ 1 ] );
       limitChild( limits );
       giveWay( limits );

@@ -17,7 +17,7 @@ namespace ostra::http {
 
 namespace {
 
-// Ends a test that waits in vain, and none on a machine that has much else to do.
+// Ends a test that waits in vain. A machine that has much else to do needs less.
 constexpr auto longestTest = std::chrono::minutes( 10 );
 
 int

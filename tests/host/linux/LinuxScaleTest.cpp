@@ -65,7 +65,7 @@ class LinuxScale : public testing::Test {
       poll( &changes, 1, milliseconds );
       process->turn();
    }
-   // Gives up when even a machine that has much else to do had been done.
+   // Gives up when it has taken longer than a machine needs that has much else to do.
    template< class Condition >
    static bool becomes( Condition condition, std::function< void() > const& wait ) {
       auto const end = std::chrono::steady_clock::now() + std::chrono::minutes( 2 );
