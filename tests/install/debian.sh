@@ -25,7 +25,7 @@ keep=${1:+$(realpath "$1")}
 work=$(mktemp -d)
 fresh=$work/root
 trap 'rm -rf --one-file-system "$work"' EXIT
-install_packages $base_packages git debhelper dpkg-dev fakeroot lintian mmdebstrap
+install_packages $base_packages git debhelper dpkg-dev fakeroot lintian mmdebstrap systemd
 
 print_sources() {
    local git=(git -c safe.directory="$root" -C "$root")
@@ -150,7 +150,8 @@ check_root() {
    for name in $(sed -n 's/^Tests: //p' "$root/debian/tests/control"); do
       run_test "$name"
    done
-   [ -e "$fresh/lib/systemd/system/ostra.service" ] || die "no service is installed"
+   # All that it calls is there.
+   quietly systemd-analyze verify --root="$fresh" ostra.service
    [ -z "$(find "$fresh/etc/systemd" -name ostra.service)" ] || die "the service is enabled"
    inside getent passwd ostra >/dev/null || die "the service has no user"
    # Who upgrades keeps what is there.
