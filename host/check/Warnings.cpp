@@ -128,6 +128,7 @@ class Annotations {
          }
       }
       addStrayQuote( item );
+      addStrayNumber( item );
       visitBelow( item, place );
    }
 
@@ -140,8 +141,12 @@ class Annotations {
          return found == place->below.end() ? nullptr : &found->second;
       };
       if ( item.node().kind() == NodeKind::map ) {
-         item.forEachEntry(
-            "", [ & ]( Item const& entry ) { visit( entry, placeOf( entry.key() ) ); } );
+         item.forEachEntry( "", [ & ]( Item const& entry ) {
+            // What templates are is known where an alias stands for them.
+            if ( entry.key() != "templates" ) {
+               visit( entry, placeOf( entry.key() ) );
+            }
+         } );
       }
       std::size_t index = 0;
       for ( DocumentNode const node : item.node().items() ) {
@@ -157,9 +162,31 @@ class Annotations {
       bool const isStray = node.kind() == NodeKind::text && node.isPlain() &&
          ( text.ends_with( '"' ) || text.ends_with( '\'' ) ) && item.key() != "name";
       if ( isStray ) {
-         Doubt const doubt{ 0, {}, "ends with a quote that nothing opens", false };
-         lines_.push_back( { 1 + node.offset(), complaint( item, doubt ) } );
+         add( item, "ends with a quote that nothing opens" );
       }
+   }
+
+   // Below a range, the numbers of the interface stand there by now.
+   void addStrayNumber( Item const& item ) {
+      DocumentNode const& node = item.node();
+      bool const isText =
+         node.kind() == NodeKind::text && item.key() != "name" && item.key() != labelKey;
+      std::string_view const text = isText ? node.text() : std::string_view();
+      std::size_t const dollar = text.find( '$' );
+      std::string_view const number =
+         dollar == text.npos ? std::string_view() : text.substr( dollar, 2 );
+      if ( number.find_first_of( "0123456789" ) == 1 ) {
+         add(
+            item,
+            fmt::format(
+               "{} is a text here: the numbers of an interface are $1 to $4, below a range",
+               number ) );
+      }
+   }
+
+   void add( Item const& item, std::string what ) {
+      Doubt const doubt{ 0, {}, std::move( what ), false };
+      lines_.push_back( { 1 + item.node().offset(), complaint( item, doubt ) } );
    }
 
    // What the document does not have: it comes from an earlier state.

@@ -159,6 +159,26 @@ TEST( Warnings, ARangeOfTheWrongKindIsDoubtedOnce ) {
          "there to be removed" ) );
 }
 
+// A template that was made for a range stands below one interface.
+TEST( Warnings, NumbersOfAnInterfaceThatIsNoRange ) {
+   EXPECT_THAT(
+      warningsOf( "templates: { a: &a { mlagId: $1 } }\n"
+                  "name: $1\n"
+                  "mounts:\n"
+                  "  lagInputIntfStatus: { intfStatus: { Port-Channel1-7: {} } }\n"
+                  "  mlagConfig:\n"
+                  "    intfConfig:\n"
+                  "      Port-Channel1-3: *a\n"
+                  "      Port-Channel4: *a\n"
+                  "      Port-Channel5: { mlagId: $five }\n"
+                  "      Port-Channel6-7: { mlagId: $1-$0 }\n" ),
+      ElementsAre(
+         EndsWith( "mounts.mlagConfig.intfConfig.Port-Channel4.mlagId: $1 is a text here: "
+                   "the numbers of an interface are $1 to $4, below a range" ),
+         EndsWith( "mounts.mlagConfig.intfConfig.Port-Channel6-7.mlagId: $0 is a text "
+                   "here: the numbers of an interface are $1 to $4, below a range" ) ) );
+}
+
 TEST( Warnings, MlagIdsThatPairNothing ) {
    std::string const lags =
       "  lagInputIntfStatus: { intfStatus: { Port-Channel1: {}, Port-Channel2: {} } }\n";
