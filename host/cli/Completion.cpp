@@ -3,14 +3,17 @@
 
 #include <host/cli/Completion>
 
+#include <host/base/IntfRanges>
 #include <host/cli/ArgumentSpot>
 #include <host/cli/InterfaceNames>
 #include <host/cli/StatePaths>
 
+#include <Ryx/Exception>
 #include <Ryx/GenericIf>
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <string_view>
 
 namespace ostra {
@@ -72,15 +75,31 @@ typeNames() {
    return names;
 }
 
-// Of several interfaces the last one is completed.
+// Those of a list that ends with a comma; none of one that is wrong.
+std::set< std::string >
+listedIn( std::string_view list ) {
+   std::set< std::string > names;
+   try {
+      for ( Kovel::IntfId const id : interfacesOf( list.substr( 0, list.size() - 1 ) ) ) {
+         names.insert( id.string() );
+      }
+   } catch ( Ryx::RangeException const& ) {
+      return {};
+   }
+   return names;
+}
+
+// Of several interfaces the last one is completed, by what is not there yet.
 Words
 inList( std::string const& value, Words const& names ) {
    std::string const before = value.substr( 0, value.rfind( ',' ) + 1 );
+   auto const listed = before.empty() ? std::set< std::string >() : listedIn( before );
    Words words;
-   std::transform(
-      names.begin(), names.end(), std::back_inserter( words ), [ & ]( auto const& name ) {
-         return before + name;
-      } );
+   for ( std::string const& name : names ) {
+      if ( !listed.contains( name ) ) {
+         words.push_back( before + name );
+      }
+   }
    return words;
 }
 

@@ -94,9 +94,9 @@ RunLine::addAgainst( CLI::App& command ) {
       command,
       "--against",
       "FILE",
-      "With --format html: compare the run with that scenario's, on one time line. For "
-      "such a page, or for one of its own, a file may be a stream that was recorded "
-      "with --format ndjson, too",
+      "The scenario whose run a page (--format html) compares with this one, on one time "
+      "line. For such a page, or for one of its own, a file may be a stream that was "
+      "recorded with --format ndjson, too",
       expectedFile,
       options_.against );
 }
@@ -149,7 +149,7 @@ RunLine::addCommand() {
       command,
       "--real-time",
       options_.realTime,
-      "Wait: a second of scenario time takes a second" );
+      "Wait, so that a second of scenario time takes a second" );
    addAgainst( command );
    addMounts( parser_, command, options_.input );
    addMaxInput( parser_, command, options_.input.maxInput );

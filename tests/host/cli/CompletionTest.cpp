@@ -171,6 +171,11 @@ TEST( Completion, InterfacesAreThoseOfTheScenarioOnTheLine ) {
    EXPECT_THAT(
       wordsFor( { "run", leaf, "--only", "Vlan4094,Ethernet7,Man" } ),
       ElementsAre( "Vlan4094,Ethernet7,Management1" ) );
+   // What is in the list already is no more for it.
+   EXPECT_THAT(
+      wordsFor( { "run", leaf, "--only", "Ethernet50-54/1,55/1,Ethernet5" } ),
+      testing::UnorderedElementsAre(
+         "Ethernet50-54/1,55/1,Ethernet5", "Ethernet50-54/1,55/1,Ethernet56/1" ) );
    // One of its ranges is written out.
    EXPECT_THAT( wordsFor( { "why", "Ethernet4", leaf }, 2 ), Contains( "Ethernet47" ) );
    // No scenario: the built-in one.
