@@ -46,7 +46,7 @@ class PortButton extends Component {
       const { name, label, words, state, left, isSelected, isStop, isOther } = this.props;
       const says = plain(`${name}: ${words}${isOther ? `, ${notAlike}` : ''}`);
       return html`<button type="button" class=${`port s-${state} ${isOther ? 'other' : ''}`} data-port=${name}
-         data-state=${state} data-label=${label} data-left=${left} aria-label=${says} title=${says}
+         data-state=${state} data-label=${label} data-left=${left} aria-label=${says}
          aria-current=${isSelected ? 'true' : 'false'} tabindex=${isStop ? 0 : -1}
          >${portStates[state].mark}</button>`;
    }
@@ -96,13 +96,18 @@ function onKey(event, onStop) {
    }
 }
 
-/** The name of the port that somebody has clicked on.
- * @param {MouseEvent} event @returns {string|undefined} */
-function portAt({ target }) {
-   const button = /** @type {HTMLElement|null} */ (
-      /** @type {Element} */ (target).closest('button.port'));
-   return button?.dataset.port;
-}
+/** The port at which it happens.
+ * @param {MouseEvent} event @returns {HTMLElement|null} */
+const portAt = ({ target }) => /** @type {Element} */ (target).closest('button.port');
+
+/** Who points at a port sees what it is called; who listens would hear it twice. */
+const pointing = {
+   onMouseOver: (/** @type {MouseEvent} */ event) => {
+      const port = portAt(event);
+      port?.setAttribute('title', port.getAttribute('aria-label') ?? '');
+   },
+   onMouseOut: (/** @type {MouseEvent} */ event) => portAt(event)?.removeAttribute('title'),
+};
 
 /** @type {Set<string>} */
 const none = new Set();
@@ -140,7 +145,7 @@ export function Faceplate({ ports, now, selected, onSelect, others = none }) {
          isSelected=${name === selected} isStop=${name === stop} isOther=${others.has(name)} />`;
    };
    const onClick = (/** @type {MouseEvent} */ event) => {
-      const chosen = portAt(event);
+      const chosen = portAt(event)?.dataset.port;
       if (chosen !== undefined) {
          setStop(chosen);
          onSelect(chosen);
@@ -148,7 +153,7 @@ export function Faceplate({ ports, now, selected, onSelect, others = none }) {
    };
    return html`<div class=${`faceplate ${ports.size > manyPorts ? 'many' : ''}`}
       role="group" aria-label="Front of the switch; arrow keys go from port to port"
-      onClick=${onClick} onKeyDown=${(/** @type {KeyboardEvent} */ event) => onKey(event, setStop)}>
+      ...${pointing} onClick=${onClick} onKeyDown=${(/** @type {KeyboardEvent} */ event) => onKey(event, setStop)}>
       ${modules.map(module => html`<div class="module" key=${module.title}>
          <h3>${module.title}</h3>
          <div class="blocks">${module.blocks.map((block, i) => !hasRoomFor(block)

@@ -39,7 +39,7 @@ test('Page.ComparesTwoRuns', async t => {
    assert.deepEqual(states, ['held', 'released']);
    assert.match(await page.textContent('.others'), /: 40\. They have a frame\./);
    assert.equal(await page.locator('.port.other').count(), 80);
-   assert.match(await page.locator('[data-port="Ethernet1"]').first().getAttribute('title'),
+   assert.match(await page.locator('[data-port="Ethernet1"]').first().getAttribute('aria-label'),
       /not as in the other run$/);
    await page.locator('[data-port="Ethernet7"]').first().click();
    assert.match((await page.textContent('.detail')).replace(/\s+/g, ' '),
