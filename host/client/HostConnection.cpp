@@ -5,6 +5,7 @@
 
 #include <host/base/Failure>
 #include <host/base/JsonLine>
+#include <host/base/ParsedJson>
 #include <host/serve/Config>
 
 #include <fmt/format.h>
@@ -267,7 +268,7 @@ HostConnection::answerTo( std::string const& request ) const {
 
 Json
 HostConnection::jsonAnswerTo( std::string const& request ) const {
-   Json json = Json::parse( answerTo( request ), nullptr, false );
+   Json json = parsedJson( answerTo( request ) );
    if ( json.is_discarded() ) {
       fail( "half an answer" );
    }

@@ -6,6 +6,7 @@
 #include <host/base/Failure>
 #include <host/base/IntfRanges>
 #include <host/base/JsonLine>
+#include <host/base/ParsedJson>
 #include <host/client/LiveText>
 #include <host/state/MountTable>
 
@@ -240,7 +241,7 @@ releaseIn( std::string const& records, Json const& port ) {
    Json since = nullptr;
    std::istringstream lines( records );
    for ( std::string line; std::getline( lines, line ); ) {
-      Json const record = Json::parse( line, nullptr, false );
+      Json const record = parsedJson( line );
       Json const path = memberAt( record, { "path" } );
       Json const value = memberAt( record, { "value" } );
       if ( path == errdisable ) {
