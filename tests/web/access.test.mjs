@@ -68,13 +68,17 @@ test('Page.InterruptsNobodyWhoListens', async t => {
    assert.equal(await page.getByRole('button', { name, exact: true }).count(), 1);
    assert.match(await page.getAttribute('[data-port="Ethernet1"]', 'data-left'), /^\d:\d\d$/);
    // And it is said once, also when somebody has pointed at it.
+   const session = await page.context().newCDPSession(page);
+   const saidBeside = async () => {
+      const { nodes } = await session.send('Accessibility.getFullAXTree');
+      return nodes.filter(node => node.role?.value === 'button' && node.name?.value === name).map(
+         node => node.description?.value);
+   };
+   assert.deepEqual(await saidBeside(), [undefined]);
    await page.hover('[data-port="Ethernet1"]');
    assert.equal(await page.getAttribute('[data-port="Ethernet1"]', 'title'), name);
    await page.hover('h1');
-   const session = await page.context().newCDPSession(page);
-   const { nodes } = await session.send('Accessibility.getFullAXTree');
-   const called = nodes.filter(node => node.name?.value === name && node.role.value === 'button');
-   assert.deepEqual(called.map(node => node.description?.value), [undefined]);
+   assert.deepEqual(await saidBeside(), [undefined]);
 });
 
 /** The gaps between what is below each other, in pixels. */
