@@ -23,8 +23,14 @@ constexpr std::int64_t greatest = std::int64_t( 1 ) << 53;
 NumberFile::NumberFile( std::string path ) : path_( std::move( path ) ) {}
 
 NumberFile::~NumberFile() {
+   letGo();
+}
+
+void
+NumberFile::letGo() {
    if ( file_ >= 0 ) {
       close( file_ );
+      file_ = -1;
    }
 }
 

@@ -51,6 +51,10 @@ Store::Store( std::string const& directory, HistoryLimits limits, LiveTime const
 
 void
 Store::open( Milliseconds wait ) {
+   if ( !files_.lock( [] {} ) ) {
+      problem_ = "another host has it";
+      return;
+   }
    try {
       openFile( wait );
       problem_.clear();
@@ -167,7 +171,9 @@ Store::commit( Turn turn, AllRows const& allRows ) {
       reserveNumbers();
       return false;
    }
-   if ( !database_ ) {
+   if ( database_ && !files_.isInPlace() ) {
+      beginAnew();
+   } else if ( !database_ ) {
       open( Milliseconds( 0 ) );
    }
    for ( int tries = 0; database_ && tries < 2; ++tries ) {
@@ -184,6 +190,21 @@ Store::commit( Turn turn, AllRows const& allRows ) {
    }
    failed( problem_ );
    return false;
+}
+
+// What is written into a file that nobody can find is not kept: one in its place is given all
+// that there is.
+void
+Store::beginAnew() {
+   database_.reset();
+   files_.letGo();
+   finding_.clear();
+   open( Milliseconds( 0 ) );
+   finding_ = fmt::format(
+      "{}: removed or replaced while this host has it: what is kept is written anew{}{}",
+      files_.database(),
+      finding_.empty() ? "" : "; ",
+      finding_ );
 }
 
 // It may have taken a long time to fail, and it takes longer with every turn that waits.

@@ -37,6 +37,15 @@ moveLogs( std::string const& from, std::string const& to ) {
    return isMoved;
 }
 
+bool
+isSameFile( int one, int other ) {
+   struct stat first {};
+   struct stat second {};
+   return one >= 0 && other >= 0 && fstat( one, &first ) == 0 &&
+      fstat( other, &second ) == 0 && first.st_dev == second.st_dev &&
+      first.st_ino == second.st_ino;
+}
+
 std::string
 firstLineOf( std::string const& path ) {
    std::string line;
@@ -79,7 +88,15 @@ StoreFiles::lock( std::function< void() > const& pause ) {
    std::error_code error;
    std::string const directory = fs::path( database_ ).parent_path();
    fs::create_directories( directory, error );
-   lock_ = open( directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
+   int const now = open( directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC );
+   if ( isSameFile( now, lock_ ) ) {
+      close( now );
+      return true;
+   }
+   if ( lock_ >= 0 ) {
+      close( lock_ );
+   }
+   lock_ = now;
    auto const isAnothers = [ this ] {
       return lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK;
    };
@@ -142,8 +159,27 @@ StoreFiles::separate( std::string const& date ) {
       : std::string();
 }
 
+bool
+StoreFiles::isInPlace() const {
+   struct stat file {};
+   bool const isThere = stat( database_.c_str(), &file ) == 0;
+   bool const isGone = !isThere && ( errno == ENOENT || errno == ENOTDIR );
+   return isThere ? file.st_dev == device_ && file.st_ino == number_ : !isGone;
+}
+
 void
-StoreFiles::adopt() const {
+StoreFiles::letGo() {
+   told_.letGo();
+   written_.letGo();
+}
+
+void
+StoreFiles::adopt() {
+   struct stat file {};
+   if ( stat( database_.c_str(), &file ) == 0 ) {
+      device_ = file.st_dev;
+      number_ = file.st_ino;
+   }
    std::string const now = owner();
    std::string const path = database_ + "-of";
    if ( firstLineOf( path ) != now ) {

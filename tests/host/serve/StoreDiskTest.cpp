@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <functional>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -307,6 +308,54 @@ TEST_F( StoreDisk, ItsNumbersGoOnWhenItNoLongerKnowsThem ) {
    ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( "DELETE FROM kept" );
    expectToSayWhatIsLost( told );
    EXPECT_EQ( domain(), "a" );
+}
+
+// What is in the store's place goes while a host has it: what it says is kept is there.
+TEST_F( StoreDisk, OneThatGoesWhileAHostHasItIsWrittenAnew ) {
+   std::string const away = state() + "-away";
+   std::vector< std::function< void() > > const ways = {
+      [ & ] { fs::rename( file(), file( ".away" ) ); },
+      [ & ] { fs::remove( file() ); },
+      [ & ] { fs::rename( state(), away ); },
+      [ & ] { fs::remove_all( state() ); },
+      [ & ] {
+         fs::copy_file( file(), file( ".backup" ) );
+         fs::rename( file( ".backup" ), file() );
+      },
+      [ & ] {
+         fs::copy( state(), away, fs::copy_options::recursive );
+         fs::remove_all( state() );
+         fs::rename( away, state() );
+      }
+   };
+   std::int64_t told = 0;
+   for ( std::size_t i = 0; i < ways.size(); ++i ) {
+      SCOPED_TRACE( i );
+      pid_t const child = fork();
+      if ( child == 0 ) {
+         LiveProcess process( state(), clock, driver );
+         process.start();
+         EXPECT_EQ( process.patch( "\"before\"", { "mlagConfig", "domainId" } ), "" );
+         ways[ i ]();
+         EXPECT_EQ( change( process, int( i ) ), "" );
+         EXPECT_THAT( process.host().store().finding(), HasSubstr( "is written anew" ) );
+         std::string const finding = process.host().store().finding();
+         EXPECT_EQ( process.patch( "5", { "mlagConfig", "reloadDelay" } ), "" );
+         EXPECT_EQ( process.host().store().finding(), finding );
+         EXPECT_EQ( process.host().store().problem(), "" );
+         EXPECT_THROW( LiveProcess( state(), clock, driver ), ostra::Failure );
+         _exit( HasFailure() ? 1 : 0 );
+      }
+      int status = 0;
+      waitpid( child, &status, 0 );
+      EXPECT_EQ( status, 0 );
+      auto const [ number, revision ] = next();
+      EXPECT_THAT( findings, IsEmpty() );
+      EXPECT_GT( number, told );
+      told = number;
+      EXPECT_EQ( domain(), std::to_string( i ) );
+      fs::remove_all( away );
+   }
 }
 
 TEST_F( StoreDisk, ALastNumberThatNobodyWroteIsNotHeard ) {
