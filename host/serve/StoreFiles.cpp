@@ -73,9 +73,7 @@ StoreFiles::StoreFiles( std::string directory )
         written_( database_ + "-last" ) {}
 
 StoreFiles::~StoreFiles() {
-   if ( lock_ >= 0 ) {
-      close( lock_ );
-   }
+   unlock();
 }
 
 void
@@ -93,19 +91,28 @@ StoreFiles::lock( std::function< void() > const& pause ) {
       close( now );
       return true;
    }
-   if ( lock_ >= 0 ) {
-      close( lock_ );
-   }
-   lock_ = now;
-   auto const isAnothers = [ this ] {
-      return lock_ >= 0 && flock( lock_, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK;
+   unlock();
+   auto const isAnothers = [ now ] {
+      return now >= 0 && flock( now, LOCK_EX | LOCK_NB ) != 0 && errno == EWOULDBLOCK;
    };
    bool isBusy = isAnothers();
    for ( int i = 1; isBusy && i < tries; ++i ) {
       pause();
       isBusy = isAnothers();
    }
+   lock_ = now;
+   if ( isBusy ) {
+      unlock();
+   }
    return !isBusy;
+}
+
+void
+StoreFiles::unlock() {
+   if ( lock_ >= 0 ) {
+      close( lock_ );
+      lock_ = -1;
+   }
 }
 
 // Another file has another number, unless the directory is another one, too: then all of it

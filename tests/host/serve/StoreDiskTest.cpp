@@ -358,6 +358,20 @@ TEST_F( StoreDisk, OneThatGoesWhileAHostHasItIsWrittenAnew ) {
    }
 }
 
+TEST_F( StoreDisk, ADirectoryThatAnotherHostHasMadeAnewIsItsOwn ) {
+   ostra::StoreFiles one( state() );
+   ASSERT_TRUE( one.lock() );
+   fs::rename( state(), state() + "-away" );
+   {
+      ostra::StoreFiles other( state() );
+      ASSERT_TRUE( other.lock() );
+      EXPECT_FALSE( one.lock( [] {} ) );
+      EXPECT_FALSE( one.lock( [] {} ) );
+   }
+   EXPECT_TRUE( one.lock( [] {} ) );
+   fs::remove_all( state() + "-away" );
+}
+
 TEST_F( StoreDisk, ALastNumberThatNobodyWroteIsNotHeard ) {
    leaveKilled( "a" );
    auto const told = next();
