@@ -22,6 +22,7 @@ class Accounts {
  public:
    Accounts( RunAccount const& run, bool isTimerLeft )
          : facts_( run.facts() ),
+           departures_( run.departures() ),
            isTimerLeft_( isTimerLeft ),
            standings_( facts_, run.ledger(), false ),
            waits_( facts_ ) {
@@ -56,6 +57,10 @@ class Accounts {
       for ( auto const& [ id, holds ] : standby_ ) {
          accounts.portChannels.push_back( portChannelAccount( id, holds ) );
       }
+      accounts.gone = departures_;
+      std::erase_if( accounts.gone, [ this ]( auto const& departure ) {
+         return facts_.isPresent( departure.first );
+      } );
       return accounts;
    }
 
@@ -135,6 +140,7 @@ class Accounts {
    }
 
    SwitchFacts const& facts_;
+   Departures const& departures_;
    bool const isTimerLeft_;
    Standings const standings_;
    Waits const waits_;

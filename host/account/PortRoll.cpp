@@ -5,6 +5,7 @@
 
 #include <host/state/MountTable>
 
+#include <optional>
 #include <utility>
 
 namespace ostra {
@@ -35,18 +36,37 @@ neverHeldRole( Kind kind ) {
 } // namespace
 
 void
-PortRoll::event( Json const& patch ) {
+PortRoll::event( Milliseconds at, Json const& patch ) {
    appearing_.clear();
+   std::optional< Standings > standings;
    Json const& statuses = memberAt( patch, { mount::ethPhyIntfStatus, "intfStatus" } );
    for ( auto const& [ key, value ] : statuses.items() ) {
       IntfId const port( key );
-      if ( value.is_null() ) {
+      if ( value.is_null() && facts_.isPresent( port ) ) {
+         depart(
+            at,
+            standings ? *standings : standings.emplace( facts_, ledger_, false ),
+            port );
+      } else if ( value.is_null() ) {
          told_.erase( port );
          heldOnce_.erase( port );
       } else if ( !facts_.isPresent( port ) ) {
          appearing_.push_back( port );
       }
    }
+}
+
+void
+PortRoll::depart( Milliseconds at, Standings const& standings, IntfId port ) {
+   Departure departure{ at, standings.classOf( port ), facts_.portChannelOf( port ) };
+   auto const told = told_.find( port );
+   bool const wasHeld = heldOnce_.erase( port ) > 0;
+   if ( told != told_.end() ) {
+      departure.whyNever =
+         wasHeld || told->second.kind != Kind::notHeld ? "" : told->second.why;
+      told_.erase( told );
+   }
+   departures_.insert_or_assign( port, std::move( departure ) );
 }
 
 void

@@ -43,7 +43,7 @@ RunAccount::event( Milliseconds at, Json patch ) {
    reach( at );
    settle();
    event_ = std::move( patch );
-   roll_.event( event_ );
+   roll_.event( at, event_ );
 }
 
 void

@@ -145,6 +145,7 @@ constexpr char both[] = R"({
 })";
 constexpr char live[] = R"({
 "release": { "interface": { "type": "string" } },
+"gone": { "interface": { "type": "string" } },
 "port": { "interface": { "type": "string" },
    "enforced": { "enum": [ "held", "released", "pending", "unsupported", "failed" ] } },
 "alarm": { "state": { "enum": [ "raised", "cleared" ] },

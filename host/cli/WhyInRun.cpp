@@ -40,6 +40,7 @@ class WhyInRun {
       Json const& port = present.port;
       Json why = { { "at", toJson( secondsOf( options_.at ) ) },
                    { "port", port },
+                   { "goneAt", present.goneAt },
                    { "lastHold", present.lastHold },
                    { "heldFor", nullptr },
                    { "heldSince", nullptr },
@@ -58,6 +59,8 @@ class WhyInRun {
  private:
    struct Present {
       Json port;
+      // Of one that is not there: when it went.
+      Json goneAt;
       Json lastHold;
       Json state;
    };
@@ -67,11 +70,59 @@ class WhyInRun {
       SummarySink sink( [ &summary ]( RunSummary const& told ) { summary = told; } );
       PlayedRun run( options_.input, sink, [ &sink ] { sink.settle(); } );
       refuseBehind( run.scenario().until );
+      auto const comesAt = coming( run.scenario() );
       run.playTo( options_.at );
       sink.alarmsAre( {} );
-      Json port = portIn( run, summary.interfaces );
-      Json lastHold = lastHoldOf( port, summary.interfaces );
-      return { std::move( port ), std::move( lastHold ), run.view().at( {} ) };
+      PortAccounts const& accounts = summary.interfaces;
+      if ( isThere( run.view() ) ) {
+         Json port = portIn( run, accounts );
+         Json lastHold = lastHoldOf( port, accounts, std::nullopt );
+         return { std::move( port ), nullptr, std::move( lastHold ), run.view().at( {} ) };
+      }
+      auto const gone = accounts.gone.find( id_ );
+      if ( gone == accounts.gone.end() ) {
+         refuseUnseen( run.view(), comesAt );
+      }
+      Json const port = gonePort( gone->second );
+      Milliseconds const at = gone->second.at;
+      return { port,
+               toJson( secondsOf( at ) ),
+               lastHoldOf( port, accounts, at ),
+               run.view().at( {} ) };
+   }
+
+   bool isThere( RunState const& view ) const {
+      return view.has( { mount::ethPhyIntfStatus, "intfStatus", name() } ) ||
+         view.has( { mount::mlagissuCause, "intfStatus", name() } );
+   }
+
+   // When something puts the port in behind the time that is asked of.
+   std::optional< Milliseconds > coming( Scenario const& scenario ) const {
+      for ( Event const& event : scenario.events ) {
+         bool const isPlayed = !scenario.until || event.at <= *scenario.until;
+         bool const isBehind = isPlayed && event.at > options_.at;
+         Json const patch = isBehind ? event.patch() : Json();
+         if ( memberAt( patch, { mount::ethPhyIntfStatus, "intfStatus", name() } )
+                 .is_object() ) {
+            return event.at;
+         }
+      }
+      return std::nullopt;
+   }
+
+   // In the form in which a live host tells of one.
+   Json gonePort( Departure const& departure ) const {
+      std::string_view const exemption = exemptionOf( departure.portClass );
+      std::string const& why = departure.whyNever;
+      return { { "interface", name() },
+               { "class", departure.portClass },
+               { "portChannel",
+                 departure.portChannel ? Json( departure.portChannel.string() ) : Json() },
+               { "hold", nullptr },
+               { "reason",
+                 !exemption.empty() ? fmt::format( "gone; {}", exemption )
+                    : why.empty()   ? "gone"
+                                    : "gone; it was not held: " + why } };
    }
 
    static PortAccount const*
@@ -83,22 +134,38 @@ class WhyInRun {
       return found == accounts.end() ? nullptr : &*found;
    }
 
+   // The last time that it was held and that is over, for its port by then.
+   static std::optional< PastHold >
+   lastOver( PortAccount const* account, HoldTime goneAt ) {
+      if ( !account ) {
+         return std::nullopt;
+      }
+      auto const& holds = account->holds;
+      auto const last =
+         std::find_if( holds.rbegin(), holds.rend(), [ goneAt ]( PastHold const& hold ) {
+            return !( goneAt && hold.from > goneAt );
+         } );
+      if ( last == holds.rend() ) {
+         return std::nullopt;
+      }
+      PastHold hold = *last;
+      if ( goneAt && ( !hold.to || hold.to > goneAt ) ) {
+         hold.to = goneAt;
+         hold.why = "interface gone";
+      }
+      return hold.to ? std::optional( hold ) : std::nullopt;
+   }
+
    // Of a port that is not held: how it was, errdisabled or in its port-channel.
-   Json lastHoldOf( Json const& port, PortAccounts const& accounts ) const {
+   Json
+   lastHoldOf( Json const& port, PortAccounts const& accounts, HoldTime goneAt ) const {
       if ( !port.at( "hold" ).is_null() ) {
          return nullptr;
       }
-      PortAccount const* const own = accountOf( id_, accounts.ports );
-      PortAccount const* const shared =
-         accountOf( intfIdOf( port.at( "portChannel" ) ), accounts.portChannels );
-      PastHold const* last = nullptr;
-      for ( PortAccount const* const account : { own, shared } ) {
-         bool const wasHeld = account && !account->holds.empty();
-         if ( wasHeld && account->holds.back().to ) {
-            PastHold const& hold = account->holds.back();
-            last = last && hold.to < last->to ? last : &hold;
-         }
-      }
+      auto const own = lastOver( accountOf( id_, accounts.ports ), goneAt );
+      auto const shared = lastOver(
+         accountOf( intfIdOf( port.at( "portChannel" ) ), accounts.portChannels ), goneAt );
+      auto const& last = !own || ( shared && shared->to >= own->to ) ? shared : own;
       return last ? toJson( *last ) : Json();
    }
 
@@ -121,18 +188,21 @@ class WhyInRun {
    void refuseBehind( std::optional< Milliseconds > until ) const {
       if ( until && options_.at > *until ) {
          refuse(
-            fmt::format( "--at: {}", toJson( secondsOf( options_.at ) ).dump() ),
-            fmt::format(
-               "at most {}, where the run ends", toJson( secondsOf( *until ) ).dump() ) );
+            fmt::format( "--at: {}", atText() ),
+            fmt::format( "at most {}, where the run ends", secondsText( *until ) ) );
       }
    }
 
-   [[noreturn]] void refuseAbsent( RunState const& view ) const {
+   [[noreturn]] void
+   refuseUnseen( RunState const& view, std::optional< Milliseconds > comesAt ) const {
       SwitchFacts const facts( view );
       std::vector< IntfId > const ports = facts.ports();
       if ( id_.kind() != IntfId::Kind::portChannel ) {
+         std::string const unseen =
+            fmt::format( "{}: never seen up to {} s", inQuotes( name() ), atText() );
          refuse(
-            fmt::format( "{}: not there at {} s", inQuotes( name() ), atText() ),
+            comesAt ? fmt::format( "{}, it comes at {} s", unseen, secondsText( *comesAt ) )
+                    : unseen,
             portAmong( ports ) );
       }
       std::vector< IntfId > members = ports;
@@ -145,10 +215,6 @@ class WhyInRun {
    Json portIn( PlayedRun& run, PortAccounts const& accounts ) const {
       RunState const view = run.view();
       Json const since = view.at( { mount::mlagissuCause, "intfStatus", name() } );
-      bool const isThere = view.has( { mount::ethPhyIntfStatus, "intfStatus", name() } );
-      if ( !isThere && since.is_null() ) {
-         refuseAbsent( view );
-      }
       SwitchFacts const facts( view );
       HoldLedger ledger;
       WriteBatch( facts, ledger ).begin();
@@ -252,7 +318,10 @@ class WhyInRun {
       return toJson( std::round( seconds * 1000 ) / 1000 );
    }
    std::string const& name() const { return options_.interface; }
-   std::string atText() const { return toJson( secondsOf( options_.at ) ).dump(); }
+   std::string atText() const { return secondsText( options_.at ); }
+   static std::string secondsText( Milliseconds at ) {
+      return toJson( secondsOf( at ) ).dump();
+   }
 
    WhyOptions const& options_;
    IntfId const id_;

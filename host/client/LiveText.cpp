@@ -168,6 +168,11 @@ changeText( Json const& record ) {
 }
 
 std::string
+goneText( Json const& record ) {
+   return cellOf( record, "interface" ) + " is gone";
+}
+
+std::string
 startText( Json const& record ) {
    return record.value( "isRestart", Json() ) == Json( true )
       ? "the host starts again in the same boot"
@@ -193,11 +198,12 @@ otherText( Json const& record ) {
 std::string
 saying( std::string_view type, Json const& record ) {
    using Text = std::string ( * )( Json const& );
-   static constexpr std::array< std::pair< std::string_view, Text >, 6 > texts = { {
+   static constexpr std::array< std::pair< std::string_view, Text >, 7 > texts = { {
       { "write", writeText },
       { "log", logText },
       { "alarm", alarmText },
       { "event", changeText },
+      { "gone", goneText },
       { "start", startText },
       { "configuration", configurationText },
    } };

@@ -8,6 +8,7 @@
 #include <host/base/JsonLine>
 #include <host/base/ParsedJson>
 #include <host/client/LiveText>
+#include <host/client/PortHistory>
 #include <host/state/MountTable>
 
 #include <Mlag/MlagState>
@@ -128,14 +129,36 @@ forecastOf( HostConnection const& host, Json const& port, PossibleChange const& 
    return told;
 }
 
-// What is no name of an interface at all the host refuses.
-bool
-isPortChannel( std::string const& interface ) {
+IntfId
+interfaceOf( std::string const& name ) {
    try {
-      return IntfId( interface ).kind() == IntfId::Kind::portChannel;
-   } catch ( Ryx::RangeException const& ) {
-      return false;
+      return IntfId( name );
+   } catch ( Ryx::RangeException const& error ) {
+      throw Failure(
+         ExitStatus::badInput, "ostra why: " + shortenedIn( error.message(), name ) );
    }
+}
+
+// What stands there; null where the host says that nothing does.
+Json
+askedFor( HostConnection const& host, std::string const& target ) {
+   try {
+      return host.get( target );
+   } catch ( Failure const& failure ) {
+      if ( failure.status() != ExitStatus::badInput ) {
+         throw;
+      }
+      return nullptr;
+   }
+}
+
+std::vector< IntfId >
+portsOf( HostConnection const& host ) {
+   std::vector< IntfId > ports;
+   for ( Json const& port : host.get( "/v1/ports" ) ) {
+      ports.emplace_back( textAt( port, "interface" ) );
+   }
+   return ports;
 }
 
 [[noreturn]] void
@@ -151,12 +174,52 @@ refuseForItsMembers( HostConnection const& host, std::string const& portChannel 
    refusePortChannel( portChannel, members, ports );
 }
 
+// Of a port that is not there.
+Json
+whyOfAbsent( HostConnection const& host, std::string const& interface ) {
+   Json const membership = askedFor(
+      host,
+      fmt::format(
+         "/v1/state/{}/phyIntf/{}", mount::lagInputConfig, escapedSegment( interface ) ) );
+   Json const portChannel = memberAt( membership, { "lag" } );
+   auto const history = portHistory( host, interface, textAt( membership, "lag" ) );
+   if ( history.lastTold().empty() ) {
+      throw Failure(
+         ExitStatus::badInput,
+         fmt::format(
+            "ostra why: {}: never seen since {}, where history begins: expected {}",
+            inQuotes( interface ),
+            history.begin(),
+            portAmong( portsOf( host ) ) ) );
+   }
+   bool const isDated = !history.goneAt().empty();
+   std::string const reason = isDated
+      ? "gone"
+      : "not there; history does not say since when, and tells of it last at " +
+         history.lastTold();
+   return { { "port",
+              { { "interface", interface },
+                { "class", nullptr },
+                { "portChannel", portChannel },
+                { "hold", nullptr },
+                { "reason", reason } } },
+            { "class", nullptr },
+            { "goneAt", isDated ? Json( history.goneAt() ) : Json() },
+            { "lastHold", history.lastHold() },
+            { "heldFor", nullptr },
+            { "releasedIn", nullptr },
+            { "changes", Json::array() } };
+}
+
 Json
 whyJson( HostConnection const& host, std::string const& interface ) {
-   if ( isPortChannel( interface ) ) {
+   if ( interfaceOf( interface ).kind() == IntfId::Kind::portChannel ) {
       refuseForItsMembers( host, interface );
    }
-   Json const port = host.get( "/v1/ports/" + escapedSegment( interface ) );
+   Json const port = askedFor( host, "/v1/ports/" + escapedSegment( interface ) );
+   if ( port.is_null() ) {
+      return whyOfAbsent( host, interface );
+   }
    Json const summary = host.get( "/v1/summary" );
    Json const now = memberAt( summary, { "boot", "time" } );
    Json const since = memberAt( port, { "hold", "since" } );
@@ -164,10 +227,14 @@ whyJson( HostConnection const& host, std::string const& interface ) {
    bool const isMlag = textAt( port, "class" ) == "mlag";
    Json why = { { "port", port },
                 { "class", memberAt( summary, { isMlag ? "mlag" : "nonMlag", "state" } ) },
+                { "goneAt", nullptr },
+                { "lastHold", nullptr },
                 { "heldFor", nullptr },
                 { "releasedIn", nullptr },
                 { "changes", Json::array() } };
    if ( !isHeld ) {
+      why[ "lastHold" ] =
+         portHistory( host, interface, textAt( port, "portChannel" ) ).lastHold();
       return why;
    }
    if ( now.is_number() && since.is_number() ) {

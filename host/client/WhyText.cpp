@@ -31,10 +31,13 @@ field( std::string_view name, std::string_view text ) {
    return fmt::format( "{:<14}{}\n", name, text );
 }
 
-// A time of a scenario, which a live host has none of.
+// A time of a scenario, or the date that a live host has instead.
 std::string
 clockOf( Json const& why, char const* key ) {
    Json const time = why.value( key, Json() );
+   if ( time.is_string() ) {
+      return textOf( why, key );
+   }
    bool const isTold = time.is_number() && time.get< double >() >= 0;
    return isTold ? clockText( *firstInstantAt( time.get< double >() ) ) : std::string();
 }
@@ -64,6 +67,14 @@ notHeldText( std::string const& reason, std::string const& state ) {
                             : "no port of its class has been held in this boot";
 }
 
+// Of a port that went then; with why it had not been held, if it had not.
+std::string
+goingText( std::string const& at, std::string_view reason ) {
+   constexpr std::string_view gone = "gone";
+   return fmt::format(
+      "since {}{}", at, reason.substr( reason.starts_with( gone ) ? gone.size() : 0 ) );
+}
+
 // Of a hold that is over, or null; `portChannel` is the one that the port is in.
 std::string
 lastHoldText( Json const& hold, std::string const& portChannel ) {
@@ -71,15 +82,20 @@ lastHoldText( Json const& hold, std::string const& portChannel ) {
       return {};
    }
    std::string const since = clockOf( hold, "since" );
+   std::string const reason = textOf( hold, "reason" );
+   bool const isOfRun = hold.value( "released", Json() ).is_number();
    return field(
       "released",
       fmt::format(
-         "{}, {}; {} since {}",
+         "{}{}{}; {} since {}",
          clockOf( hold, "released" ),
-         textOf( hold, "reason" ),
+         reason.empty() ? "" : ", ",
+         reason,
          textOf( hold, "kind" ) == "lacpStandby" ? portChannel + " in LACP standby"
                                                  : "errdisabled",
-         since.empty() ? "before the run" : since ) );
+         !since.empty() ? since
+            : isOfRun   ? "before the run"
+                        : "before history begins" ) );
 }
 
 bool
@@ -110,13 +126,19 @@ whyText( Json const& why, Style const& style ) {
    Json const port = why.value( "port", Json::object() );
    Json const hold = port.value( "hold", Json() );
    std::string const portChannel = textOf( port, "portChannel" );
+   std::string const portClass = textOf( port, "class" );
    std::string text = clockField( why, "at" ) +
       field( textOf( port, "interface" ),
              fmt::format(
-                "{} port{}{}",
-                textOf( port, "class" ),
+                "{}{}port{}{}",
+                portClass,
+                portClass.empty() ? "" : " ",
                 portChannel.empty() ? "" : " in ",
                 portChannel ) );
+   if ( std::string const gone = clockOf( why, "goneAt" ); !gone.empty() ) {
+      return text + field( "gone", goingText( gone, textOf( port, "reason" ) ) ) +
+         lastHoldText( why.value( "lastHold", Json() ), portChannel );
+   }
    if ( !hold.is_object() ) {
       std::string const reason = textOf( port, "reason" );
       return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) ) +

@@ -66,6 +66,11 @@ rowOf( Path path, RyxType const& mount ) {
    return path;
 }
 
+bool
+isInterface( Path const& path ) {
+   return path.size() == depthOfEntry && path.front() == mount::ethPhyIntfStatus;
+}
+
 Json
 around( Path const& path, Json value ) {
    for ( auto key = path.rbegin(); key != path.rend(); ++key ) {
@@ -203,6 +208,9 @@ LiveSwitch::applyNow( Item const& root, std::vector< Change > const& changes, Ow
          records_.add( { { "type", "release" }, { "interface", change.path.back() } } );
          released_.insert( change.path.back() );
       }
+      if ( change.kind == Change::Kind::remove ) {
+         tellGoing( change.path );
+      }
       std::size_t const mount = Mounts::index( change.path.front() );
       if ( by != Owner::driver ) {
          changes_.rows.insert( rowOf( change.path, *mounts_.object( mount )->type() ) );
@@ -270,16 +278,25 @@ LiveSwitch::unset( Path const& path ) {
    bool const isEntryLeft = isMember && owners_.isOfFile( row );
    Path const& gone = isMember && !isEntryLeft ? row : path;
    if ( state( gone ) && !( isEntryLeft && path == row ) ) {
+      if ( isMember && !isEntryLeft ) {
+         tellGoing( gone );
+      }
       merge( around( gone, defaultOf( gone, row ) ) );
       forgetGone( gone );
    }
 }
 
+// An interface that is there is about to be removed.
+void
+LiveSwitch::tellGoing( Path const& path ) {
+   if ( isInterface( path ) && state( path ) ) {
+      records_.add( { { "type", "gone" }, { "interface", path.back() } } );
+   }
+}
+
 void
 LiveSwitch::forgetGone( Path const& path ) {
-   bool const isInterface =
-      path.size() == depthOfEntry && path.front() == mount::ethPhyIntfStatus;
-   if ( isInterface && !state( path ) ) {
+   if ( isInterface( path ) && !state( path ) ) {
       released_.erase( path.back() );
    }
 }

@@ -118,6 +118,11 @@ const meanings = {
    event: record => meaning('event', wordsOfEvent(record), interfacesIn(record.patch)),
    release: record => meaning(
       'event', `${record.interface} released by hand`, [record.interface]),
+   gone: record => ({
+      kind: 'other',
+      names: [record.interface],
+      says: names => `${counted(names.length, 'port')} gone: ${rangesOf(names)}`,
+   }),
    port: record => ({
       kind: record.enforced === 'failed' ? 'alarm' : 'other',
       names: [record.interface],
@@ -149,7 +154,7 @@ export function entriesOf(records) {
       }
       const made = meanings[record.type];
       const { kind, names, says } = made ? made(record) : meaning('other', record.type);
-      const isOfWrites = record.type === 'write' || record.type === 'port';
+      const isOfWrites = ['write', 'port', 'gone'].includes(record.type);
       if (!isOfWrites || record.t !== openAt) {
          open = new Map();
          openAt = record.t;

@@ -114,6 +114,8 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       { seq: 5, t: 6, type: 'event', index: 1, patch: { mlagStatus: { mlagState: 3 } } },
       { seq: 6, t: 6, type: 'event', index: 2, text: 'it goes: a.b = 1', patch: { a: { b: 1 } } },
       { seq: 7, t: 7, type: 'from a later version' },
+      { seq: 8, t: 8, type: 'gone', interface: 'Ethernet1' }, cause(9, 8, 'Ethernet1', null),
+      { seq: 10, t: 8, type: 'gone', interface: 'Ethernet2' }, cause(11, 8, 'Ethernet2', null),
    ]);
    assert.deepEqual(entries.map(e => [e.t, e.kind, e.text]), [
       [0, 'held', '2 ports errdisabled: Ethernet1-2'],
@@ -122,6 +124,8 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
       [6, 'event', 'changed: mlagStatus.mlagState = 3'],
       [6, 'event', 'it goes: a.b = 1'],
       [7, 'other', 'from a later version'],
+      [8, 'other', '2 ports gone: Ethernet1-2'],
+      [8, 'released', '2 ports released: Ethernet1-2'],
    ]);
    assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);
 });

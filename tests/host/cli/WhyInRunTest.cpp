@@ -221,14 +221,102 @@ TEST( WhyInRun, APortChannelIsAskedOfByItsPorts ) {
       "expected a port; there are Ethernet1-5, Management1" );
 }
 
-TEST( WhyInRun, WhatCannotBeAskedIsRefused ) {
+// Ethernet1 and 4, which waits in LACP standby, go at 7.5 s; Ethernet2 goes at 10 s and 30 s.
+std::string
+leaving() {
+   std::string const text = scenario;
+   return text.substr( 0, text.find( "events:" ) ) +
+      "events:\n"
+      "  - { at: 7.5, ethPhyIntfStatus: { intfStatus: { Ethernet1: null, Ethernet4: null,\n"
+      "        Management1: null } } }\n"
+      "  - { at: 10, ethPhyIntfStatus: { intfStatus: { Ethernet2: null } } }\n"
+      "  - { at: 20, ethPhyIntfStatus: { intfStatus: { Ethernet2: {}, Ethernet9: {} } } }\n"
+      "  - { at: 30, ethPhyIntfStatus: { intfStatus: { Ethernet2: null } } }\n";
+}
+
+TEST( WhyInRun, APortThatHasGoneHasASinceAndHowItWasHeld ) {
+   EXPECT_EQ(
+      whyAt( "Ethernet1", 60s, false, leaving() ),
+      "at            00:01:00.000\n"
+      "Ethernet1     mlag port in Port-Channel10\n"
+      "gone          since 00:00:07.500\n"
+      "released      00:00:07.500, interface gone; errdisabled since 00:00:00.000\n" );
+   EXPECT_THAT(
+      whyAt( "Ethernet4", 310s, false, leaving() ),
+      testing::EndsWith(
+         "gone          since 00:00:07.500\n"
+         "released      00:00:07.500, interface gone; Port-Channel11 in LACP "
+         "standby since 00:00:00.000\n" ) );
+   EXPECT_THAT(
+      whyAt( "Management1", 10s, false, leaving() ),
+      testing::EndsWith( "gone          since 00:00:07.500; never held: it is a "
+                         "management port\n" ) );
+   Json const why = Json::parse( whyAt( "Ethernet1", 60s, true, leaving() ) );
+   EXPECT_EQ( why.at( "goneAt" ), 7.5 );
+   EXPECT_EQ( why.at( "port" ).at( "class" ), "mlag" );
+   EXPECT_EQ( why.at( "port" ).at( "hold" ), Json() );
+   EXPECT_EQ( why.at( "lastHold" ).at( "released" ), 7.5 );
+}
+
+TEST( WhyInRun, APortThatWasReleasedBeforeItWentKeepsTheReasonOfThat ) {
+   std::string const text = leaving() +
+      "  - { at: 200, mlagissuCause: { intfStatus: { Ethernet3: null } } }\n"
+      "  - { at: 210, ethPhyIntfStatus: { intfStatus: { Ethernet3: null } } }\n";
+   EXPECT_THAT(
+      whyAt( "Ethernet3", 210s, false, text ),
+      testing::EndsWith( "gone          since 00:03:30.000\n"
+                         "released      00:03:20.000, by the event; errdisabled since "
+                         "00:00:00.000\n" ) );
+}
+
+TEST( WhyInRun, APortIsGoneFromTheLastTimeOnThatItWent ) {
+   EXPECT_THAT(
+      whyAt( "Ethernet2", 15s, false, leaving() ),
+      HasSubstr( "gone          since 00:00:10.000\n" ) );
+   EXPECT_THAT( whyAt( "Ethernet2", 25s, false, leaving() ), HasSubstr( "\nheld  " ) );
+   EXPECT_EQ(
+      Json::parse( whyAt( "Ethernet2", 25s, true, leaving() ) ).at( "goneAt" ), Json() );
+   EXPECT_THAT(
+      whyAt( "Ethernet2", 30s, false, leaving() ),
+      testing::EndsWith( "gone          since 00:00:30.000\n"
+                         "released      00:00:30.000, interface gone; errdisabled since "
+                         "00:00:20.000\n" ) );
+}
+
+TEST( WhyInRun, APortThatHasGoneAndWasNeverHeldHasTheReasonOfThen ) {
+   std::string const unconfigured =
+      "mounts: { ethPhyIntfStatus: { intfStatus: { Ethernet1: {} } } }\n"
+      "events:\n"
+      "  - { at: 1, ethPhyIntfStatus: { intfStatus: { Ethernet1: null } } }\n";
+   EXPECT_EQ(
+      whyAt( "Ethernet1", 1s, false, unconfigured ),
+      "at            00:00:01.000\n"
+      "Ethernet1     nonMlag port\n"
+      "gone          since 00:00:01.000; it was not held: MLAG not configured\n" );
+   EXPECT_TRUE( Json::parse( whyAt( "Ethernet1", 1s, true, unconfigured ) )
+                   .at( "lastHold" )
+                   .is_null() );
+}
+
+TEST( WhyInRun, APortThatWasNeverSeenIsRefusedWithWhenItComes ) {
    EXPECT_EQ(
       whyAt( "Ethernet9", 1500ms ),
-      "2 ostra why: \"Ethernet9\": not there at 1.5 s: expected a port; there are "
+      "2 ostra why: \"Ethernet9\": never seen up to 1.5 s: expected a port; there are "
       "Ethernet1-5, Management1" );
    EXPECT_EQ(
+      whyAt( "Ethernet9", 7500ms, false, leaving() ),
+      "2 ostra why: \"Ethernet9\": never seen up to 7.5 s, it comes at 20 s: expected a "
+      "port; there are Ethernet2-3,5" );
+   EXPECT_EQ(
+      whyAt( "Ethernet9", 7500ms, false, "until: 10" + leaving() ),
+      "2 ostra why: \"Ethernet9\": never seen up to 7.5 s: expected a port; there are "
+      "Ethernet2-3,5" );
+   EXPECT_EQ(
       whyAt( "Ethernet9", 0s, false, "until: 5" ),
-      "2 ostra why: \"Ethernet9\": not there at 0 s: expected a port; there are none" );
+      "2 ostra why: \"Ethernet9\": never seen up to 0 s: expected a port; there are none" );
+}
+
+TEST( WhyInRun, WhatCannotBeAskedIsRefused ) {
    EXPECT_THAT(
       whyAt( "Ether9", 0s ),
       StartsWith( "2 ostra why: \"Ether9\" is not an interface name" ) );

@@ -127,14 +127,52 @@ TEST( Client, SaysWhyAPortIsNotHeldAndWhatIsNotForClientsToChange ) {
    EXPECT_NE( held.find( "\nnot for clients to change:\n" ), held.npos ) << held;
    EXPECT_NE(
       held.find( "  mlagStatus.mlagState: owned by the configuration file\n" ), held.npos );
+   Milliseconds const start = api.clock.time;
+   Milliseconds const released = api.clock.time += Milliseconds( 1000 );
    api.patch( "/v1/state/mlagConfig", "{\"enabled\":false}" );
    EXPECT_EQ(
       why( "Ethernet3/1" ),
       "Ethernet3/1   nonMlag port\n"
-      "not held      the reload delay of its class is over\n" );
+      "not held      the reload delay of its class is over\n"
+      "released      " +
+         dateText( released ) + ", by a client's change, revision 1; errdisabled since " +
+         dateText( start ) + "\n" );
+   EXPECT_EQ(
+      why( "Ether9" ),
+      "2 ostra why: \"Ether9\" is not an interface name: expected Ethernet, Internal, "
+      "Loopback, Management, Port-Channel, Recirc or Vlan, or one of these behind Peer, "
+      "followed by one to four numbers divided by \"/\"" );
+}
+
+TEST( Client, SaysWhenAPortWentAndHowItWasHeld ) {
+   LiveApi api;
+   auto const why = [ &api ]( std::string const& interface, bool isJson = false ) {
+      return saidBy( api, [ & ]( ClientOptions options, auto& out ) {
+         options.isJson = isJson;
+         tellWhy( options, interface, out );
+      } );
+   };
+   std::string const start = dateText( api.time.date() );
+   api.clock.time += Milliseconds( 7500 );
+   std::string const gone = dateText( api.clock.time );
+   api.patch(
+      "/v1/state/ethPhyIntfStatus",
+      R"({"intfStatus":{"Ethernet1":null,"Ethernet3/1":null}})" );
+   api.clock.time += Milliseconds( 1000 );
+   EXPECT_EQ(
+      why( "Ethernet1" ),
+      "Ethernet1     port in Port-Channel10\n"
+      "gone          since " +
+         gone + "\nreleased      " + gone + ", interface gone; errdisabled since " + start +
+         "\n" );
+   Json const told = Json::parse( why( "Ethernet3/1", true ) );
+   EXPECT_EQ( told.at( "goneAt" ), gone );
+   EXPECT_EQ( told.at( "port" ).at( "portChannel" ), Json() );
+   EXPECT_EQ( told.at( "lastHold" ).at( "kind" ), "errdisable" );
    EXPECT_EQ(
       why( "Ethernet9" ),
-      "2 ostra why: ports: \"Ethernet9\": expected a port that is there or held" );
+      "2 ostra why: \"Ethernet9\": never seen since " + start +
+         ", where history begins: expected a port; there are Ethernet2" );
 }
 
 TEST( Client, IsAskedOfAPortChannelByItsPorts ) {
@@ -157,7 +195,8 @@ TEST( Client, IsAskedOfAPortChannelByItsPorts ) {
       "expected one that is in it: Ethernet2,3/1" );
    EXPECT_EQ(
       why( "Port-Channel" ),
-      "2 ostra why: ports: \"Port-Channel\": expected a port that is there or held" );
+      "2 ostra why: \"Port-Channel\" is not an interface name: expected a number after "
+      "\"Port-Channel\"" );
 }
 
 } // namespace ostra

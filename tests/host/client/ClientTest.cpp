@@ -342,6 +342,10 @@ TEST( Client, RecordsAreALineEach ) {
             "interface":"Ethernet1","since":0,"text":"why","ending":"what"})",
          plain ),
       "T  alarm raised: notHeld Ethernet1: why" );
+   EXPECT_EQ(
+      recordText(
+         R"({"seq":1,"t":0,"time":"T","type":"gone","interface":"Ethernet1"})", plain ),
+      "T  Ethernet1 is gone" );
    EXPECT_EQ( recordText( "no record", plain ), "no record" );
 }
 

@@ -249,6 +249,31 @@ TEST_F( Live, RecordsSayWhenTheHostStartedAndReadItsFileAgain ) {
    EXPECT_EQ( process.history().back().at( "type" ), "configuration" );
 }
 
+// A client's port, and those of the file.
+TEST_F( Live, APortThatGoesIsRecordedWhoeverTakesIt ) {
+   process.start( reloadedSwitch() );
+   process.patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet7": {}}}})" );
+   process.patch(
+      R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet7": {"linkStatus": 1}}}})" );
+   process.patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet8": null}}})" );
+   auto const gone = [ this ] {
+      std::vector< std::string > gone;
+      for ( Json const& record : process.history() ) {
+         if ( record.at( "type" ) == "gone" ) {
+            gone.push_back( record.at( "interface" ) );
+         }
+      }
+      return gone;
+   };
+   EXPECT_THAT( gone(), IsEmpty() );
+   process.patch( R"({"ethPhyIntfStatus": {"intfStatus": {"Ethernet7": null}}})" );
+   EXPECT_THAT( gone(), ElementsAre( "Ethernet7" ) );
+   auto const empty = ostra::parseDocument( "file", "{}" );
+   process.host().fileIs( &empty );
+   process.turn();
+   EXPECT_THAT( gone(), ElementsAre( "Ethernet7", "Ethernet1", "Ethernet2", "Ethernet3" ) );
+}
+
 TEST_F( Live, APortSaysWhatItIsAndUntilWhenItIsHeld ) {
    clock.moment = std::chrono::seconds( 100 );
    process.start( reloadedSwitch() );
