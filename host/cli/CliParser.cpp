@@ -58,6 +58,18 @@ unmarked( std::string const& argument ) {
    return isMarked ? argument.substr( 1 ) : argument;
 }
 
+// What is expected where there is a name too many.
+std::string
+nothingMore( CLI::App const& command ) {
+   auto const names = command.get_options(
+      []( CLI::Option const* option ) { return option->get_positional(); } );
+   return fmt::format(
+      "nothing more, as {}",
+      names.empty()         ? "it takes no name"
+         : names.size() > 1 ? "all names are given already"
+                            : "one name is given already" );
+}
+
 // The option that a message of the library begins with.
 std::string
 optionOf( std::string const& message ) {
@@ -162,6 +174,12 @@ CliParser::parse( int argc, char** argv ) {
       marked );
    try {
       app_.parse( std::move( arguments ) );
+   } catch ( CLI::CallForHelp const& ) {
+      refuseExtra();
+      throw;
+   } catch ( CLI::CallForVersion const& ) {
+      refuseExtra();
+      throw;
    } catch ( CLI::ExtrasError const& ) {
       refuseExtra();
    } catch ( CLI::ArgumentMismatch const& mismatch ) {
@@ -195,17 +213,21 @@ CliParser::place() const {
 
 void
 CliParser::refuseExtra() const {
-   std::string const extra = unmarked( app_.remaining( true ).front() );
+   // What stands before the command is the program's.
+   bool const isBefore = !app_.remaining().empty();
+   auto const extras = isBefore ? app_.remaining() : givenApp().remaining();
+   if ( extras.empty() ) {
+      return;
+   }
+   std::string const where = isBefore ? app_.get_name() : place();
+   std::string const extra = unmarked( extras.front() );
    if ( extra.size() > 1 && extra.front() == '-' ) {
       refuse(
-         place(),
+         where,
          "unknown option " + inQuotes( extra ),
-         fmt::format( "one that `{} --help` lists", place() ) );
+         fmt::format( "one that `{} --help` lists", where ) );
    }
-   refuse(
-      place(),
-      inQuotes( extra ),
-      command().empty() ? commands_ : "nothing more, as one name is given already" );
+   refuse( where, inQuotes( extra ), isBefore ? commands_ : nothingMore( givenApp() ) );
 }
 
 void

@@ -111,6 +111,38 @@ TEST( Cli, WrongCommandLinesSayWhereWhatAndWhatWasExpected ) {
    }
 }
 
+// The general help would look like an answer.
+TEST( Cli, WhatNobodyTakesIsRefusedAlsoBesideAQuestion ) {
+   constexpr char command[] = "expected a command that `ostra --help` lists\n";
+   constexpr char more[] = "expected nothing more, as one name is given already\n";
+   std::vector< std::pair< std::string, std::string > > const refusals = {
+      { "ctl", "ostra: \"ctl\": "s + command },
+      { "help", "ostra: \"help\": "s + command },
+      { "help run", "ostra: \"help\": "s + command },
+      { "fly run", "ostra: \"fly\": "s + command },
+      { "'[1]'", "ostra: \"[1]\": "s + command },
+      { "-x", "ostra: unknown option \"-x\": expected one that `ostra --help` lists\n" },
+      { "-x run",
+        "ostra: unknown option \"-x\": expected one that `ostra --help` lists\n" },
+      { "run foo bar", "ostra run: \"bar\": "s + more },
+      { "run -x foo",
+        "ostra run: unknown option \"-x\": expected one that `ostra run --help` lists\n" },
+      { "alarms x", "ostra alarms: \"x\": expected nothing more, as it takes no name\n" },
+      { "diff a b c",
+        "ostra diff: \"c\": expected nothing more, as all names are given already\n" },
+   };
+   for ( auto const& [ arguments, line ] : refusals ) {
+      for ( std::string const question : { "", " --help", " -h", " --version" } ) {
+         Outcome const outcome = ostraRun( arguments + question );
+         expectRefused( outcome, 2 );
+         EXPECT_EQ( outcome.err, line ) << arguments << question;
+      }
+   }
+   expectRefused( ostraRun( "--help ctl" ), 2 );
+   expectRefused( ostraRun( "--version ctl" ), 2 );
+   EXPECT_EQ( ostraRun( "run foo --help" ).status, 0 );
+}
+
 TEST( Cli, OfAnOptionGivenTwiceTheLastOneHolds ) {
    Outcome const outcome = ostraRun( "run --format text --format ndjson -", "{}" );
    EXPECT_EQ( outcome.status, 0 );

@@ -41,7 +41,7 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
         "mlagConfig.reloadDelay=120\n" },
       { "apply '[1]'", "[1]: cannot be read: No such file or directory\n" },
       { "watch '[1]'",
-        "ostra watch: \"[1]\": expected nothing more, as one name is given already\n" },
+        "ostra watch: \"[1]\": expected nothing more, as it takes no name\n" },
       { "forecast {}x", "patch:1:3: not YAML: \"x\": expected the end of the file\n" },
       { "why Ethernet1 --at 5", "ostra why: --at: expected a SCENARIO with it\n" },
       { "why Ethernet1 a.yaml --at x",
