@@ -197,8 +197,30 @@ ClientLine::options() const {
    return { socket_, isJson_, hasColour( colour_ ) };
 }
 
+// What a command would not heed.
+void
+ClientLine::refuseUnheeded( std::string const& command ) const {
+   std::string const where = "ostra " + command;
+   if ( colour_ == Colour::always && isJson_ ) {
+      refuse( where + ": --colour always", "another format", "--format text with it" );
+   }
+   if ( config_ && !isOffline_ ) {
+      refuse( where, "--config", "--offline with it" );
+   }
+   if ( socket_ && isOffline_ ) {
+      refuse( where, "--socket", "no --offline with it, which asks no host" );
+   }
+   if ( isJson_ && isOffline_ ) {
+      refuse( where, "--format json", "no --offline with it, which tells a text" );
+   }
+   if ( socket_ && input_.scenario ) {
+      refuse( where, "--socket", "no SCENARIO with it, of which no host is asked" );
+   }
+}
+
 bool
 ClientLine::execute( std::string const& command, std::ostream& out ) const {
+   refuseUnheeded( command );
    if ( command == "show" ) {
       show( out );
    } else if ( command == "alarms" ) {
@@ -227,6 +249,9 @@ void
 ClientLine::show( std::ostream& out ) const {
    if ( path_ && shown_ != Shown::state ) {
       refuse( "ostra show", inQuotes( *path_ ), "a path behind state alone" );
+   }
+   if ( shown_ == Shown::state && colour_ == Colour::always ) {
+      refuse( "ostra show: --colour always", "state", "summary or ports" );
    }
    showLive( options(), shown_, path_.value_or( "" ), out );
 }

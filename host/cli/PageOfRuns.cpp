@@ -7,9 +7,12 @@
 #include <host/web/Page>
 #include <host/web/PageRecords>
 
+#include <fmt/format.h>
+
 #include <optional>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace ostra {
 
@@ -18,6 +21,29 @@ namespace {
 bool
 isStreamGiven( InputOptions const& input ) {
    return input.scenario && isStream( *input.scenario );
+}
+
+// A recorded stream is as it was played, with all that is in it.
+void
+refuseForStreams( RunOptions const& options ) {
+   bool const isFirst = isStreamGiven( options.input );
+   bool const isSecond = options.against && isStream( *options.against );
+   bool const isNonePlayed = isFirst && ( isSecond || !options.against );
+   for ( auto const& [ option, isRefused ] :
+         { std::pair{ "--only",
+                      ( isFirst || isSecond ) && options.narrowing.interfaces.has_value() },
+           std::pair{ "--until", isNonePlayed && options.until.has_value() },
+           std::pair{ "--mounts", isNonePlayed && options.input.mounts.has_value() },
+           std::pair{ "--real-time", isNonePlayed && options.realTime } } ) {
+      if ( isRefused ) {
+         throw Failure(
+            ExitStatus::badInput,
+            fmt::format(
+               "ostra run: {}: a stream that was recorded: expected a scenario, which is "
+               "played",
+               option ) );
+      }
+   }
 }
 
 // Plays the scenario; its page has the other run's lines inside.
@@ -69,6 +95,7 @@ recordsOf( RunOptions const& options ) {
 
 std::vector< std::string >
 printPageOfRuns( RunOptions const& options, std::ostream& out ) {
+   refuseForStreams( options );
    std::ostringstream behind;
    std::optional< Failure > failure;
    if ( options.against ) {

@@ -13,6 +13,8 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 namespace ostra {
 
 namespace {
@@ -101,6 +103,29 @@ RunLine::addAgainst( CLI::App& command ) {
       options_.against );
 }
 
+// What the format has no place for would be left out without a word.
+void
+RunLine::refuseForFormat() const {
+   RunFormat const format = options_.format;
+   bool const isText = format == RunFormat::text;
+   bool const isColoured = isText || format == RunFormat::table;
+   bool const isTraced = isText || format == RunFormat::ndjson;
+   if ( options_.colour == Colour::always && !isColoured ) {
+      refuse(
+         "ostra run: --colour always", "another format", "--format text or table with it" );
+   }
+   for ( auto const& [ option, isGiven ] :
+         { std::pair{ "--trace", options_.trace.has_value() },
+           std::pair{ "--trace-of", options_.narrowing.traces.has_value() } } ) {
+      if ( isGiven && !isTraced ) {
+         refuse(
+            fmt::format( "ostra run: {}", option ),
+            "another format",
+            "--format text or ndjson with it" );
+      }
+   }
+}
+
 void
 RunLine::refuseAgainst() const {
    if ( options_.against && options_.format != RunFormat::html ) {
@@ -159,6 +184,7 @@ RunLine::addCommand() {
 void
 RunLine::execute( std::ostream& out, std::ostream& err ) const {
    refuseTwoReaders( parser_, options_.input );
+   refuseForFormat();
    refuseAgainst();
    RunOptions options = options_;
    if ( options.narrowing.traces && !options.trace ) {

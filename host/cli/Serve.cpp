@@ -14,6 +14,7 @@
 #include <host/serve/Notify>
 #include <host/serve/StoreFiles>
 #include <host/serve/WakeUp>
+#include <host/state/Agent>
 #include <host/state/Plugin>
 
 #include <fmt/format.h>
@@ -267,6 +268,16 @@ class Service {
    WakeUp listenTimer_;
 };
 
+// One that is named has to be fit for a host.
+void
+checkPlugin( std::optional< std::string > const& path ) {
+   if ( path ) {
+      Plugin const plugin( path );
+      Mounts mounts;
+      Agent( plugin.agentType(), mounts );
+   }
+}
+
 } // namespace
 
 void
@@ -278,6 +289,7 @@ serve( ServeOptions const& options, std::ostream& out ) {
       checkPlaces( config );
       warnOfPlaces( config, std::cerr );
       warnOfDevices( config, std::cerr );
+      checkPlugin( options.plugin );
       out << fmt::format(
          "{}: ok, {}\n",
          oneLine( options.config.value_or( "configuration" ) ),

@@ -143,6 +143,64 @@ TEST( Cli, WhatNobodyTakesIsRefusedAlsoBesideAQuestion ) {
    EXPECT_EQ( ostraRun( "run foo --help" ).status, 0 );
 }
 
+TEST( Cli, OptionsThatContradictEachOtherAreRefused ) {
+   for ( std::string const format : { "table", "json", "html", "svg" } ) {
+      for ( std::string const option : { "--trace 8", "--trace-of OstraMlag" } ) {
+         Outcome const outcome = ostraRun( "run --format " + format + " " + option );
+         expectRefused( outcome, 2 );
+         EXPECT_EQ(
+            outcome.err,
+            "ostra run: " + option.substr( 0, option.find( ' ' ) ) +
+               ": another format: expected --format text or ndjson with it\n" );
+      }
+   }
+   for ( std::string const format : { "json", "ndjson", "html", "svg" } ) {
+      Outcome const outcome = ostraRun( "run --colour always --format " + format );
+      expectRefused( outcome, 2 );
+      EXPECT_EQ(
+         outcome.err,
+         "ostra run: --colour always: another format: expected --format text or table "
+         "with it\n" );
+      EXPECT_EQ( ostraRun( "run - --colour never --format " + format, "{}" ).status, 0 );
+   }
+   EXPECT_EQ( ostraRun( "run - --colour always --trace 1 --trace-of x", "{}" ).status, 0 );
+   EXPECT_EQ( ostraRun( "run - --colour always --format table", "{}" ).status, 0 );
+   EXPECT_EQ( ostraRun( "run - --trace 1 --format ndjson", "{}" ).status, 0 );
+}
+
+TEST( Cli, ARecordedStreamIsNotPlayedInAnotherWay ) {
+   std::string const stream =
+      temporaryFile( "recorded.ndjson", ostraRun( "run - --format ndjson", "{}" ).out );
+   std::string const scenario = temporaryFile( "empty.yaml", "{}\n" );
+   auto const refused = [ & ]( std::string const& option, std::string const& files ) {
+      Outcome const outcome = ostraRun( "run --format html " + files + " " + option );
+      bool const isRefused = outcome.status == 2;
+      if ( isRefused ) {
+         expectRefused( outcome, 2 );
+         EXPECT_EQ(
+            outcome.err,
+            "ostra run: " + option.substr( 0, option.find( ' ' ) ) +
+               ": a stream that was recorded: expected a scenario, which is played\n" );
+      } else {
+         EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+      }
+      return isRefused;
+   };
+   for ( std::string const& option :
+         { "--until 5"s, "--mounts " + scenario, "--real-time"s } ) {
+      EXPECT_TRUE( refused( option, stream ) ) << option;
+      EXPECT_TRUE( refused( option, stream + " --against " + stream ) ) << option;
+      EXPECT_FALSE( refused( option, stream + " --against " + scenario ) ) << option;
+      EXPECT_FALSE( refused( option, scenario + " --against " + stream ) ) << option;
+   }
+   // Whoever names one may name it always.
+   EXPECT_FALSE( refused( "--plugin " OSTRA_PLUGIN, stream ) );
+   EXPECT_TRUE( refused( "--only Ethernet1", stream ) );
+   EXPECT_TRUE( refused( "--only Ethernet1", stream + " --against " + scenario ) );
+   EXPECT_TRUE( refused( "--only Ethernet1", scenario + " --against " + stream ) );
+   EXPECT_FALSE( refused( "--only Management1", scenario + " --against " + scenario ) );
+}
+
 TEST( Cli, OfAnOptionGivenTwiceTheLastOneHolds ) {
    Outcome const outcome = ostraRun( "run --format text --format ndjson -", "{}" );
    EXPECT_EQ( outcome.status, 0 );

@@ -101,3 +101,18 @@ TEST( Cli, CheckLoadsAPluginThatIsNamed ) {
    }
    EXPECT_EQ( ostraRun( "check --plugin " OSTRA_PLUGIN " -", "{}" ).status, 0 );
 }
+
+TEST( Cli, CheckOfAConfigurationLoadsAPluginThatIsNamed ) {
+   ostra::TemporaryDirectory const directory;
+   std::string const path = directory.path() + "/ostra.yaml";
+   std::ofstream( path ) << "state: " << directory.path()
+                         << "/state\nlisten: [ { unix: " << directory.path()
+                         << "/socket } ]\n";
+   for ( char const* plugin : { "/nonexistent.so", OSTRA_CHILDLESS_PLUGIN } ) {
+      expectRefused(
+         ostraRun( "serve --check --config " + path + " --plugin " + plugin ), 3 );
+   }
+   Outcome const outcome =
+      ostraRun( "serve --check --config " + path + " --plugin " OSTRA_PLUGIN );
+   EXPECT_EQ( outcome.status, 0 ) << outcome.err;
+}

@@ -58,6 +58,45 @@ TEST( ClientLine, SaysInOneLineWhatIsWrongWithTheCommand ) {
    }
 }
 
+TEST( ClientLine, RefusesOptionsThatItWouldNotHeed ) {
+   constexpr char colour[] =
+      ": --colour always: another format: expected --format text with it";
+   std::vector< std::pair< std::string, std::string > > table = {
+      { "why Ethernet1 a.yaml --socket s",
+        "ostra why: --socket: expected no SCENARIO with it, of which no host is asked" },
+      { "why Ethernet1 a.yaml --format json --color always",
+        std::string( "ostra why" ) + colour },
+      { "release --all --config c", "ostra release: --config: expected --offline with it" },
+      { "release Ethernet1 --config c",
+        "ostra release: --config: expected --offline with it" },
+      { "release --all --offline --socket s",
+        "ostra release: --socket: expected no --offline with it, which asks no host" },
+      { "release --all --offline --format json",
+        "ostra release: --format json: expected no --offline with it, which tells a text" },
+      { "show state --colour always",
+        "ostra show: --colour always: state: expected summary or ports" },
+   };
+   for ( auto const& [ command, format ] : { std::pair( "show", "json" ),
+                                             std::pair( "alarms", "json" ),
+                                             std::pair( "watch", "ndjson" ),
+                                             std::pair( "history", "ndjson" ),
+                                             std::pair( "set a=1", "json" ),
+                                             std::pair( "apply x", "json" ),
+                                             std::pair( "release --all", "json" ),
+                                             std::pair( "forecast", "ndjson" ),
+                                             std::pair( "why Ethernet1", "json" ) } ) {
+      std::string const line( command );
+      table.emplace_back(
+         line + " --colour always --format " + format,
+         "ostra " + line.substr( 0, line.find( ' ' ) ) + colour );
+   }
+   for ( auto const& [ arguments, line ] : table ) {
+      Outcome const outcome = ostraRun( arguments );
+      expectRefused( outcome, 2 );
+      EXPECT_EQ( outcome.err, line + "\n" ) << arguments;
+   }
+}
+
 TEST( ClientLine, ReleasesFromTheDevicesWithoutAHost ) {
    std::string const none = temporaryFile( "none.yaml", "driver: none\n" );
    Outcome const outcome = ostraRun( "release --all --offline --config " + none );
