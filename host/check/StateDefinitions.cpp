@@ -57,6 +57,15 @@ isInterface( Json const& schema ) {
       schema.at( "type" ) == Json::array( { "string", "null" } );
 }
 
+// Below a range a text may have numbers of the interface's in it.
+void
+addNumbersOfRange( Json& entry ) {
+   Json& value = entry.contains( "anyOf" ) ? entry[ "anyOf" ].front() : entry;
+   if ( value.contains( "pattern" ) ) {
+      value[ "pattern" ] = value.at( "pattern" ).get< std::string >() + "|\\$[1-4]";
+   }
+}
+
 // What a request may say becomes what a file may.
 void
 adapt( Json& schema, Spelling spelling ) {
@@ -79,6 +88,9 @@ adapt( Json& schema, Spelling spelling ) {
    if ( isCollection ) {
       schema[ "propertyNames" ] = { { "pattern",
                                       isOfScenario ? rangePattern() : namePattern() } };
+      if ( isOfScenario ) {
+         addNumbersOfRange( schema[ "additionalProperties" ] );
+      }
    } else if ( isInterface( schema ) ) {
       schema[ "pattern" ] = isOfScenario ? referencePattern() : namePattern();
    }

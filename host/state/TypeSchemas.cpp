@@ -67,6 +67,59 @@ enumerationSchema( RyxType const& type, Side side ) {
    return { { "oneOf", std::move( values ) } };
 }
 
+std::string
+ipV4Pattern() {
+   std::string const number = "(25[0-5]|2[0-4][0-9]|1[0-9][0-9]|[1-9]?[0-9])";
+   return fmt::format( "{}(\\.{}){{3}}", number, number );
+}
+
+// Eight groups, of which "::" stands for one at least and an IPv4 address at the end for two.
+std::string
+ipV6Pattern() {
+   constexpr std::string_view group = "[0-9A-Fa-f]{1,4}";
+   std::string const ipV4 = ipV4Pattern();
+   std::string pattern = fmt::format( "({0}:){{7}}{0}|({0}:){{6}}{1}", group, ipV4 );
+   for ( int before = 0; before < 8; ++before ) {
+      std::string const left =
+         before == 0 ? "" : fmt::format( "{0}(:{0}){{{1}}}", group, before - 1 );
+      int const behind = 7 - before;
+      pattern += fmt::format( "|{}::", left );
+      if ( behind >= 2 ) {
+         pattern += fmt::format(
+            "(({0}:){{0,{1}}}{0}|({0}:){{0,{2}}}{3})?",
+            group,
+            behind - 1,
+            behind - 2,
+            ipV4 );
+      } else if ( behind == 1 ) {
+         pattern += fmt::format( "({})?", group );
+      }
+   }
+   return pattern;
+}
+
+// As the types read their texts: six pairs or three groups of four, and either kind of IP
+// addresses. Empty for other types.
+std::string
+addressPattern( std::string_view type ) {
+   if ( type == "Kovel::EthAddr" ) {
+      constexpr std::string_view pair = "[0-9A-Fa-f]{2}";
+      return fmt::format(
+         "^({0}(:{0}){{5}}|{0}(-{0}){{5}}|{1}(\\.{1}){{2}})$", pair, "[0-9A-Fa-f]{4}" );
+   }
+   return type == "Kovel::IpAddr" ? fmt::format( "^({}|{})$", ipV4Pattern(), ipV6Pattern() )
+                                  : "";
+}
+
+Json
+textSchema( RyxType const& type ) {
+   Json schema = { { "type", "string" } };
+   if ( std::string pattern = addressPattern( type.name().string() ); !pattern.empty() ) {
+      schema[ "pattern" ] = std::move( pattern );
+   }
+   return schema;
+}
+
 Json
 scalarSchema( RyxType const& type, Side side ) {
    switch ( type.kind() ) {
@@ -77,7 +130,7 @@ scalarSchema( RyxType const& type, Side side ) {
    case Ryx::ValueKind::enumeration:
       return enumerationSchema( type, side );
    default:
-      return { { "type", "string" } };
+      return textSchema( type );
    }
 }
 
