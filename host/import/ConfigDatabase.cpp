@@ -4,6 +4,7 @@
 #include <host/import/ConfigDatabase>
 
 #include <host/base/Failure>
+#include <host/base/Words>
 #include <host/import/ForeignItems>
 
 #include <Kovel/EthAddr>
@@ -13,6 +14,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <map>
@@ -37,6 +39,11 @@ isPortChannel( IntfId id ) {
    return id.kind() == IntfId::Kind::portChannel;
 }
 
+constexpr std::array< std::string_view, 7 > readTables = {
+   "DEVICE_METADATA", "PORT",         "PORTCHANNEL",    "PORTCHANNEL_MEMBER",
+   "VLAN_INTERFACE",  "MCLAG_DOMAIN", "MCLAG_INTERFACE"
+};
+
 class Tables {
  public:
    Tables( Item const& root, ForeignNames& names, SwitchDescription& description )
@@ -50,6 +57,7 @@ class Tables {
       forEachRow( "MCLAG_DOMAIN", [ this ]( Item const& row ) { addDomain( row ); } );
       forEachRow( "MCLAG_INTERFACE", [ this ]( Item const& row ) { addInterface( row ); } );
       readLocalInterface();
+      remarkOtherTables();
    }
 
  private:
@@ -89,6 +97,28 @@ class Tables {
       return text == yes;
    }
 
+   // In one line: most of what a switch has is of no matter to a reload.
+   void remarkOtherTables() {
+      std::vector< std::string > others;
+      root_.forEachEntry( "a map of tables", [ &others ]( Item const& table ) {
+         bool const isRead =
+            std::find( readTables.begin(), readTables.end(), table.key() ) !=
+            readTables.end();
+         if ( !isRead && !table.isNull() && !table.node().isEmptyMap() ) {
+            others.push_back( shortened( table.key() ) );
+         }
+      } );
+      if ( !others.empty() ) {
+         Place const at = root_.place();
+         description_.remarks.push_back(
+            { fmt::format( "{}:{}:{}", root_.node().tree().name(), at.line, at.column ),
+              fmt::format(
+                 "{}, of which a scenario has nothing: {}: left out",
+                 counted( others.size(), "table" ),
+                 fmt::join( others, ", " ) ) } );
+      }
+   }
+
    void readName() {
       if ( auto const metadata = memberOf( root_, "DEVICE_METADATA" ) ) {
          if ( auto const host = memberOf( *metadata, "localhost" ) ) {
@@ -99,7 +129,8 @@ class Tables {
 
    // A port that says nothing is shut down there.
    void addPort( Item const& row ) {
-      IntfId const id = names_.add( std::string( row.key() ), row );
+      IntfId const id =
+         names_.add( std::string( row.key() ), row, { textIn( row, "alias" ) } );
       bool const isEnabled = isSaid( row, "admin_status", "up", "down", false );
       if ( id && isPortChannel( id ) ) {
          remark( row, fmt::format( "{} is no port", id.string() ) );

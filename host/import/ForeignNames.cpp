@@ -45,9 +45,9 @@ ForeignNames::ruleOf( std::string const& name ) const {
 }
 
 Kovel::IntfId
-ForeignNames::named( std::string const& name, Item const& at ) {
-   InterfaceRule const* const rule = ruleOf( name );
-   auto const interface = rule ? rule->interfaceOf( name ) : std::nullopt;
+ForeignNames::named( std::string const& name, std::string const& known, Item const& at ) {
+   InterfaceRule const* const rule = ruleOf( known );
+   auto const interface = rule ? rule->interfaceOf( known ) : std::nullopt;
    if ( !interface ) {
       remark(
          at,
@@ -60,17 +60,19 @@ ForeignNames::named( std::string const& name, Item const& at ) {
 }
 
 Kovel::IntfId
-ForeignNames::add( std::string const& name, Item const& at ) {
+ForeignNames::add(
+   std::string const& name, Item const& at, std::vector< std::string > const& others ) {
    if ( name.empty() || name.size() > longestName ) {
       at.refuseBecause( fmt::format(
          "{}: expected a name of 1 to {} octets", inQuotes( name ), longestName ) );
    }
-   auto const [ known, isNew ] = interfaces_.try_emplace( name );
+   auto const [ added, isNew ] = interfaces_.try_emplace( name );
    if ( !isNew ) {
       at.refuseBecause( fmt::format(
          "{}: expected another name, as one before has it", inQuotes( name ) ) );
    }
-   Kovel::IntfId const id = named( name, at );
+   std::string const& known = knownAmong( name, others );
+   Kovel::IntfId const id = named( name, known, at );
    auto const [ other, isFree ] =
       id ? names_.try_emplace( id, name ) : std::pair{ names_.end(), true };
    if ( !isFree ) {
@@ -80,20 +82,46 @@ ForeignNames::add( std::string const& name, Item const& at ) {
          fmt::format( "{} is {} already", id.string(), shortened( other->second ) ) );
       return {};
    }
-   known->second = id;
+   added->second = id;
+   known_.emplace( name, known );
+   for ( std::string const& further : others ) {
+      if ( !further.empty() ) {
+         firsts_.emplace( further, name );
+      }
+   }
    return id;
+}
+
+// Where no pattern knows any of them, the first one.
+std::string const&
+ForeignNames::knownAmong(
+   std::string const& name, std::vector< std::string > const& others ) const {
+   if ( ruleOf( name ) ) {
+      return name;
+   }
+   auto const known =
+      std::find_if( others.begin(), others.end(), [ this ]( std::string const& further ) {
+         return further.size() <= longestName && ruleOf( further );
+      } );
+   return known == others.end() ? name : *known;
 }
 
 Kovel::IntfId
 ForeignNames::find( std::string const& name ) const {
-   auto const found = interfaces_.find( name );
+   auto const first = firsts_.find( name );
+   auto found = interfaces_.find( name );
+   if ( found == interfaces_.end() && first != firsts_.end() ) {
+      found = interfaces_.find( first->second );
+   }
    return found == interfaces_.end() ? Kovel::IntfId() : found->second;
 }
 
 Kovel::IntfId
 ForeignNames::usualPortChannelOf( std::string const& name ) const {
-   InterfaceRule const* const rule = ruleOf( name );
-   auto const portChannel = rule ? rule->portChannelOf( name ) : std::nullopt;
+   auto const found = known_.find( name );
+   std::string const& known = found == known_.end() ? name : found->second;
+   InterfaceRule const* const rule = ruleOf( known );
+   auto const portChannel = rule ? rule->portChannelOf( known ) : std::nullopt;
    return portChannel ? Kovel::IntfId( *portChannel ) : Kovel::IntfId();
 }
 

@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
 
 namespace ostra {
@@ -19,6 +20,7 @@ struct Device {
    std::size_t index;
    DocumentNode node;
    std::string name;
+   std::vector< std::string > otherNames;
    bool isUp;
    // The name of a bond or bridge; empty for none.
    std::string master;
@@ -34,15 +36,21 @@ isOfPorts( std::string_view kind ) {
    return kind == "bond" || kind == "team";
 }
 
-bool
-hasFlag( Item const& device, std::string_view flag ) {
-   bool isFound = false;
-   if ( auto const flags = memberOf( device, "flags" ) ) {
-      forEachItemIn( *flags, "a list of texts", [ & ]( Item const& item ) {
-         isFound = isFound || textOf( item, "a text" ) == flag;
+std::vector< std::string >
+textsIn( Item const& device, std::string_view key ) {
+   std::vector< std::string > texts;
+   if ( auto const list = memberOf( device, key ) ) {
+      forEachItemIn( *list, "a list of texts", [ &texts ]( Item const& item ) {
+         texts.push_back( textOf( item, "a text" ) );
       } );
    }
-   return isFound;
+   return texts;
+}
+
+bool
+hasFlag( Item const& device, std::string_view flag ) {
+   auto const flags = textsIn( device, "flags" );
+   return std::find( flags.begin(), flags.end(), flag ) != flags.end();
 }
 
 std::string_view
@@ -59,6 +67,7 @@ deviceOf( Item const& item, std::size_t index ) {
    Device device{ index,
                   item.node(),
                   textIn( item, "ifname" ),
+                  textsIn( item, "altnames" ),
                   hasFlag( item, "UP" ),
                   textIn( item, "master" ) };
    if ( auto const info = memberOf( item, "linkinfo" ) ) {
@@ -95,7 +104,9 @@ class Links {
    void read() {
       auto const devices = devicesIn( list_ );
       for ( Device const& device : devices ) {
-         devices_[ device.name ] = { &device, names_.add( device.name, itemOf( device ) ) };
+         devices_[ device.name ] = {
+            &device, names_.add( device.name, itemOf( device ), device.otherNames )
+         };
       }
       for ( Device const& device : devices ) {
          if ( Kovel::IntfId const id = devices_.at( device.name ).id ) {

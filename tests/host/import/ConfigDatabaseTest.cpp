@@ -52,6 +52,35 @@ mounts:
 )" ) );
 }
 
+TEST( Import, TablesThatAreNotReadAreNamedInOneLine ) {
+   Outcome const outcome = ostraRun( "import -", R"({ "ACL_TABLE": { "a": {} },
+"PORT": { "Ethernet1": { "admin_status": "up" } }, "CABLE_LENGTH": {}, "NTP": null,
+"VLAN": { "Vlan7": {} }, "versions": 5 })" );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ(
+      outcome.err,
+      "warning: <stdin>:1:1: 3 tables, of which a scenario has nothing: ACL_TABLE, VLAN, "
+      "versions: left out\n" );
+   EXPECT_THAT(
+      outcome.out,
+      HasSubstr(
+         "# - 3 tables, of which a scenario has nothing: ACL_TABLE, VLAN, versions: "
+         "left out\n" ) );
+}
+
+TEST( Import, TheAliasOfAPortCountsWhereNoPatternKnowsItsName ) {
+   std::string const names = temporaryFile(
+      "names.yaml",
+      "linux: { interfaces: [ { device: 'Eth1/(\\d+)', interface: 'Ethernet\\1' } ] }\n" );
+   Outcome const outcome = ostraRun( "import - --names " + names, R"({ "PORT": {
+"Ethernet0": { "alias": "Eth1/7", "admin_status": "up" }, "Ethernet4": { "alias": "" } } })" );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_EQ(
+      outcome.err,
+      "warning: <stdin>:2:59: PORT.Ethernet4: no pattern names it: left out\n" );
+   EXPECT_THAT( outcome.out, HasSubstr( "      Ethernet7: {}\n" ) );
+}
+
 TEST( Import, WhatHasNoPlaceIsSaidAndLeftOut ) {
    Outcome const outcome = ostraRun( "import -", R"({
 "PORT": { "Ethernet1": {}, "Ethernet01": {}, "Port7": {}, "PortChannel5": {}, "swp1": {} },

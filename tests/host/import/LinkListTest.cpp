@@ -16,6 +16,46 @@ using testing::Not;
 
 } // namespace
 
+// Where no pattern knows the device's own.
+TEST( Import, AlternativeNamesOfDevicesCount ) {
+   std::string const links = linksOf(
+      { device( "enp3s0", R"(,"altnames":["ens3","swp1"])" ),
+        device( "swp2", R"(,"altnames":["swp7"])" ),
+        device(
+           "enp4s0",
+           R"(,"altnames":["swp3"],"master":"lag1","linkinfo":{"info_slave_kind":"bond"})" ),
+        device( "enp5s0", R"(,"altnames":["swp2"])" ),
+        device( "enp6s0", R"(,"altnames":["enx"])" ),
+        device(
+           "lag1",
+           R"(,"altnames":["bond9"],"linkinfo":{"info_kind":"bond","info_data":{"mode":"802.3ad"}})" ) } );
+   Outcome const outcome = ostraRun( "import - --peer-link bond9", links );
+   EXPECT_EQ( outcome.status, 0 );
+   EXPECT_THAT(
+      linesIn( outcome.err ),
+      ElementsAre(
+         testing::EndsWith( ": [3]: enp5s0: Ethernet2 is swp2 already: left out" ),
+         testing::EndsWith( ": [4]: enp6s0: no pattern names it: left out" ) ) );
+   EXPECT_THAT(
+      outcome.out,
+      AllOf(
+         HasSubstr( "      Ethernet1-3: {}\n" ),
+         HasSubstr( "      Ethernet3: { lag: Port-Channel9, mode: lacpActive }\n" ),
+         HasSubstr( "    peerLinkIntf: Port-Channel9\n" ) ) );
+}
+
+TEST( Import, APatternOfAnAlternativeNameSaysThePortChannel ) {
+   std::string const names = temporaryFile(
+      "names.yaml",
+      "linux: { interfaces: [ { device: 'swp(\\d+)', interface: 'Ethernet\\1', "
+      "portChannel: "
+      "Port-Channel5 } ] }\n" );
+   Outcome const outcome = ostraRun(
+      "import - --names " + names,
+      linksOf( { device( "enp3s0", R"(,"altnames":["swp1"])" ) } ) );
+   EXPECT_THAT( outcome.out, HasSubstr( "Ethernet1: { lag: Port-Channel5" ) );
+}
+
 TEST( Import, TakesTheLinksOfALinuxSwitch ) {
    Outcome const outcome = ostraRun( "import - --peer-link bond1000", linuxLeaf() );
    EXPECT_EQ( outcome.status, 0 );
