@@ -60,18 +60,29 @@ streamLines( InputOptions const& input ) {
    return lines.str();
 }
 
+// For warnings, where there are two runs.
+std::string
+runOf( std::optional< std::string > const& scenario ) {
+   return "the run of " +
+      ( !scenario             ? std::string( "<built-in>" )
+           : *scenario == "-" ? std::string( "<stdin>" )
+                              : oneLine( *scenario ) );
+}
+
 struct PageLines {
    std::string lines;
+   std::vector< std::string > warnings = {};
    // Of a run that failed on the way, which has records up to there.
-   std::optional< Failure > failure;
+   std::optional< Failure > failure = {};
 };
 
 PageLines
 playedRecords( RunOptions const& options ) {
    std::ostringstream out;
+   std::vector< std::string > warnings;
    std::optional< Failure > failure;
    try {
-      playPage( options, out, "" );
+      warnings = playPage( options, out, "" );
    } catch ( Failure const& why ) {
       if ( !out.str().ends_with( page::tail() ) ) {
          throw;
@@ -81,14 +92,15 @@ playedRecords( RunOptions const& options ) {
    std::string const text = out.str();
    // Behind the end of its line.
    std::size_t const begin = page::head().size() + 1;
-   return { text.substr( begin, text.size() - page::tail().size() - begin ), failure };
+   return { text.substr( begin, text.size() - page::tail().size() - begin ),
+            warnings,
+            failure };
 }
 
 PageLines
 recordsOf( RunOptions const& options ) {
-   return isStreamGiven( options.input )
-      ? PageLines{ streamLines( options.input ), std::nullopt }
-      : playedRecords( options );
+   return isStreamGiven( options.input ) ? PageLines{ streamLines( options.input ) }
+                                         : playedRecords( options );
 }
 
 } // namespace
@@ -96,23 +108,29 @@ recordsOf( RunOptions const& options ) {
 std::vector< std::string >
 printPageOfRuns( RunOptions const& options, std::ostream& out ) {
    refuseForStreams( options );
+   RunOptions first = options;
    std::ostringstream behind;
    std::optional< Failure > failure;
+   std::vector< std::string > ofSecond;
    if ( options.against ) {
-      RunOptions other = options;
-      other.input.scenario = options.against;
-      PageLines const records = recordsOf( other );
+      first.narrowing.run = runOf( options.input.scenario );
+      RunOptions second = options;
+      second.input.scenario = options.against;
+      second.narrowing.run = runOf( options.against );
+      PageLines const records = recordsOf( second );
       putAgainst( behind );
       behind << records.lines;
       failure = records.failure;
+      ofSecond = records.warnings;
    }
    std::vector< std::string > warnings;
    if ( isStreamGiven( options.input ) ) {
       std::string const lines = streamLines( options.input );
       out << page::head() << '\n' << lines << behind.str() << page::tail();
    } else {
-      warnings = playPage( options, out, behind.str() );
+      warnings = playPage( first, out, behind.str() );
    }
+   warnings.insert( warnings.end(), ofSecond.begin(), ofSecond.end() );
    if ( failure ) {
       throw *failure;
    }

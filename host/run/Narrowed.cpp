@@ -33,6 +33,7 @@ Narrowed::Narrowed( RecordSink& sink, Narrowing const& narrowing )
         takesAll_( !narrowing.interfaces ),
         ports_( namesOf( narrowing.interfaces ) ),
         traces_( narrowing.traces ),
+        run_( narrowing.run ),
         missing_( ports_ ) {}
 
 void
@@ -132,9 +133,10 @@ Narrowed::warnings() const {
    if ( !missing_.empty() ) {
       std::vector< Kovel::IntfId > const ids( missing_.begin(), missing_.end() );
       warnings.push_back( fmt::format(
-         "warning: ostra run: --only: {}: not in this run: expected interfaces of the "
+         "warning: ostra run: --only: {}: not in {}: expected interfaces of the "
          "scenario",
-         shortened( intfRanges( ids ) ) ) );
+         shortened( intfRanges( ids ) ),
+         run_ ) );
    }
    if ( traces_ && !hasTold_ ) {
       warnings.push_back( traceWarning() );
@@ -147,9 +149,10 @@ Narrowed::traceWarning() const {
    KnownKeys const others( otherTraces_.begin(), otherTraces_.end() );
    std::string_view const near = nearest( *traces_, others );
    return fmt::format(
-      "warning: ostra run: --trace-of: {}: no trace of this run is of it: expected a "
+      "warning: ostra run: --trace-of: {}: no trace of {} is of it: expected a "
       "handle or a function of the plug-in{}",
       inQuotes( *traces_ ),
+      run_,
       near.empty() ? "" : fmt::format( "; did you mean {}?", near ) );
 }
 

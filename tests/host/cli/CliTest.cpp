@@ -168,6 +168,41 @@ TEST( Cli, OptionsThatContradictEachOtherAreRefused ) {
    EXPECT_EQ( ostraRun( "run - --trace 1 --format ndjson", "{}" ).status, 0 );
 }
 
+TEST( Cli, WarningsOfTwoRunsSayOfWhichTheyAre ) {
+   auto const scenarioOf = []( std::string const& port ) {
+      return temporaryFile(
+         port + ".yaml",
+         "mounts: { ethPhyIntfStatus: { intfStatus: { " + port + ": {} } } }\n" );
+   };
+   std::string const first = scenarioOf( "Ethernet1" );
+   std::string const second = scenarioOf( "Ethernet2" );
+   auto const warningOf = []( std::string const& ports, std::string const& scenario ) {
+      return "warning: ostra run: --only: " + ports + ": not in the run of " + scenario +
+         ": expected interfaces of the scenario\n";
+   };
+   auto const warnings = []( std::string const& arguments, std::string const& input = "" ) {
+      Outcome const outcome = ostraRun( "run --format html " + arguments, input );
+      EXPECT_EQ( outcome.status, 0 );
+      return outcome.err;
+   };
+   std::string const both = first + " --against " + second;
+   EXPECT_EQ( warnings( both + " --only Ethernet1" ), warningOf( "Ethernet1", second ) );
+   EXPECT_EQ( warnings( both + " --only Ethernet2" ), warningOf( "Ethernet2", first ) );
+   EXPECT_EQ(
+      warnings( both + " --only Ethernet1-3" ),
+      warningOf( "Ethernet2-3", first ) + warningOf( "Ethernet1,3", second ) );
+   EXPECT_EQ(
+      warnings( "- --against " + first + " --only Ethernet1", "{}" ),
+      warningOf( "Ethernet1", "<stdin>" ) );
+   EXPECT_EQ(
+      warnings( "--against " + first + " --only Ethernet199" ),
+      warningOf( "Ethernet199", "<built-in>" ) + warningOf( "Ethernet199", first ) );
+   EXPECT_EQ(
+      warnings( first + " --only Ethernet2" ),
+      "warning: ostra run: --only: Ethernet2: not in this run: expected interfaces of the "
+      "scenario\n" );
+}
+
 TEST( Cli, ARecordedStreamIsNotPlayedInAnotherWay ) {
    std::string const stream =
       temporaryFile( "recorded.ndjson", ostraRun( "run - --format ndjson", "{}" ).out );
