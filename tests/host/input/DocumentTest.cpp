@@ -84,6 +84,23 @@ TEST( Document, ReadsJson ) {
    EXPECT_EQ( parsed( R"({"a":"\\ud83d\\ude00"})" ).at( "a" ), R"(\ud83d\ude00)" );
 }
 
+TEST( Document, EscapesAreReadInDoubleQuotesAlone ) {
+   std::string const escapes = R"(\ud83d\ude00)";
+   std::string const character = "\xf0\x9f\x98\x80";
+   EXPECT_EQ( parsed( "{a: '" + escapes + "'}" ).at( "a" ), escapes );
+   EXPECT_EQ( parsed( "{a: " + escapes + "}" ).at( "a" ), escapes );
+   for ( std::string const before : { R"("x":"\"\\",)",
+                                      "x: 'it''s \"',",
+                                      "x: it's,",
+                                      "x: y\",",
+                                      "# \"\n",
+                                      "# it's\n" } ) {
+      EXPECT_EQ(
+         parsed( "{ " + before + " \"a\":\"" + escapes + "\"}" ).at( "a" ), character )
+         << before;
+   }
+}
+
 TEST( Document, KnowsWhereEverythingStands ) {
    auto const document = parseDocument( "x.yaml", "a:\n  b: [1,\n    two]\n" );
    Entry const b = firstEntry( firstEntry( document.root() ).value );
