@@ -103,12 +103,14 @@ PortRoll::standingOf( Standings const& standings, IntfId port ) const {
 PortCensus
 PortRoll::call( bool isFirst ) {
    PortCensus census;
+   // To clear it would be to go through all buckets of the largest batch, each time.
+   auto const heldNow = std::exchange( heldNow_, {} );
    Ports const ports = portsToTell( isFirst );
    if ( !ports.empty() ) {
       Standings const standings( facts_, ledger_, isStart_ );
       for ( IntfId const port : ports ) {
          PortStanding const standing = standingOf( standings, port );
-         if ( standing.kind == Kind::held || heldNow_.contains( port ) ) {
+         if ( standing.kind == Kind::held || heldNow.contains( port ) ) {
             continue;
          }
          auto const [ told, isNew ] = told_.try_emplace( port, standing );
@@ -118,7 +120,6 @@ PortRoll::call( bool isFirst ) {
          }
       }
    }
-   heldNow_.clear();
    return census;
 }
 

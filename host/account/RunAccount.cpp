@@ -26,7 +26,9 @@ RunAccount::RunAccount( StateView const& state, TakeBatch take )
 void
 RunAccount::reach( Milliseconds at ) {
    if ( at != at_ ) {
-      settle();
+      if ( isOpen_ ) {
+         settle();
+      }
       at_ = at;
       event_ = nullptr;
    }
@@ -35,6 +37,7 @@ RunAccount::reach( Milliseconds at ) {
 void
 RunAccount::write( Milliseconds at, WriteRecord const& record ) {
    reach( at );
+   isOpen_ = true;
    batch_.write( at, record );
 }
 
@@ -44,10 +47,12 @@ RunAccount::event( Milliseconds at, Json patch ) {
    settle();
    event_ = std::move( patch );
    roll_.event( at, event_ );
+   isOpen_ = true;
 }
 
 void
 RunAccount::settle() {
+   isOpen_ = false;
    bool const isFirst = std::exchange( isFirst_, false );
    ReleaseReason const reason( facts_, ledger_, event_, isFirst );
    for ( auto const* holds : { &batch_.held(), &batch_.released(), &batch_.heldAgain() } ) {

@@ -104,17 +104,18 @@ SwitchFacts::delay( PortClass portClass ) const {
       state_.at( { mount::mlagConfig, own ? "reloadDelayNonMlag" : "reloadDelay" } ) );
 }
 
+// These two are asked at each instant.
 bool
 SwitchFacts::isMachineThere() const {
-   return !state_.at( { agentKey, machineKey } ).is_null();
+   static Path const machine{ agentKey, machineKey };
+   return !state_.at( machine ).is_null();
 }
 
 bool
 SwitchFacts::isHeld( PortClass portClass ) const {
-   return isTrue( { agentKey,
-                    machineKey,
-                    portClass == PortClass::mlag ? "mlagPortsErrdisabled"
-                                                 : "nonMlagPortsErrdisabled" } );
+   static Path const mlag{ agentKey, machineKey, "mlagPortsErrdisabled" };
+   static Path const nonMlag{ agentKey, machineKey, "nonMlagPortsErrdisabled" };
+   return isTrue( portClass == PortClass::mlag ? mlag : nonMlag );
 }
 
 bool
