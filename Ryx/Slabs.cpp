@@ -3,6 +3,8 @@
 
 #include <Ryx/Slabs>
 
+#include <Ryx/Exception>
+
 #include <algorithm>
 #include <bit>
 #include <new>
@@ -39,6 +41,11 @@ at( std::uintptr_t address ) noexcept {
 }
 
 } // namespace
+
+void
+Slabs::refuseArenas() noexcept {
+   assertFailed( "arenas <= mostArenas", "Ryx/Slabs", __LINE__, "Slabs" );
+}
 
 // Objects that are made in a row lie in a row again.
 void

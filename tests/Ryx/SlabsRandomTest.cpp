@@ -7,6 +7,7 @@
 #include <Ryx/Slabs>
 
 #include <gtest/gtest.h>
+#include <support/AddressSpace>
 
 #include <cstring>
 #include <map>
@@ -24,6 +25,11 @@ class SlabsRandom : public testing::TestWithParam< unsigned > {
    };
 
    SlabsRandom() : random_( GetParam() ) {}
+   void SetUp() override {
+      if ( support::isAddressSpaceLimited() ) {
+         GTEST_SKIP() << "the address space is limited";
+      }
+   }
    ~SlabsRandom() override { slabs_.unmap(); }
 
    std::size_t below( std::size_t end ) {

@@ -5,6 +5,7 @@
 
 #include <Ryx/Ptr>
 #include <Ryx/Slabs>
+#include <tests/support/AddressSpace>
 
 #include <cstddef>
 #include <cstdlib>
@@ -12,6 +13,10 @@
 
 int
 main() {
+   if ( support::isAddressSpaceLimited() ) {
+      std::cout << "skipped: the address space is limited\n";
+      return 0;
+   }
    unsetenv( "RYX_SLABS" );
    Ryx::Slabs const* const slabs = Ryx::objectSlabs();
    auto const inSlabs = [ slabs ] { return slabs ? slabs->bytes() : 0; };
