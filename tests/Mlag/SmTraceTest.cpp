@@ -6,6 +6,7 @@
 #include "SmReach"
 
 #include <Mlag/SmDiagnostics>
+#include <support/Messages>
 
 namespace {
 
@@ -181,21 +182,12 @@ TEST_F( SmTraces, GoToTheCoverageStreamEvenWhileTheyAreOff ) {
       std::string::npos );
 }
 
-class EndingMessage final : public Ryx::LogSink {
- public:
-   EndingMessage() { Ryx::logSinkIs( this ); }
-   ~EndingMessage() override { Ryx::logSinkIs( nullptr ); }
-   void log( Ryx::LogRecord const& record ) override { all.push_back( record ); }
-
-   std::vector< Ryx::LogRecord > all;
-};
-
 TEST_F( SmTraces, TheEndingMessageHasItsSeverityExplanationAndAction ) {
    start();
-   EndingMessage messages;
+   support::Messages messages;
    moveTo( 1000 );
-   ASSERT_EQ( messages.all.size(), 2u );
-   auto const& message = messages.all.front();
+   ASSERT_EQ( messages.records.size(), 2u );
+   auto const& message = messages.records.front();
    EXPECT_EQ( message.identifier, "MLAG_RELOAD_DELAY_ENDING" );
    EXPECT_EQ( static_cast< int >( message.severity ), 6 );
    EXPECT_EQ( message.text, "Mlag reload-delay period will end in 75 seconds" );
@@ -213,14 +205,14 @@ TEST_F( SmTraces, MessagesOfOneMomentAreAllWritten ) {
    mlagConfig->reloadDelayNonMlagConfiguredIs( true );
    mlagConfig->reloadDelayNonMlagIs( 600 );
    start();
-   EndingMessage messages;
+   support::Messages messages;
    timeIs( 500 );
    Ryx::Seconds const when = now();
    for ( int i = 0; i < 3; ++i ) {
       sm->handleClockNonMlag();
    }
    EXPECT_EQ( now(), when );
-   EXPECT_EQ( messages.all.size(), 3u );
+   EXPECT_EQ( messages.records.size(), 3u );
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <support/AllocationCounter>
+#include <support/Messages>
 #include <support/SimulatedTime>
 
 #include <bit>
@@ -28,22 +29,6 @@ struct Probe {
 };
 
 Texts converted;
-
-class RecordingSink final : public Ryx::LogSink {
- public:
-   RecordingSink() { Ryx::logSinkIs( this ); }
-   ~RecordingSink() override { Ryx::logSinkIs( nullptr ); }
-   RecordingSink( RecordingSink const& ) = delete;
-   RecordingSink& operator=( RecordingSink const& ) = delete;
-
-   void log( Ryx::LogRecord const& record ) override {
-      records.push_back( record );
-      texts.push_back( record.text );
-   }
-
-   std::vector< Ryx::LogRecord > records;
-   Texts texts;
-};
 
 Ryx::LogHandle
 handleOf(
@@ -176,7 +161,7 @@ TEST( Log, AnEmissionCopiesNoneOfTheFixedTexts ) {
 }
 
 TEST( Log, FillsTheFormatAndHandsTheWholeMessageOver ) {
-   RecordingSink sink;
+   support::Messages sink;
    Ryx::LogHandle handle(
       "MLAG_RELOAD_DELAY_ENDING",
       static_cast< Ryx::LogSeverity >( 6 ),
@@ -200,7 +185,7 @@ TEST( Log, FillsTheFormatAndHandsTheWholeMessageOver ) {
 }
 
 TEST( Log, MissingAndExtraArgumentsAreSafe ) {
-   RecordingSink sink;
+   support::Messages sink;
    auto two = handleOf( "%s and %s" );
    Ryx::log( two );
    Ryx::log( two, 1 );
@@ -212,72 +197,72 @@ TEST( Log, MissingAndExtraArgumentsAreSafe ) {
    auto empty = handleOf( "" );
    Ryx::log( empty, 1 );
    EXPECT_EQ(
-      sink.texts,
+      sink.texts(),
       ( Texts{ "%s and %s", "1 and %s", "1 and 2", "100% of %d, %s, %s%", "%", "" } ) );
 }
 
 TEST( Log, ConvertsTheKeysArgumentsFirstThenTheRest ) {
-   RecordingSink sink;
+   support::Messages sink;
    converted.clear();
    auto handle = handleOf( "%s %s %s", 0, 1, 2 );
    Ryx::log( handle, Probe{ "a" }, Probe{ "b" }, Probe{ "c" } );
    EXPECT_EQ( converted, ( Texts{ "a", "b", "c" } ) );
-   EXPECT_EQ( sink.texts, Texts{ "a b c" } );
+   EXPECT_EQ( sink.texts(), Texts{ "a b c" } );
 }
 
 TEST( Log, ARefusedMessageIsDroppedWithNothingFurtherConverted ) {
    SimulatedTime time;
-   RecordingSink sink;
+   support::Messages sink;
    auto handle = handleOf( "%s %s", 10, 1, 1 );
    Ryx::log( handle, "key", 1 );
    converted.clear();
    Ryx::log( handle, Probe{ "key" }, Probe{ "rest" } );
    EXPECT_EQ( converted, Texts{ "key" } );
-   EXPECT_EQ( sink.texts, Texts{ "key 1" } );
+   EXPECT_EQ( sink.texts(), Texts{ "key 1" } );
 }
 
 TEST( Log, WithoutKeyArgumentsARefusalConvertsNothing ) {
    SimulatedTime time;
-   RecordingSink sink;
+   support::Messages sink;
    auto handle = handleOf( "%s", 10 );
    Ryx::log( handle, 1 );
    converted.clear();
    Ryx::log( handle, Probe{ "a" } );
    EXPECT_EQ( converted, Texts() );
-   EXPECT_EQ( sink.texts, Texts{ "1" } );
+   EXPECT_EQ( sink.texts(), Texts{ "1" } );
 }
 
 TEST( Log, WithoutKeyArgumentsEveryMessageSharesOneKey ) {
    SimulatedTime time;
    auto handle = handleOf( "%s", 10 );
-   RecordingSink sink;
+   support::Messages sink;
    EXPECT_EQ( handle.idHash(), Ryx::hash( "TEST_MESSAGE" ) );
    Ryx::log( handle, "a" );
    EXPECT_FALSE( handle.okToLog( Ryx::hash( "" ) ^ handle.idHash() ) );
    Ryx::log( handle, "b" );
-   EXPECT_EQ( sink.texts, Texts{ "a" } );
+   EXPECT_EQ( sink.texts(), Texts{ "a" } );
 }
 
 TEST( Log, TheKeyIsTheHashOfTheLeadingArgumentsWithTheIdentifiers ) {
    SimulatedTime time;
    auto handle = handleOf( "%s%s%s", 10, 1, 2 );
-   RecordingSink sink;
+   support::Messages sink;
    EXPECT_EQ( handle.rateLimitArgs(), 2u );
    EXPECT_TRUE( handle.okToLog( Ryx::hash( "ab12" ) ^ handle.idHash() ) );
    Ryx::log( handle, "ab", 12, "refused" );
    Ryx::log( handle, "ab", 13, " other key" );
-   EXPECT_EQ( sink.texts, Texts{ "ab13 other key" } );
+   EXPECT_EQ( sink.texts(), Texts{ "ab13 other key" } );
 }
 
 TEST( Log, MoreKeyArgumentsThanArgumentsMeansAllOfThem ) {
    SimulatedTime time;
    auto handle = handleOf( "%s", 10, 1, 200 );
-   RecordingSink sink;
+   support::Messages sink;
    Ryx::log( handle, 1 );
    Ryx::log( handle, 1 );
    Ryx::log( handle, 2 );
    Ryx::log( handle );
-   EXPECT_EQ( sink.texts, ( Texts{ "1", "2", "%s" } ) );
+   EXPECT_EQ( sink.texts(), ( Texts{ "1", "2", "%s" } ) );
 }
 
 TEST( Log, GoesToStandardErrorInSyslogFormByDefault ) {

@@ -9,6 +9,7 @@
 #include <Ryx/Registration>
 
 #include <gtest/gtest.h>
+#include <support/Messages>
 
 #include <optional>
 
@@ -162,19 +163,6 @@ struct Ryx::ValueTraits< OtherMode > : Ryx::EnumTraits< OtherMode > {
 
 namespace {
 
-// Takes the messages about units that were refused.
-class Messages final : public Ryx::LogSink {
- public:
-   Messages() { Ryx::logSinkIs( this ); }
-   ~Messages() override { Ryx::logSinkIs( nullptr ); }
-   Messages( Messages const& ) = delete;
-   Messages& operator=( Messages const& ) = delete;
-
-   void log( Ryx::LogRecord const& record ) override { records.push_back( record ); }
-
-   std::vector< Ryx::LogRecord > records;
-};
-
 class RefusedUnitTest : public testing::Test {
  protected:
    template< class... Types >
@@ -194,7 +182,7 @@ class RefusedUnitTest : public testing::Test {
       EXPECT_TRUE( Ryx::IntrospectionReactor::global().scopes().empty() );
    }
 
-   Messages messages;
+   support::Messages messages;
    Ryx::UnitRegistration< Known, Mode > const known{ "Test::Refused" };
    RyxType& fan = *Known::_fwkType();
    RyxType::AttributeQ const attributes = fan.attributeQ();

@@ -7,6 +7,7 @@
 #include <plugin/NotedFile>
 #include <plugin/PatchedCopy>
 
+#include <support/Messages>
 #include <support/Refusal>
 
 #include <Ryx/Log>
@@ -45,18 +46,6 @@ copyBuiltFor( std::string const& version ) {
 std::string const release =
    std::string( Ryx::frameworkVersion )
       .substr( 0, std::string( Ryx::frameworkVersion ).rfind( '.' ) );
-
-class Messages final : public Ryx::LogSink {
- public:
-   Messages() { Ryx::logSinkIs( this ); }
-   ~Messages() override { Ryx::logSinkIs( nullptr ); }
-   Messages( Messages const& ) = delete;
-   Messages& operator=( Messages const& ) = delete;
-
-   void log( Ryx::LogRecord const& record ) override { texts.push_back( record.text ); }
-
-   std::vector< std::string > texts;
-};
 
 bool
 hasCode() {
@@ -161,7 +150,7 @@ TEST( PluginLibrary, WhoseDependencyIsMissingIsRefusedWithTheLoadersReason ) {
 TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
    auto const* const config = Ryx::RyxType::type( Ryx::Name( "Mlag::Config" ) );
    auto const attributes = config->attributeQ();
-   Messages const messages;
+   support::Messages const messages;
    for ( int i = 0; i < 2; ++i ) {
       EXPECT_EQ(
          loading( OSTRA_CONTRADICTING_PLUGIN ),
@@ -171,12 +160,12 @@ TEST( PluginLibrary, ThatContradictsWhatIsRegisteredIsRefused ) {
    EXPECT_EQ( config->attributeQ(), attributes );
    EXPECT_NE( config->code().construct, nullptr );
    EXPECT_EQ( loading( OSTRA_PLUGIN ), "" );
-   EXPECT_TRUE( messages.texts.empty() );
+   EXPECT_TRUE( messages.texts().empty() );
 }
 
 // One that stays in memory registers nothing when it is loaded again.
 TEST( PluginLibrary, ThatWasRefusedAndStaysInMemoryIsRefusedAgain ) {
-   Messages const messages;
+   support::Messages const messages;
    void* const handle = dlopen( OSTRA_CONTRADICTING_PLUGIN, RTLD_NOW );
    ASSERT_NE( handle, nullptr );
    Ryx::RefusedUnit notOfALibrary;
@@ -198,13 +187,13 @@ TEST( PluginLibrary, ThatIsLoadedByOtherMeansAndIsRefusedIsLogged ) {
    std::filesystem::path const copy = testing::TempDir() + "refused.so";
    std::filesystem::copy_file(
       OSTRA_CONTRADICTING_PLUGIN, copy, std::filesystem::copy_options::overwrite_existing );
-   Messages const messages;
+   support::Messages const messages;
    void* const handle = dlopen( copy.c_str(), RTLD_NOW );
    std::filesystem::remove( copy );
    ASSERT_NE( handle, nullptr );
    dlclose( handle );
    EXPECT_THAT(
-      messages.texts,
+      messages.texts(),
       testing::ElementsAre(
          copy.string() +
          ": the types of its unit \"Mlag\" are not registered: attribute 258 \"speed\" of "
