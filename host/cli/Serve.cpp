@@ -318,7 +318,8 @@ releaseOffline( std::optional< std::string > const& config, std::ostream& out ) 
    Say const say = []( std::string const& line ) {
       std::cerr << fmt::format( "warning: {}\n", line );
    };
-   auto const released = LinuxDriver( linuxOptions( loaded ), say ).releaseAll();
+   LinuxDriver driver( linuxOptions( loaded ), say );
+   auto const released = driver.releaseAll();
    std::size_t failures = 0;
    for ( auto const& [ device, error ] : released ) {
       failures += error.empty() ? 0 : 1;
@@ -334,6 +335,7 @@ releaseOffline( std::optional< std::string > const& config, std::ostream& out ) 
          ExitStatus::failed,
          fmt::format( "{} not released", counted( failures, "device" ) ) );
    }
+   driver.remember();
 }
 
 } // namespace ostra

@@ -346,6 +346,20 @@ LinuxDriver::releaseAll() {
    return released;
 }
 
+void
+LinuxDriver::remember() {
+   try {
+      holds_.write();
+   } catch ( Failure const& failure ) {
+      throw Failure(
+         ExitStatus::failed,
+         fmt::format(
+            "{}: it names ports that are released: expected room for it, and the same "
+            "command again",
+            failure.what() ) );
+   }
+}
+
 std::vector< std::string >
 LinuxDriver::warnings() {
    listAll( triesAtStart );

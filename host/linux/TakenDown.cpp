@@ -17,8 +17,8 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -27,28 +27,63 @@ namespace ostra {
 
 namespace {
 
-// Of a file or a directory; whether it is on the disk.
-bool
-sync( std::string const& path ) {
-   int const file = open( path.c_str(), O_RDONLY | O_CLOEXEC );
-   bool const isDone = file >= 0 && fsync( file ) == 0;
-   if ( file >= 0 ) {
-      close( file );
+// An open file or directory; operations say in errno why they could not.
+class Opened {
+ public:
+   Opened( std::string const& path, int flags )
+         : file_( open( path.c_str(), flags | O_CLOEXEC, 0666 ) ) {}
+   ~Opened() {
+      if ( file_ >= 0 ) {
+         close( file_ );
+      }
    }
-   return isDone;
+   Opened( Opened const& ) = delete;
+   Opened& operator=( Opened const& ) = delete;
+
+   bool sync() const { return file_ >= 0 && fsync( file_ ) == 0; }
+   // In place of what is in it, whose room it takes.
+   bool contentIs( std::string_view text ) const {
+      std::size_t done = 0;
+      while ( file_ >= 0 && done < text.size() ) {
+         ssize_t const count =
+            pwrite( file_, text.data() + done, text.size() - done, off_t( done ) );
+         if ( count < 0 ) {
+            return false;
+         }
+         done += std::size_t( count );
+      }
+      return file_ >= 0 && ftruncate( file_, off_t( text.size() ) ) == 0;
+   }
+   // So many octets can be written into it without any more room.
+   bool reserve( std::size_t octets ) const {
+      errno = file_ < 0 ? errno : posix_fallocate( file_, 0, off_t( octets ) );
+      return file_ >= 0 && errno == 0;
+   }
+
+ private:
+   int const file_;
+};
+
+// Each has the other one's place then, where both are there.
+bool
+changePlaces( std::string const& one, std::string const& other ) {
+   return renameat2( AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE ) ==
+      0 ||
+      std::rename( one.c_str(), other.c_str() ) == 0;
 }
 
+// What is written goes where the file before the last one was, which is kept for that and is
+// as long as the last one: a disk that is full takes what is not longer.
 bool
 replace( std::filesystem::path const& path, std::string const& text ) {
    std::string const next = path.string() + ".new";
    std::error_code ignored;
    std::filesystem::create_directories( path.parent_path(), ignored );
-   errno = 0;
-   std::ofstream out( next, std::ios::trunc );
-   out << text;
-   out.close();
-   return out && sync( next ) && std::rename( next.c_str(), path.c_str() ) == 0 &&
-      sync( path.parent_path() );
+   Opened const written( next, O_RDWR | O_CREAT );
+   return written.contentIs( text ) && written.sync() &&
+      changePlaces( next, path.string() ) &&
+      Opened( path.parent_path(), O_RDONLY ).sync() &&
+      Opened( next, O_RDWR | O_CREAT ).reserve( text.size() );
 }
 
 } // namespace
