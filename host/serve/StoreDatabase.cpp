@@ -21,8 +21,10 @@ constexpr std::int64_t schemaVersion = 1;
 // Of records that are too many, and of those that are too old: what one transaction deletes.
 constexpr std::int64_t pruned = 1000;
 
+// Written into the file itself. A log beside it that cannot be brought into it when it is
+// closed, because the disk is full, would be left behind.
 constexpr char schema[] =
-   "PRAGMA journal_mode=WAL;"
+   "PRAGMA locking_mode=EXCLUSIVE; PRAGMA journal_mode=OFF; BEGIN;"
    "CREATE TABLE state ( path TEXT PRIMARY KEY, value TEXT NOT NULL, sum INTEGER NOT NULL )"
    " WITHOUT ROWID;"
    "CREATE TABLE kept ( name TEXT PRIMARY KEY, value TEXT NOT NULL, sum INTEGER NOT NULL )"
@@ -103,7 +105,8 @@ StoreDatabase::create( std::string const& path ) {
    {
       Database database( beside, Milliseconds( 0 ) );
       database.run( schema );
-      database.run( fmt::format( "PRAGMA user_version={}", schemaVersion ) );
+      database.run( fmt::format( "PRAGMA user_version={}; COMMIT", schemaVersion ) );
+      database.run( "PRAGMA journal_mode=WAL" );
    }
    fs::rename( beside, path );
 }

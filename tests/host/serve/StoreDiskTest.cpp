@@ -4,6 +4,7 @@
 // A store whose disk is full, and one whose files are not one another's.
 
 #include "LiveProcess"
+#include "SmallDisk"
 
 #include <gmock/gmock.h>
 
@@ -15,6 +16,7 @@
 
 using ostra::FakeDriver;
 using ostra::LiveProcess;
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -120,6 +122,37 @@ TEST_F( StoreDisk, IsTriedAgainWithAPauseWhileItIsFull ) {
    process.pass( 5'000 );
    EXPECT_EQ( process.host().store().problem(), "" );
    EXPECT_EQ( change( process, 3 ), "" );
+}
+
+// With just as much room as some part of a new one needs.
+TEST_F( StoreDisk, AFullOneIsNoDamageHoweverMuchRoomIsLeft ) {
+   ostra::SmallDisk const disk( state(), 512 );
+   if ( !disk.problem().empty() ) {
+      GTEST_SKIP() << disk.problem();
+   }
+   for ( std::size_t room = 0; room < 120; room += 4 ) {
+      SCOPED_TRACE( room );
+      for ( auto const& entry : fs::directory_iterator( state() ) ) {
+         fs::remove( entry.path() );
+      }
+      disk.fill( room );
+      {
+         LiveProcess process( state(), clock, driver );
+         process.start();
+         EXPECT_THAT( process.host().findings(), IsEmpty() );
+         std::string const answer = change( process, 1 );
+         EXPECT_THAT( answer, AnyOf( IsEmpty(), HasSubstr( "disk is full" ) ) );
+         EXPECT_EQ( process.host().store().finding(), "" );
+      }
+      disk.clear();
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      EXPECT_THAT( process.host().findings(), IsEmpty() );
+      EXPECT_EQ( change( process, 2 ), "" );
+      for ( auto const& entry : fs::directory_iterator( state() ) ) {
+         EXPECT_THAT( entry.path().string(), Not( HasSubstr( ".aside-" ) ) );
+      }
+   }
 }
 
 TEST_F( StoreDisk, NumbersThatWereToldWhileItWasFullAreNotToldAgain ) {
