@@ -75,9 +75,8 @@ Store::open( Milliseconds wait ) {
 
 void
 Store::openFile( Milliseconds wait ) {
-   std::string const separated = files_.separate( dateText( time_.date() ) );
-   if ( !separated.empty() ) {
-      finding_ = separated;
+   for ( std::string const& separated : files_.separate( dateText( time_.date() ) ) ) {
+      found( separated );
    }
    bool const isOther = files_.isOther();
    if ( isOther ) {
@@ -86,6 +85,8 @@ Store::openFile( Milliseconds wait ) {
    std::error_code error;
    if ( !fs::exists( files_.database(), error ) ) {
       StoreDatabase::create( files_.database() );
+   } else if ( !fs::is_regular_file( files_.database(), error ) ) {
+      throw StoreDamage( "not a file" );
    }
    database_ = std::make_unique< StoreDatabase >( files_.database(), wait );
    take( database_->load(), isOther ? 0 : files_.written().number() );
@@ -104,12 +105,12 @@ Store::take( StoreContent content, std::int64_t written ) {
    rows_ = std::move( content.rows );
    note_ = std::move( content.note );
    if ( written > content.nextId ) {
-      finding_ = fmt::format(
+      found( fmt::format(
          "{}: ends before record {}, and {} was written: what changed from there on is "
          "lost",
          files_.database(),
          content.nextId,
-         written - 1 );
+         written - 1 ) );
    }
    nextId_ = std::max( { nextId_, content.nextId, written, numbersTold_ } );
    areNumbersLost_ = nextId_ > content.nextId;
@@ -139,11 +140,17 @@ Store::cannotBeRead( DatabaseError const& failure ) {
 }
 
 void
+Store::found( std::string const& what ) {
+   finding_ = isFindingNew_ ? fmt::format( "{}; {}", finding_, what ) : what;
+   isFindingNew_ = true;
+}
+
+void
 Store::setAside( std::string const& why ) {
    database_.reset();
    try {
       std::string const aside = files_.setAside( dateText( time_.date() ) );
-      finding_ = fmt::format( "{}: {}; it is now {}", files_.database(), why, aside );
+      found( fmt::format( "{}: {}; it is now {}", files_.database(), why, aside ) );
    } catch ( fs::filesystem_error const& failure ) {
       problem_ =
          fmt::format( "{}, and cannot be set aside: {}", why, failure.code().message() );
@@ -167,6 +174,7 @@ Store::leaveNumbers() {
 bool
 Store::commit( Turn turn, AllRows const& allRows ) {
    putOff( std::move( turn ) );
+   isFindingNew_ = false;
    if ( isPaused() ) {
       reserveNumbers();
       return false;
@@ -198,13 +206,10 @@ void
 Store::beginAnew() {
    database_.reset();
    files_.letGo();
-   finding_.clear();
+   found( fmt::format(
+      "{}: removed or replaced while this host has it: what is kept is written anew",
+      files_.database() ) );
    open( Milliseconds( 0 ) );
-   finding_ = fmt::format(
-      "{}: removed or replaced while this host has it: what is kept is written anew{}{}",
-      files_.database(),
-      finding_.empty() ? "" : "; ",
-      finding_ );
 }
 
 // It may have taken a long time to fail, and it takes longer with every turn that waits.

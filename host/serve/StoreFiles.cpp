@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -24,17 +25,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::array< char const*, 2 > logs = { "-wal", "-shm" };
+constexpr std::array< char const*, 3 > logs = { "-wal", "-shm", "-journal" };
 
 bool
-moveLogs( std::string const& from, std::string const& to ) {
-   bool isMoved = false;
-   for ( char const* suffix : logs ) {
-      std::error_code error;
-      fs::rename( from + suffix, to + suffix, error );
-      isMoved |= !error;
-   }
-   return isMoved;
+hasMoved( std::string const& from, std::string const& to ) {
+   std::error_code error;
+   fs::rename( from, to, error );
+   return !error;
+}
+
+bool
+isTaken( std::string const& name ) {
+   std::error_code error;
+   return fs::exists( name, error ) ||
+      std::any_of( logs.begin(), logs.end(), [ & ]( char const* suffix ) {
+             return fs::exists( name + suffix, error );
+          } );
 }
 
 bool
@@ -60,8 +66,7 @@ std::string
 asideName( std::string const& path, std::string const& date ) {
    std::string const aside = fmt::format( "{}.aside-{}", path, date );
    std::string name = aside;
-   std::error_code error;
-   for ( int n = 2; fs::exists( name, error ) || fs::exists( name + "-wal", error ); ++n ) {
+   for ( int n = 2; isTaken( name ); ++n ) {
       name = fmt::format( "{}-{}", aside, n );
    }
    return name;
@@ -155,15 +160,25 @@ StoreFiles::isOther() const {
    return !before.empty() && before != now && !isCopy;
 }
 
-std::string
+std::vector< std::string >
 StoreFiles::separate( std::string const& date ) {
-   if ( !owner().empty() && !isOther() ) {
-      return {};
-   }
+   bool const isOfOther = owner().empty() || isOther();
    std::string const aside = asideName( database_, date );
-   return moveLogs( database_, aside )
-      ? fmt::format( "{}-wal: of another database; it is now {}-wal", database_, aside )
-      : std::string();
+   std::vector< std::string > findings;
+   for ( char const* suffix : logs ) {
+      std::string const log = database_ + suffix;
+      std::error_code error;
+      bool const isFile = fs::is_regular_file( log, error );
+      if ( ( isOfOther || !isFile ) && hasMoved( log, aside + suffix ) ) {
+         findings.push_back( fmt::format(
+            "{}: {}; it is now {}{}",
+            log,
+            isFile ? "of another database" : "not a file",
+            aside,
+            suffix ) );
+      }
+   }
+   return findings;
 }
 
 bool
@@ -198,7 +213,9 @@ std::string
 StoreFiles::setAside( std::string const& date ) const {
    std::string aside = asideName( database_, date );
    fs::rename( database_, aside );
-   moveLogs( database_, aside );
+   for ( char const* suffix : logs ) {
+      hasMoved( database_ + suffix, aside + suffix );
+   }
    return aside;
 }
 

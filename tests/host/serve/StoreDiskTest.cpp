@@ -12,10 +12,12 @@
 #include <functional>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using ostra::FakeDriver;
 using ostra::LiveProcess;
+using testing::AllOf;
 using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -182,12 +184,56 @@ TEST_F( StoreDisk, NumbersThatWereToldWhileItWasFullAreNotToldAgain ) {
 TEST_F( StoreDisk, NumbersThatWereToldAreNotToldAgainWhateverTheDate ) {
    std::int64_t const told = 5'000'000;
    std::ofstream( file( "-numbers" ) ) << told << '\n';
-   fs::create_directory( file() );
+   // Nothing can be made beside its place.
+   fs::create_directories( file( ".new" ) + "/x" );
    clock.offset = -clock.moment;
    LiveProcess process( state(), clock, driver );
    process.start();
    ASSERT_THAT( process.host().store().problem(), Not( IsEmpty() ) );
    EXPECT_GE( process.host().live().records().nextId(), told );
+}
+
+TEST_F( StoreDisk, WhatIsNoFileInThePlaceOfItIsSetAside ) {
+   leaveKilled( "a" );
+   fs::remove( file() );
+   fs::create_directories( file() + "/x" );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, ElementsAre( HasSubstr( "/state.db: not a file; it is now " ) ) );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, IsEmpty() );
+}
+
+// What is in the database is there: it says what is held in this boot.
+TEST_F( StoreDisk, WhatIsNoFileInThePlaceOfALogIsSetAside ) {
+   leaveKilled( "a" );
+   EXPECT_EQ( domain(), "a" );
+   for ( char const* suffix : { "-wal", "-shm", "-journal" } ) {
+      SCOPED_TRACE( suffix );
+      for ( bool const isFifo : { false, true } ) {
+         if ( isFifo ) {
+            ASSERT_EQ( mkfifo( file( suffix ).c_str(), 0600 ), 0 );
+         } else {
+            fs::create_directories( file( suffix ) + "/x" );
+         }
+         EXPECT_EQ( domain(), "a" );
+         EXPECT_THAT(
+            findings,
+            ElementsAre( AllOf(
+               HasSubstr( suffix + std::string( ": not a file; it is now " ) ),
+               Not( HasSubstr( "lost" ) ) ) ) );
+         EXPECT_EQ( domain(), "a" );
+         EXPECT_THAT( findings, IsEmpty() );
+      }
+   }
+}
+
+TEST_F( StoreDisk, WhatWasInALogThatIsNoFileAnyMoreIsSaidToBeLost ) {
+   EXPECT_EQ( domain(), "" );
+   leaveKilled( "a" );
+   auto const told = next();
+   fs::remove( file( "-wal" ) );
+   fs::create_directory( file( "-wal" ) );
+   expectToSayWhatIsLost( told );
 }
 
 TEST_F( StoreDisk, NumbersThatWereLeftStayLeftWhenNothingIsWritten ) {
