@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <random>
 #include <system_error>
 
 namespace ostra {
@@ -26,6 +27,13 @@ constexpr Milliseconds longestOpening{ 1000 };
 constexpr std::size_t mostWaiting = 100'000;
 // How many numbers at a time are reserved, to be told while nothing can be written.
 constexpr std::int64_t reserved = 1'000'000;
+
+// Other than that of any other host.
+std::int32_t
+newHost() {
+   std::random_device random;
+   return std::uniform_int_distribution< std::int32_t >( 1 )( random );
+}
 
 } // namespace
 
@@ -82,18 +90,44 @@ Store::openFile( Milliseconds wait ) {
    if ( isOther ) {
       leaveNumbers();
    }
+   checkPlace();
+   std::int32_t const host = files_.host() != 0 ? files_.host() : newHost();
    std::error_code error;
    if ( !fs::exists( files_.database(), error ) ) {
-      StoreDatabase::create( files_.database() );
-   } else if ( !fs::is_regular_file( files_.database(), error ) ) {
-      throw StoreDamage( "not a file" );
+      StoreDatabase::create( files_.database(), host );
    }
    database_ = std::make_unique< StoreDatabase >( files_.database(), wait );
    take( database_->load(), isOther ? 0 : files_.written().number() );
-   files_.adopt();
+   adopt( host );
    if ( numbersTold_ == 0 ) {
       files_.told().durableNumberIs( 0 );
    }
+}
+
+void
+Store::checkPlace() {
+   std::error_code error;
+   if ( fs::exists( files_.database(), error ) && !files_.isThere() ) {
+      throw StoreDamage( "not a file" );
+   }
+   if ( files_.isOfAnotherHost() ) {
+      throw StoreDamage( "of another host, and taken only without state.db-of beside it" );
+   }
+}
+
+void
+Store::adopt( std::int32_t host ) {
+   if ( database_->host() == 0 ) {
+      try {
+         database_->hostIs( host );
+      } catch ( DatabaseError const& failure ) {
+         // The next start tries again on a disk that is full now.
+         if ( failure.isDamage() ) {
+            throw;
+         }
+      }
+   }
+   files_.adopt( database_->host() != 0 ? database_->host() : host );
 }
 
 void

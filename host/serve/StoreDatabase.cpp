@@ -96,7 +96,7 @@ opened( std::string const& path, Milliseconds wait ) {
 } // namespace
 
 void
-StoreDatabase::create( std::string const& path ) {
+StoreDatabase::create( std::string const& path, std::int32_t host ) {
    std::string const beside = path + ".new";
    std::error_code error;
    for ( char const* suffix : { "", "-wal", "-shm" } ) {
@@ -105,7 +105,10 @@ StoreDatabase::create( std::string const& path ) {
    {
       Database database( beside, Milliseconds( 0 ) );
       database.run( schema );
-      database.run( fmt::format( "PRAGMA user_version={}; COMMIT", schemaVersion ) );
+      database.run( fmt::format(
+         "PRAGMA user_version={}; PRAGMA application_id={}; COMMIT",
+         schemaVersion,
+         host ) );
       database.run( "PRAGMA journal_mode=WAL" );
    }
    fs::rename( beside, path );
@@ -127,6 +130,18 @@ StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
         read_(
            database_,
            "SELECT id, date, line FROM history WHERE id > ? ORDER BY id LIMIT ?" ) {}
+
+std::int32_t
+StoreDatabase::host() {
+   return static_cast< std::int32_t >( database_.numberOf( "PRAGMA application_id" ) );
+}
+
+// In the file itself, where it is looked for before a log is read.
+void
+StoreDatabase::hostIs( std::int32_t number ) {
+   database_.run(
+      fmt::format( "PRAGMA application_id={}; PRAGMA wal_checkpoint(TRUNCATE)", number ) );
+}
 
 StoreContent
 StoreDatabase::load() {

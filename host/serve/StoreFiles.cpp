@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -52,12 +53,32 @@ isSameFile( int one, int other ) {
       first.st_ino == second.st_ino;
 }
 
+// From 1 on; empty when there is none.
 std::string
-firstLineOf( std::string const& path ) {
+lineOf( std::string const& path, int number ) {
    std::string line;
    std::ifstream in( path );
-   std::getline( in, line );
+   for ( int i = 0; i < number; ++i ) {
+      line.clear();
+      std::getline( in, line );
+   }
    return line;
+}
+
+// Where SQLite has the application's own number, whatever is in a log beside it.
+std::int32_t
+hostIn( std::string const& database ) {
+   constexpr int place = 68;
+   std::array< char, 4 > octets{};
+   std::ifstream in( database, std::ios::binary );
+   if ( !in.seekg( place ) || !in.read( octets.data(), octets.size() ) ) {
+      return 0;
+   }
+   std::uint32_t host = 0;
+   for ( char const octet : octets ) {
+      host = host << 8U | static_cast< unsigned char >( octet );
+   }
+   return static_cast< std::int32_t >( host );
 }
 
 } // namespace
@@ -152,7 +173,7 @@ StoreFiles::isWritable() const {
 bool
 StoreFiles::isOther() const {
    std::string const now = owner();
-   std::string const before = firstLineOf( database_ + "-of" );
+   std::string const before = lineOf( database_ + "-of", 1 );
    auto const directory = []( std::string const& text ) {
       return text.substr( 0, text.find( ' ' ) );
    };
@@ -162,7 +183,7 @@ StoreFiles::isOther() const {
 
 std::vector< std::string >
 StoreFiles::separate( std::string const& date ) {
-   bool const isOfOther = owner().empty() || isOther();
+   bool const isOfOther = owner().empty() || isOther() || isOfAnotherHost();
    std::string const aside = asideName( database_, date );
    std::vector< std::string > findings;
    for ( char const* suffix : logs ) {
@@ -195,17 +216,36 @@ StoreFiles::letGo() {
    written_.letGo();
 }
 
+std::int32_t
+StoreFiles::host() const {
+   std::int32_t host = host_;
+   if ( host == 0 ) {
+      std::string const text = lineOf( database_ + "-of", 2 );
+      std::from_chars( text.data(), text.data() + text.size(), host );
+   }
+   return host;
+}
+
+bool
+StoreFiles::isOfAnotherHost() const {
+   std::int32_t const ours = host();
+   std::int32_t const found = isThere() ? hostIn( database_ ) : 0;
+   return ours != 0 && found != 0 && ours != found;
+}
+
 void
-StoreFiles::adopt() {
+StoreFiles::adopt( std::int32_t host ) {
+   host_ = host;
    struct stat file {};
    if ( stat( database_.c_str(), &file ) == 0 ) {
       device_ = file.st_dev;
       number_ = file.st_ino;
    }
    std::string const now = owner();
+   std::string const number = std::to_string( host );
    std::string const path = database_ + "-of";
-   if ( firstLineOf( path ) != now ) {
-      std::ofstream( path, std::ios::trunc ) << now << '\n';
+   if ( lineOf( path, 1 ) != now || lineOf( path, 2 ) != number ) {
+      std::ofstream( path, std::ios::trunc ) << now << '\n' << number << '\n';
    }
 }
 
