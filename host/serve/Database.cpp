@@ -132,6 +132,11 @@ Database::Statement::text( int column ) const {
    return text ? std::string( text, static_cast< std::size_t >( size ) ) : std::string();
 }
 
+bool
+Database::Statement::isNull( int column ) const {
+   return sqlite3_column_type( statement_.get(), column ) == SQLITE_NULL;
+}
+
 std::int64_t
 Database::Statement::number( int column ) const {
    return sqlite3_column_int64( statement_.get(), column );

@@ -25,6 +25,8 @@ constexpr Milliseconds pauseOfWrites{ 1000 };
 constexpr Milliseconds longestOpening{ 1000 };
 // How many records that cannot be written are kept.
 constexpr std::size_t mostWaiting = 100'000;
+// How many records are said to be damaged.
+constexpr std::size_t mostLeftOut = 1000;
 // How many numbers at a time are reserved, to be told while nothing can be written.
 constexpr std::int64_t reserved = 1'000'000;
 
@@ -307,12 +309,29 @@ Store::putOff( Turn turn ) {
    }
 }
 
+// Each is said once.
+void
+Store::areLeftOut( std::vector< std::int64_t > const& records ) {
+   std::size_t const before = leftOut_.size();
+   for ( std::int64_t const id : records ) {
+      if ( leftOut_.size() < mostLeftOut && leftOut_.insert( id ).second ) {
+         finding_ = fmt::format(
+            "{}: record {} is not what was written: it is left out of history",
+            files_.database(),
+            id );
+      }
+   }
+   if ( leftOut_.size() > before + 1 ) {
+      finding_ += fmt::format( ", as {} others are", leftOut_.size() - 1 );
+   }
+}
+
 std::vector< LiveRecord >
 Store::history( std::int64_t since, std::size_t limit ) {
    std::vector< LiveRecord > records;
    try {
       if ( database_ ) {
-         database_->readHistory( since, limit, records );
+         areLeftOut( database_->readHistory( since, limit, records ) );
       }
    } catch ( DatabaseError const& error ) {
       // A request for what is damaged must not end the host.

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <initializer_list>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 
@@ -17,7 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t schemaVersion = 1;
+constexpr std::int64_t schemaVersion = 2;
+// Its history has no checksums.
+constexpr std::int64_t oldestVersion = 1;
 // Of records that are too many, and of those that are too old: what one transaction deletes.
 constexpr std::int64_t pruned = 1000;
 
@@ -30,7 +34,8 @@ constexpr char schema[] =
    "CREATE TABLE kept ( name TEXT PRIMARY KEY, value TEXT NOT NULL, sum INTEGER NOT NULL )"
    " WITHOUT ROWID;"
    "CREATE TABLE history ( id INTEGER PRIMARY KEY, date INTEGER NOT NULL,"
-   " line TEXT NOT NULL );";
+   " line TEXT NOT NULL, sum INTEGER );";
+constexpr char addition[] = "INSERT OR REPLACE INTO history VALUES ( ?, ?, ?, ? )";
 
 // A record that is too old, with what Pruning has behind its first in order.
 constexpr char isOld[] = "CASE WHEN id >= ?1 AND json_valid( line )"
@@ -41,14 +46,27 @@ constexpr char deleteOf[] = "DELETE FROM history WHERE id IN"
 
 // Notices a bit that has changed on the disk.
 std::int64_t
-checksum( std::string_view key, std::string_view value ) {
+checksum( std::initializer_list< std::string_view > texts ) {
    std::uint64_t sum = 14695981039346656037U;
-   for ( std::string_view const text : { key, std::string_view( "\0", 1 ), value } ) {
+   for ( std::string_view const text : texts ) {
       for ( char const c : text ) {
          sum = ( sum ^ static_cast< unsigned char >( c ) ) * 1099511628211U;
       }
    }
    return static_cast< std::int64_t >( sum );
+}
+
+std::int64_t
+checksum( std::string_view key, std::string_view value ) {
+   return checksum( { key, std::string_view( "\0", 1 ), value } );
+}
+
+std::int64_t
+checksum( LiveRecord const& record ) {
+   fmt::memory_buffer numbers;
+   fmt::format_to(
+      std::back_inserter( numbers ), "{} {} ", record.id, record.date.count() );
+   return checksum( { { numbers.data(), numbers.size() }, record.line } );
 }
 
 void
@@ -87,7 +105,7 @@ opened( std::string const& path, Milliseconds wait ) {
       throw StoreDamage( fmt::format(
          "of version {}, and this program knows {}", version, schemaVersion ) );
    }
-   if ( version != schemaVersion ) {
+   if ( version < oldestVersion ) {
       throw StoreDamage( "not a store" );
    }
    return database;
@@ -121,7 +139,6 @@ StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
         setRow_( database_, "INSERT OR REPLACE INTO state VALUES ( ?, ?, ? )" ),
         deleteRow_( database_, "DELETE FROM state WHERE path = ?" ),
         keep_( database_, "INSERT OR REPLACE INTO kept VALUES ( ?, ?, ? )" ),
-        add_( database_, "INSERT OR REPLACE INTO history VALUES ( ?, ?, ? )" ),
         pruneByCount_( database_, fmt::format( deleteOf, "?1" ) ),
         oldest_(
            database_, fmt::format( "SELECT {} FROM history ORDER BY id LIMIT 1", isOld ) ),
@@ -129,7 +146,12 @@ StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
            database_, fmt::format( deleteOf, pruned ) + fmt::format( " AND {}", isOld ) ),
         read_(
            database_,
-           "SELECT id, date, line FROM history WHERE id > ? ORDER BY id LIMIT ?" ) {}
+           // Of an earlier version it has three columns.
+           "SELECT * FROM history WHERE id > ? ORDER BY id" ) {
+   if ( database_.numberOf( "PRAGMA user_version" ) == schemaVersion ) {
+      add_.emplace( database_, addition );
+   }
+}
 
 std::int32_t
 StoreDatabase::host() {
@@ -170,6 +192,8 @@ StoreDatabase::load() {
          content.nextId = numberIn( value );
       } else if ( name == "count" ) {
          count = numberIn( value );
+      } else if ( name == "firstWithSum" ) {
+         firstWithSum_ = numberIn( value );
       }
    }
    count_ = count ? *count : countOfRecords( database_ );
@@ -186,22 +210,51 @@ StoreDatabase::awaitedIs( bool isAwaited ) {
 
 void
 StoreDatabase::write( StoreTurn const& turn, Pruning const& pruning ) {
+   upgrade();
    awaitedIs( turn.isAwaited );
    std::int64_t const before = count_;
-   begin_.with().run();
    try {
-      writeTurn( turn );
-      prune( pruning );
-      keep( "count", std::to_string( count_ ) );
-      end_.with().run();
+      inTransaction( [ & ] {
+         writeTurn( turn );
+         prune( pruning );
+         keep( "count", std::to_string( count_ ) );
+      } );
    } catch ( DatabaseError const& ) {
       count_ = before;
+      throw;
+   }
+}
+
+template< class Work >
+void
+StoreDatabase::inTransaction( Work work ) {
+   begin_.with().run();
+   try {
+      work();
+      end_.with().run();
+   } catch ( DatabaseError const& ) {
       try {
          database_.run( "ROLLBACK" );
       } catch ( DatabaseError const& ) {
          // It has been rolled back by itself.
       }
       throw;
+   }
+}
+
+// With the first turn: a disk that is full keeps nobody from starting with what was written
+// by an earlier version.
+void
+StoreDatabase::upgrade() {
+   if ( !add_ ) {
+      inTransaction( [ this ] {
+         database_.run( fmt::format(
+            "ALTER TABLE history ADD COLUMN sum INTEGER; PRAGMA user_version={}",
+            schemaVersion ) );
+         firstWithSum_ = database_.numberOf( "SELECT max( id ) FROM history" ) + 1;
+         keep( "firstWithSum", std::to_string( firstWithSum_ ) );
+      } );
+      add_.emplace( database_, addition );
    }
 }
 
@@ -217,7 +270,13 @@ StoreDatabase::writeTurn( StoreTurn const& turn ) {
    keep( "note", turn.note );
    keep( "nextId", std::to_string( turn.nextId ) );
    for ( LiveRecord const& record : turn.records ) {
-      add_.with( record.id, std::int64_t( record.date.count() ), record.line ).run();
+      add_
+         ->with(
+            record.id,
+            std::int64_t( record.date.count() ),
+            record.line,
+            checksum( record ) )
+         .run();
    }
    count_ += static_cast< std::int64_t >( turn.records.size() );
 }
@@ -249,15 +308,24 @@ StoreDatabase::pruneByAge( Pruning const& pruning ) {
    }
 }
 
-void
+std::vector< std::int64_t >
 StoreDatabase::readHistory(
    std::int64_t since, std::size_t limit, std::vector< LiveRecord >& records ) {
-   auto& read = read_.with( since, static_cast< std::int64_t >( limit ) );
-   while ( read.next() ) {
-      records.push_back(
-         { read.number( 0 ), Milliseconds( read.number( 1 ) ), read.text( 2 ) } );
+   std::vector< std::int64_t > leftOut;
+   auto& read = read_.with( since );
+   while ( records.size() < limit && read.next() ) {
+      LiveRecord record{ read.number( 0 ),
+                         Milliseconds( read.number( 1 ) ),
+                         read.text( 2 ) };
+      bool const isOld = read.isNull( 3 ) && ( !add_ || record.id < firstWithSum_ );
+      if ( isOld || read.number( 3 ) == checksum( record ) ) {
+         records.push_back( std::move( record ) );
+      } else {
+         leftOut.push_back( record.id );
+      }
    }
    read.with();
+   return leftOut;
 }
 
 } // namespace ostra

@@ -113,8 +113,8 @@ TEST_F( StoreTest, OneWithABitFlippedInAValueIsSetAside ) {
 
 TEST_F( StoreTest, OneOfALaterVersionIsSetAside ) {
    leave();
-   ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( "PRAGMA user_version=2" );
-   expectAnew( "of version 2, and this program knows 1" );
+   ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( "PRAGMA user_version=3" );
+   expectAnew( "of version 3, and this program knows 2" );
 }
 
 TEST_F( StoreTest, AnyFlippedBitIsFoundOrDoesNoHarm ) {
