@@ -5,6 +5,7 @@
 
 #include <host/base/Failure>
 
+#include <cerrno>
 #include <csignal>
 #include <utility>
 
@@ -50,12 +51,13 @@ ChildEnd::kill() noexcept {
 
 std::optional< int >
 ChildEnd::reap() noexcept {
-   int status = 0;
-   if ( isReaped_ || waitpid( child_.pid, &status, WNOHANG ) != child_.pid ) {
+   if ( isReaped_ ) {
       return std::nullopt;
    }
-   isReaped_ = true;
-   return status;
+   int status = 0;
+   pid_t const ended = waitpid( child_.pid, &status, WNOHANG );
+   isReaped_ = ended == child_.pid || ( ended < 0 && errno == ECHILD );
+   return ended == child_.pid ? std::optional( status ) : std::nullopt;
 }
 
 void
@@ -80,6 +82,26 @@ ChildEnd::wait( std::chrono::milliseconds longest ) noexcept {
       poll( &end, 1, static_cast< int >( left.count() ) );
       reap();
    }
+}
+
+EndingChildren::~EndingChildren() {
+   using Clock = std::chrono::steady_clock;
+   auto const last = Clock::now() + std::chrono::seconds( 1 );
+   for ( auto const& [ pid, child ] : children_ ) {
+      child->wait(
+         std::chrono::duration_cast< std::chrono::milliseconds >( last - Clock::now() ) );
+   }
+}
+
+void
+EndingChildren::add( std::unique_ptr< ChildEnd > child, std::function< void() > gone ) {
+   pid_t const pid = child->pid();
+   child->kill();
+   child->endedIs( [ this, pid, gone = std::move( gone ) ]( int ) {
+      children_.erase( pid );
+      gone();
+   } );
+   children_[ pid ] = std::move( child );
 }
 
 } // namespace ostra

@@ -24,8 +24,6 @@ namespace {
 
 // At once, so that others get their turn.
 constexpr int readsAtOnce = 8;
-// How long the end of the host waits for those that it has killed.
-constexpr std::chrono::milliseconds longestEnding{ 1000 };
 
 Complaint
 complaint( std::string found, std::string expected ) {
@@ -223,9 +221,6 @@ Forecasts::Forecasts( event_base* base, LiveSwitch& live, ForecastLimits limits 
 
 Forecasts::~Forecasts() {
    running_.clear();
-   for ( auto const& [ pid, child ] : ending_ ) {
-      child->wait( longestEnding );
-   }
 }
 
 Forecasts::Id
@@ -260,10 +255,8 @@ Forecasts::cancel( Id id ) {
 
 void
 Forecasts::abandon( std::unique_ptr< ChildEnd > child ) {
-   pid_t const pid = child->pid();
-   child->kill();
-   child->endedIs( [ this, pid ]( int ) { ending_.erase( pid ); } );
-   ending_[ pid ] = std::move( child );
+   ++*ending_;
+   live_.endingCopies().add( std::move( child ), [ ending = ending_ ] { --*ending; } );
 }
 
 void

@@ -11,6 +11,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -218,6 +220,61 @@ TEST_F( ForecastEnding, ThatIsNotGoneTakesARoomWhenTooManyAreLikeThat ) {
    tracer.end();
    turnUntilNoChild();
    EXPECT_TRUE( forecasts.hasRoom() );
+}
+
+// One behind the other they would take three seconds.
+TEST_F( ForecastEnding, ThoseThatAreNotGoneAreWaitedForTogether ) {
+   using Clock = std::chrono::steady_clock;
+   auto taken = Clock::duration::max();
+   for ( int tries = 0; tries < 10 && taken >= std::chrono::seconds( 2 ); ++tries ) {
+      std::array< Tracer, 3 > tracers;
+      {
+         ostra::EndingChildren ending;
+         for ( Tracer& tracer : tracers ) {
+            pid_t const copy = fork();
+            if ( copy == 0 ) {
+               tracer.start();
+               pauseForEver();
+            }
+            auto const end = static_cast< int >( syscall( SYS_pidfd_open, copy, 0 ) );
+            if ( tracer.waited() == Tracer::refused ) {
+               kill( copy, SIGKILL );
+               waitpid( copy, nullptr, 0 );
+               close( end );
+               GTEST_SKIP() << "a process may not trace another one here";
+            }
+            ending.add(
+               std::make_unique< ostra::ChildEnd >(
+                  process.loop().base(), ostra::Child{ copy, end }, []( int ) {} ),
+               [] { ADD_FAILURE(); } );
+         }
+         taken = Clock::duration( Clock::now().time_since_epoch() );
+      }
+      taken = Clock::now().time_since_epoch() - taken;
+      for ( Tracer& tracer : tracers ) {
+         EXPECT_EQ( tracer.state(), Tracer::tracing );
+         tracer.end();
+      }
+      while ( hasChild() ) {
+         waitpid( -1, nullptr, 0 );
+      }
+   }
+   EXPECT_GE( taken, std::chrono::milliseconds( 900 ) );
+   EXPECT_LT( taken, std::chrono::seconds( 2 ) );
+}
+
+TEST_F( ForecastEnding, CopiesOfAllKindsAreKilledBeforeAnyIsWaitedFor ) {
+   process.start();
+   auto const never = []( std::ostream& ) -> RecordOutput { pauseForEver(); };
+   auto& live = process.host().live();
+   auto const scenario = ostra::readForecast( live, "{}" );
+   {
+      Forecasts one( process.loop().base(), live );
+      one.start( scenario, never, []( Forecasts::Outcome ) { ADD_FAILURE(); } );
+   }
+   // Nobody has waited for it, and whoever began it hears no more of it.
+   EXPECT_TRUE( hasChild() );
+   turnUntilNoChild();
 }
 
 // The third event of a forecast is that of its end.
