@@ -47,6 +47,12 @@ Database::fail( int code ) const {
 }
 
 void
+Database::keepsLogIs( bool keepsLog ) {
+   sqlite3_db_config(
+      database_.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, keepsLog ? 1 : 0, nullptr );
+}
+
+void
 Database::run( std::string const& sql ) {
    int const code = sqlite3_exec( database_.get(), sql.c_str(), nullptr, nullptr, nullptr );
    if ( code != SQLITE_OK ) {

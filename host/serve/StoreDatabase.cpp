@@ -98,6 +98,8 @@ countOfRecords( Database& database ) {
 Database
 opened( std::string const& path, Milliseconds wait ) {
    Database database( path, wait );
+   // Until it has turned out to be one of this database's.
+   database.keepsLogIs( true );
    database.run( "PRAGMA locking_mode=EXCLUSIVE; PRAGMA synchronous=NORMAL;"
                  "PRAGMA journal_size_limit=4194304;" );
    auto const version = database.numberOf( "PRAGMA user_version" );
@@ -136,6 +138,7 @@ StoreDatabase::StoreDatabase( std::string const& path, Milliseconds wait )
       : database_( opened( path, wait ) ),
         begin_( database_, "BEGIN IMMEDIATE" ),
         end_( database_, "COMMIT" ),
+        sumOf_( database_, "SELECT sum FROM state WHERE path = ?" ),
         setRow_( database_, "INSERT OR REPLACE INTO state VALUES ( ?, ?, ? )" ),
         deleteRow_( database_, "DELETE FROM state WHERE path = ?" ),
         keep_( database_, "INSERT OR REPLACE INTO kept VALUES ( ?, ?, ? )" ),
@@ -176,10 +179,12 @@ StoreDatabase::load() {
    }
    StoreContent content;
    std::optional< std::int64_t > count;
+   std::optional< std::int64_t > sum;
    Database::Statement state( database_, "SELECT path, value, sum FROM state" );
    while ( state.next() ) {
       checkSum( state );
       content.rows[ state.text( 0 ) ] = state.text( 1 );
+      sum_ ^= state.number( 2 );
    }
    Database::Statement kept( database_, "SELECT name, value, sum FROM kept" );
    while ( kept.next() ) {
@@ -192,10 +197,16 @@ StoreDatabase::load() {
          content.nextId = numberIn( value );
       } else if ( name == "count" ) {
          count = numberIn( value );
+      } else if ( name == "sum" ) {
+         sum = numberIn( value );
       } else if ( name == "firstWithSum" ) {
          firstWithSum_ = numberIn( value );
       }
    }
+   if ( sum.value_or( sum_ ) != sum_ ) {
+      throw StoreDamage( "its rows, or it and its log, are not of one time" );
+   }
+   database_.keepsLogIs( false );
    count_ = count ? *count : countOfRecords( database_ );
    return content;
 }
@@ -213,14 +224,17 @@ StoreDatabase::write( StoreTurn const& turn, Pruning const& pruning ) {
    upgrade();
    awaitedIs( turn.isAwaited );
    std::int64_t const before = count_;
+   std::int64_t const sumBefore = sum_;
    try {
       inTransaction( [ & ] {
          writeTurn( turn );
          prune( pruning );
          keep( "count", std::to_string( count_ ) );
+         keep( "sum", std::to_string( sum_ ) );
       } );
    } catch ( DatabaseError const& ) {
       count_ = before;
+      sum_ = sumBefore;
       throw;
    }
 }
@@ -261,8 +275,11 @@ StoreDatabase::upgrade() {
 void
 StoreDatabase::writeTurn( StoreTurn const& turn ) {
    for ( auto const& [ path, value ] : turn.rows ) {
+      sum_ ^= sumOf( path );
       if ( value ) {
-         setRow_.with( path, *value, checksum( path, *value ) ).run();
+         std::int64_t const sum = checksum( path, *value );
+         setRow_.with( path, *value, sum ).run();
+         sum_ ^= sum;
       } else {
          deleteRow_.with( path ).run();
       }
@@ -279,6 +296,15 @@ StoreDatabase::writeTurn( StoreTurn const& turn ) {
          .run();
    }
    count_ += static_cast< std::int64_t >( turn.records.size() );
+}
+
+// 0 for a row that is not there.
+std::int64_t
+StoreDatabase::sumOf( std::string const& path ) {
+   Database::Statement& row = sumOf_.with( path );
+   std::int64_t const sum = row.next() ? row.number( 0 ) : 0;
+   row.with();
+   return sum;
 }
 
 void

@@ -28,11 +28,15 @@ namespace fs = std::filesystem;
 
 constexpr std::array< char const*, 3 > logs = { "-wal", "-shm", "-journal" };
 
+// What is empty is not worth a name.
 bool
 hasMoved( std::string const& from, std::string const& to ) {
    std::error_code error;
-   fs::rename( from, to, error );
-   return !error;
+   bool const isEmpty =
+      fs::is_regular_file( from, error ) && fs::file_size( from, error ) == 0;
+   isEmpty ? static_cast< void >( fs::remove( from, error ) )
+           : fs::rename( from, to, error );
+   return !isEmpty && !error;
 }
 
 bool

@@ -353,3 +353,50 @@ TEST_F( StoreOfHost, OneThatHasNoHostIsThatOfTheHostThatHasIt ) {
    EXPECT_EQ( domain(), "" );
    EXPECT_THAT( findings, ElementsAre( HasSubstr( "/state.db: of another host" ) ) );
 }
+
+// Its own of another time: pages of the log that is beside it would be put among older ones.
+TEST_F( StoreOfHost, AnOlderOneBesideANewerLogIsSetAsideWithIt ) {
+   EXPECT_EQ( domain(), "" );
+   fs::copy_file( file(), file( ".backup" ) );
+   {
+      LiveProcess process( state(), clock, driver );
+      process.start();
+      for ( int i = 1; i <= 100; ++i ) {
+         std::string const number = std::to_string( i );
+         EXPECT_EQ(
+            process.patch(
+               R"({"mlagConfig": {"intfConfig": {"Port-Channel)" + number +
+               R"(": {"mlagId": ")" + number + R"("}}}})" ),
+            "" );
+      }
+   }
+   leaveKilled( "a" );
+   auto const told = next();
+   std::string const older = octetsOf( file( ".backup" ) );
+   std::string const log = octetsOf( file( "-wal" ) );
+   fs::copy_file( file( ".backup" ), file(), fs::copy_options::overwrite_existing );
+   EXPECT_EQ( domain(), "" );
+   EXPECT_THAT( findings, ElementsAre( HasSubstr( "are not of one time; it is now " ) ) );
+   EXPECT_EQ( octetsOf( aside() ), older );
+   EXPECT_EQ( octetsOf( aside() + "-wal" ), log );
+   EXPECT_GT( next().first, told.first );
+}
+
+TEST_F( StoreOfHost, ARowThatIsGoneOrFromBeforeIsFound ) {
+   for ( char const* change : { "DELETE FROM state WHERE path LIKE '%domainId%'",
+                                "INSERT OR REPLACE INTO state SELECT * FROM before WHERE "
+                                "path LIKE '%domainId%'" } ) {
+      leaveKilled( "a" );
+      EXPECT_EQ( domain(), "a" );
+      ostra::Database( file(), ostra::Milliseconds( 0 ) )
+         .run( "CREATE TABLE before AS SELECT * FROM state" );
+      leaveKilled( "b" );
+      EXPECT_EQ( domain(), "b" );
+      EXPECT_THAT( findings, IsEmpty() );
+      ostra::Database( file(), ostra::Milliseconds( 0 ) ).run( change );
+      EXPECT_EQ( domain(), "" );
+      EXPECT_THAT( findings, ElementsAre( HasSubstr( "are not of one time" ) ) );
+      EXPECT_EQ( domain(), "" );
+      EXPECT_THAT( findings, IsEmpty() );
+   }
+}
