@@ -14,6 +14,7 @@
 #include <host/check/Warnings>
 #include <host/cli/Input>
 #include <host/cli/PageOfRuns>
+#include <host/cli/ReleaseTrials>
 #include <host/run/Diagnostics>
 #include <host/run/Run>
 #include <host/state/TypeList>
@@ -141,6 +142,12 @@ playScenario( RunOptions const& options, std::ostream& out, MakeRunOutput const&
    // record.
    Diagnostics const diagnostics(
       sink, [ &time ] { return time.instant(); }, options.trace );
+   std::optional< ReleaseTrials > trials;
+   if ( output.tryReleasesIs ) {
+      trials.emplace( input.mounts(), agent, time );
+      output.tryReleasesIs(
+         [ &trials ]( HeldPorts const& held ) { return trials->of( held ); } );
+   }
    std::optional< MachineTime > machineTime;
    std::unique_ptr< Pacer > pacer = std::make_unique< VirtualPacer >();
    if ( options.realTime ) {

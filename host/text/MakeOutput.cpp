@@ -92,6 +92,9 @@ makePage( std::ostream& out, std::string behind ) {
    return { settled( std::move( sink ) ),
             [ borrowed ]( std::vector< Alarm > const& alarms ) {
                borrowed->tellAlarms( alarms );
+            },
+            [ borrowed ]( TryReleases tryReleases ) {
+               borrowed->tryReleasesIs( std::move( tryReleases ) );
             } };
 }
 

@@ -63,6 +63,9 @@ HtmlSink::start( StartRecord const& record, StateView const& state ) {
 
 void
 HtmlSink::write( Milliseconds at, WriteRecord const& record ) {
+   if ( isTrying_ ) {
+      return;
+   }
    lines_->write( at, record );
    story_->write( at, record );
 }
@@ -82,7 +85,9 @@ HtmlSink::event( Milliseconds at, EventRecord const& record ) {
 
 void
 HtmlSink::log( Milliseconds at, LogMessageRecord const& record ) {
-   lines_->log( at, record );
+   if ( !isTrying_ ) {
+      lines_->log( at, record );
+   }
 }
 
 // The page has no place for them.
@@ -119,8 +124,30 @@ HtmlSink::close() {
 }
 
 void
+HtmlSink::tryReleasesIs( TryReleases tryReleases ) {
+   tryReleases_ = std::move( tryReleases );
+}
+
+void
 HtmlSink::settle() {
    story_->tell();
+   if ( auto const changedAt = tryReleases_ ? story_->takeChange() : std::nullopt ) {
+      tellReleases( *changedAt );
+   }
+}
+
+void
+HtmlSink::tellReleases( Milliseconds at ) {
+   HeldPorts const& held = story_->held();
+   if ( held.empty() ) {
+      return;
+   }
+   isTrying_ = true;
+   auto const trials = tryReleases_( held );
+   isTrying_ = false;
+   if ( auto answers = releases_.take( held, trials ) ) {
+      lines_->add( at, "releasers", { { "changes", std::move( *answers ) } } );
+   }
 }
 
 } // namespace ostra

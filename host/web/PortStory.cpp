@@ -98,6 +98,7 @@ PortStory::touch( Path const& path ) {
       touched_.emplace( path[ keyIndex ] );
    } else {
       isAllTouched_ = true;
+      isToAsk_ = true;
    }
 }
 
@@ -108,11 +109,24 @@ PortStory::tell() {
       event_ = nullptr;
    }
    // A class may be released without a write when none of its ports was held.
-   isAllTouched_ = tellPeriods( at ) || isAllTouched_;
+   if ( tellPeriods( at ) ) {
+      isAllTouched_ = true;
+      isToAsk_ = true;
+   }
    if ( isAllTouched_ || !touched_.empty() ) {
       tellPorts( at );
    }
    batch_.clear();
+   toldAt_ = at;
+}
+
+std::optional< Milliseconds >
+PortStory::takeChange() {
+   if ( !std::exchange( isToAsk_, false ) ) {
+      return std::nullopt;
+   }
+   asked_ = held_;
+   return toldAt_;
 }
 
 void
@@ -128,6 +142,7 @@ PortStory::tellPorts( Milliseconds at ) {
          members_[ portChannel ].insert( id );
       }
       if ( port != known.told ) {
+         keepHeld( port );
          changed.push_back( port );
          known.told = std::move( port );
       }
@@ -137,6 +152,22 @@ PortStory::tellPorts( Milliseconds at ) {
    touched_.clear();
    if ( !changed.empty() ) {
       tell_( at, "ports", { { "ports", std::move( changed ) } } );
+   }
+}
+
+void
+PortStory::keepHeld( Json const& port ) {
+   std::string const& name = port.at( "interface" ).get_ref< std::string const& >();
+   std::string const& state = port.at( "state" ).get_ref< std::string const& >();
+   if ( state == stateName( Kind::notHeld ) ) {
+      held_.erase( name );
+   } else {
+      HolderKind const kind =
+         state == stateName( Kind::standby ) ? HolderKind::standby : HolderKind::mlagPort;
+      std::string const way =
+         port.at( "class" ).get< std::string >() + " " + holdName( kind );
+      isToAsk_ = isToAsk_ || std::exchange( asked_[ name ], way ) != way;
+      held_[ name ] = way;
    }
 }
 

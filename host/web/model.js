@@ -22,6 +22,10 @@
  *
  * @typedef {{ kind: string, interface: string, since: number, text: string,
  *             ending: string }} Alarm
+ *
+ * A change and whether it would release a port; `isSo` is null, and `why` says so, for what could
+ * not be asked.
+ * @typedef {{ words: string, isSo: boolean|null, why: string }} Releaser
  */
 
 /**

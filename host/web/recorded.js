@@ -19,6 +19,10 @@ import { entriesOf, marksOf } from './words.js';
  *             isPresent: boolean, admin: any, link: any, state: string,
  *             why: string }} Fact
  *
+ * A change, and whether it would release the ports: all or none, null when that could not be found,
+ * or by port and, for the others, by class and kind of hold.
+ * @typedef {{ meaning: string, releases: any }} Trial
+ *
  * How a run ended: `words` are of how, empty when nothing was left to happen; `why` of one that
  * did not come to its end by itself.
  * @typedef {{ words: string, why: string }} Ending
@@ -121,6 +125,9 @@ export class Recorded {
       this.facts = new Map();
       /** @type {{ t: number, mlag: Period, nonMlag: Period }[]} */
       this.periods = [];
+      /** What was tried then on the ports that were held; `changes` is null when nothing was.
+       * @type {{ t: number, changes: Trial[]|null }[]} */
+      this.trials = [];
       this.name = '';
       this.version = '';
       this.end = 0;
@@ -135,6 +142,8 @@ export class Recorded {
             this.#addFacts(record);
          } else if (record.type === 'periods') {
             this.periods.push({ t: record.t, mlag: record.mlag, nonMlag: record.nonMlag });
+         } else if (record.type === 'releasers') {
+            this.trials.push({ t: record.t, changes: record.changes });
          } else if (record.type === 'start') {
             this.name = record.name;
             this.version = record.version;
@@ -161,6 +170,16 @@ export class Recorded {
    /** @param {number} t @returns {{ mlag: Period, nonMlag: Period }} */
    periodsAt(t) {
       return lastAt(this.periods, t) ?? { mlag: idle, nonMlag: idle };
+   }
+
+   /** What would release the port, as it was tried last by then; null: it was not.
+    * @param {Port} port @param {number} t @returns {import('./model.js').Releaser[]|null} */
+   releasersOf(port, t) {
+      return lastAt(this.trials, t)?.changes?.flatMap(({ meaning, releases }) => {
+         const isSo = releases === null || typeof releases === 'boolean' ? releases
+            : releases[port.name] ?? releases[`${port.class} ${port.hold?.kind}`];
+         return isSo === undefined ? [] : [{ words: meaning, isSo, why: '' }];
+      }) ?? null;
    }
 
    /** How it ended: "failed at 0:01:35"; empty when nothing was left to happen. */

@@ -6,6 +6,7 @@
 import { Body, Header } from './body.js';
 import { duration, instant } from './model.js';
 import { Foreign, html, useEffect, useMemo, useRef, useState } from './parts.js';
+import { Answers } from './whatif.js';
 
 /** @typedef {import('./recorded.js').Recorded} Recorded */
 
@@ -66,13 +67,15 @@ export function Broken({ run, name = 'This run' }) {
       <p><${Foreign}>${run.ending.why}<//>. What is shown is up to there.</p></section>`;
 }
 
-/** Nobody is there who could be asked what would release a port.
- * @param {{ port: import('./model.js').Port, t: number }} props */
-function AskAgain({ port, t }) {
+/** What would release a port, as it was tried when the run was played; the rest the command says.
+ * @param {{ port: import('./model.js').Port, recorded: Recorded, t: number }} props */
+function Tried({ port, recorded, t }) {
+   const answers = recorded.releasersOf(port, t);
    const at = Math.floor(t * 1000) / 1000;
-   return html`<p class="small"><code>ostra why <${Foreign}>${port.name}<//> SCENARIO
-      ${' '}<span class="together">--at ${at}</span></code> asks the plug-in what would release it now;
-      SCENARIO is the file of this run.</p>`;
+   return html`${answers && html`<div class="releasers"><${Answers} answers=${answers} /></div>`}
+      <p class="small"><code>ostra why <${Foreign}>${port.name}<//> SCENARIO
+      ${' '}<span class="together">--at ${at}</span></code> asks the plug-in what ${answers && 'else '}would
+      release it now; SCENARIO is the file of this run.</p>`;
 }
 
 /** @param {{ recorded: Recorded }} props */
@@ -88,7 +91,7 @@ export function RecordedPage({ recorded }) {
          alarmsWhen=" at the end of the run" entries=${entries}
          story=${story} now=${t} zero=${0} whenOf=${(/** @type {number} */ at) => instant(at)}
          onCursor=${setTime} moreOf=${(/** @type {import('./model.js').Port} */ port) =>
-            port.hold && html`<${AskAgain} port=${port} t=${t} />`}
+            port.hold && html`<${Tried} port=${port} recorded=${recorded} t=${t} />`}
          top=${html`<${Broken} run=${recorded} />`}
          above=${html`<${Player} t=${t} end=${story.end} onTime=${setTime} />`} />`;
 }

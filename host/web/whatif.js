@@ -10,6 +10,7 @@ import { Foreign, html, useState } from './parts.js';
 import { entriesOf, onlyIn } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
+/** @typedef {import('./model.js').Releaser} Releaser */
 /** @typedef {import('./words.js').Entry} Entry */
 /** `between`: no more seconds are between them.
  * @typedef {{ with: Entry[], without: Entry[], between: number }} Outcome */
@@ -23,8 +24,6 @@ const choices = [
    { words: 'a secondary does not hold', patch: { mlagProtoStatus: { holdInSecondary: false } } },
 ];
 
-/** `isSo` is null, and `why` says so, for what could not be asked.
- * @typedef {{ words: string, isSo: boolean|null, why: string }} Releaser */
 
 /** Of a port that is held: the changes that release it now, each asked of the host.
  * @param {Port} port @returns {Promise<Releaser[]>} */
@@ -55,6 +54,16 @@ const groups = [
    [true, 'Would release it now'], [false, 'Would not'], [null, 'Could not be asked'],
 ];
 
+/** What of it there is. @param {{ answers: Releaser[] }} props */
+export function Answers({ answers }) {
+   return html`${groups.map(([isSo, title]) => {
+      const some = answers.filter(answer => answer.isSo === isSo);
+      return some.length > 0 && html`<b>${title}</b><ul>${some.map(
+         answer => html`<li key=${answer.words}>${answer.words}${answer.why &&
+            html`: <${Foreign}>${answer.why}<//>`}</li>`)}</ul>`;
+   })}`;
+}
+
 /** @param {{ port: Port }} props */
 export function Releasers({ port }) {
    const [answers, setAnswers] = useState(/** @type {Releaser[]} */ ([]));
@@ -69,12 +78,7 @@ export function Releasers({ port }) {
    };
    return html`<p class="choices"><button type="button" aria-disabled=${isAsking ? 'true' : 'false'}
          onClick=${ask}>What would release it now?</button></p>
-      <div role="status" class="releasers">${groups.map(([isSo, title]) => {
-         const some = answers.filter(answer => answer.isSo === isSo);
-         return some.length > 0 && html`<b>${title}</b><ul>${some.map(
-            answer => html`<li key=${answer.words}>${answer.words}${answer.why &&
-               html`: <${Foreign}>${answer.why}<//>`}</li>`)}</ul>`;
-      })}</div>`;
+      <div role="status" class="releasers"><${Answers} answers=${answers} /></div>`;
 }
 
 /** @param {{ title: string, entries: Entry[], marked: Set<string> }} props */

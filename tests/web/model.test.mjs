@@ -239,6 +239,23 @@ test('Alarms.ThoseThatSayTheSameAreOne', () => {
    assert.equal(groupsOf([alarm('Ethernet1'), alarm('Ethernet2', { text: 'other' })]).length, 2);
 });
 
+test('Recorded.SaysWhatWouldReleaseAPortAsItWasTriedLast', () => {
+   const trial = (t, changes) => ({ t, type: 'releasers', changes });
+   const run = new Recorded([...stream.slice(0, -1),
+      trial(0, [{ meaning: 'all', releases: true }, { meaning: 'none', releases: false },
+         { meaning: 'unknown', releases: null },
+         { meaning: 'some', releases: { 'mlag errdisable': false, Ethernet1: true } },
+         { meaning: 'others', releases: { 'nonMlag errdisable': true } }]),
+      trial(200, null), stream.at(-1)].sort((a, b) => a.t - b.t));
+   const at = (name, t) => run.releasersOf(run.portsAt(t).get(name), t)
+      ?.map(({ words, isSo }) => `${words} ${isSo}`) ?? null;
+   assert.deepEqual(at('Ethernet1', 199), ['all true', 'none false', 'unknown null', 'some true']);
+   assert.deepEqual(at('Ethernet2', 0), ['all true', 'none false', 'unknown null', 'some false']);
+   assert.equal(at('Ethernet1', 200), null);
+   assert.equal(recorded().releasersOf(run.portsAt(0).get('Ethernet1'), 0), null);
+   assert.ok(run.entries.every(({ text }) => !text.includes('releasers')));
+});
+
 test('Recorded.AStreamSaysWhoWasHeld', () => {
    const write = (t, path, value) => ({ t, type: 'write', path: path.split('/'), value });
    const run = new Recorded([

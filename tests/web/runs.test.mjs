@@ -93,17 +93,31 @@ test('Page.ShowsTheAlarmsAtTheEndOfARun', async t => {
    assert.deepEqual(page.problems, []);
 });
 
-test('Page.SaysHowToAskWhatWouldReleaseAPortOfARun', async t => {
+test('Page.SaysWhatWouldReleaseAPortOfARun', async t => {
    const leaf = `${examples}leaf-reload.yaml`;
    const page = await open(t, pageOfRun(t, readFileSync(leaf, 'utf8')));
-   await page.fill('input[type=range]', '96.1239');
+   const lists = () => page.$$eval('.detail .releasers ul', all => all.map(
+      ul => [...ul.children].map(li => li.textContent)));
+   for (const [at, port] of [[96.1239, 'Ethernet1'], [329.5, 'Ethernet41']]) {
+      await page.fill('input[type=range]', String(at));
+      await page.click(`[data-port="${port}"]`);
+      const command = await page.textContent('.detail code');
+      assert.equal(command, `ostra why ${port} SCENARIO --at ${Math.floor(at * 1000) / 1000}`);
+      const args = command.replace('SCENARIO', leaf).split(' ').slice(1);
+      const why = JSON.parse(execFileSync(ostra, [...args, '--format', 'json'], { encoding: 'utf8' }));
+      const [would, wouldNot] = await lists();
+      const says = isSo => why.changes.filter(({ releases }) => releases === isSo)
+         .map(({ meaning }) => meaning.replace(/^released by hand.*/, 'it is released by hand'));
+      assert.ok(would.length > 1 && wouldNot.length > 0, port);
+      // What is of its port-channel alone the command says.
+      assert.deepEqual(would, says(true).filter(words => would.includes(words)));
+      assert.deepEqual(says(false).filter(words => wouldNot.includes(words)), wouldNot);
+      assert.ok(would.includes('it is released by hand'), would.join('\n'));
+   }
+   assert.deepEqual(await barriers(page), []);
    await page.click('[data-port="Ethernet1"]');
-   const command = await page.textContent('.detail code');
-   assert.equal(command, 'ostra why Ethernet1 SCENARIO --at 96.123');
-   const args = command.replace('SCENARIO', leaf).split(' ').slice(1);
-   assert.match(execFileSync(ostra, args, { encoding: 'utf8' }), /mlagPrimary/);
-   await page.fill('input[type=range]', '329.5');
    assert.equal(await page.locator('.detail code').count(), 0);
+   assert.deepEqual(await lists(), []);
    assert.deepEqual(page.problems, []);
 });
 
