@@ -8,7 +8,7 @@ cmake_minimum_required( VERSION 3.24 )
 
 # In this order, each after those that it imports.
 set( modules model names layout story words alarms parts records host livestory live stream recorded
-   compare summary faceplate detail timeline tables plate whatif body livepage runpage
+   compare summary faceplate timeline tables plate detail whatif body livepage runpage
    comparepage app )
 
 # What is read by a script of CMake keeps its brackets and semicolons only within quotes.

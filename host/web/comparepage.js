@@ -6,8 +6,8 @@
 import { Header } from './body.js';
 import { differencesOf, otherPorts, spansText } from './compare.js';
 import { instant, stateOf } from './model.js';
-import { Foreign, html, kindOf, standingOf, StateMark, useEffect, useMemo, useRef, useState } from './parts.js';
-import { Plate, useSelection } from './plate.js';
+import { Foreign, html, kindOf, standingOf, StateMark, useMemo, useState } from './parts.js';
+import { Plate, useHeading, useSelection } from './plate.js';
 import { Broken, Player } from './runpage.js';
 import { Alarms } from './summary.js';
 import { Differences, Log } from './tables.js';
@@ -23,9 +23,7 @@ const letters = ['A', 'B'];
  * @param {{ name: string, runs: Recorded[], ports: Map<string, Port>[], now: number,
  *           onClose: () => void }} props */
 function PortInBoth({ name, runs, ports, now, onClose }) {
-   const heading = useRef(/** @type {HTMLElement|null} */ (null));
-   // It says what has been selected, and is where the keyboard goes on.
-   useEffect(() => heading.current?.focus(), [name]);
+   const heading = useHeading(name);
    return html`<section class="card detail" aria-labelledby="both-name">
       <div class="bar">
          <h2 id="both-name" tabindex="-1" ref=${heading}><${Foreign}>${name}<//></h2>

@@ -6,7 +6,8 @@
 
 import { stateOf } from './model.js';
 import { compareNames } from './names.js';
-import { Advice, Foreign, html, kindOf, reasonOf, standingOf, StateMark, useEffect, useRef } from './parts.js';
+import { Advice, Foreign, html, kindOf, reasonOf, standingOf, StateMark } from './parts.js';
+import { useHeading } from './plate.js';
 
 /** @typedef {import('./model.js').Port} Port */
 /** @typedef {import('./words.js').Entry} Entry */
@@ -23,9 +24,7 @@ function Fact({ term, children }) {
  *            alarms: import('./model.js').Alarm[], whenOf: (t: number, time: string|null) => string,
  *            onSelect: (name: string|null) => void, more?: any }} props `more` of the port */
 export function Detail({ port, ports, now, entries, alarms, whenOf, onSelect, more }) {
-   const heading = useRef(/** @type {HTMLElement|null} */ (null));
-   // It says what has been selected, and is where the keyboard goes on.
-   useEffect(() => heading.current?.focus(), []);
+   const heading = useHeading(port.name);
    const channel = port.portChannel;
    const members = channel === null ? []
       : [...ports.values()].filter(other => other.portChannel === channel)

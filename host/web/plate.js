@@ -4,7 +4,7 @@
 // The ports of a switch, as its front shows them or as a table, and which of them is selected.
 
 import { Faceplate, Legend } from './faceplate.js';
-import { html, useRef, useState } from './parts.js';
+import { html, useEffect, useRef, useState } from './parts.js';
 import { PortTable } from './tables.js';
 
 /** @typedef {import('./model.js').Port} Port */
@@ -36,6 +36,18 @@ export function useSelection() {
       }
    };
    return [selected, onSelect, onKey];
+}
+
+/** The heading of what is told of the selected port: it says which that is, and is where the keyboard
+ * goes on. Where that stands before the ports, the port is moved out from under it.
+ * @param {string} name */
+export function useHeading(name) {
+   const heading = useRef(/** @type {HTMLElement|null} */ (null));
+   useEffect(() => {
+      heading.current?.focus();
+      buttonOf(name)?.scrollIntoView({ block: 'nearest' });
+   }, [name]);
+   return heading;
 }
 
 /** `others`: those that stand otherwise in the run with which this one is compared.

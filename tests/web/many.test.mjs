@@ -88,6 +88,50 @@ test('Page.ShowsAThousandPorts', async t => {
    assert.deepEqual(page.problems, []);
 });
 
+/** Whether the port and the top of its detail are in sight, and nothing stands before the port. */
+const areInSight = (page, name) => page.evaluate(port => {
+   const isIn = element => {
+      const { left, top, right, bottom } = element.getBoundingClientRect();
+      const corners = [[left + 3, top + 3], [right - 3, bottom - 3]];
+      return corners.every(([x, y]) => element.contains(document.elementFromPoint(x, y)));
+   };
+   return isIn(document.querySelector(`button[data-port="${port}"]`)) &&
+      isIn(document.querySelector('.detail button'));
+}, name);
+
+test('Page.KeepsAPortAndItsDetailInSight', async t => {
+   const run = pageOfRun(t, manyPorts(1000));
+   for (const [width, height] of [[360, 740], [640, 400], [1280, 800]]) {
+      const page = await open(t, run, { viewport: { width, height } });
+      await portCount(page);
+      for (const name of ['Ethernet500', 'Ethernet1000']) {
+         await page.focus(`[data-port="${name}"]`);
+         await page.keyboard.press('Enter');
+         await page.waitForSelector('#detail-name:focus');
+         assert.equal(await page.textContent('#detail-name'), name);
+         await until(() => areInSight(page, name));
+         await page.keyboard.press('Tab');
+         assert.equal(await page.evaluate(() => document.activeElement.textContent), 'Close');
+         await page.keyboard.press('Escape');
+         await page.waitForSelector('.detail', { state: 'detached' });
+         await page.waitForSelector(`[data-port="${name}"]:focus`);
+      }
+      await page.focus('[data-port="Ethernet500"]');
+      await page.keyboard.press('Enter');
+      await page.waitForSelector('.detail');
+      // What is at the end can be read, too.
+      await page.evaluate(() => scrollTo(0, document.body.scrollHeight));
+      await until(() => page.evaluate(() => {
+         const below = document.querySelector('.detail').getBoundingClientRect();
+         const last = document.querySelector('#happened').getBoundingClientRect();
+         return last.bottom <= (below.left > last.left ? innerHeight : below.top);
+      }));
+      assert.ok(await overflow(page) <= 0, String(width));
+      assert.deepEqual(page.problems, []);
+      await page.context().close();
+   }
+});
+
 test('Page.ShowsADayOfEvents', async t => {
    // Every ten seconds a port disappears or comes back.
    const events = Array.from({ length: 8640 }, (_, i) => {
