@@ -3,13 +3,19 @@
 
 #include <host/web/PageRecords>
 
+#include <host/account/PortStanding>
 #include <host/base/Failure>
 #include <host/base/JsonLine>
+#include <host/state/MountTable>
+#include <host/state/Mounts>
+
+#include <Ryx/Exception>
 
 #include <fmt/format.h>
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 namespace ostra {
 
@@ -21,6 +27,54 @@ bool
 isRecord( Json const& json ) {
    return json.is_object() && json.contains( "t" ) && json.at( "t" ).is_number() &&
       json.contains( "type" ) && json.at( "type" ).is_string();
+}
+
+using Ports = std::set< Kovel::IntfId >;
+
+// Adds one that is held or released by the record: it need not be there at the end.
+void
+addHeld( Json const& record, Ports& ports ) {
+   Json const path = memberAt( record, { "path" } );
+   if (
+      path.is_array() && path.size() == 3 && path[ 0 ] == mount::mlagissuCause &&
+      path[ 1 ] == "intfStatus" ) {
+      try {
+         if ( Kovel::IntfId const id = intfIdOf( path[ 2 ] ) ) {
+            ports.insert( id );
+         }
+      } catch ( Ryx::RangeException const& ) {
+         // No port that a switch has.
+      }
+   }
+}
+
+// What each port is at the end with that state, and in which port-channel:
+// { "Ethernet1": [ "mlag", "Port-Channel10" ] }. Nothing of what is no state of a switch.
+std::string
+placesIn( Json const& state, Ports ports ) {
+   ObjectLine places;
+   std::string const text = lineOf( state );
+   Mounts mounts;
+   try {
+      Document const document = parseDocument( "state", text, text.size() );
+      mounts.apply( Item( document.root() ) );
+   } catch ( Failure const& ) {
+      return places.take();
+   }
+   SwitchFacts const facts( mounts );
+   for ( Kovel::IntfId const id : facts.ports() ) {
+      ports.insert( id );
+   }
+   HoldLedger const ledger;
+   Standings const standings( facts, ledger, false );
+   for ( Kovel::IntfId const id : ports ) {
+      Kovel::IntfId const portChannel = facts.portChannelOf( id );
+      places.add(
+         id.string(),
+         Json{ standings.classOf( id ),
+               portChannel ? Json( portChannel.string() ) : Json() } );
+   }
+   return places.take();
 }
 
 } // namespace
@@ -58,6 +112,7 @@ putStream( std::ostream& out, File const& file ) {
                         { "name", std::filesystem::path( file.name ).filename().string() },
                         { "version", OSTRA_VERSION } };
    putRecord( out, lineOf( start ) );
+   Ports held;
    std::string_view rest = file.text;
    for ( std::size_t number = 1; !rest.empty(); ++number ) {
       std::string_view const line = rest.substr( 0, rest.find( '\n' ) );
@@ -75,6 +130,14 @@ putStream( std::ostream& out, File const& file ) {
                file.name,
                number,
                json.is_discarded() ? "no JSON" : "no record" ) );
+      }
+      addHeld( json, held );
+      if ( json.at( "type" ) == "end" ) {
+         ObjectLine places;
+         places.add( "t", json.at( "t" ) );
+         places.add( "type", "places" );
+         places.addLine( "places", placesIn( memberAt( json, { "state" } ), held ) );
+         putRecord( out, places.take() );
       }
       // The page has no place for them.
       if ( json.at( "type" ) != "trace" ) {

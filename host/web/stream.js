@@ -9,26 +9,15 @@
  * @typedef {import('./recorded.js').Fact} Fact
  */
 
-/** @param {any} state of all mounts @param {string} name of a port */
-function membershipOf(state, name) {
-   const portChannel = state.lagInputConfig?.phyIntf?.[name]?.lag || null;
-   const config = state.mlagConfig ?? {};
-   const isMlag = Boolean(config.intfConfig?.[portChannel ?? name]?.mlagId);
-   const isPeerLink = Boolean(config.peerLinkIntf) &&
-      [portChannel, name].includes(config.peerLinkIntf);
-   return {
-      portChannel,
-      class: isPeerLink ? 'peerLink' : /^Management/.test(name) ? 'management'
-         : isMlag ? 'mlag' : 'nonMlag',
-   };
-}
+/** By name of a port its class and port-channel.
+ * @typedef {{ [name: string]: [string, string|null] }} Places */
 
 /** Follows the writes: which ports are errdisabled, and which port-channels in standby. */
 class Standing {
-   /** @param {any} state at the end @param {string[]} names */
-   constructor(state, names) {
-      this.state = state;
-      this.names = names;
+   /** @param {any} config of MLAG at the end @param {Places} places then */
+   constructor(config, places) {
+      this.config = config;
+      this.places = Object.entries(places);
       this.held = new Set();
       this.standby = new Set();
       /** When the delay that runs began. @type {number|null} */
@@ -53,29 +42,27 @@ class Standing {
 
    /** Of those that have changed. @param {number} t @returns {Fact[]} */
    facts(t) {
-      return this.names.flatMap(name => {
-         const place = membershipOf(this.state, name);
+      return this.places.flatMap(([name, [portClass, portChannel]]) => {
          const state = this.held.has(name) ? 'held'
-            : this.standby.has(place.portChannel) ? 'standby' : 'notHeld';
+            : this.standby.has(portChannel) ? 'standby' : 'notHeld';
          if (this.told.get(name) === state) {
             return [];
          }
          this.told.set(name, state);
-         return [{ t, interface: name, ...place, isPresent: true, admin: null, link: null, state,
-            why: '' }];
+         return [{ t, interface: name, class: portClass, portChannel, isPresent: true, admin: null,
+            link: null, state, why: '' }];
       });
    }
 
    /** Held is a class of which some port is.
     * @param {string} portClass @returns {import('./model.js').Period} */
    period(portClass) {
-      const isHeld = this.since !== null && this.names.some(
-         name => this.told.get(name) !== 'notHeld' &&
-            membershipOf(this.state, name).class === portClass);
+      const isHeld = this.since !== null && this.places.some(
+         ([name, [place]]) => this.told.get(name) !== 'notHeld' && place === portClass);
       if (!isHeld || this.since === null) {
          return { state: 'released', start: null, end: null };
       }
-      const config = this.state.mlagConfig ?? {};
+      const { config } = this;
       const isOwn = portClass === 'nonMlag' && config.reloadDelayNonMlagConfigured;
       const delay = isOwn ? config.reloadDelayNonMlag : config.reloadDelay;
       const end = typeof delay === 'number' ? this.since + delay : null;
@@ -89,15 +76,16 @@ export function completed(records) {
    if (records.some(record => record.type === 'ports')) {
       return records;
    }
-   const state = records.find(record => record.type === 'end')?.state ?? {};
-   const names = new Set(Object.keys(state.ethPhyIntfStatus?.intfStatus ?? {}));
-   const writes = records.filter(record => record.type === 'write');
-   for (const { path } of writes) {
-      if (path[0] === 'mlagissuCause' && path.length === 3) {
-         names.add(path[2]);
+   const config = records.find(record => record.type === 'end')?.state?.mlagConfig ?? {};
+   /** @type {Places} */
+   const places = { ...records.find(record => record.type === 'places')?.places };
+   // What a port is that was held is not known where there is no end.
+   for (const { type, path } of records) {
+      if (type === 'write' && path[0] === 'mlagissuCause' && path.length === 3) {
+         places[path[2]] ??= ['nonMlag', null];
       }
    }
-   const standing = new Standing(state, [...names]);
+   const standing = new Standing(config, places);
    /** @type {StreamRecord[]} */
    const all = [];
    let periods = '';

@@ -137,7 +137,7 @@ const meanings = {
 };
 
 /** Says nothing that a person would read. */
-const silent = new Set(['ports', 'periods', 'releasers', 'alarms', 'trace', 'end']);
+const silent = new Set(['ports', 'periods', 'releasers', 'places', 'alarms', 'trace', 'end']);
 const isSilent = (/** @type {StreamRecord} */ record) => silent.has(record.type) ||
    (record.type === 'port' && record.enforced === 'pending');
 

@@ -265,21 +265,18 @@ test('Recorded.AStreamSaysWhoWasHeld', () => {
       write(300, 'lacpConfig/portChannel/Port-Channel2/stayInStandby', false),
       cause(3, 300, 'Ethernet1', null), cause(4, 330, 'Ethernet9', null),
       write(330, 'mlagProtoStatus/portsErrdisabled', false),
-      { t: 330, type: 'end', state: {
-         mlagConfig: { peerLinkIntf: 'Port-Channel9', reloadDelay: 300,
-            reloadDelayNonMlagConfigured: true, reloadDelayNonMlag: 330,
-            intfConfig: { 'Port-Channel1': { mlagId: '1' }, 'Port-Channel2': { mlagId: '2' } } },
-         ethPhyIntfStatus: { intfStatus: { Ethernet1: {}, Ethernet2: {}, Ethernet3: {},
-            Management1: {} } },
-         lagInputConfig: { phyIntf: { Ethernet1: { lag: 'Port-Channel1' },
-            Ethernet2: { lag: 'Port-Channel2' }, Ethernet3: { lag: 'Port-Channel9' } } } } },
+      { t: 330, type: 'places', places: { Ethernet1: ['mlag', 'Port-Channel1'],
+         Ethernet2: ['mlag', 'Port-Channel2'], Ethernet3: ['peerLink', 'Port-Channel9'],
+         Ethernet9: ['nonMlag', null], Management1: ['management', null] } },
+      { t: 330, type: 'end', state: { mlagConfig: { reloadDelay: 300,
+         reloadDelayNonMlagConfigured: true, reloadDelayNonMlag: 330 } } },
    ]);
    const statesAt = t => [...run.portsAt(t)].map(([name, p]) => `${name} ${stateOf(p)}`);
    assert.deepEqual(statesAt(0), ['Ethernet1 held', 'Ethernet2 standby', 'Ethernet3 never',
-      'Management1 never', 'Ethernet9 held']);
+      'Ethernet9 held', 'Management1 never']);
    assert.equal(run.portsAt(0).get('Ethernet9').hold.until, 330);
    assert.deepEqual(statesAt(300), ['Ethernet1 released', 'Ethernet2 released', 'Ethernet3 never',
-      'Management1 never', 'Ethernet9 held']);
+      'Ethernet9 held', 'Management1 never']);
    assert.deepEqual(run.story.periods.mlag, [{ from: 0, to: 300, kind: 'period', why: '' }]);
    assert.deepEqual(run.story.periods.nonMlag, [{ from: 0, to: 330, kind: 'period', why: '' }]);
    assert.equal(run.name, 'stream');

@@ -215,6 +215,39 @@ TEST( HtmlSink, RefusesWhatIsNoRecordOfAStream ) {
    }
 }
 
+// A stream has the state alone, and what a port is is not to be found out in another place.
+TEST( HtmlSink, TellsOfAStreamWhatEachPortIsAtItsEnd ) {
+   RunOptions options;
+   options.input.plugin = OSTRA_PLUGIN;
+   options.format = RunFormat::ndjson;
+   options.input.scenario = temporaryFile( "whole.yaml", leaf );
+   std::ostringstream stream;
+   runScenario( options, stream );
+   options.format = RunFormat::html;
+   options.input.scenario = temporaryFile( "whole.ndjson", stream.str() );
+   std::ostringstream page;
+   runScenario( options, page );
+   auto const told = ofType( jsonLines( recordsIn( page.str() ) ), "places" );
+   ASSERT_EQ( told.size(), 1U );
+   EXPECT_EQ( told[ 0 ].at( "t" ), 300 );
+   // Ethernet2 was held and has gone.
+   EXPECT_EQ(
+      told[ 0 ].at( "places" ),
+      Json::parse( R"({"Ethernet1":["mlag","Port-Channel10"],"Ethernet2":["nonMlag",null],
+         "Ethernet3":["peerLink","Port-Channel1000"],"Management1":["management",null]})" ) );
+
+   // What is no state of a switch has no ports.
+   options.input.scenario = temporaryFile(
+      "other.ndjson",
+      "{\"t\":0,\"type\":\"write\",\"path\":[\"mlagissuCause\",\"intfStatus\",\"x\"],"
+      "\"value\":1}\n{\"t\":1,\"type\":\"end\",\"state\":{\"x\":1}}\n" );
+   std::ostringstream other;
+   runScenario( options, other );
+   EXPECT_EQ(
+      ofType( jsonLines( recordsIn( other.str() ) ), "places" ).at( 0 ).at( "places" ),
+      Json::object() );
+}
+
 TEST( HtmlSink, AStreamThatWasCutOffIsShownUpToThere ) {
    RunOptions options;
    options.input.plugin = OSTRA_PLUGIN;
