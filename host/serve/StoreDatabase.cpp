@@ -343,8 +343,8 @@ StoreDatabase::readHistory(
       LiveRecord record{ read.number( 0 ),
                          Milliseconds( read.number( 1 ) ),
                          read.text( 2 ) };
-      bool const isOld = read.isNull( 3 ) && ( !add_ || record.id < firstWithSum_ );
-      if ( isOld || read.number( 3 ) == checksum( record ) ) {
+      bool const isWithout = read.isNull( 3 ) && ( !add_ || record.id < firstWithSum_ );
+      if ( isWithout || read.number( 3 ) == checksum( record ) ) {
          records.push_back( std::move( record ) );
       } else {
          leftOut.push_back( record.id );
