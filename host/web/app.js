@@ -21,6 +21,8 @@ function show() {
          : html`<${RecordedPage} recorded=${recorded} />`, page);
       return;
    }
+   // Somebody may have both switches of a pair open.
+   document.title = `${location.host}, ostra`;
    const live = new Live(() => {});
    render(html`<${LivePage} live=${live} />`, page);
    live.start();

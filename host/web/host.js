@@ -28,6 +28,13 @@ export class Refusal extends Error {
    }
 }
 
+/** Nothing was answered, for which each browser has words of its own. */
+export class Unreachable extends Error {
+   constructor() {
+      super('the host does not answer; the connection may be lost');
+   }
+}
+
 /** What the host, or something between, has to say of it.
  * @param {Response} response @param {string} text */
 function complaintOf(response, text) {
@@ -105,7 +112,7 @@ const passed = seconds => new Promise(resolve => setTimeout(resolve, seconds * 1
 
 /** What the host would do from now on. One that is made for somebody else is waited for.
  * @param {{ patch?: any, until?: number }} question without a patch nothing is changed
- * @returns {Promise<StreamRecord[]>} */
+ * @returns {Promise<StreamRecord[]>} throws a Refusal, or that it is Unreachable */
 export async function forecast(question) {
    for (let tries = 1; ; ++tries) {
       try {
@@ -115,11 +122,13 @@ export async function forecast(question) {
             body: JSON.stringify(question),
          }));
       } catch (error) {
-         const isBusy = error instanceof Refusal && error.status === 503 && error.wait !== null;
-         if (!isBusy || tries === mostTries) {
+         if (!(error instanceof Refusal)) {
+            throw new Unreachable();
+         }
+         if (error.status !== 503 || error.wait === null || tries === mostTries) {
             throw error;
          }
-         await passed(/** @type {Refusal} */ (error).wait ?? 0);
+         await passed(error.wait);
       }
    }
 }

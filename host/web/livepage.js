@@ -51,7 +51,7 @@ export function LivePage({ live }) {
    }
    const { mlag, nonMlag, version, store, ready } = live.summary;
    return html`
-      <${Header} title="This switch" version=${version} status=${html`${status}${
+      <${Header} title="This switch" version=${`${version}, ${location.host}`} status=${html`${status}${
          !ready && ', not ready'}${store.problem && html`, store: <${Foreign}>${store.problem}<//>`}`} />
       <${Body} ports=${live.ports} periods=${{ mlag, nonMlag }} alarms=${live.alarms}
          entries=${entries} story=${story} now=${now} zero=${mlag.start ?? story.start}

@@ -50,7 +50,7 @@ function CountsCard({ ports }) {
       const state = stateOf(port);
       counts[state] = (counts[state] ?? 0) + 1;
    }
-   return html`<section class="card" aria-label="Ports">
+   return html`<section class="card" aria-label="How many ports">
       <h2>${counted(ports.size, 'port')}</h2>
       <ul class="counts">${Object.keys(portStates).filter(state => counts[state]).map(state => html`
          <li key=${state} data-count=${state}><${StateMark} state=${state} />

@@ -4,9 +4,9 @@
 // What would happen if something were changed, beside what would happen without it. The host
 // plays both on a copy of itself; nothing is changed.
 
-import { forecast } from './host.js';
+import { forecast, Unreachable } from './host.js';
 import { instant } from './model.js';
-import { Foreign, html, useState } from './parts.js';
+import { Foreign, html, useEffect, useRef, useState } from './parts.js';
 import { entriesOf, onlyIn } from './words.js';
 
 /** @typedef {import('./model.js').Port} Port */
@@ -25,7 +25,8 @@ const choices = [
 ];
 
 
-/** Of a port that is held: the changes that release it now, each asked of the host.
+/** Of a port that is held: the changes that release it now, each asked of the host. Throws what
+ * forecast() throws when nobody is there.
  * @param {Port} port @returns {Promise<Releaser[]>} */
 async function releasersOf(port) {
    const isErrdisabled = port.hold?.kind === 'errdisable';
@@ -43,6 +44,9 @@ async function releasersOf(port) {
             record.path.join('\n') === path && !record.value && record.value !== 0);
          answers.push({ words, isSo, why: '' });
       } catch (error) {
+         if (error instanceof Unreachable) {
+            throw error;
+         }
          answers.push({ words, isSo: null, why: String(/** @type {Error} */ (error).message) });
       }
    }
@@ -68,17 +72,31 @@ export function Answers({ answers }) {
 export function Releasers({ port }) {
    const [answers, setAnswers] = useState(/** @type {Releaser[]} */ ([]));
    const [isAsking, setAsking] = useState(false);
+   const [says, setSays] = useState('');
+   const told = useRef(/** @type {HTMLElement|null} */ (null));
+   // They may be below what is in sight.
+   useEffect(() => {
+      if (answers.length || says) {
+         told.current?.scrollIntoView({ block: 'nearest' });
+      }
+   }, [answers, says]);
    const ask = async () => {
       if (isAsking) {
          return;
       }
       setAsking(true);
-      setAnswers(await releasersOf(port));
+      try {
+         setAnswers(await releasersOf(port));
+         setSays('');
+      } catch (error) {
+         setAnswers([]);
+         setSays(String(/** @type {Error} */ (error).message));
+      }
       setAsking(false);
    };
    return html`<p class="choices"><button type="button" aria-disabled=${isAsking ? 'true' : 'false'}
          onClick=${ask}>What would release it now?</button></p>
-      <div role="status" class="releasers"><${Answers} answers=${answers} /></div>`;
+      <div role="status" class="releasers" ref=${told}>${says}<${Answers} answers=${answers} /></div>`;
 }
 
 /** @param {{ title: string, entries: Entry[], marked: Set<string> }} props */

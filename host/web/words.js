@@ -116,8 +116,11 @@ const meanings = {
    write: meaningOfWrite,
    log: record => meaning('log', `${record.id}: ${record.text}`),
    event: record => meaning('event', wordsOfEvent(record), interfacesIn(record.patch)),
-   release: record => meaning(
-      'event', `${record.interface} released by hand`, [record.interface]),
+   release: record => ({
+      kind: 'event',
+      names: [record.interface],
+      says: names => `${rangesOf(names)} released by hand`,
+   }),
    gone: record => ({
       kind: 'other',
       names: [record.interface],
@@ -129,8 +132,11 @@ const meanings = {
       says: names => `the driver says ${record.enforced}` +
          (record.error ? ` (${record.error})` : '') + `: ${rangesOf(names)}`,
    }),
-   alarm: record => meaning(
-      'alarm', `alarm ${record.state}: ${record.interface}: ${record.text}`, [record.interface]),
+   alarm: record => ({
+      kind: 'alarm',
+      names: [record.interface],
+      says: names => `alarm ${record.state}: ${rangesOf(names)}: ${record.text}`,
+   }),
    start: record => meaning('event', record.boot === undefined
       ? 'the plug-in starts' : record.isRestart ? 'the host started again' : 'the host started'),
    configuration: () => meaning('event', 'the configuration was read again'),
@@ -141,11 +147,15 @@ const silent = new Set(['ports', 'periods', 'releasers', 'places', 'alarms', 'tr
 const isSilent = (/** @type {StreamRecord} */ record) => silent.has(record.type) ||
    (record.type === 'port' && record.enforced === 'pending');
 
+/** What may be said of a thousand ports in one instant. */
+const isOfOnePort = (/** @type {StreamRecord} */ { type }) =>
+   ['write', 'port', 'gone', 'release', 'alarm'].includes(type);
+
 /** @param {StreamRecord[]} records in order @returns {Entry[]} in the same order */
 export function entriesOf(records) {
    /** @type {(Entry & { says: Meaning['says'] })[]} */
    const entries = [];
-   // The entries of writes since anything else happened, or the time went on.
+   // The entries of ports since anything else happened, or the time went on.
    let open = new Map();
    let openAt = NaN;
    for (const [index, record] of records.entries()) {
@@ -154,14 +164,14 @@ export function entriesOf(records) {
       }
       const made = meanings[record.type];
       const { kind, names, says } = made ? made(record) : meaning('other', record.type);
-      const isOfWrites = ['write', 'port', 'gone'].includes(record.type);
-      if (!isOfWrites || record.t !== openAt) {
+      const isOfPort = isOfOnePort(record);
+      if (!isOfPort || record.t !== openAt) {
          open = new Map();
          openAt = record.t;
       }
       const key = String(record.seq ?? index);
       const entry = { key, t: record.t, time: record.time ?? null, kind, names, text: '', says };
-      if (isOfWrites && names.length) {
+      if (isOfPort && names.length) {
          const sort = `${kind} ${says(['1'])}`;
          const before = open.get(sort);
          if (before) {

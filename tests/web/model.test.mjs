@@ -130,6 +130,24 @@ test('Words.WritesOfOneInstantAreOneEntry', () => {
    assert.deepEqual(changesOf({ a: { b: null, c: {} } }), ['a.b = null', 'a.c = {}']);
 });
 
+test('Words.ReleasesByHandAndAlarmsOfOneInstantAreOneEntry', () => {
+   const of = (seq, type, name, more = {}) => ({ seq, t: 5, type, interface: name, ...more });
+   const raised = { state: 'raised', text: 'no end' };
+   const told = entriesOf([
+      of(1, 'release', 'Ethernet2'), of(2, 'release', 'Ethernet1'), of(3, 'release', 'Ethernet3'),
+      of(4, 'alarm', 'Ethernet1', raised), of(5, 'alarm', 'Ethernet2', raised),
+      of(6, 'alarm', 'Ethernet2', { ...raised, state: 'cleared' }),
+      of(7, 'alarm', 'Ethernet3', { ...raised, text: 'another' }),
+      { ...of(8, 'alarm', 'Ethernet3', raised), t: 6 },
+   ]);
+   assert.deepEqual(told.map(({ key, kind, text }) => `${key} ${kind} ${text}`), [
+      '1 event Ethernet1-3 released by hand', '4 alarm alarm raised: Ethernet1-2: no end',
+      '6 alarm alarm cleared: Ethernet2: no end', '7 alarm alarm raised: Ethernet3: another',
+      '8 alarm alarm raised: Ethernet3: no end',
+   ]);
+   assert.deepEqual(told[0].names, ['Ethernet2', 'Ethernet1', 'Ethernet3']);
+});
+
 test('Words.AnEventSaysWhatItIsCalledAndIsOfTheInterfacesThatItChanges', () => {
    const intfStatus = { Ethernet1: null, Ethernet2: {}, Ethernet3: {}, Ethernet4: {} };
    const patch = { ethPhyIntfStatus: { intfStatus }, mlagStatus: { mlagState: 3 }, agent: null };

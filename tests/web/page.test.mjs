@@ -10,7 +10,7 @@ import { isDeepStrictEqual } from 'node:util';
 import { entriesOf } from '../../host/web/words.js';
 import { barriers, becomes, closeBrowser, entryKeys, isLive, open, passed, stateOf, statusOf,
    until } from './browser.mjs';
-import { Host } from './host.mjs';
+import { Host, manyPorts } from './host.mjs';
 
 after(closeBrowser);
 
@@ -34,6 +34,9 @@ test('Page.ShowsALiveSwitch', async t => {
    // The driver none has no devices.
    await becomes(page, 'Ethernet1', 'unsupported');
    assert.equal(await stateOf(page, 'Ethernet49/1'), 'never');
+   // Of two such pages one can tell which is whose.
+   assert.equal(await page.title(), `127.0.0.1:${host.port}, ostra`);
+   assert.ok((await page.textContent('header')).includes(`127.0.0.1:${host.port}`));
    const left = await page.textContent('[data-period="mlag"]');
    const [minutes, seconds] = left.match(/^(\d):(\d\d)$/).slice(1).map(Number);
    const shown = 60 * minutes + seconds;
@@ -164,4 +167,30 @@ test('Page.SaysWhatWouldReleaseAPort', async t => {
    await page.click('[data-port="Management1"]');
    assert.equal(await page.locator('text=What would release it now?').count(), 0);
    assert.ok(page.problems.every(text => text.includes('409')), page.problems.join('\n'));
+});
+
+test('Page.SaysThatTheConnectionIsLostWhereverOneLooks', async t => {
+   const host = await Host.start(t, `driver: none\n${manyPorts(200)}`);
+   const page = await open(t, host.url, { viewport: { width: 360, height: 740 } });
+   await isLive(page);
+   await page.focus('[data-port="Ethernet200"]');
+   await page.keyboard.press('Enter');
+   await page.waitForSelector('.detail');
+   await host.kill();
+   await page.waitForSelector('.lost');
+   const isInSight = selector => page.evaluate(one => {
+      const element = document.querySelector(one);
+      const { left, top, width, height } = element?.getBoundingClientRect() ?? new DOMRect();
+      const there = document.elementFromPoint(left + width / 2, top + height / 2);
+      return Boolean(there && element?.contains(there));
+   }, selector);
+   assert.ok(await page.evaluate(() => scrollY > 500));
+   assert.ok(await isInSight('header .status'));
+   assert.ok(await isInSight('[data-port="Ethernet200"]'));
+   // One sentence, whichever browser it is, and where it is seen.
+   await page.click('text=What would release it now?');
+   const words = 'the host does not answer; the connection may be lost';
+   await until(async () => await page.textContent('.releasers') === words);
+   await until(() => isInSight('.releasers'));
+   assert.deepEqual(await barriers(page), []);
 });
