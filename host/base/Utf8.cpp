@@ -70,6 +70,14 @@ firstCharacter( std::string_view text ) noexcept {
    return none;
 }
 
+void
+dropByteOrderMark( std::string& text ) noexcept {
+   constexpr std::string_view mark = "\xef\xbb\xbf";
+   if ( text.starts_with( mark ) ) {
+      text.erase( 0, mark.size() );
+   }
+}
+
 bool
 needsEscape( char32_t code ) noexcept {
    bool const isOfLines = code == 0x2028 || code == 0x2029;

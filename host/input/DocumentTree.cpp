@@ -5,6 +5,7 @@
 
 #include <host/base/Failure>
 #include <host/base/JsonEscapes>
+#include <host/base/Utf8>
 
 #include <fmt/format.h>
 
@@ -32,10 +33,7 @@ lineBegins( std::string_view text ) {
 
 DocumentTree::DocumentTree( std::string name, std::string text )
       : name_( std::move( name ) ), text_( std::move( text ) ) {
-   constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
-   if ( std::string_view( text_ ).starts_with( byteOrderMark ) ) {
-      text_.erase( 0, byteOrderMark.size() );
-   }
+   dropByteOrderMark( text_ );
    text_ = yamlEscapes( std::move( text_ ), joints_ );
    // Hardly any text has more nodes. Space that is not used takes no memory.
    constexpr std::size_t octetsOfANode = 4;

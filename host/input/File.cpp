@@ -4,6 +4,7 @@
 #include <host/input/File>
 
 #include <host/base/Failure>
+#include <host/base/Utf8>
 
 #include <fmt/format.h>
 
@@ -95,6 +96,7 @@ readFile( std::string const& path, std::size_t maxInput ) {
       }
    }
    file.text.resize( length );
+   dropByteOrderMark( file.text );
    return file;
 }
 

@@ -39,3 +39,9 @@ TEST( File, OneOfTheGreatestLengthIsRead ) {
    EXPECT_THROW( ostra::readFile( path, content.size() - 1 ), Failure );
    EXPECT_EQ( ostra::readFile( ostra::temporaryFile( "none", "" ) ).text, "" );
 }
+
+// Whoever looks at how a text begins, as for a recorded stream, is to see it.
+TEST( File, ByteOrderMarkIsNoPartOfTheText ) {
+   std::string const path = ostra::temporaryFile( "mark", "\xef\xbb\xbf{\"t\":0}" );
+   EXPECT_EQ( ostra::readFile( path ).text, R"({"t":0})" );
+}
