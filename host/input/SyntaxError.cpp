@@ -28,6 +28,9 @@ class Explanation {
            text_( tree.text() ),
            line_( SourceLine::at( text_, error.problemOffset ) ) {}
 
+   // The library has no codes for what it finds, and its states say less than its words.
+   // Each of these has a case in the tests of refused documents, which fails when the library
+   // finds other words.
    [[noreturn]] void fail() const {
       struct Case {
          std::string_view problem;

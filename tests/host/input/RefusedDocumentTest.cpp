@@ -70,6 +70,9 @@ TEST( Document, RefusesDirectivesThatMeanSomething ) {
       refusal( "%YAML 1.2\n%TAG ! x:\n---\na: 1\n" ),
       "x.yaml:2:1: directive \"%TAG ! x:" + expected );
    EXPECT_EQ(
+      refusal( "%TAG ! x:\n%TAG ! x:\n---\na: 1\n" ),
+      "x.yaml:2:1: directive \"%TAG ! x:" + expected );
+   EXPECT_EQ(
       refusal( "%YAML 1.2\na: 1\n" ),
       "x.yaml:2:1: not YAML: \"a\": expected \"---\" behind directives" );
 }
@@ -242,6 +245,9 @@ TEST( Document, QuotesMayGoOnInIndentedLines ) {
 TEST( Document, TabsIndentationAndColonsAreNamed ) {
    EXPECT_EQ(
       refusal( "a:\n\tb: 1\n" ),
+      "x.yaml:2:1: not YAML: a tab: expected spaces for indentation" );
+   EXPECT_EQ(
+      refusal( "a: |\n\tb\n" ),
       "x.yaml:2:1: not YAML: a tab: expected spaces for indentation" );
    EXPECT_EQ(
       refusal( "a:\n  b: 1\n   c: 2\n" ),
