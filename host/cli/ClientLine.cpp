@@ -4,6 +4,7 @@
 #include <host/cli/ClientLine>
 
 #include <host/base/Failure>
+#include <host/cli/InputArguments>
 #include <host/cli/Serve>
 #include <host/cli/WhyInRun>
 #include <host/client/Why>
@@ -13,11 +14,23 @@
 
 namespace ostra {
 
+namespace {
+
+constexpr char onlyHelp[] =
+   "Tell of these alone, as Ethernet1-4,7, and of the host as a whole: when it started, "
+   "what it read and what the plug-in has logged";
+
+} // namespace
+
 void
 ClientLine::addCommands() {
    addShow();
    add( "alarms", "Shows what an operator has to hear of.", "json" );
-   add( "watch", "Follows what happens on the live host.", "ndjson" );
+   addOnly(
+      parser_,
+      add( "watch", "Follows what happens on the live host.", "ndjson" ),
+      onlyHelp,
+      only_ );
    addHistory();
    addPatches();
    addRelease();
@@ -81,6 +94,7 @@ ClientLine::addHistory() {
    parser_.addText(
       command, "--since", "ID", "Only what came behind that record", "a number", since_ );
    parser_.addText( command, "--limit", "N", "At most that many", "a number", limit_ );
+   addOnly( parser_, command, onlyHelp, only_ );
 }
 
 void
@@ -194,7 +208,7 @@ ClientLine::addWhy() {
 
 ClientOptions
 ClientLine::options() const {
-   return { socket_, isJson_, hasColour( colour_ ) };
+   return { socket_, isJson_, hasColour( colour_ ), screenWidth(), only_ };
 }
 
 // What a command would not heed.
@@ -279,7 +293,8 @@ ClientLine::why( std::ostream& out ) const {
            *interface_,
            at_.value_or( Milliseconds( 0 ) ),
            isJson_,
-           hasColour( colour_ ) },
+           hasColour( colour_ ),
+           screenWidth() },
          out );
    } else if ( at_ || input_.mounts || input_.plugin ) {
       refuse(

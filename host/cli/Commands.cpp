@@ -110,6 +110,12 @@ outputWidth() {
    return lineWidth( environment( "COLUMNS" ), terminalWidth() );
 }
 
+std::size_t
+screenWidth() {
+   bool const isKnown = terminalWidth() || !environment( "COLUMNS" ).empty();
+   return isKnown ? outputWidth() : std::string::npos;
+}
+
 bool
 hasColour( Colour colour ) {
    switch ( colour ) {

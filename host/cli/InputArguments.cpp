@@ -4,7 +4,10 @@
 #include <host/cli/InputArguments>
 
 #include <host/base/Failure>
+#include <host/base/IntfRanges>
 #include <host/input/DocumentTree>
+
+#include <Ryx/Exception>
 
 #include <fmt/format.h>
 
@@ -68,6 +71,31 @@ addMaxInput( CliParser& parser, CLI::App& command, std::size_t& maxInput ) {
          std::size_t const mebibytes = wholeNumber< std::size_t >( text ).value_or( 0 );
          maxInput = mebibytes * mebibyte;
          return mebibytes >= 1 && mebibytes <= greatestMaxInput;
+      } );
+}
+
+void
+addOnly(
+   CliParser& parser,
+   CLI::App& command,
+   std::string const& help,
+   std::optional< std::vector< Kovel::IntfId > >& interfaces ) {
+   parser.addValue(
+      command,
+      "--only",
+      "INTERFACES",
+      help,
+      "interfaces, as Ethernet1-4,7",
+      [ &interfaces, name = command.get_name() ]( std::string const& text ) {
+         try {
+            interfaces = interfacesOf( text );
+         } catch ( Ryx::RangeException const& error ) {
+            throw Failure(
+               ExitStatus::badInput,
+               fmt::format(
+                  "ostra {}: --only: {}", name, shortenedIn( error.message(), text ) ) );
+         }
+         return true;
       } );
 }
 

@@ -4,11 +4,9 @@
 #include <host/cli/RunLine>
 
 #include <host/base/Failure>
-#include <host/base/IntfRanges>
 #include <host/cli/InputArguments>
 #include <host/input/Instant>
 
-#include <Ryx/Exception>
 #include <Ryx/Trace>
 
 #include <fmt/format.h>
@@ -54,22 +52,11 @@ RunLine::addNarrowing( CLI::App& command ) {
       "Report traces of this handle or function alone; without --trace, of all levels",
       "the name of a handle or a function",
       options_.narrowing.traces );
-   parser_.addValue(
+   addOnly(
+      parser_,
       command,
-      "--only",
-      "INTERFACES",
       "Tell of these alone, with the port-channels they are in, as Ethernet1-4,7",
-      "interfaces, as Ethernet1-4,7",
-      [ this ]( std::string const& text ) {
-         try {
-            options_.narrowing.interfaces = interfacesOf( text );
-         } catch ( Ryx::RangeException const& error ) {
-            throw Failure(
-               ExitStatus::badInput,
-               "ostra run: --only: " + shortenedIn( error.message(), text ) );
-         }
-         return true;
-      } );
+      options_.narrowing.interfaces );
 }
 
 void

@@ -344,7 +344,9 @@ tellWhyInRun( WhyOptions const& options, std::ostream& out ) {
    refuseStream( options.input.scenario, "SCENARIO" );
    refuseStream( options.input.mounts, "--mounts" );
    Json const why = WhyInRun( options ).tell();
-   out << ( options.isJson ? linesOf( why ) : whyText( why, Style( options.hasColour ) ) );
+   out
+      << ( options.isJson ? linesOf( why )
+                          : whyText( why, Style( options.hasColour ), options.width ) );
 }
 
 } // namespace ostra

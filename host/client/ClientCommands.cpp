@@ -7,6 +7,7 @@
 #include <host/base/JsonLine>
 #include <host/base/Words>
 #include <host/client/LiveText>
+#include <host/client/RecordFilter>
 #include <host/input/Document>
 #include <host/input/File>
 #include <host/state/MountTable>
@@ -14,6 +15,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace ostra {
@@ -94,6 +98,14 @@ patchOf( std::vector< std::string > const& changes, std::string const& command )
    }
    return patchIn(
       isPatch( changes[ 0 ] ) ? File{ "patch", changes[ 0 ] } : readFile( changes[ 0 ] ) );
+}
+
+std::optional< std::uint64_t >
+limitOf( std::string const& text ) {
+   std::uint64_t number = 0;
+   char const* const end = text.data() + text.size();
+   auto const [ rest, error ] = std::from_chars( text.data(), end, number );
+   return error == std::errc() && rest == end ? std::optional( number ) : std::nullopt;
 }
 
 // Of port-channels in LACP standby, whose members are not released with the others.
@@ -182,8 +194,9 @@ void
 watchLive( ClientOptions const& options, std::ostream& out ) {
    constexpr std::string_view mark = "data: ";
    Style const style( options.hasColour );
+   RecordFilter const filter( options.only );
    hostOf( options, "watch" ).forEachLine( "/v1/events", [ & ]( std::string_view line ) {
-      if ( line.starts_with( mark ) ) {
+      if ( line.starts_with( mark ) && filter.takes( line ) ) {
          line.remove_prefix( mark.size() );
          out << ( options.isJson ? std::string( line ) : recordText( line, style ) ) << '\n'
              << std::flush;
@@ -205,13 +218,21 @@ showHistory(
    std::optional< std::string > const& since,
    std::optional< std::string > const& limit,
    std::ostream& out ) {
+   // Where only some are told, the limit is of those.
+   auto const most = options.only && limit ? limitOf( *limit ) : std::nullopt;
    std::string target = "/v1/history?";
    target += since ? fmt::format( "since={}&", escapedSegment( *since ) ) : "";
-   target += limit ? fmt::format( "limit={}", escapedSegment( *limit ) ) : "";
+   target += limit && !most ? fmt::format( "limit={}", escapedSegment( *limit ) ) : "";
    Style const style( options.hasColour );
+   RecordFilter const filter( options.only );
+   std::uint64_t left = most.value_or( std::numeric_limits< std::uint64_t >::max() );
    hostOf( options, "history" ).forEachLine( target, [ & ]( std::string_view line ) {
-      out << ( options.isJson ? std::string( line ) : recordText( line, style ) ) << '\n';
-      return out.good();
+      if ( left > 0 && filter.takes( line ) ) {
+         out << ( options.isJson ? std::string( line ) : recordText( line, style ) )
+             << '\n';
+         --left;
+      }
+      return left > 0 && out.good();
    } );
 }
 

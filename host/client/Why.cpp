@@ -341,7 +341,9 @@ releaseIn( std::string const& records, Json const& port ) {
 void
 tellWhy( ClientOptions const& options, std::string const& interface, std::ostream& out ) {
    Json const why = whyJson( hostOf( options, "why" ), interface );
-   out << ( options.isJson ? linesOf( why ) : whyText( why, Style( options.hasColour ) ) );
+   out
+      << ( options.isJson ? linesOf( why )
+                          : whyText( why, Style( options.hasColour ), options.width ) );
 }
 
 } // namespace ostra

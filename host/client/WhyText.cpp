@@ -6,14 +6,18 @@
 #include <host/base/Failure>
 #include <host/base/Milliseconds>
 #include <host/base/Words>
+#include <host/text/TextLines>
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace ostra {
 
 namespace {
+
+constexpr std::size_t nameWidth = 14;
 
 std::string
 textOf( Json const& json, char const* key ) {
@@ -28,7 +32,7 @@ secondsText( double seconds ) {
 
 std::string
 field( std::string_view name, std::string_view text ) {
-   return fmt::format( "{:<14}{}\n", name, text );
+   return fmt::format( "{:<{}}{}\n", name, nameWidth, text );
 }
 
 // A time of a scenario, or the date that a live host has instead.
@@ -119,10 +123,40 @@ changesText( Json const& changes, std::string_view group, std::string_view title
    return text.empty() ? text : fmt::format( "{}\n{}", title, text );
 }
 
-} // namespace
+// A line that is too wide: of a change its meaning goes below it, of a field the rest.
+std::string
+foldedLine( std::string_view line, std::size_t width ) {
+   constexpr std::size_t indentOfChange = 2;
+   bool const isChange = line.starts_with( "  " );
+   std::size_t const indent = isChange ? 3 * indentOfChange : nameWidth;
+   std::size_t const begin =
+      isChange ? line.find( "  ", indentOfChange ) : std::min( nameWidth, line.size() );
+   std::size_t const rest = line.find_first_not_of( ' ', begin );
+   if ( columnsOf( line ) <= width || rest == line.npos ) {
+      return std::string( line ) + '\n';
+   }
+   std::string text( line.substr( 0, begin ) );
+   std::string between = isChange ? "\n" + std::string( indent, ' ' ) : "";
+   for ( std::string const& part : wrapped( line.substr( rest ), width - indent ) ) {
+      text += between + part;
+      between = "\n" + std::string( indent, ' ' );
+   }
+   return text + '\n';
+}
 
 std::string
-whyText( Json const& why, Style const& style ) {
+folded( std::string_view text, std::size_t width ) {
+   std::string lines;
+   while ( !text.empty() ) {
+      std::size_t const end = text.find( '\n' );
+      lines += foldedLine( text.substr( 0, end ), width );
+      text.remove_prefix( end + 1 );
+   }
+   return lines;
+}
+
+std::string
+wholeText( Json const& why, Style const& style ) {
    Json const port = why.value( "port", Json::object() );
    Json const hold = port.value( "hold", Json() );
    std::string const portChannel = textOf( port, "portChannel" );
@@ -144,7 +178,8 @@ whyText( Json const& why, Style const& style ) {
       return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) ) +
          lastHoldText( why.value( "lastHold", Json() ), portChannel );
    }
-   text += style( Ink::held, fmt::format( "{:<14}{}", "held", textOf( port, "reason" ) ) );
+   text += style(
+      Ink::held, fmt::format( "{:<{}}{}", "held", nameWidth, textOf( port, "reason" ) ) );
    text += '\n';
    Json const heldFor = why.value( "heldFor", Json() );
    if ( heldFor.is_number() ) {
@@ -169,6 +204,13 @@ whyText( Json const& why, Style const& style ) {
    text += changesText( changes, "held", "would not:" );
    text += changesText( changes, "refused", "not for clients to change:" );
    return text;
+}
+
+} // namespace
+
+std::string
+whyText( Json const& why, Style const& style, std::size_t width ) {
+   return folded( wholeText( why, style ), width );
 }
 
 } // namespace ostra

@@ -86,6 +86,7 @@ formsOf( std::string const& written ) {
       // One that holds ports as before, so that there are some to release.
       { std::regex( "mlagPrimary" ), "mlagInactive" },
       { std::regex( " …" ), "" },
+      { std::regex( "INTERFACES" ), "Ethernet1-2" },
       { std::regex( "INTERFACE(…)?" ), "Ethernet2" },
       { std::regex( "\\bID\\b" ), "1" },
       { std::regex( "\\bN\\b" ), "2" },

@@ -5,6 +5,7 @@
 
 #include "SaidBy"
 
+#include <host/client/LiveText>
 #include <host/client/Why>
 
 namespace ostra {
@@ -173,6 +174,48 @@ TEST( Client, SaysWhenAPortWentAndHowItWasHeld ) {
       why( "Ethernet9" ),
       "2 ostra why: \"Ethernet9\": never seen since " + start +
          ", where history begins: expected a port; there are Ethernet2" );
+}
+
+TEST( Client, WhatIsTooWideForTheTerminalGoesOnBelow ) {
+   Json const held = {
+      { "port",
+        { { "interface", "Ethernet1" },
+          { "class", "mlag" },
+          { "hold", { { "kind", "errdisable" } } },
+          { "reason", "errdisabled for the MLAG reload delay, 200 s left" } } },
+      { "releasedIn", 200 },
+      { "changes",
+        { { { "change", "a.b=1 c.d=2" },
+            { "meaning", "it is released by hand, as `ostra release` does, and again" },
+            { "releases", true } },
+          { { "change", "e=1" }, { "meaning", "short" }, { "releases", false } } } }
+   };
+   EXPECT_EQ(
+      whyText( held, Style( false ), 66 ),
+      "Ethernet1     mlag port\n"
+      "held          errdisabled for the MLAG reload delay, 200 s left\n"
+      "until         released in 200 s, unless something is changed\n"
+      "would release it now:\n"
+      "  a.b=1 c.d=2\n"
+      "      it is released by hand, as `ostra release` does, and again\n"
+      "would not:\n"
+      "  e=1                                                     short\n" );
+   Json const gone = { { "port", { { "interface", "Ethernet1" }, { "reason", "gone" } } },
+                       { "goneAt", "2026-11-23T16:46:45.800Z" },
+                       { "lastHold",
+                         { { "kind", "errdisable" },
+                           { "since", "2026-11-23T16:46:30.788Z" },
+                           { "released", "2026-11-23T16:46:36.912Z" },
+                           { "reason", "delay over" } } } };
+   EXPECT_EQ(
+      whyText( gone, Style( false ), 80 ),
+      "Ethernet1     port\n"
+      "gone          since 2026-11-23T16:46:45.800Z\n"
+      "released      2026-11-23T16:46:36.912Z, delay over; errdisabled since\n"
+      "              2026-11-23T16:46:30.788Z\n" );
+   std::string const wide = whyText( gone, Style( false ) );
+   EXPECT_NE(
+      wide.find( "over; errdisabled since 2026-11-23T16:46:30.788Z\n" ), wide.npos );
 }
 
 TEST( Client, IsAskedOfAPortChannelByItsPorts ) {

@@ -6,6 +6,7 @@
 #include <host/client/ClientCommands>
 #include <host/client/HostConnection>
 #include <host/client/LiveText>
+#include <host/client/RecordFilter>
 #include <host/serve/Config>
 
 #include <fmt/format.h>
@@ -289,6 +290,41 @@ TEST( Client, ShowsTheHistory ) {
    } );
    EXPECT_NE( all.find( "mlagProtoStatus.portsErrdisabled = true\n" ), all.npos ) << all;
    EXPECT_EQ( std::count( all.begin(), all.end(), '\n' ), 2 );
+}
+
+TEST( Client, ShowsTheHistoryOfSomePortsAlone ) {
+   LiveApi api;
+   auto const history = [ &api ]( std::optional< std::string > const& limit ) {
+      return saidBy( api, [ & ]( ClientOptions options, auto& out ) {
+         options.only = { Kovel::IntfId( "Ethernet1" ), Kovel::IntfId( "Ethernet3/1" ) };
+         showHistory( options, "0", limit, out );
+      } );
+   };
+   std::string const held = history( std::nullopt );
+   EXPECT_NE( held.find( "mlagissuCause.intfStatus.Ethernet1 = " ), held.npos ) << held;
+   EXPECT_NE( held.find( "mlagissuCause.intfStatus.Ethernet3/1 = " ), held.npos );
+   EXPECT_EQ( held.find( "Ethernet2" ), held.npos );
+   EXPECT_EQ( held.find( "portsErrdisabled" ), held.npos );
+   // The limit is of what is told, of which the first record of all is not.
+   std::string const first = history( "1" );
+   EXPECT_EQ( std::count( first.begin(), first.end(), '\n' ), 1 );
+   EXPECT_TRUE( held.starts_with( first ) ) << first;
+   EXPECT_EQ( history( "0" ), "" );
+   EXPECT_EQ(
+      history( "few" ), "2 ostra history: limit: \"few\": expected a whole number from 0" );
+}
+
+TEST( RecordFilter, TakesWhatNamesThemAndWhatIsOfTheHostAsAWhole ) {
+   RecordFilter const filter( std::vector{ Kovel::IntfId( "Ethernet1" ) } );
+   EXPECT_TRUE( filter.takes( R"({"type":"gone","interface":"Ethernet1"})" ) );
+   EXPECT_TRUE( filter.takes( R"({"type":"event","patch":{"a":{"Ethernet1":null}}})" ) );
+   EXPECT_FALSE( filter.takes( R"({"type":"gone","interface":"Ethernet11"})" ) );
+   EXPECT_FALSE( filter.takes( R"({"type":"gone","interface":"Ethernet1/1"})" ) );
+   EXPECT_FALSE( filter.takes( R"({"type":"write","path":["mlagProtoStatus","x"]})" ) );
+   for ( char const* type : { "start", "configuration", "log" } ) {
+      EXPECT_TRUE( filter.takes( fmt::format( R"({{"type":"{}"}})", type ) ) );
+   }
+   EXPECT_TRUE( RecordFilter( std::nullopt ).takes( "{}" ) );
 }
 
 TEST( Client, SaysInOneLineWhatTheHostRefuses ) {
