@@ -49,18 +49,28 @@ PortRoll::event( Milliseconds at, Json const& patch ) {
             port );
       } else if ( value.is_null() ) {
          told_.erase( port );
-         heldOnce_.erase( port );
+         endHeld( port );
       } else if ( !facts_.isPresent( port ) ) {
          appearing_.push_back( port );
       }
    }
 }
 
+// Whether the port was held.
+bool
+PortRoll::endHeld( IntfId port ) {
+   bool const wasHeld = held_.erase( port ) > 0;
+   if ( wasHeld ) {
+      heldBefore_.insert( port );
+   }
+   return wasHeld;
+}
+
 void
 PortRoll::depart( Milliseconds at, Standings const& standings, IntfId port ) {
    Departure departure{ at, standings.classOf( port ), facts_.portChannelOf( port ) };
    auto const told = told_.find( port );
-   bool const wasHeld = heldOnce_.erase( port ) > 0;
+   bool const wasHeld = endHeld( port );
    if ( told != told_.end() ) {
       departure.whyNever =
          wasHeld || told->second.kind != Kind::notHeld ? "" : told->second.why;
@@ -72,12 +82,11 @@ PortRoll::depart( Milliseconds at, Standings const& standings, IntfId port ) {
 void
 PortRoll::hold( Hold const& hold ) {
    if ( hold.kind != HolderKind::standby ) {
-      heldNow_.insert( hold.id );
-      // One that has just gone comes back as another port.
-      if ( facts_.isPresent( hold.id ) ) {
-         heldOnce_.insert( hold.id );
+      if ( !ledger_.isErrdisabled( hold.id ) ) {
+         releasedNow_.insert( hold.id );
       }
-      heldEver_.insert( hold.id );
+      // One that has just gone comes back as another port.
+      ( facts_.isPresent( hold.id ) ? held_ : heldBefore_ ).insert( hold.id );
       told_.erase( hold.id );
    }
 }
@@ -95,7 +104,7 @@ PortStanding
 PortRoll::standingOf( Standings const& standings, IntfId port ) const {
    PortStanding standing = standings.of( port );
    char const* const role = neverHeldRole( standing.kind );
-   return role && heldEver_.contains( port )
+   return role && wasEverHeld( port )
       ? PortStanding{ Kind::notHeld, standing.portChannel, role }
       : standing;
 }
@@ -104,13 +113,13 @@ PortCensus
 PortRoll::call( bool isFirst ) {
    PortCensus census;
    // To clear it would be to go through all buckets of the largest batch, each time.
-   auto const heldNow = std::exchange( heldNow_, {} );
+   auto const releasedNow = std::exchange( releasedNow_, {} );
    Ports const ports = portsToTell( isFirst );
    if ( !ports.empty() ) {
       Standings const standings( facts_, ledger_, isStart_ );
       for ( IntfId const port : ports ) {
          PortStanding const standing = standingOf( standings, port );
-         if ( standing.kind == Kind::held || heldNow.contains( port ) ) {
+         if ( standing.kind == Kind::held || releasedNow.contains( port ) ) {
             continue;
          }
          auto const [ told, isNew ] = told_.try_emplace( port, standing );
@@ -129,7 +138,7 @@ PortRoll::neverHeld() const {
    PortCensus census;
    for ( IntfId const port : facts_.ports() ) {
       auto const found = told_.find( port );
-      bool const wasHeld = found == told_.end() || heldOnce_.contains( port );
+      bool const wasHeld = found == told_.end() || held_.contains( port );
       if ( wasHeld || standings.of( port ).kind != Kind::notHeld ) {
          continue;
       }

@@ -36,9 +36,11 @@ SwitchFacts::isTrue( Path const& path ) const {
 
 std::vector< IntfId >
 SwitchFacts::keys( Path const& path ) const {
+   auto const names = state_.keys( path );
    std::vector< IntfId > ids;
-   for ( auto const& key : state_.keys( path ) ) {
-      ids.emplace_back( key );
+   ids.reserve( names.size() );
+   for ( auto const& name : names ) {
+      ids.emplace_back( name );
    }
    return ids;
 }

@@ -180,9 +180,9 @@ Narrowed::addPortChannels() const {
    }
 }
 
-std::string
-Narrowed::line() const {
-   return state_->line();
+void
+Narrowed::putLine( std::ostream& out ) const {
+   state_->putLine( out );
 }
 
 Json

@@ -16,8 +16,12 @@ void
 NdjsonSink::end( Milliseconds at, EndRecord const& ) {
    ObjectLine line = head( at );
    line.add( "type", "end" );
-   line.addLine( "state", state_->line() );
-   put( line.take() );
+   std::string text = line.take();
+   text.back() = ',';
+   // The state may be as long as the scenario was: it is not kept as a text.
+   out_ << text << "\"state\":";
+   state_->putLine( out_ );
+   out_ << "}\n";
 }
 
 ObjectLine

@@ -171,13 +171,14 @@ Mounts::at( std::vector< std::string > const& path ) const {
    return find( path ).value_or( nullptr );
 }
 
-std::string
-Mounts::line() const {
-   ObjectLine line;
+void
+Mounts::putLine( std::ostream& out ) const {
+   char const* before = "{";
    for ( std::size_t i = 0; i < mountKinds.size(); ++i ) {
-      line.addLine( mountKinds[ i ].name, lineOfObject( *objects_[ i ] ) );
+      out << std::exchange( before, "," ) << lineOfText( mountKinds[ i ].name ) << ':'
+          << lineOfObject( *objects_[ i ] );
    }
-   return line.take();
+   out << '}';
 }
 
 bool

@@ -217,6 +217,7 @@ sizeOf( GenericIf& object, RyxAttr const& collection ) {
 std::vector< std::string >
 keysOf( GenericIf& object, RyxAttr const& collection ) {
    std::vector< std::string > keys;
+   keys.reserve( sizeOf( object, collection ) );
    for ( auto it = object.attributeIterator( collection.id() ); it->nonNull();
          it->iterInc() ) {
       keys.push_back( it->iterKey()->strRep() );

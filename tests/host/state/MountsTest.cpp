@@ -9,6 +9,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 using ostra::Json;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -33,6 +35,12 @@ class MountsTest : public testing::Test {
       log.clear();
       auto const document = ostra::parseDocument( "patch", patch );
       mounts.apply( ostra::Item( document ) );
+   }
+
+   std::string line() const {
+      std::ostringstream out;
+      mounts.putLine( out );
+      return out.str();
    }
 
    ostra::Mounts mounts;
@@ -63,7 +71,7 @@ TEST_F( MountsTest, StartInTheirDefaultState ) {
 }
 
 TEST_F( MountsTest, TheLineOfTheStateIsThatOfItsDocument ) {
-   EXPECT_EQ( mounts.line(), ostra::lineOf( mounts.state() ) );
+   EXPECT_EQ( line(), ostra::lineOf( mounts.state() ) );
    apply( R"({
       "mlagConfig": { "domainId": "a \"b\" \u2028", "reloadDelay": 1.5,
                       "peerLinkIntf": "Port-Channel1",
@@ -71,7 +79,7 @@ TEST_F( MountsTest, TheLineOfTheStateIsThatOfItsDocument ) {
                                       "Port-Channel3": { "mlagId": "\u007f" } } },
       "ethPhyIntfStatus": { "intfStatus": { "Ethernet1": {}, "Ethernet2": {} } },
       "lagInputConfig": { "phyIntf": { "Ethernet1": { "lag": "Port-Channel2" } } } })" );
-   EXPECT_EQ( mounts.line(), ostra::lineOf( mounts.state() ) );
+   EXPECT_EQ( line(), ostra::lineOf( mounts.state() ) );
 }
 
 TEST_F( MountsTest, StateHasEveryMountInTheOrderOfTheTable ) {
