@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright 2026 The MlagOstra authors
 
-// The memory of this program. The C library's allocator takes another number of
+// A memory of the program itself. The C library's allocator takes another number of
 // instructions with each version, and with what was allocated before; this one takes the
 // same number always: it hands out powers of two and keeps what comes back in a list of its
 // size.
