@@ -72,9 +72,8 @@ firstCharacter( std::string_view text ) noexcept {
 
 void
 dropByteOrderMark( std::string& text ) noexcept {
-   constexpr std::string_view mark = "\xef\xbb\xbf";
-   if ( text.starts_with( mark ) ) {
-      text.erase( 0, mark.size() );
+   if ( text.starts_with( byteOrderMark ) ) {
+      text.erase( 0, byteOrderMark.size() );
    }
 }
 

@@ -221,12 +221,6 @@ ClientLine::refuseUnheeded( std::string const& command ) const {
    if ( config_ && !isOffline_ ) {
       refuse( where, "--config", "--offline with it" );
    }
-   if ( socket_ && isOffline_ ) {
-      refuse( where, "--socket", "no --offline with it, which asks no host" );
-   }
-   if ( isJson_ && isOffline_ ) {
-      refuse( where, "--format json", "no --offline with it, which tells a text" );
-   }
    if ( socket_ && input_.scenario ) {
       refuse( where, "--socket", "no SCENARIO with it, of which no host is asked" );
    }

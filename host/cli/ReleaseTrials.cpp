@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <sstream>
 
@@ -25,6 +26,7 @@ namespace {
 
 // Nobody else waits for the copy, which is not to be slower than the run.
 constexpr ForecastLimits trialLimits{ .nice = 0 };
+constexpr std::chrono::milliseconds longestTry = trialLimits.time;
 
 class SilentSink final : public RecordSink {
  public:
@@ -43,7 +45,10 @@ toldBy( ForecastChild const& copy ) {
    std::array< char, 1U << 16 > some;
    for ( ;; ) {
       pollfd readable{ copy.output, POLLIN, 0 };
-      ::poll( &readable, 1, -1 );
+      // One that waits for what only this process has would never end.
+      if ( ::poll( &readable, 1, static_cast< int >( longestTry.count() ) ) == 0 ) {
+         ::kill( copy.child.pid, SIGKILL );
+      }
       ssize_t const count = ::read( copy.output, some.data(), some.size() );
       if ( count > 0 ) {
          text.append( some.data(), static_cast< std::size_t >( count ) );

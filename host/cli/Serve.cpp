@@ -335,7 +335,9 @@ releaseOffline( std::optional< std::string > const& config, std::ostream& out ) 
          ExitStatus::failed,
          fmt::format( "{} not released", counted( failures, "device" ) ) );
    }
-   driver.remember();
+   if ( !released.empty() ) {
+      driver.remember();
+   }
 }
 
 } // namespace ostra

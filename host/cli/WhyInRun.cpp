@@ -83,11 +83,16 @@ class WhyInRun {
       if ( gone == accounts.gone.end() ) {
          refuseUnseen( run.view(), comesAt );
       }
-      Json const port = gonePort( gone->second );
+      Json port = gonePort( gone->second );
       Milliseconds const at = gone->second.at;
-      return { port,
+      Json lastHold = lastHoldOf( port, accounts, at );
+      if ( !lastHold.is_null() ) {
+         // Of a port that was held nobody says that it never was.
+         port[ "reason" ] = "gone";
+      }
+      return { std::move( port ),
                toJson( secondsOf( at ) ),
-               lastHoldOf( port, accounts, at ),
+               std::move( lastHold ),
                run.view().at( {} ) };
    }
 

@@ -71,6 +71,10 @@ PortHistory::take( std::string_view line ) {
 void
 PortHistory::takeOfAll( std::string const& type, Json const& record ) {
    bool const isRestart = memberAt( record, { "isRestart" } ) == Json( true );
+   if ( type == "start" ) {
+      // It may have come and gone while no host ran.
+      goneAt_.clear();
+   }
    if ( type == "event" ) {
       cause_ = { memberAt( record, { "t" } ),
                  "by a client's change, revision " +

@@ -12,7 +12,11 @@ RecordFilter::RecordFilter(
    std::optional< std::vector< Kovel::IntfId > > const& interfaces )
       : takesAll_( !interfaces ) {
    if ( !takesAll_ ) {
-      words_ = { R"("type":"start")", R"("type":"configuration")", R"("type":"log")" };
+      // Of a long change it is told alone in which mounts it is.
+      words_ = { R"("type":"start")",
+                 R"("type":"configuration")",
+                 R"("type":"log")",
+                 R"("mounts":[)" };
       // Names of interfaces need no escapes.
       std::transform(
          interfaces->begin(),

@@ -156,7 +156,7 @@ folded( std::string_view text, std::size_t width ) {
 }
 
 std::string
-wholeText( Json const& why, Style const& style ) {
+wholeText( Json const& why ) {
    Json const port = why.value( "port", Json::object() );
    Json const hold = port.value( "hold", Json() );
    std::string const portChannel = textOf( port, "portChannel" );
@@ -178,9 +178,7 @@ wholeText( Json const& why, Style const& style ) {
       return text + field( "not held", notHeldText( reason, textOf( why, "class" ) ) ) +
          lastHoldText( why.value( "lastHold", Json() ), portChannel );
    }
-   text += style(
-      Ink::held, fmt::format( "{:<{}}{}", "held", nameWidth, textOf( port, "reason" ) ) );
-   text += '\n';
+   text += field( "held", textOf( port, "reason" ) );
    Json const heldFor = why.value( "heldFor", Json() );
    if ( heldFor.is_number() ) {
       text += field(
@@ -206,11 +204,29 @@ wholeText( Json const& why, Style const& style ) {
    return text;
 }
 
+// Colours the field that says why the port is held, with the lines in which it goes on.
+void
+colourHeld( std::string& text, Style const& style ) {
+   std::size_t const found = text.find( fmt::format( "\n{:<{}}", "held", nameWidth ) );
+   if ( found == text.npos ) {
+      return;
+   }
+   std::size_t const begin = found + 1;
+   std::size_t end = text.find( '\n', begin );
+   while ( end + 1 < text.size() && text[ end + 1 ] == ' ' ) {
+      end = text.find( '\n', end + 1 );
+   }
+   std::size_t const length = end - begin;
+   text.replace( begin, length, style( Ink::held, text.substr( begin, length ) ) );
+}
+
 } // namespace
 
 std::string
 whyText( Json const& why, Style const& style, std::size_t width ) {
-   return folded( wholeText( why, style ), width );
+   std::string text = folded( wholeText( why ), width );
+   colourHeld( text, style );
+   return text;
 }
 
 } // namespace ostra

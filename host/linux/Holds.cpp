@@ -89,6 +89,12 @@ Holds::remember( std::vector< Link > const& links ) {
          takenDown_.remove( index );
          refused[ index ] = { EIO, failure.what() };
       }
+      try {
+         // It may have been written but for the room to forget them.
+         takenDown_.write();
+      } catch ( Failure const& ) {
+         // Said already.
+      }
    }
    return refused;
 }

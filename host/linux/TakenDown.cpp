@@ -27,11 +27,26 @@ namespace ostra {
 
 namespace {
 
-// An open file or directory; operations say in errno why they could not.
+// For reading and writing. One that may not be written, as root's who has released without a
+// host, is made anew: the directory is ours.
+int
+openSpare( std::string const& path ) {
+   constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC;
+   int const file = open( path.c_str(), flags, 0666 );
+   bool const isAnothers = file < 0 && errno == EACCES;
+   return isAnothers && unlink( path.c_str() ) == 0 ? open( path.c_str(), flags, 0666 )
+                                                    : file;
+}
+
+int
+openDirectory( std::string const& path ) {
+   return open( path.c_str(), O_RDONLY | O_CLOEXEC );
+}
+
+// An open file or directory, or -1; operations say in errno why they could not.
 class Opened {
  public:
-   Opened( std::string const& path, int flags )
-         : file_( open( path.c_str(), flags | O_CLOEXEC, 0666 ) ) {}
+   explicit Opened( int file ) : file_( file ) {}
    ~Opened() {
       if ( file_ >= 0 ) {
          close( file_ );
@@ -79,11 +94,11 @@ replace( std::filesystem::path const& path, std::string const& text ) {
    std::string const next = path.string() + ".new";
    std::error_code ignored;
    std::filesystem::create_directories( path.parent_path(), ignored );
-   Opened const written( next, O_RDWR | O_CREAT );
+   Opened const written( openSpare( next ) );
    return written.contentIs( text ) && written.sync() &&
       changePlaces( next, path.string() ) &&
-      Opened( path.parent_path(), O_RDONLY ).sync() &&
-      Opened( next, O_RDWR | O_CREAT ).reserve( text.size() );
+      Opened( openDirectory( path.parent_path() ) ).sync() &&
+      Opened( openSpare( next ) ).reserve( text.size() );
 }
 
 } // namespace

@@ -95,7 +95,8 @@ Store::openFile( Milliseconds wait ) {
    checkPlace();
    std::int32_t const host = files_.host() != 0 ? files_.host() : newHost();
    std::error_code error;
-   if ( !fs::exists( files_.database(), error ) ) {
+   // One of which it is not known whether it is there is not replaced.
+   if ( !fs::exists( files_.database(), error ) && !error ) {
       StoreDatabase::create( files_.database(), host );
    }
    database_ = std::make_unique< StoreDatabase >( files_.database(), wait );

@@ -260,7 +260,10 @@ StoreDatabase::inTransaction( Work work ) {
 // by an earlier version.
 void
 StoreDatabase::upgrade() {
-   if ( !add_ ) {
+   if ( add_ ) {
+      return;
+   }
+   if ( database_.numberOf( "PRAGMA user_version" ) != schemaVersion ) {
       inTransaction( [ this ] {
          database_.run( fmt::format(
             "ALTER TABLE history ADD COLUMN sum INTEGER; PRAGMA user_version={}",
@@ -268,8 +271,8 @@ StoreDatabase::upgrade() {
          firstWithSum_ = database_.numberOf( "SELECT max( id ) FROM history" ) + 1;
          keep( "firstWithSum", std::to_string( firstWithSum_ ) );
       } );
-      add_.emplace( database_, addition );
    }
+   add_.emplace( database_, addition );
 }
 
 void

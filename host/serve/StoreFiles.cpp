@@ -12,6 +12,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -69,18 +70,36 @@ lineOf( std::string const& path, int number ) {
    return line;
 }
 
+// In its place, which takes no room once it is there. Nobody is told when it cannot be: then
+// only less is known of the files.
+void
+putInPlace( std::string const& path, std::string const& text ) {
+   int const file = ::open( path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0640 );
+   if ( file < 0 ) {
+      return;
+   }
+   auto const size = static_cast< ssize_t >( text.size() );
+   bool const isPut = ::pwrite( file, text.data(), text.size(), 0 ) == size &&
+      ::ftruncate( file, size ) == 0 && ::fdatasync( file ) == 0;
+   static_cast< void >( isPut );
+   ::close( file );
+}
+
 // Where SQLite has the application's own number, whatever is in a log beside it.
 std::int32_t
 hostIn( std::string const& database ) {
-   constexpr int place = 68;
-   std::array< char, 4 > octets{};
+   constexpr std::string_view magic( "SQLite format 3\0", 16 );
+   constexpr std::size_t place = 68;
+   std::array< char, place + 4 > octets{};
    std::ifstream in( database, std::ios::binary );
-   if ( !in.seekg( place ) || !in.read( octets.data(), octets.size() ) ) {
+   if (
+      !in.read( octets.data(), octets.size() ) ||
+      std::string_view( octets.data(), magic.size() ) != magic ) {
       return 0;
    }
    std::uint32_t host = 0;
-   for ( char const octet : octets ) {
-      host = host << 8U | static_cast< unsigned char >( octet );
+   for ( std::size_t at = place; at < octets.size(); ++at ) {
+      host = host << 8U | static_cast< unsigned char >( octets[ at ] );
    }
    return static_cast< std::int32_t >( host );
 }
@@ -249,7 +268,7 @@ StoreFiles::adopt( std::int32_t host ) {
    std::string const number = std::to_string( host );
    std::string const path = database_ + "-of";
    if ( lineOf( path, 1 ) != now || lineOf( path, 2 ) != number ) {
-      std::ofstream( path, std::ios::trunc ) << now << '\n' << number << '\n';
+      putInPlace( path, fmt::format( "{}\n{}\n", now, number ) );
    }
 }
 

@@ -6,6 +6,7 @@
 #include <host/account/PortStanding>
 #include <host/base/Failure>
 #include <host/base/JsonLine>
+#include <host/base/Utf8>
 #include <host/state/MountTable>
 #include <host/state/Mounts>
 
@@ -100,9 +101,10 @@ isStream( std::string const& path ) {
       return false;
    }
    std::ifstream file( path );
-   std::string begin( streamBegin.size(), '\0' );
+   std::string begin( byteOrderMark.size() + streamBegin.size(), '\0' );
    file.read( begin.data(), static_cast< std::streamsize >( begin.size() ) );
-   return begin == streamBegin;
+   dropByteOrderMark( begin );
+   return begin.starts_with( streamBegin );
 }
 
 void

@@ -269,6 +269,17 @@ TEST( WhyInRun, APortThatWasReleasedBeforeItWentKeepsTheReasonOfThat ) {
                          "00:00:00.000\n" ) );
 }
 
+TEST( WhyInRun, OfAPortThatWasHeldNobodySaysThatItNeverWas ) {
+   std::string const text = leaving() +
+      "  - { at: 200, mlagConfig: { peerLinkIntf: Ethernet3 } }\n"
+      "  - { at: 210, ethPhyIntfStatus: { intfStatus: { Ethernet3: null } } }\n";
+   EXPECT_THAT(
+      whyAt( "Ethernet3", 210s, false, text ),
+      testing::EndsWith( "gone          since 00:03:30.000\n"
+                         "released      00:03:30.000, interface gone; errdisabled since "
+                         "00:00:00.000\n" ) );
+}
+
 TEST( WhyInRun, APortIsGoneFromTheLastTimeOnThatItWent ) {
    EXPECT_THAT(
       whyAt( "Ethernet2", 15s, false, leaving() ),

@@ -207,6 +207,16 @@ TEST( Client, WhatIsTooWideForTheTerminalGoesOnBelow ) {
                            { "since", "2026-11-23T16:46:30.788Z" },
                            { "released", "2026-11-23T16:46:36.912Z" },
                            { "reason", "delay over" } } } };
+   // What colours a text takes no room, and goes on with it.
+   std::string coloured = whyText( held, Style( true ), 60 );
+   EXPECT_NE(
+      coloured.find( "held          errdisabled for the MLAG reload delay, 200 s\n"
+                     "              left" ),
+      coloured.npos );
+   for ( std::size_t at = 0; ( at = coloured.find( '\x1b' ) ) != coloured.npos; ) {
+      coloured.erase( at, coloured.find( 'm', at ) + 1 - at );
+   }
+   EXPECT_EQ( coloured, whyText( held, Style( false ), 60 ) );
    EXPECT_EQ(
       whyText( gone, Style( false ), 80 ),
       "Ethernet1     port\n"

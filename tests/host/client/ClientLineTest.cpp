@@ -69,10 +69,6 @@ TEST( ClientLine, RefusesOptionsThatItWouldNotHeed ) {
       { "release --all --config c", "ostra release: --config: expected --offline with it" },
       { "release Ethernet1 --config c",
         "ostra release: --config: expected --offline with it" },
-      { "release --all --offline --socket s",
-        "ostra release: --socket: expected no --offline with it, which asks no host" },
-      { "release --all --offline --format json",
-        "ostra release: --format json: expected no --offline with it, which tells a text" },
       { "show state --colour always",
         "ostra show: --colour always: state: expected summary or ports" },
    };

@@ -318,6 +318,8 @@ TEST( RecordFilter, TakesWhatNamesThemAndWhatIsOfTheHostAsAWhole ) {
    RecordFilter const filter( std::vector{ Kovel::IntfId( "Ethernet1" ) } );
    EXPECT_TRUE( filter.takes( R"({"type":"gone","interface":"Ethernet1"})" ) );
    EXPECT_TRUE( filter.takes( R"({"type":"event","patch":{"a":{"Ethernet1":null}}})" ) );
+   EXPECT_TRUE(
+      filter.takes( R"({"type":"event","index":1,"mounts":["ethPhyIntfStatus"]})" ) );
    EXPECT_FALSE( filter.takes( R"({"type":"gone","interface":"Ethernet11"})" ) );
    EXPECT_FALSE( filter.takes( R"({"type":"gone","interface":"Ethernet1/1"})" ) );
    EXPECT_FALSE( filter.takes( R"({"type":"write","path":["mlagProtoStatus","x"]})" ) );

@@ -149,4 +149,13 @@ TEST( PortHistory, APortIsGoneUntilSomethingTellsThatItIsThere ) {
    EXPECT_EQ( recorded.history.goneAt(), "" );
 }
 
+// It may have come and gone while no host ran.
+TEST( PortHistory, WhenAPortWentIsNotKnownBehindAStart ) {
+   Recorded recorded( "Ethernet1" );
+   recorded.at( 1, R"("gone","interface":"Ethernet1")" )
+      .at( 2, R"("start","boot":"b","isRestart":true)" );
+   EXPECT_EQ( recorded.history.goneAt(), "" );
+   EXPECT_EQ( recorded.history.lastTold(), "day 1" );
+}
+
 } // namespace ostra

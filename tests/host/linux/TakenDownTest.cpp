@@ -12,8 +12,12 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 using ostra::Json;
 using ostra::SmallDisk;
@@ -128,6 +132,44 @@ TEST_F(
    ostra::LinuxDriver( options(), say() ).releaseAll();
    EXPECT_FALSE( lab->link( "swp5" )->isUp() );
    EXPECT_THAT( said, IsEmpty() );
+}
+
+// The service is another user, to whom the directory belongs; who releases without a host is
+// root.
+TEST_F( TakenDownTest, IsWrittenWhereRootHasWrittenBefore ) {
+   constexpr uid_t service = 65534;
+   if ( geteuid() != 0 ) {
+      GTEST_SKIP() << "only root may be another user";
+   }
+   for ( std::string const& path : { directory.path(), state() } ) {
+      std::filesystem::create_directories( path );
+      std::filesystem::permissions( path, std::filesystem::perms( 0755 ) );
+   }
+   for ( char const* suffix : { "", ".new" } ) {
+      std::filesystem::remove( file() );
+      std::filesystem::remove( file() + ".new" );
+      std::ofstream( file() + suffix ) << R"({"boot":"boot 1","devices":[]})" << '\n';
+      std::filesystem::permissions( file() + suffix, std::filesystem::perms( 0644 ) );
+      ASSERT_EQ( chown( state().c_str(), service, service ), 0 );
+      pid_t const child = fork();
+      if ( child == 0 ) {
+         int status = setuid( service ) == 0 ? 0 : 1;
+         try {
+            TakenDown taken( file(), "boot 1" );
+            for ( int i = 1; i <= 3 && status == 0; ++i ) {
+               add( taken, i, i + 1 );
+               taken.write();
+            }
+         } catch ( ostra::Failure const& ) {
+            status = 2;
+         }
+         _exit( status );
+      }
+      int status = 0;
+      ASSERT_EQ( waitpid( child, &status, 0 ), child );
+      EXPECT_EQ( status, 0 ) << file() << suffix;
+      EXPECT_THAT( onTheDisk(), testing::ElementsAre( 1, 2, 3 ) );
+   }
 }
 
 TEST_F( TakenDownTest, ThatStillNamesReleasedPortsIsSaid ) {

@@ -101,6 +101,13 @@ TEST_F( StoreTest, AZeroedOneIsSetAside ) {
    expectAnew( "not a database" );
 }
 
+// It has no number of a host where a database has it.
+TEST_F( StoreTest, ATextInThePlaceOfOneIsSetAside ) {
+   leave();
+   write( std::string( content().size(), 'x' ) );
+   expectAnew( "not a database" );
+}
+
 TEST_F( StoreTest, OneWithABitFlippedInAValueIsSetAside ) {
    leave();
    std::string text = content();
