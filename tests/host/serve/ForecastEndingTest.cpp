@@ -225,7 +225,7 @@ TEST_F( ForecastEnding, ThatIsNotGoneTakesARoomWhenTooManyAreLikeThat ) {
 // One behind the other they would take three seconds.
 TEST_F( ForecastEnding, ThoseThatAreNotGoneAreWaitedForTogether ) {
    using Clock = std::chrono::steady_clock;
-   // At least, if each were waited for in its turn.
+   // What it would be at least, if they were waited for one after another.
    constexpr std::chrono::milliseconds inARow( 2700 );
    auto taken = Clock::duration::max();
    for ( int tries = 0; tries < 10 && taken >= inARow; ++tries ) {
