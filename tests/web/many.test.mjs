@@ -120,8 +120,9 @@ test('Page.KeepsAPortAndItsDetailInSight', async t => {
       await page.keyboard.press('Enter');
       await page.waitForSelector('.detail');
       // What is at the end can be read, too.
-      await page.evaluate(() => scrollTo(0, document.body.scrollHeight));
       await until(() => page.evaluate(() => {
+         // The page grows where ports come into sight, and brings the chosen one there.
+         scrollTo(0, document.body.scrollHeight);
          const below = document.querySelector('.detail').getBoundingClientRect();
          const last = document.querySelector('#happened').getBoundingClientRect();
          return last.bottom <= (below.left > last.left ? innerHeight : below.top);
